@@ -1,0 +1,246 @@
+// Times every operation, both kinds, at three image sizes beside its peers and a memcpy of the same bytes: one process,
+// one thread, repetitions of all benchmarks interleaved, medians. Takes Google Benchmark's options; --benchmark_filter
+// chooses by "<operation>/<label>/<contestant>/<width>x<height>".
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <set>
+
+#include "peers.h"
+#include "support/operations.h"
+
+#ifdef VISORA_HAVE_OPENCV
+#include <opencv2/core.hpp>
+#endif
+
+namespace visora::bench
+{
+
+std::vector<Peer>& peers()
+{
+    static std::vector<Peer> list;
+    return list;
+}
+
+RegisterPeers::RegisterPeers(std::initializer_list<Peer> list)
+{
+    peers().insert(peers().end(), list);
+}
+
+namespace
+{
+
+using test::Arguments;
+using test::Operation;
+using test::Shape;
+
+struct Size
+{
+    int width;
+    int height;
+};
+constexpr Size kSizes[] = {{640, 480}, {1920, 1080}, {3840, 2160}};
+
+// What a benchmark measures; benchmark names cannot carry it.
+struct Contest
+{
+    std::string operation;   // with the label, if any
+    std::string contestant;  // "reference", "vector", "memcpy" or a library
+    Size size;
+};
+
+std::map<std::string, Contest> contests;
+
+std::string title(const std::string& operation, const std::string& label)
+{
+    return label.empty() ? operation : operation + "/" + label;
+}
+
+template <class Body>
+void add(const Contest& contest, Body body)
+{
+    const std::string name = contest.operation + "/" + contest.contestant + "/" + std::to_string(contest.size.width) +
+                             "x" + std::to_string(contest.size.height);
+    contests[name] = contest;
+    benchmark::RegisterBenchmark(name.c_str(), body)->Unit(benchmark::kMicrosecond);
+}
+
+void timeWork(benchmark::State& state, const std::function<void()>& work)
+{
+    for (auto _ : state)
+    {
+        work();
+        benchmark::ClobberMemory();
+    }
+}
+
+std::unique_ptr<Arguments> argumentsFor(const Operation& operation, Size size)
+{
+    Shape shape{static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height)};
+    shape.typical = true;
+    auto arguments = std::make_unique<Arguments>(shape, 1);
+    operation.prepare(*arguments);
+    return arguments;
+}
+
+void addOperation(const Operation& operation, Size size)
+{
+    const std::string name = title(operation.name, operation.label);
+    for (const auto& [contestant, implementation] :
+         {std::pair("reference", operation.reference), std::pair("vector", operation.vector)})
+    {
+        add({name, contestant, size},
+            [&operation, size, implementation = implementation](benchmark::State& state)
+            {
+                const auto arguments = argumentsFor(operation, size);
+                if (!arguments->hasCall())
+                {
+                    state.SkipWithError("no call at this size");
+                    return;
+                }
+                timeWork(state, [&] { arguments->run(implementation); });
+            });
+    }
+    // A copy reads and writes as many bytes as the operation.
+    add({name, "memcpy", size},
+        [&operation, size](benchmark::State& state)
+        {
+            const size_t bytes = argumentsFor(operation, size)->bytesTouched() / 2;
+            const std::vector<uint8_t> from(bytes, 1);
+            std::vector<uint8_t> to(bytes);
+            timeWork(state, [&] { std::memcpy(to.data(), from.data(), bytes); });
+        });
+}
+
+void addPeer(const Peer& peer, Size size)
+{
+    add({title(peer.operation, peer.label), peer.library, size},
+        [&peer, size](benchmark::State& state)
+        {
+            const std::function<void()> work = peer.prepare(size.width, size.height);
+            if (!work)
+            {
+                state.SkipWithError("not offered");
+                return;
+            }
+            timeWork(state, work);
+        });
+}
+
+// Collects the runs and prints one line per operation and size.
+class Table : public benchmark::BenchmarkReporter
+{
+  public:
+    bool ReportContext(const Context& /*context*/) override { return true; }
+
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const Run& run : runs)
+        {
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred && run.iterations > 0)
+            {
+                const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
+                times_[run.run_name.function_name].push_back(seconds * 1e9);
+            }
+        }
+    }
+
+    void Finalize() override
+    {
+        std::map<std::pair<std::string, int>, std::map<std::string, double>> lines;
+        for (auto& [name, times] : times_)
+        {
+            const Contest& contest = contests.at(name);
+            std::sort(times.begin(), times.end());
+            lines[{contest.operation, contest.size.width}][contest.contestant] =
+                times[times.size() / 2] / (static_cast<double>(contest.size.width) * contest.size.height);
+        }
+        std::printf("ns per pixel; peer/vector above 1: ours is faster; copy/vector: share of memcpy's speed\n");
+        std::printf("%-52s %5s %9s %9s %9s %-8s %12s %12s\n", "operation", "width", "reference", "vector", "best peer",
+                    "", "peer/vector", "copy/vector");
+        double logRatios = 0;
+        int ratios = 0;
+        for (const auto& [key, line] : lines)
+        {
+            printLine(key.first, key.second, line, logRatios, ratios);
+        }
+        if (ratios > 0)
+        {
+            std::printf("geometric mean of peer/vector over %d lines: %.2f\n", ratios, std::exp(logRatios / ratios));
+        }
+    }
+
+  private:
+    static void printLine(const std::string& operation, int width, const std::map<std::string, double>& line,
+                          double& logRatios, int& ratios)
+    {
+        const auto time = [&](const char* contestant)
+        {
+            const auto found = line.find(contestant);
+            return found == line.end() ? std::nan("") : found->second;
+        };
+        std::string best;
+        for (const auto& [contestant, value] : line)
+        {
+            const bool ours = contestant == "reference" || contestant == "vector" || contestant == "memcpy";
+            if (!ours && (best.empty() || value < line.at(best)))
+            {
+                best = contestant;
+            }
+        }
+        const double vector = time("vector");
+        const double peer = best.empty() ? std::nan("") : line.at(best);
+        if (!std::isnan(peer) && !std::isnan(vector))
+        {
+            logRatios += std::log(peer / vector);
+            ++ratios;
+        }
+        std::printf("%-52s %5d %9.3f %9.4f %9.4f %-8s %12.2f %12.2f\n", operation.c_str(), width, time("reference"),
+                    vector, peer, best.c_str(), peer / vector, time("memcpy") / vector);
+    }
+
+    std::map<std::string, std::vector<double>> times_;
+};
+
+}  // namespace
+
+}  // namespace visora::bench
+
+int main(int argc, char** argv)
+{
+    using namespace visora::bench;
+#ifdef VISORA_HAVE_OPENCV
+    cv::setNumThreads(1);
+#endif
+    std::vector<char*> options(argv, argv + argc);
+    // Interleaved repetitions, unless the command line says otherwise.
+    static char interleave[] = "--benchmark_enable_random_interleaving=true";
+    static char repetitions[] = "--benchmark_repetitions=7";
+    static char minTime[] = "--benchmark_min_time=0.02";
+    options.insert(options.begin() + 1, {interleave, repetitions, minTime});
+    int count = static_cast<int>(options.size());
+    benchmark::Initialize(&count, options.data());
+    if (benchmark::ReportUnrecognizedArguments(count, options.data()))
+    {
+        return 1;
+    }
+    for (const Size size : kSizes)
+    {
+        for (const auto& operation : visora::test::operations())
+        {
+            addOperation(operation, size);
+        }
+        for (const Peer& peer : peers())
+        {
+            addPeer(peer, size);
+        }
+    }
+    Table table;
+    benchmark::RunSpecifiedBenchmarks(&table);
+    return 0;
+}

@@ -1,0 +1,65 @@
+/**
+ * @file
+ * Results, constants and declaration macros that every header shares.
+ */
+#ifndef VISORA_TYPES_H
+#define VISORA_TYPES_H
+
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+#define VSR_BEGIN_DECLARATIONS \
+    extern "C"                 \
+    {
+#define VSR_END_DECLARATIONS }
+#else
+#define VSR_BEGIN_DECLARATIONS
+#define VSR_END_DECLARATIONS
+#endif
+
+/** Marks what the library exports. */
+#define VSR_API __attribute__((visibility("default")))
+
+/**
+ * Declares what stands behind the entry points of one dispatched operation:
+ * - `<operation>C`, the scalar reference, which defines the result;
+ * - `<operation>V`, the vector variant, which gives the same bytes;
+ * - `<operation>_`, the implementation that the library's own callers use (the reference until a mode is set);
+ * - `pp<operation>`, the address of that pointer, to read or replace the implementation in use;
+ * - `<operation>R_`, the DSP variant for remote use, null while there is none.
+ * They all take the full argument list with explicit strides and check nothing.
+ */
+#define VSR_VARIANTS(result, operation, parameters)   \
+    VSR_API result operation##C parameters;           \
+    VSR_API result operation##V parameters;           \
+    extern VSR_API result(*operation##_) parameters;  \
+    extern VSR_API result(*operation##R_) parameters; \
+    extern VSR_API result(**pp##operation) parameters
+
+/** Result of a call. 0 is success; an older-style entry point passes on the log call's result when it refuses. */
+typedef uint32_t vsrStatus;
+
+enum
+{
+    VISORA_SUCCESS = 0,        /**< done */
+    VISORA_EFAIL = 1,          /**< general failure */
+    VISORA_EBADPARAM = 3,      /**< an argument check failed; nothing was written */
+    VISORA_ENOMEM = 5,         /**< scratch memory could not be had */
+    VISORA_EHWFAIL = 6,        /**< no DSP domain is selected */
+    VISORA_EFALLBACK = 0x8000, /**< internal: an accelerated variant declines the call */
+    VISORA_MODE_REFUSED = 999  /**< the machine offers neither a vector nor a floating-point unit */
+};
+
+/** What stands outside the image for functions that take a border type. */
+typedef uint32_t vsrBorderType;
+
+enum
+{
+    VISORA_BORDER_UNDEFINED = 0, /**< the function's own default rule */
+    VISORA_BORDER_CONSTANT = 1,  /**< the border value */
+    VISORA_BORDER_REPLICATE = 2  /**< the nearest image pixel */
+};
+
+#endif

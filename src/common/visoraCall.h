@@ -1,0 +1,144 @@
+// What every public entry point does around its kernel: choose the implementation kind, trace it, refuse bad
+// arguments, call the row of the dispatch table.
+#ifndef VISORA_COMMON_CALL_H
+#define VISORA_COMMON_CALL_H
+
+#include "common/visoraLog.h"
+#include "common/visoraRows.h"
+#include "visora/dispatch.h"
+#include "visora/runtime.h"
+
+namespace visora
+{
+
+// ---- Conditions that entry points share ----
+
+/** Images with fewer pixels than this run faster on the vector unit than on the DSP. */
+constexpr uint64_t kMinDspPixels = 25345;
+/** The same for the few operations that do much work per pixel. */
+constexpr uint64_t kMinDspPixelsHeavy = 6337;
+
+constexpr bool worthOffload(uint32_t width, uint32_t height, uint64_t minPixels = kMinDspPixels)
+{
+    return uint64_t{width} * height >= minPixels;
+}
+
+template <uint32_t divisor, class... Values>
+constexpr bool multiplesOf(Values... values)
+{
+    return ((values % divisor == 0) && ...);
+}
+
+template <uintptr_t alignment, class... Pointers>
+bool aligned(Pointers... pointers)
+{
+    return ((reinterpret_cast<uintptr_t>(pointers) % alignment == 0) && ...);
+}
+
+constexpr uint32_t packedIfZero(uint32_t stride, uint32_t rowBytes)
+{
+    return stride == 0 ? rowBytes : stride;
+}
+
+// ---- Refusals of the older style ----
+
+/** Logs that a condition on the arguments failed; its result is the entry point's. */
+vsrStatus refuse(const char* entry, const char* condition);
+
+/** Logs that a range precondition failed, one that is tested before the implementation is chosen. */
+vsrStatus refuseRange(const char* entry);
+
+/** Leaves the entry point, logging the condition as it is written here, unless it holds. */
+#define VSR_REQUIRE(call, condition) VSR_REQUIRE_AS(call, condition, #condition)
+
+/** As VSR_REQUIRE for a condition whose logged text is not its source. */
+#define VSR_REQUIRE_AS(call, condition, text)            \
+    do                                                   \
+    {                                                    \
+        if (!(condition)) [[unlikely]]                   \
+        {                                                \
+            return visora::refuse((call).entry(), text); \
+        }                                                \
+    } while (false)
+
+// ---- One call ----
+
+class Call
+{
+  public:
+    Call(Row row, const char* entry)
+        : entry_(entry), row_(static_cast<uint32_t>(row)), kind_(vsrImplTable[static_cast<uint32_t>(row)])
+    {
+    }
+
+    const char* entry() const { return entry_; }
+
+    /** Leaves the call to a DSP only under this condition, unless constraint checks are switched off. */
+    void keepDspIf(bool condition)
+    {
+        if (isDsp() && !condition && HW_constraint_checks_enable != 0)
+        {
+            kind_ = VSR_IMPL_VECTA;
+        }
+    }
+
+    /** As keepDspIf, for the entry points that do not look at the switch. */
+    void keepDspOnlyIf(bool condition)
+    {
+        if (isDsp() && !condition)
+        {
+            kind_ = VSR_IMPL_VECTA;
+        }
+    }
+
+    void keepGpuIf(bool condition)
+    {
+        if (kind_ == VSR_IMPL_GPU && !condition)
+        {
+            kind_ = VSR_IMPL_VECTA;
+        }
+    }
+
+    /** Logs the entry point and the kind that serves it, when tracing is on. */
+    void trace() const
+    {
+        if (libLogPrint) [[unlikely]]
+        {
+            __android_log_print(kLogError, kTraceTag, "%s_%s", entry_, vsrImplChar[kind_]);
+        }
+    }
+
+    /** Calls the chosen implementation; `kernel` is the operation's reference and gives the type. */
+    template <auto kernel, class... Args>
+    auto run(Args... args) const
+    {
+        const VSR_FUNC chosen = slot(kind_);
+        // A column of a DSP domain that was never filled: the vector variant serves.
+        return reinterpret_cast<decltype(kernel)>(chosen ? chosen : slot(VSR_IMPL_VECTA))(args...);
+    }
+
+    /** As run; when the implementation declines the call, the vector variant does it. */
+    template <auto kernel, class... Args>
+    vsrStatus runOrFallBack(Args... args) const
+    {
+        const vsrStatus status = run<kernel>(args...);
+        if (status == VISORA_EFALLBACK) [[unlikely]]
+        {
+            return reinterpret_cast<decltype(kernel)>(slot(VSR_IMPL_VECTA))(args...);
+        }
+        return status;
+    }
+
+  private:
+    bool isDsp() const { return kind_ != VSR_IMPL_GPU && kind_ >= VSR_IMPL_KDSP; }
+
+    VSR_FUNC slot(VSR_IMPL kind) const { return vsrFuncTable[row_ * VSR_KIND_COUNT + kind]; }
+
+    const char* entry_;
+    uint32_t row_;
+    VSR_IMPL kind_;
+};
+
+}  // namespace visora
+
+#endif

@@ -1,0 +1,60 @@
+// What the table of operations says of every row.
+#ifndef VISORA_COMMON_ROWS_H
+#define VISORA_COMMON_ROWS_H
+
+#include <stdbool.h>
+#include <stdint.h>
+
+#include "visora/dispatch.h"
+
+#ifdef __cplusplus
+extern "C"
+{
+#endif
+
+    // Mode tables that give a row to another unit.
+    enum
+    {
+        VSR_MODE_NONE = 0,
+        VSR_MODE_LOW = 1,      // low power, to the DSP
+        VSR_MODE_PERF = 2,     // performance, to the DSP
+        VSR_MODE_OFFLOAD = 4,  // CPU offload, to the DSP
+        VSR_MODE_GPU = 8       // performance, to the GPU
+    };
+
+    typedef struct VisoraRow
+    {
+        VSR_FUNC reference;  // null while the operation is not built
+        VSR_FUNC vector;
+        bool dspCapable;
+        uint8_t modes;
+    } VisoraRow;
+
+    extern const VisoraRow visoraRows[VSR_ROW_COUNT];
+    extern const VisoraRow visoraInternalRows[VSR_INTERNAL_ROW_COUNT];
+
+#ifdef __cplusplus
+}
+
+namespace visora
+{
+
+/** Rows of the main table, by operation. */
+enum class Row : uint32_t
+{
+#define VSR_OPERATION(row, operation, variant, dsp, modes) operation = (row),
+#include "common/operations/all.def"
+};
+
+/** Rows of the internal table that the library itself names. */
+enum class InternalRow : uint32_t
+{
+#define VSR_INTERNAL(row, operation, variant, dsp) operation = (row),
+#define VSR_INTERNAL_RESERVED(row, operation, dsp) operation = (row),
+#include "common/operations/all.def"
+};
+
+}  // namespace visora
+#endif
+
+#endif

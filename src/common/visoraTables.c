@@ -1,0 +1,92 @@
+// The dispatch tables and what else has one line per operation, laid out by the table of operations. This is C, not
+// C++, because only C takes the addresses of functions of many types as constants: everything here is part of the
+// library's image and nothing runs at load.
+#include <stddef.h>
+
+#include "common/visoraRows.h"
+#include "visora.h"
+
+// Reference in the columns of kinds 0 to 3, nothing in those of the DSP domains.
+#define COLUMNS_AT_LOAD(row, operation)                                                       \
+    [(row)*VSR_KIND_COUNT + VSR_IMPL_CPU] = (VSR_FUNC)operation##C,                           \
+                            [(row)*VSR_KIND_COUNT + VSR_IMPL_VECTA] = (VSR_FUNC)operation##C, \
+                            [(row)*VSR_KIND_COUNT + VSR_IMPL_KDSP] = (VSR_FUNC)operation##C,  \
+                            [(row)*VSR_KIND_COUNT + VSR_IMPL_GPU] = (VSR_FUNC)operation##C,
+
+VSR_FUNC_TABLE vsrFuncTable = {
+#define VSR_OPERATION(row, operation, variant, dsp, modes) COLUMNS_AT_LOAD(row, operation)
+#include "common/operations/all.def"
+};
+
+VSR_INTERNAL_FUNC_TABLE vsrInternalFuncTable = {
+#define VSR_INTERNAL(row, operation, variant, dsp) COLUMNS_AT_LOAD(row, operation)
+#define VSR_INTERNAL_RESERVED(row, operation, dsp) [(row)*VSR_KIND_COUNT] = NULL,
+#include "common/operations/all.def"
+};
+
+VSR_IMPL vsrImplTable[VSR_ROW_COUNT];
+VSR_IMPL vsrInternalImplTable[VSR_INTERNAL_ROW_COUNT];
+
+const char* const vsrImplChar[VSR_KIND_COUNT] = {"CPU", "VECTA", "KDSP", "GPU", "ADSP", "CDSP", "MDSP"};
+
+enum
+{
+    NO_DSP = 0,
+    DSP = 1,
+    NONE = VSR_MODE_NONE,
+    LOW = VSR_MODE_LOW,
+    PERF = VSR_MODE_PERF,
+    OFFLOAD = VSR_MODE_OFFLOAD,
+    GPU = VSR_MODE_GPU
+};
+
+const VisoraRow visoraRows[VSR_ROW_COUNT] = {
+#define VSR_OPERATION(row, operation, variant, dsp, modes) \
+    [row] = {(VSR_FUNC)operation##C, (VSR_FUNC)operation##variant, dsp, modes},
+#define VSR_RESERVED(row, operation, dsp, modes) [row] = {NULL, NULL, dsp, modes},
+#include "common/operations/all.def"
+};
+
+const VisoraRow visoraInternalRows[VSR_INTERNAL_ROW_COUNT] = {
+#define VSR_INTERNAL(row, operation, variant, dsp) \
+    [row] = {(VSR_FUNC)operation##C, (VSR_FUNC)operation##variant, dsp, NONE},
+#define VSR_INTERNAL_RESERVED(row, operation, dsp) [row] = {NULL, NULL, dsp, NONE},
+#include "common/operations/all.def"
+};
+
+// The pointers of every operation.
+#define POINTERS(operation)                                \
+    __typeof__(&operation##C) operation##_ = operation##C; \
+    __typeof__(&operation##C) operation##R_ = NULL;        \
+    __typeof__(&operation##_) pp##operation = &operation##_;
+#define VSR_OPERATION(row, operation, variant, dsp, modes) POINTERS(operation)
+#define VSR_INTERNAL(row, operation, variant, dsp) POINTERS(operation)
+#include "common/operations/all.def"
+
+void* (*vsrGetScratchBufferAligned_)(size_t size, uint32_t alignment) = vsrGetScratchBufferAlignedC;
+void* (*vsrGetScratchBufferUnaligned_)(size_t size) = vsrGetScratchBufferUnalignedC;
+void (*vsrReleaseScratchBuffer_)(void* buffer) = vsrReleaseScratchBufferC;
+
+void uCHelper(void)
+{
+#define VSR_OPERATION(row, operation, variant, dsp, modes) operation##_ = operation##C;
+#define VSR_INTERNAL(row, operation, variant, dsp) operation##_ = operation##C;
+#include "common/operations/all.def"
+    vsrGetScratchBufferAligned_ = vsrGetScratchBufferAlignedC;
+    vsrGetScratchBufferUnaligned_ = vsrGetScratchBufferUnalignedC;
+    vsrReleaseScratchBuffer_ = vsrReleaseScratchBufferC;
+}
+
+void uVHelper(void)
+{
+#define VSR_OPERATION(row, operation, variant, dsp, modes) operation##_ = operation##variant;
+#define VSR_INTERNAL(row, operation, variant, dsp) operation##_ = operation##variant;
+#include "common/operations/all.def"
+}
+
+void uRNull(void)
+{
+#define VSR_OPERATION(row, operation, variant, dsp, modes) operation##R_ = NULL;
+#define VSR_INTERNAL(row, operation, variant, dsp) operation##R_ = NULL;
+#include "common/operations/all.def"
+}

@@ -1,0 +1,126 @@
+#include "support/arguments.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace visora::test
+{
+
+namespace
+{
+
+// What outputs hold before a call; it differs from byte to byte so that shifted writes show.
+uint8_t patternAt(size_t position)
+{
+    return static_cast<uint8_t>(position * 73 + 41);
+}
+
+}  // namespace
+
+FencedMemory::FencedMemory(size_t bytes, Flush flush) : size_(bytes)
+{
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t inner = (bytes + page - 1) / page * page;
+    mappingBytes_ = inner + 2 * page;
+    mapping_ = mmap(nullptr, mappingBytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapping_ == MAP_FAILED)
+    {
+        std::abort();
+    }
+    auto* first = static_cast<uint8_t*>(mapping_) + page;
+    if (inner > 0 && mprotect(first, inner, PROT_READ | PROT_WRITE) != 0)
+    {
+        std::abort();
+    }
+    data_ = flush == Flush::WithStart ? first : first + (inner - bytes);
+}
+
+FencedMemory::~FencedMemory()
+{
+    munmap(mapping_, mappingBytes_);
+}
+
+Arguments::Arguments(Shape shape, uint64_t seed) : shape_(shape), random_(seed) {}
+
+Arguments::Buffer Arguments::makeBuffer(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes)
+{
+    const size_t start = shape_.flushWithEnd ? 0 : shape_.offset * elementBytes;
+    const size_t bytes = rows == 0 ? 0 : (rows - 1) * stride + rowBytes;
+    bytesTouched_ += rowBytes * rows;
+    return {std::make_unique<FencedMemory>(
+                start + bytes, shape_.flushWithEnd ? FencedMemory::Flush::WithEnd : FencedMemory::Flush::WithStart),
+            start, rowBytes, rows, stride};
+}
+
+uint8_t* Arguments::addInput(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes)
+{
+    inputs_.push_back(makeBuffer(rowBytes, rows, stride, elementBytes));
+    fillInputs(Values::Uniform);
+    return inputs_.back().memory->data() + inputs_.back().start;
+}
+
+uint8_t* Arguments::addOutput(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes)
+{
+    outputs_.push_back(makeBuffer(rowBytes, rows, stride, elementBytes));
+    return outputs_.back().memory->data() + outputs_.back().start;
+}
+
+void Arguments::fillInputs(Values values)
+{
+    for (const Buffer& input : inputs_)
+    {
+        for (size_t i = 0; i < input.memory->size(); ++i)
+        {
+            const uint64_t r = random_.next();
+            const auto uniform = static_cast<uint8_t>(r);
+            input.memory->data()[i] = values == Values::Uniform    ? uniform
+                                      : values == Values::Extremes ? static_cast<uint8_t>((r & 1) ? 255 : 0)
+                                                                   : static_cast<uint8_t>(100 + r % 3);
+        }
+    }
+}
+
+uint64_t Arguments::runFresh(VSR_FUNC implementation)
+{
+    for (const Buffer& output : outputs_)
+    {
+        for (size_t i = 0; i < output.memory->size(); ++i)
+        {
+            output.memory->data()[i] = patternAt(i);
+        }
+    }
+    return run(implementation);
+}
+
+std::vector<uint8_t> Arguments::outputs() const
+{
+    std::vector<uint8_t> all;
+    for (const Buffer& output : outputs_)
+    {
+        all.insert(all.end(), output.memory->data(), output.memory->data() + output.memory->size());
+    }
+    return all;
+}
+
+std::string Arguments::strayWrite() const
+{
+    for (size_t index = 0; index < outputs_.size(); ++index)
+    {
+        const Buffer& output = outputs_[index];
+        for (size_t i = 0; i < output.memory->size(); ++i)
+        {
+            const bool inRow = i >= output.start && (i - output.start) % output.stride < output.rowBytes;
+            if (!inRow && output.memory->data()[i] != patternAt(i))
+            {
+                return "output " + std::to_string(index) + ", byte " + std::to_string(i) + " of " +
+                       std::to_string(output.memory->size());
+            }
+        }
+    }
+    return {};
+}
+
+}  // namespace visora::test

@@ -1,0 +1,71 @@
+// How to call every operation: the list that the variant-equality test and the benchmarks walk.
+#ifndef VISORA_TESTS_SUPPORT_OPERATIONS_H
+#define VISORA_TESTS_SUPPORT_OPERATIONS_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/arguments.h"
+
+namespace visora::test
+{
+
+struct Operation
+{
+    std::string name;
+    VSR_FUNC reference;
+    VSR_FUNC vector;
+    /** Makes buffers and sets the call for the arguments' shape. */
+    std::function<void(Arguments&)> prepare;
+    /** Tells apart several entries of one operation in the benchmarks. */
+    std::string label = {};
+};
+
+/** The operations that were registered, in no particular order. */
+std::vector<Operation>& operations();
+
+/** Adds operations to the list; meant for static objects. */
+struct Register
+{
+    Register(std::initializer_list<Operation> list);
+};
+
+/** Name, reference and vector variant of an operation. */
+#define VISORA_OPERATION(operation) \
+#operation, reinterpret_cast < VSR_FUNC>(operation##C), reinterpret_cast < VSR_FUNC>(operation##V)
+
+/**
+ * An operation from one image to another of the same size:
+ * kernel(src, width, height, srcStride, dst, dstStride, what extras(arguments) returns as a tuple ...).
+ */
+template <auto kernel, class T, class Extras>
+std::function<void(Arguments&)> imageToImage(Extras extras, uint32_t minWidth = 1, uint32_t minHeight = 1)
+{
+    return [=](Arguments& a)
+    {
+        const uint32_t width = a.shape().width;
+        const uint32_t height = a.shape().height;
+        if (width < minWidth || height < minHeight)
+        {
+            return;
+        }
+        const auto rowBytes = static_cast<uint32_t>(width * sizeof(T));
+        const uint32_t srcStride = a.srcStride(rowBytes, sizeof(T));
+        const uint32_t dstStride = a.dstStride(rowBytes, sizeof(T));
+        const T* src = a.input<T>(width, height, srcStride);
+        T* dst = a.output<T>(width, height, dstStride);
+        std::apply([&](auto... extra) { a.call(kernel, src, width, height, srcStride, dst, dstStride, extra...); },
+                   extras(a));
+    };
+}
+
+template <auto kernel, class T>
+std::function<void(Arguments&)> imageToImage(uint32_t minWidth = 1, uint32_t minHeight = 1)
+{
+    return imageToImage<kernel, T>([](Arguments&) { return std::tuple<>(); }, minWidth, minHeight);
+}
+
+}  // namespace visora::test
+
+#endif

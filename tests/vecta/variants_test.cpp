@@ -1,0 +1,114 @@
+// Every variant of every operation gives the reference's bytes and writes nothing else.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "hwy/targets.h"
+#include "support/operations.h"
+
+namespace visora::test
+{
+namespace
+{
+
+// Instruction sets that this machine has and the library was built for; the first is the one it would choose.
+std::vector<int64_t> instructionSets()
+{
+    std::vector<int64_t> sets;
+    for (int64_t rest = hwy::SupportedTargets(); rest != 0; rest &= rest - 1)
+    {
+        sets.push_back(rest & -rest);
+    }
+    return sets;
+}
+
+class UseInstructionSet
+{
+  public:
+    explicit UseInstructionSet(int64_t set)
+    {
+        hwy::SetSupportedTargetsForTest(set);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    }
+    ~UseInstructionSet()
+    {
+        hwy::SetSupportedTargetsForTest(0);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    }
+};
+
+Shape randomShape(Random& random)
+{
+    // Mostly sizes around the widths of vectors, now and then larger ones.
+    const uint32_t limit = random.oneIn(4) ? 200 : 70;
+    Shape shape{random.between(1, limit), random.between(1, random.oneIn(4) ? limit : 16)};
+    shape.srcPadding = random.oneIn(2) ? 0 : random.between(0, 40);
+    shape.dstPadding = random.oneIn(2) ? 0 : random.between(0, 40);
+    shape.offset = random.between(0, 70);
+    shape.flushWithEnd = random.oneIn(2);
+    return shape;
+}
+
+class Variants : public testing::TestWithParam<Operation>
+{
+};
+
+TEST_P(Variants, GiveTheReferencesBytes)
+{
+    const Operation& operation = GetParam();
+    constexpr uint64_t kRounds = 300;
+    int calls = 0;
+    for (uint64_t seed = 0; seed < kRounds; ++seed)
+    {
+        Random random(seed);
+        const Shape shape = randomShape(random);
+        Arguments arguments(shape, seed);
+        operation.prepare(arguments);
+        if (!arguments.hasCall())
+        {
+            continue;
+        }
+        ++calls;
+        arguments.fillInputs(static_cast<Values>(seed % 3));
+        const uint64_t status = arguments.runFresh(operation.reference);
+        const std::vector<uint8_t> expected = arguments.outputs();
+        const auto where = [&]
+        {
+            return operation.name + " " + operation.label + " " + std::to_string(shape.width) + "x" +
+                   std::to_string(shape.height) + " seed " + std::to_string(seed);
+        };
+        ASSERT_EQ("", arguments.strayWrite()) << where();
+        for (const int64_t set : instructionSets())
+        {
+            const UseInstructionSet use(set);
+            ASSERT_EQ(status, arguments.runFresh(operation.vector)) << where() << " " << hwy::TargetName(set);
+            ASSERT_EQ("", arguments.strayWrite()) << where() << " " << hwy::TargetName(set);
+            ASSERT_TRUE(expected == arguments.outputs()) << where() << " " << hwy::TargetName(set);
+        }
+    }
+    EXPECT_GT(calls, static_cast<int>(kRounds / 4));
+}
+
+std::string testName(const testing::TestParamInfo<Operation>& info)
+{
+    return info.param.name + (info.param.label.empty() ? "" : "_" + info.param.label);
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, Variants, testing::ValuesIn(operations()), testName);
+
+// Registration is by static objects of other files, so the list is complete only once main has begun.
+TEST(VariantList, HasEveryOperationOfTheTable)
+{
+    std::set<std::string> listed;
+    std::transform(operations().begin(), operations().end(), std::inserter(listed, listed.end()),
+                   [](const Operation& operation) { return operation.name; });
+    std::set<std::string> built;
+#define VSR_OPERATION(row, operation, variant, dsp, modes) built.insert(#operation);
+#define VSR_INTERNAL(row, operation, variant, dsp) built.insert(#operation);
+#include "common/operations/all.def"
+    EXPECT_EQ(built, listed);
+}
+
+}  // namespace
+}  // namespace visora::test
