@@ -1,0 +1,59 @@
+// The test program's own log and properties, which take the place of the platform's.
+#ifndef VISORA_TESTS_SUPPORT_LOG_CAPTURE_H
+#define VISORA_TESTS_SUPPORT_LOG_CAPTURE_H
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace visora::test
+{
+
+struct LogLine
+{
+    int priority;
+    std::string tag;
+    std::string text;
+
+    bool operator==(const LogLine&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const LogLine& line);
+
+/** Collects the log while it lives. Without one, lines go to standard error, where death tests look for them. */
+class LogCapture
+{
+  public:
+    /** Log calls return `result`. */
+    explicit LogCapture(int result = 1);
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    /** The lines so far; taking them leaves none. */
+    std::vector<LogLine> take();
+};
+
+/** The line of a failed argument check. */
+LogLine refusal(const std::string& entry, const std::string& condition);
+/** The line of a failed range check. */
+LogLine rangeRefusal(const std::string& entry);
+/** The line that tells which kind serves a call. */
+LogLine trace(const std::string& entry, const std::string& kind);
+
+/** Gives a system property a value while it lives. */
+class PropertyOverride
+{
+  public:
+    PropertyOverride(const std::string& key, const std::string& value);
+    ~PropertyOverride();
+    PropertyOverride(const PropertyOverride&) = delete;
+    PropertyOverride& operator=(const PropertyOverride&) = delete;
+
+  private:
+    std::string key_;
+};
+
+}  // namespace visora::test
+
+#endif
