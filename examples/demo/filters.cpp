@@ -1,0 +1,64 @@
+// Smoothing and pixel moves.
+#include <random>
+
+#include "stages.h"
+#include "visora/element.h"
+#include "visora/filter.h"
+#include "visora/warp.h"
+
+namespace demo
+{
+namespace
+{
+
+// One pixel in twelve turned black or white.
+Picture addSpecks(const Picture& gray)
+{
+    Picture noisy = gray;
+    std::mt19937 random(1);
+    for (uint8_t& pixel : noisy.pixels)
+    {
+        if (random() % 12 == 0)
+        {
+            pixel = random() % 2 ? 255 : 0;
+        }
+    }
+    return noisy;
+}
+
+// A stage that calls filter(src, width, height, dst) with packed rows.
+template <class Filter>
+auto filtered(Filter filter)
+{
+    return [=](const Photograph& photograph, Runner& runner)
+    {
+        const Picture& gray = photograph.gray;
+        Picture result(gray.width, gray.height, 1);
+        runner.run("filter", result.pixels.size(),
+                   [&] { return filter(gray.data(), gray.width, gray.height, result.data()); });
+        return result;
+    };
+}
+
+const RegisterStages filters({
+    {"gray", [](const Photograph& photograph, Runner&) { return photograph.gray; }},
+    {"with specks", [](const Photograph& photograph, Runner&) { return addSpecks(photograph.gray); }},
+    {"specks removed: median 3x3",
+     [](const Photograph& photograph, Runner& runner)
+     {
+         const Picture noisy = addSpecks(photograph.gray);
+         Picture result(noisy.width, noisy.height, 1);
+         runner.run("median", result.pixels.size(),
+                    [&]
+                    {
+                        return vsrFilterMedian3x3u8_v3(noisy.data(), noisy.width, noisy.height, 0, result.data(), 0,
+                                                       VISORA_BORDER_REPLICATE, 0);
+                    });
+         return result;
+     }},
+    {"negative", filtered([](const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst)
+                          { return vsrBitwiseNotu8(src, width, height, 0, dst, 0); })},
+});
+
+}  // namespace
+}  // namespace demo

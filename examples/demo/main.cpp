@@ -1,0 +1,63 @@
+// Runs the library on photographs: writes what every stage makes as a PNG file, all of them on one contact sheet, and
+// prints which implementation served each call and how long it took.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+
+#include "stages.h"
+#include "visora.h"
+
+namespace
+{
+
+std::string fileName(std::string title)
+{
+    for (char& c : title)
+    {
+        c = std::isalnum(static_cast<unsigned char>(c)) ? c : '-';
+    }
+    return title + ".png";
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app("Runs Visora on photographs");
+    std::vector<std::filesystem::path> photographs;
+    std::filesystem::path output = "visora-demo";
+    app.add_option("photographs", photographs, "PNG or JPEG files")->required()->check(CLI::ExistingFile);
+    app.add_option("-o,--output", output, "folder for the pictures")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    try
+    {
+        demo::Runner runner;
+        demo::ContactSheet sheet;
+        for (const auto& path : photographs)
+        {
+            demo::Photograph photograph;
+            photograph.rgb = demo::readPicture(path);
+            photograph.gray = demo::toGray(photograph.rgb);
+            std::printf("%s, %u x %u\n", path.filename().c_str(), photograph.rgb.width, photograph.rgb.height);
+
+            const auto folder = output / path.stem();
+            std::filesystem::create_directories(folder);
+            sheet.add(path.filename().string(), photograph.rgb);
+            for (const demo::Stage& stage : demo::stages())
+            {
+                const demo::Picture picture = stage.make(photograph, runner);
+                demo::writePicture(folder / fileName(stage.title), picture);
+                sheet.add(stage.title, picture);
+            }
+        }
+        const auto sheetPath = output / "contact-sheet.png";
+        demo::writePicture(sheetPath, sheet.layOut(static_cast<uint32_t>(demo::stages().size()) + 1));
+        std::printf("contact sheet: %s\n", sheetPath.c_str());
+        return 0;
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "visora_demo: %s\n", error.what());
+        return 1;
+    }
+}

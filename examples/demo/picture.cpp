@@ -1,0 +1,140 @@
+#include "picture.h"
+
+#include <stb_easy_font.h>
+#include <stb_image.h>
+#include <stb_image_resize.h>
+#include <stb_image_write.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+
+namespace demo
+{
+
+namespace
+{
+
+constexpr uint32_t kCellWidth = 320;
+constexpr uint32_t kCellHeight = 260;
+constexpr uint32_t kTitleHeight = 16;
+
+// The largest size of the same shape that fits into a cell below its title.
+Picture shrinkToCell(const Picture& picture)
+{
+    const double scale = std::min({1.0, static_cast<double>(kCellWidth - 8) / picture.width,
+                                   static_cast<double>(kCellHeight - kTitleHeight - 8) / picture.height});
+    Picture small(std::max(1u, static_cast<uint32_t>(picture.width * scale)),
+                  std::max(1u, static_cast<uint32_t>(picture.height * scale)), 3);
+    stbir_resize_uint8(picture.data(), static_cast<int>(picture.width), static_cast<int>(picture.height), 0,
+                       small.data(), static_cast<int>(small.width), static_cast<int>(small.height), 0, 3);
+    return small;
+}
+
+void drawText(Picture& sheet, uint32_t left, uint32_t top, std::string text)
+{
+    // The font gives four corners per rectangle, each x, y, z as floats and a colour.
+    struct Corner
+    {
+        float x, y, z;
+        uint8_t color[4];
+    };
+    std::vector<Corner> corners(text.size() * 4 * 20);
+    const int quads = stb_easy_font_print(0, 0, text.data(), nullptr, corners.data(),
+                                          static_cast<int>(corners.size() * sizeof(Corner)));
+    for (int quad = 0; quad < quads; ++quad)
+    {
+        const Corner& from = corners[static_cast<size_t>(quad) * 4];
+        const Corner& to = corners[static_cast<size_t>(quad) * 4 + 2];
+        for (auto y = static_cast<uint32_t>(from.y); y < static_cast<uint32_t>(to.y); ++y)
+        {
+            for (auto x = static_cast<uint32_t>(from.x); x < static_cast<uint32_t>(to.x); ++x)
+            {
+                if (left + x < sheet.width && top + y < sheet.height)
+                {
+                    std::fill_n(sheet.data() + (size_t{top + y} * sheet.width + left + x) * 3, 3, uint8_t{0});
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+
+Picture readPicture(const std::filesystem::path& path)
+{
+    int width = 0;
+    int height = 0;
+    int channels = 0;
+    const std::unique_ptr<uint8_t, void (*)(void*)> pixels(stbi_load(path.c_str(), &width, &height, &channels, 3),
+                                                           stbi_image_free);
+    if (!pixels)
+    {
+        throw std::runtime_error(path.string() + ": " + stbi_failure_reason());
+    }
+    Picture picture(static_cast<uint32_t>(width), static_cast<uint32_t>(height), 3);
+    std::copy_n(pixels.get(), picture.pixels.size(), picture.data());
+    return picture;
+}
+
+void writePicture(const std::filesystem::path& path, const Picture& picture)
+{
+    if (!stbi_write_png(path.c_str(), static_cast<int>(picture.width), static_cast<int>(picture.height),
+                        static_cast<int>(picture.channels), picture.data(),
+                        static_cast<int>(picture.width * picture.channels)))
+    {
+        throw std::runtime_error("cannot write " + path.string());
+    }
+}
+
+Picture toGray(const Picture& rgb)
+{
+    Picture gray(rgb.width, rgb.height, 1);
+    for (size_t i = 0; i < gray.pixels.size(); ++i)
+    {
+        const uint8_t* pixel = rgb.data() + i * 3;
+        gray.pixels[i] = static_cast<uint8_t>((pixel[0] * 77 + pixel[1] * 150 + pixel[2] * 29) >> 8);
+    }
+    return gray;
+}
+
+Picture toRgb(const Picture& picture)
+{
+    if (picture.channels == 3)
+    {
+        return picture;
+    }
+    Picture rgb(picture.width, picture.height, 3);
+    for (size_t i = 0; i < rgb.pixels.size(); ++i)
+    {
+        rgb.pixels[i] = picture.pixels[i / 3];
+    }
+    return rgb;
+}
+
+void ContactSheet::add(const std::string& title, const Picture& picture)
+{
+    cells_.push_back({title, shrinkToCell(toRgb(picture))});
+}
+
+Picture ContactSheet::layOut(uint32_t columns) const
+{
+    const auto rows = static_cast<uint32_t>((cells_.size() + columns - 1) / columns);
+    Picture sheet(columns * kCellWidth, rows * kCellHeight, 3);
+    std::fill(sheet.pixels.begin(), sheet.pixels.end(), uint8_t{255});
+    for (size_t i = 0; i < cells_.size(); ++i)
+    {
+        const uint32_t left = static_cast<uint32_t>(i) % columns * kCellWidth + 4;
+        const uint32_t top = static_cast<uint32_t>(i) / columns * kCellHeight + 4;
+        drawText(sheet, left, top, cells_[i].title);
+        const Picture& picture = cells_[i].picture;
+        for (uint32_t y = 0; y < picture.height; ++y)
+        {
+            std::copy_n(picture.data() + size_t{y} * picture.width * 3, size_t{picture.width} * 3,
+                        sheet.data() + (size_t{top + kTitleHeight + y} * sheet.width + left) * 3);
+        }
+    }
+    return sheet;
+}
+
+}  // namespace demo

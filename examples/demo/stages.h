@@ -1,0 +1,55 @@
+// What the demo does with a photograph, one stage after another.
+#ifndef VISORA_EXAMPLES_DEMO_STAGES_H
+#define VISORA_EXAMPLES_DEMO_STAGES_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "picture.h"
+#include "visora/types.h"
+
+namespace demo
+{
+
+struct Photograph
+{
+    Picture rgb;
+    Picture gray;
+};
+
+/** Times public calls and tells which implementation kind served them. */
+class Runner
+{
+  public:
+    Runner();
+    ~Runner();
+    Runner(const Runner&) = delete;
+    Runner& operator=(const Runner&) = delete;
+
+    /** Runs the call a few times and notes its name, kind and best time. Throws when it reports a failure. */
+    void run(const std::string& what, size_t pixels, const std::function<vsrStatus()>& call);
+
+  private:
+    static int onLogLine(void* self, int priority, const char* tag, const char* text);
+
+    std::string trace_;
+};
+
+struct Stage
+{
+    std::string title;
+    std::function<Picture(const Photograph&, Runner&)> make;
+};
+
+std::vector<Stage>& stages();
+
+/** Adds stages to the list; meant for static objects. */
+struct RegisterStages
+{
+    RegisterStages(std::initializer_list<Stage> list);
+};
+
+}  // namespace demo
+
+#endif

@@ -1,0 +1,14 @@
+#include <stdio.h>
+#include <visora.h>
+
+int main(void)
+{
+    enum { WIDTH = 64, HEIGHT = 48 };
+    static uint8_t noisy[WIDTH * HEIGHT], clean[WIDTH * HEIGHT];
+    noisy[10 * WIDTH + 20] = 255; /* a speck on a black picture */
+
+    vsrStatus status = vsrFilterMedian3x3u8(noisy, WIDTH, HEIGHT, clean);
+
+    printf("status %u, speck %d -> %d\n", (unsigned)status, noisy[10 * WIDTH + 20], clean[10 * WIDTH + 20]);
+    return status != VISORA_SUCCESS;
+}
