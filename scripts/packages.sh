@@ -1,0 +1,73 @@
+# Sourced by the scripts beside it: installs the Debian or Ubuntu packages that are missing.
+
+say() {
+    printf '\n== %s\n' "$*"
+}
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    else
+        sudo "$@"
+    fi
+}
+
+# One update per run, and only when something has to be installed.
+refresh_package_lists() {
+    if [ -z "${package_lists_fresh:-}" ]; then
+        as_root apt-get update -q
+        package_lists_fresh=1
+    fi
+}
+
+install_packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+    done
+    if [ "${#missing[@]}" -gt 0 ]; then
+        say "Installing ${missing[*]}"
+        refresh_package_lists
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
+    fi
+}
+
+# What the library, its examples and the demo are built with.
+install_build_packages() {
+    install_packages build-essential clang cmake ninja-build pkg-config libhwy-dev libglib2.0-dev libstb-dev \
+        libcli11-dev nlohmann-json3-dev
+}
+
+install_test_packages() {
+    install_build_packages
+    install_packages libgtest-dev libbenchmark-dev clang-format clang-tidy
+    # The sanitizers' run-time library is packaged by compiler version.
+    install_packages "libclang-rt-$(clang -dumpversion | cut -d. -f1)-dev"
+}
+
+# The cross compiler, the emulator and the libraries of 64-bit ARM.
+install_aarch64_packages() {
+    install_packages g++-aarch64-linux-gnu qemu-user
+    if ! dpkg --print-foreign-architectures | grep -qx arm64; then
+        say "Adding the arm64 architecture"
+        as_root dpkg --add-architecture arm64
+        if grep -qi '^ID=ubuntu' /etc/os-release; then
+            # Ubuntu keeps arm64 apart from the mirrors that the installed system names.
+            . /etc/os-release
+            printf 'deb [arch=arm64] http://ports.ubuntu.com/ubuntu-ports %s main universe\n' \
+                "$VERSION_CODENAME" "$VERSION_CODENAME-updates" |
+                as_root tee /etc/apt/sources.list.d/visora-arm64.list >/dev/null
+            as_root apt-get update -q || true
+            package_lists_fresh=1
+        else
+            unset package_lists_fresh
+        fi
+    fi
+    install_packages libc6-dev:arm64 libstdc++6:arm64 libhwy-dev:arm64 libglib2.0-dev:arm64 libgtest-dev:arm64 \
+        libcli11-dev nlohmann-json3-dev
+}
+
+# The libraries that the benchmarks compare with.
+install_peer_packages() {
+    install_packages libopencv-dev libyuv-dev
+}

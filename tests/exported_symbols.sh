@@ -1,0 +1,18 @@
+#!/bin/sh
+# The library exports what its headers declare, and nothing else.
+# usage: exported_symbols.sh COMPILER NM INCLUDE_FOLDER LIBRARY
+set -eu
+compiler=$1 nm=$2 include=$3 library=$4
+folder=$(mktemp -d)
+trap 'rm -r "$folder"' EXIT
+
+# One declaration a line; the name is the one in parentheses for a pointer, else the last one before an argument list,
+# an array bound or the end.
+echo '#include "visora.h"' | "$compiler" -E -P -I "$include" -x c - | tr '\n' ' ' | tr ';{}' '\n\n\n' |
+    grep -F '__attribute__((visibility("default")))' |
+    sed -E 's/.*__attribute__\(\(visibility\("default"\)\)\)//' |
+    sed -E -e 's/^[^(]*\(\*+ *([A-Za-z0-9_]+) *\).*/\1/;t' \
+        -e 's/^[^(]*[ *]([A-Za-z0-9_]+) *(\[.*|\(.*|)$/\1/' | sort -u >"$folder/declared"
+"$nm" -D --defined-only "$library" | awk '{print $3}' | sed 's/@.*//' | sort -u >"$folder/exported"
+[ -s "$folder/declared" ]
+diff "$folder/declared" "$folder/exported"
