@@ -72,7 +72,7 @@ void add(const Contest& contest, Body body)
 
 void timeWork(benchmark::State& state, const std::function<void()>& work)
 {
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         work();
         benchmark::ClobberMemory();

@@ -1,9 +1,11 @@
 #include <stdio.h>
 #include <visora.h>
 
+#define WIDTH 64
+#define HEIGHT 48
+
 int main(void)
 {
-    enum { WIDTH = 64, HEIGHT = 48 };
     static uint8_t noisy[WIDTH * HEIGHT], clean[WIDTH * HEIGHT];
     noisy[10 * WIDTH + 20] = 255; /* a speck on a black picture */
 

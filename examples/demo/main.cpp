@@ -19,40 +19,46 @@ std::string fileName(std::string title)
     return title + ".png";
 }
 
+void showOn(const std::vector<std::filesystem::path>& photographs, const std::filesystem::path& output)
+{
+    demo::Runner runner;
+    demo::ContactSheet sheet;
+    for (const auto& path : photographs)
+    {
+        demo::Photograph photograph;
+        photograph.rgb = demo::readPicture(path);
+        photograph.gray = demo::toGray(photograph.rgb);
+        std::printf("%s, %u x %u\n", path.filename().c_str(), photograph.rgb.width, photograph.rgb.height);
+
+        const auto folder = output / path.stem();
+        std::filesystem::create_directories(folder);
+        sheet.add(path.filename().string(), photograph.rgb);
+        for (const demo::Stage& stage : demo::stages())
+        {
+            const demo::Picture picture = stage.make(photograph, runner);
+            demo::writePicture(folder / fileName(stage.title), picture);
+            sheet.add(stage.title, picture);
+        }
+    }
+    const auto sheetPath = output / "contact-sheet.png";
+    // One photograph per row.
+    demo::writePicture(sheetPath, sheet.layOut(static_cast<uint32_t>(demo::stages().size()) + 1));
+    std::printf("contact sheet: %s\n", sheetPath.c_str());
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Runs Visora on photographs");
-    std::vector<std::filesystem::path> photographs;
-    std::filesystem::path output = "visora-demo";
-    app.add_option("photographs", photographs, "PNG or JPEG files")->required()->check(CLI::ExistingFile);
-    app.add_option("-o,--output", output, "folder for the pictures")->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
     try
     {
-        demo::Runner runner;
-        demo::ContactSheet sheet;
-        for (const auto& path : photographs)
-        {
-            demo::Photograph photograph;
-            photograph.rgb = demo::readPicture(path);
-            photograph.gray = demo::toGray(photograph.rgb);
-            std::printf("%s, %u x %u\n", path.filename().c_str(), photograph.rgb.width, photograph.rgb.height);
-
-            const auto folder = output / path.stem();
-            std::filesystem::create_directories(folder);
-            sheet.add(path.filename().string(), photograph.rgb);
-            for (const demo::Stage& stage : demo::stages())
-            {
-                const demo::Picture picture = stage.make(photograph, runner);
-                demo::writePicture(folder / fileName(stage.title), picture);
-                sheet.add(stage.title, picture);
-            }
-        }
-        const auto sheetPath = output / "contact-sheet.png";
-        demo::writePicture(sheetPath, sheet.layOut(static_cast<uint32_t>(demo::stages().size()) + 1));
-        std::printf("contact sheet: %s\n", sheetPath.c_str());
+        CLI::App app("Runs Visora on photographs");
+        std::vector<std::filesystem::path> photographs;
+        std::filesystem::path output = "visora-demo";
+        app.add_option("photographs", photographs, "PNG or JPEG files")->required()->check(CLI::ExistingFile);
+        app.add_option("-o,--output", output, "folder for the pictures")->capture_default_str();
+        CLI11_PARSE(app, argc, argv);
+        showOn(photographs, output);
         return 0;
     }
     catch (const std::exception& error)

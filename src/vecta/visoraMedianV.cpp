@@ -113,7 +113,8 @@ vsrStatus median3x3(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, u
                                                                       srcWidth, dst + size_t{y} * dstStride);
                                                      }
                                                  });
-    return done ? VISORA_SUCCESS : vsrFilterMedian3x3u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    return done ? vsrStatus{VISORA_SUCCESS}
+                : vsrFilterMedian3x3u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 }  // namespace HWY_NAMESPACE
