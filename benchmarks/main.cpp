@@ -13,6 +13,7 @@
 
 #include "peers.h"
 #include "support/operations.h"
+#include "visora/filter.h"
 
 #ifdef VISORA_HAVE_OPENCV
 #include <opencv2/core.hpp>
@@ -132,6 +133,22 @@ void addPeer(const Peer& peer, Size size)
         });
 }
 
+// An entry point and its kernel on an image too small for any work; the difference is what dispatch costs.
+constexpr char kDispatch[] = "dispatch";
+
+void addDispatch()
+{
+    static uint8_t pixels[4] = {};
+    add({kDispatch, "entry", {2, 2}},
+        [](benchmark::State& state) { timeWork(state, [] { vsrFilterMedian3x3u8(pixels, 2, 2, pixels); }); });
+    add({kDispatch, "kernel", {2, 2}},
+        [](benchmark::State& state)
+        {
+            const auto kernel = vsrFilterMedian3x3u8_;
+            timeWork(state, [=] { kernel(pixels, 2, 2, 2, pixels, 2); });
+        });
+}
+
 // Collects the runs and prints one line per operation and size.
 class Table : public benchmark::BenchmarkReporter
 {
@@ -157,6 +174,11 @@ class Table : public benchmark::BenchmarkReporter
         {
             const Contest& contest = contests.at(name);
             std::sort(times.begin(), times.end());
+            if (contest.operation == kDispatch)
+            {
+                dispatch_[contest.contestant] = times[times.size() / 2];
+                continue;
+            }
             lines[{contest.operation, contest.size.width}][contest.contestant] =
                 times[times.size() / 2] / (static_cast<double>(contest.size.width) * contest.size.height);
         }
@@ -168,6 +190,10 @@ class Table : public benchmark::BenchmarkReporter
         for (const auto& [key, line] : lines)
         {
             printLine(key.first, key.second, line, logRatios, ratios);
+        }
+        if (dispatch_.size() == 2)
+        {
+            std::printf("dispatch of a call beyond its kernel: %.1f ns\n", dispatch_["entry"] - dispatch_["kernel"]);
         }
         if (ratios > 0)
         {
@@ -205,6 +231,7 @@ class Table : public benchmark::BenchmarkReporter
     }
 
     std::map<std::string, std::vector<double>> times_;
+    std::map<std::string, double> dispatch_;
 };
 
 }  // namespace
@@ -240,6 +267,7 @@ int main(int argc, char** argv)
             addPeer(peer, size);
         }
     }
+    addDispatch();
     Table table;
     benchmark::RunSpecifiedBenchmarks(&table);
     return 0;
