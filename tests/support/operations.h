@@ -3,6 +3,7 @@
 #define VISORA_TESTS_SUPPORT_OPERATIONS_H
 
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,11 @@ struct Operation
     /** Tells apart several entries of one operation in the benchmarks. */
     std::string label = {};
 };
+
+inline std::ostream& operator<<(std::ostream& out, const Operation& operation)
+{
+    return out << operation.name << " " << operation.label;
+}
 
 /** The operations that were registered, in no particular order. */
 std::vector<Operation>& operations();
