@@ -22,7 +22,7 @@ std::string fileName(std::string title)
 void showOn(const std::vector<std::filesystem::path>& photographs, const std::filesystem::path& output)
 {
     demo::Runner runner;
-    demo::ContactSheet sheet;
+    demo::ContactSheet sheet(6);
     for (const auto& path : photographs)
     {
         demo::Photograph photograph;
@@ -32,6 +32,7 @@ void showOn(const std::vector<std::filesystem::path>& photographs, const std::fi
 
         const auto folder = output / path.stem();
         std::filesystem::create_directories(folder);
+        sheet.startRow();
         sheet.add(path.filename().string(), photograph.rgb);
         for (const demo::Stage& stage : demo::stages())
         {
@@ -41,8 +42,7 @@ void showOn(const std::vector<std::filesystem::path>& photographs, const std::fi
         }
     }
     const auto sheetPath = output / "contact-sheet.png";
-    // One photograph per row.
-    demo::writePicture(sheetPath, sheet.layOut(static_cast<uint32_t>(demo::stages().size()) + 1));
+    demo::writePicture(sheetPath, sheet.layOut());
     std::printf("contact sheet: %s\n", sheetPath.c_str());
 }
 

@@ -112,22 +112,31 @@ Picture toRgb(const Picture& picture)
     return rgb;
 }
 
-void ContactSheet::add(const std::string& title, const Picture& picture)
+void ContactSheet::startRow()
 {
-    cells_.push_back({title, shrinkToCell(toRgb(picture))});
+    column_ = 0;
+    ++rows_;
 }
 
-Picture ContactSheet::layOut(uint32_t columns) const
+void ContactSheet::add(const std::string& title, const Picture& picture)
 {
-    const auto rows = static_cast<uint32_t>((cells_.size() + columns - 1) / columns);
-    Picture sheet(columns * kCellWidth, rows * kCellHeight, 3);
-    std::fill(sheet.pixels.begin(), sheet.pixels.end(), uint8_t{255});
-    for (size_t i = 0; i < cells_.size(); ++i)
+    if (rows_ == 0 || column_ == columns_)
     {
-        const uint32_t left = static_cast<uint32_t>(i) % columns * kCellWidth + 4;
-        const uint32_t top = static_cast<uint32_t>(i) / columns * kCellHeight + 4;
-        drawText(sheet, left, top, cells_[i].title);
-        const Picture& picture = cells_[i].picture;
+        startRow();
+    }
+    cells_.push_back({title, shrinkToCell(toRgb(picture)), column_++, rows_ - 1});
+}
+
+Picture ContactSheet::layOut() const
+{
+    Picture sheet(columns_ * kCellWidth, rows_ * kCellHeight, 3);
+    std::fill(sheet.pixels.begin(), sheet.pixels.end(), uint8_t{255});
+    for (const Cell& cell : cells_)
+    {
+        const uint32_t left = cell.column * kCellWidth + 4;
+        const uint32_t top = cell.row * kCellHeight + 4;
+        drawText(sheet, left, top, cell.title);
+        const Picture& picture = cell.picture;
         for (uint32_t y = 0; y < picture.height; ++y)
         {
             std::copy_n(picture.data() + size_t{y} * picture.width * 3, size_t{picture.width} * 3,

@@ -47,16 +47,26 @@ Picture toRgb(const Picture& picture);
 class ContactSheet
 {
   public:
+    /** Lays out at most this many pictures in a row. */
+    explicit ContactSheet(uint32_t columns) : columns_(columns) {}
+
+    /** Begins a new row. */
+    void startRow();
     void add(const std::string& title, const Picture& picture);
-    /** Lays the pictures out, `columns` in a row. */
-    Picture layOut(uint32_t columns) const;
+    Picture layOut() const;
 
   private:
     struct Cell
     {
         std::string title;
         Picture picture;
+        uint32_t column;
+        uint32_t row;
     };
+
+    uint32_t columns_;
+    uint32_t column_ = 0;
+    uint32_t rows_ = 0;
     std::vector<Cell> cells_;
 };
 
