@@ -54,6 +54,80 @@ VSR_VARIANTS(vsrStatus, vsrFilterMedian3x3u8_v3,
              (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
               uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue));
 
+/**
+ * M x N median of an s16 image (M columns, N rows): each pixel becomes the element of rank (M * N - 1) / 2, from 0, of
+ * its window in ascending order, which for an even count is the lower median. The window begins M / 2 columns left of
+ * and N / 2 rows above the pixel. Rows closer than N / 2 and columns closer than M / 2 to an edge are left as they are.
+ * @return 0; VISORA_ENOMEM without scratch memory; VISORA_EBADPARAM for a null pointer, a zero size, M or N, an N of
+ *         256 or more, or a stride below a row
+ */
+VSR_API vsrStatus vsrFilterMedianMxNs16(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                        uint32_t M, uint32_t N, int16_t* dst, uint32_t dstStride);
+
+/**
+ * The element of rank (count - 1) / 2, from 0, that the values would have in ascending order (Hoare's selection with
+ * a median-of-three pivot). Puts the values into another order. `count` is at least 1.
+ */
+VSR_API int16_t fast_median_sort(int16_t* values, int32_t count);
+
+VSR_VARIANTS(vsrStatus, vsrFilterMedianMxNs16,
+             (const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t M, uint32_t N,
+              int16_t* dst, uint32_t dstStride));
+
+/* ---- Box mean ---- */
+
+/**
+ * 3x3 mean of a u8 image, border included: (sum * 7282 + 32768) >> 16. Pixels outside the image count as 0, and the
+ * divisor stays 9, so that borders darken. Logs and refuses null pointers, sizes below 3 and a source stride below a
+ * row.
+ * @return 0
+ */
+VSR_API vsrStatus vsrBoxFilter3x3u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                    uint8_t* dst, uint32_t dstStride);
+
+/**
+ * As vsrBoxFilter3x3u8 for any size and with a border rule: constant (outside pixels are `borderValue`), replicate, or
+ * undefined (outside pixels are 0).
+ * @return 0; VISORA_EBADPARAM for a null pointer, a zero size, a stride below a row or an unknown border type
+ */
+VSR_API vsrStatus vsrBoxFilter3x3u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                       uint8_t* dst, uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue);
+
+/** As vsrBoxFilter3x3u8 over 5x5 pixels: (sum * 2621 + 32768) >> 16. Refuses sizes below 5. */
+VSR_API vsrStatus vsrBoxFilter5x5u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                    uint8_t* dst, uint32_t dstStride);
+
+/** As vsrBoxFilter3x3u8 over 11x11 pixels: (sum * 542 + 32768) >> 16. Refuses sizes below 11. */
+VSR_API vsrStatus vsrBoxFilter11x11u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                      uint8_t* dst, uint32_t dstStride);
+
+/**
+ * N x N mean of an f32 image, border included: the window's sum times 1.0f / (N * N). Pixels outside the image count
+ * as 0; the window begins N / 2 columns left of and N / 2 rows above the pixel. Each output is summed on its own, so an
+ * infinity or a NaN stays within its windows: from 0, each column's rows from top to bottom, then those column sums
+ * from left to right. A NaN comes out as the quiet NaN 0x7FC00000. `dst` may be `src`, with equal strides.
+ * @return 0; VISORA_ENOMEM without scratch memory; VISORA_EBADPARAM, without a log line, for a null pointer, a width or
+ *         height below 5, an N below 2, a stride below a row, or in-place work with unequal strides
+ */
+VSR_API vsrStatus vsrBoxFilterNxNf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                     float* dst, uint32_t dstStride, uint32_t N);
+
+VSR_VARIANTS(vsrStatus, vsrBoxFilter3x3u8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride));
+VSR_VARIANTS(vsrStatus, vsrBoxFilter3x3u8_v2,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue));
+VSR_VARIANTS(vsrStatus, vsrBoxFilter5x5u8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride));
+VSR_VARIANTS(vsrStatus, vsrBoxFilter11x11u8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride));
+VSR_VARIANTS(vsrStatus, vsrBoxFilterNxNf32,
+             (const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,
+              uint32_t dstStride, uint32_t N));
+
 VSR_END_DECLARATIONS
 
 #endif

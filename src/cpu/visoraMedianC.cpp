@@ -1,48 +1,53 @@
 // Median filters, reference variants.
 #include <algorithm>
+#include <cstring>
 
 #include "cpu/visoraBorder.h"
 #include "visora/filter.h"
+#include "visora/memory.h"
 
 namespace
 {
 
-using std::max;
-using std::min;
+// Pixels are carried as ints: byte-sized copies in between would keep the compiler from plain minimum and maximum
+// instructions.
+int larger(int a, int b)
+{
+    return a > b ? a : b;
+}
+
+int smaller(int a, int b)
+{
+    return a < b ? a : b;
+}
 
 // A column of three pixels in descending order.
 struct SortedColumn
 {
-    uint8_t high;
-    uint8_t middle;
-    uint8_t low;
+    int high;
+    int middle;
+    int low;
 };
 
-uint8_t medianOf3(uint8_t a, uint8_t b, uint8_t c)
+int medianOf3(int a, int b, int c)
 {
-    return max(min(a, b), min(max(a, b), c));
+    return larger(smaller(a, b), smaller(larger(a, b), c));
 }
 
-void orderDescending(uint8_t& first, uint8_t& second)
+SortedColumn sortColumn(int top, int middle, int bottom)
 {
-    const uint8_t larger = max(first, second);
-    second = min(first, second);
-    first = larger;
-}
-
-SortedColumn sortColumn(uint8_t top, uint8_t middle, uint8_t bottom)
-{
-    orderDescending(top, middle);
-    orderDescending(top, bottom);
-    orderDescending(middle, bottom);
-    return {top, middle, bottom};
+    const int pairHigh = larger(top, middle);
+    const int pairLow = smaller(top, middle);
+    const int rest = smaller(pairHigh, bottom);
+    return {larger(pairHigh, bottom), larger(pairLow, rest), smaller(pairLow, rest)};
 }
 
 // The median of nine is the median of the smallest high, the median middle and the largest low of the three columns.
 uint8_t medianOfColumns(SortedColumn a, SortedColumn b, SortedColumn c)
 {
-    return medianOf3(min({a.high, b.high, c.high}), medianOf3(a.middle, b.middle, c.middle),
-                     max({a.low, b.low, c.low}));
+    const int high = smaller(smaller(a.high, b.high), c.high);
+    const int low = larger(larger(a.low, b.low), c.low);
+    return static_cast<uint8_t>(medianOf3(high, medianOf3(a.middle, b.middle, c.middle), low));
 }
 
 uint8_t medianAt(const visora::BorderedImage& image, int64_t x, int64_t y)
@@ -59,9 +64,9 @@ void sortColumeWiseInWindow3x3(uint8_t window[9])
     for (int x = 0; x < 3; ++x)
     {
         const SortedColumn column = sortColumn(window[x], window[3 + x], window[6 + x]);
-        window[x] = column.high;
-        window[3 + x] = column.middle;
-        window[6 + x] = column.low;
+        window[x] = static_cast<uint8_t>(column.high);
+        window[3 + x] = static_cast<uint8_t>(column.middle);
+        window[6 + x] = static_cast<uint8_t>(column.low);
     }
 }
 
@@ -109,5 +114,80 @@ vsrStatus vsrFilterMedian3x3u8_v3C(const uint8_t* src, uint32_t srcWidth, uint32
                                    [&](uint32_t x, uint32_t y)
                                    { dst[size_t{y} * dstStride + x] = medianAt(image, x, y); });
     }
+    return VISORA_SUCCESS;
+}
+
+int16_t fast_median_sort(int16_t* values, int32_t count)
+{
+    const ptrdiff_t rank = (count - 1) / 2;
+    ptrdiff_t low = 0;
+    ptrdiff_t high = count - 1;
+    while (low < high)
+    {
+        const int16_t first = values[low];
+        const int16_t middle = values[low + (high - low) / 2];
+        const int16_t last = values[high];
+        const int pivot = medianOf3(first, middle, last);
+
+        // Hoare's partition: afterwards no value up to j exceeds the pivot and none from i on is below it.
+        ptrdiff_t i = low;
+        ptrdiff_t j = high;
+        while (i <= j)
+        {
+            while (values[i] < pivot)
+            {
+                ++i;
+            }
+            while (values[j] > pivot)
+            {
+                --j;
+            }
+            if (i <= j)
+            {
+                std::swap(values[i++], values[j--]);
+            }
+        }
+        if (rank <= j)
+        {
+            high = j;
+        }
+        else if (rank >= i)
+        {
+            low = i;
+        }
+        else
+        {
+            break;
+        }
+    }
+    return values[rank];
+}
+
+vsrStatus vsrFilterMedianMxNs16C(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                 uint32_t M, uint32_t N, int16_t* dst, uint32_t dstStride)
+{
+    const size_t srcStep = srcStride / sizeof(int16_t);
+    const size_t dstStep = dstStride / sizeof(int16_t);
+    const size_t halfWidth = M / 2;
+    const size_t halfHeight = N / 2;
+    auto* window = static_cast<int16_t*>(vsrGetScratchBufferAligned_(size_t{M} * N * sizeof(int16_t), 16));
+    if (!window)
+    {
+        return VISORA_ENOMEM;
+    }
+    for (size_t y = halfHeight; y + halfHeight < srcHeight; ++y)
+    {
+        for (size_t x = halfWidth; x + halfWidth < srcWidth; ++x)
+        {
+            const int16_t* corner = src + (y - halfHeight) * srcStep + (x - halfWidth);
+            // The counter has 8 bits by contract: with N of 256 or more this does not end.
+            for (uint8_t row = 0; row < N; ++row)
+            {
+                std::memcpy(window + size_t{row} * M, corner + row * srcStep, M * sizeof(int16_t));
+            }
+            dst[y * dstStep + x] = fast_median_sort(window, static_cast<int32_t>(M * N));
+        }
+    }
+    vsrReleaseScratchBuffer_(window);
     return VISORA_SUCCESS;
 }

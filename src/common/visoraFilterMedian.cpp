@@ -1,4 +1,4 @@
-// Entry points of the smoothing filters.
+// Entry points of the median filters.
 #include "common/visoraCall.h"
 #include "visora/filter.h"
 
@@ -53,4 +53,23 @@ vsrStatus vsrFilterMedian3x3u8_v3(const uint8_t* src, uint32_t srcWidth, uint32_
     }
     return call.runOrFallBack<vsrFilterMedian3x3u8_v3C>(src, srcWidth, srcHeight, srcStride, dst, dstStride, borderType,
                                                         borderValue);
+}
+
+vsrStatus vsrFilterMedianMxNs16(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                uint32_t M, uint32_t N, int16_t* dst, uint32_t dstStride)
+{
+    const size_t rowBytes = srcWidth * sizeof(int16_t);
+    srcStride = packedIfZero(srcStride, static_cast<uint32_t>(rowBytes));
+    dstStride = packedIfZero(dstStride, static_cast<uint32_t>(rowBytes));
+
+    Call call(Row::vsrFilterMedianMxNs16, "vsrFilterMedianMxNs16");
+    call.keepDspIf(worthOffload(srcWidth, srcHeight) && multiplesOf<8>(srcWidth, srcStride, dstStride) &&
+                   aligned<8>(src, dst));
+    call.keepGpuIf(aligned<16>(src, dst) && multiplesOf<8>(srcStride, dstStride));
+    call.trace();
+    if (!(src && dst && srcWidth && srcHeight && M && N && N < 256 && srcStride >= rowBytes && dstStride >= rowBytes))
+    {
+        return VISORA_EBADPARAM;
+    }
+    return call.runOrFallBack<vsrFilterMedianMxNs16C>(src, srcWidth, srcHeight, srcStride, M, N, dst, dstStride);
 }
