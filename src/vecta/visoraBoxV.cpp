@@ -361,27 +361,33 @@ vsrStatus vsrBoxFilter3x3u8_v2V(const uint8_t* src, uint32_t srcWidth, uint32_t 
                           dstStride,
                           borderType == VISORA_BORDER_REPLICATE,
                           static_cast<uint8_t>(borderType == VISORA_BORDER_CONSTANT ? borderValue : 0)};
-    return HWY_DYNAMIC_DISPATCH(boxMean3x3)(call)
-               ? VISORA_SUCCESS
-               : vsrBoxFilter3x3u8_v2C(src, srcWidth, srcHeight, srcStride, dst, dstStride, borderType, borderValue);
+    if (HWY_DYNAMIC_DISPATCH(boxMean3x3)(call))
+    {
+        return VISORA_SUCCESS;
+    }
+    return vsrBoxFilter3x3u8_v2C(src, srcWidth, srcHeight, srcStride, dst, dstStride, borderType, borderValue);
 }
 
 vsrStatus vsrBoxFilter5x5u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                              uint8_t* dst, uint32_t dstStride)
 {
     using namespace visora;
-    return HWY_DYNAMIC_DISPATCH(boxMean5x5)({src, srcWidth, srcHeight, srcStride, dst, dstStride, false, 0})
-               ? VISORA_SUCCESS
-               : vsrBoxFilter5x5u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    if (HWY_DYNAMIC_DISPATCH(boxMean5x5)({src, srcWidth, srcHeight, srcStride, dst, dstStride, false, 0}))
+    {
+        return VISORA_SUCCESS;
+    }
+    return vsrBoxFilter5x5u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 vsrStatus vsrBoxFilter11x11u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                uint8_t* dst, uint32_t dstStride)
 {
     using namespace visora;
-    return HWY_DYNAMIC_DISPATCH(boxMean11x11)({src, srcWidth, srcHeight, srcStride, dst, dstStride, false, 0})
-               ? VISORA_SUCCESS
-               : vsrBoxFilter11x11u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    if (HWY_DYNAMIC_DISPATCH(boxMean11x11)({src, srcWidth, srcHeight, srcStride, dst, dstStride, false, 0}))
+    {
+        return VISORA_SUCCESS;
+    }
+    return vsrBoxFilter11x11u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 vsrStatus vsrBoxFilterNxNf32V(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,

@@ -90,7 +90,8 @@ vsrStatus medianMxN(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, u
                                { hn::StoreU(medianByBisection(d, corner + x, srcStep, M, N), d, out + x); });
                 }
             });
-    return done ? VISORA_SUCCESS : vsrFilterMedianMxNs16C(src, srcWidth, srcHeight, srcStride, M, N, dst, dstStride);
+    return done ? vsrStatus{VISORA_SUCCESS}
+                : vsrFilterMedianMxNs16C(src, srcWidth, srcHeight, srcStride, M, N, dst, dstStride);
 }
 
 }  // namespace HWY_NAMESPACE
