@@ -9,6 +9,7 @@
 #ifndef VISORA_H
 #define VISORA_H
 
+#include "visora/color.h"
 #include "visora/dispatch.h"
 #include "visora/element.h"
 #include "visora/filter.h"

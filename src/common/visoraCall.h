@@ -67,7 +67,13 @@ class Call
 {
   public:
     Call(Row row, const char* entry)
-        : entry_(entry), row_(static_cast<uint32_t>(row)), kind_(vsrImplTable[static_cast<uint32_t>(row)])
+        : Call(vsrFuncTable, vsrImplTable[static_cast<uint32_t>(row)], static_cast<uint32_t>(row), entry)
+    {
+    }
+
+    Call(InternalRow row, const char* entry)
+        : Call(vsrInternalFuncTable, vsrInternalImplTable[static_cast<uint32_t>(row)], static_cast<uint32_t>(row),
+               entry)
     {
     }
 
@@ -130,12 +136,17 @@ class Call
     }
 
   private:
+    Call(const VSR_FUNC* table, VSR_IMPL kind, uint32_t row, const char* entry)
+        : entry_(entry), slots_(table + row * VSR_KIND_COUNT), kind_(kind)
+    {
+    }
+
     bool isDsp() const { return kind_ != VSR_IMPL_GPU && kind_ >= VSR_IMPL_KDSP; }
 
-    VSR_FUNC slot(VSR_IMPL kind) const { return vsrFuncTable[row_ * VSR_KIND_COUNT + kind]; }
+    VSR_FUNC slot(VSR_IMPL kind) const { return slots_[kind]; }
 
     const char* entry_;
-    uint32_t row_;
+    const VSR_FUNC* slots_;  // the row of the dispatch table
     VSR_IMPL kind_;
 };
 

@@ -1,0 +1,166 @@
+/**
+ * @file
+ * Colour: conversions from luma and chroma to packed RGB.
+ *
+ * Common to all of them:
+ * - Samples are u8. Pointers point at the top-left sample, sizes are in pixels, strides in bytes. The destination is
+ *   another buffer than the source.
+ * - Chroma is replicated, not interpolated: with horizontally halved chroma (4:2:2, 4:2:0) pixel x takes chroma sample
+ *   x / 2, with vertically halved chroma (4:2:0) row y takes chroma row y / 2, both rounded down. A pair of chroma
+ *   samples is read whole: with halved chroma a row of an odd width needs width + 1 bytes of interleaved chroma.
+ * - Pixels in memory: RGB888 is R, G, B; RGBA8888 is R, G, B, 255; RGB565 is a little-endian u16 with R >> 3 in
+ *   bits 0-4, G >> 2 in bits 5-10 and B >> 3 in bits 11-15 (red lowest).
+ * - In the formulas Cb' = Cb - 128 and Cr' = Cr - 128, shifts of negative numbers round down, and R, G and B are
+ *   clamped to 0 .. 255 before they are packed.
+ * - No pointer or stride has to be aligned.
+ * - A bad argument is logged as "Assertion failed @<function>: <condition>"; nothing is written then and the result is
+ *   what the log call returned (not 0).
+ */
+#ifndef VISORA_COLOR_H
+#define VISORA_COLOR_H
+
+#include "visora/types.h"
+
+VSR_BEGIN_DECLARATIONS
+
+/** Which channel of a pixel: by position, or by what it holds. */
+typedef uint32_t vsrChannelType;
+
+enum
+{
+    VISORA_CHANNEL_0 = 0,
+    VISORA_CHANNEL_1 = 1,
+    VISORA_CHANNEL_2 = 2,
+    VISORA_CHANNEL_3 = 3,
+    VISORA_CHANNEL_R = 4,
+    VISORA_CHANNEL_G = 5,
+    VISORA_CHANNEL_B = 6,
+    VISORA_CHANNEL_A = 7,
+    VISORA_CHANNEL_Y = 8,
+    VISORA_CHANNEL_U = 9,
+    VISORA_CHANNEL_V = 10
+};
+
+/* ---- Full-range YCbCr (ITU-R BT.601 weights, as in JFIF) ---- */
+
+#define VSR_COLOR_PLANAR(operation)                                                                                   \
+    VSR_COLOR_MEMBER(operation, (const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t srcWidth,  \
+                                 uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride, \
+                                 uint8_t* dst, uint32_t dstStride))
+#define VSR_COLOR_PSEUDO_PLANAR(operation)                                                                        \
+    VSR_COLOR_MEMBER(operation, (const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight, \
+                                 uint32_t srcYStride, uint32_t srcCStride, uint8_t* dst, uint32_t dstStride))
+#define VSR_COLOR_MEMBER(operation, parameters) \
+    VSR_API vsrStatus operation parameters;     \
+    VSR_VARIANTS(vsrStatus, operation, parameters)
+
+/**
+ * Three planes to RGB:
+ * R = (256 Y + 359 Cr' + 128) >> 8, G = (256 Y - 88 Cb' - 183 Cr' + 128) >> 8, B = (256 Y + 454 Cb' + 128) >> 8.
+ *
+ * A stride of 0 means packed: srcWidth for luma and for 4:4:4 chroma, (srcWidth + 1) / 2 for halved chroma, 2, 3 or 4
+ * times srcWidth for the destination. A null pointer, a zero size and a stride below its row are refused.
+ *
+ * With halved chroma the width must be at least 2: a width of 1 ends the process with exit status 1. The 4:2:0 members
+ * convert rows in pairs: an odd height reads one luma row more and writes one destination row more than srcHeight, so
+ * both buffers must have srcHeight + 1 rows then.
+ * @return 0
+ */
+VSR_COLOR_PLANAR(vsrColorYCbCr444PlanarToRGB565u8);
+VSR_COLOR_PLANAR(vsrColorYCbCr444PlanarToRGB888u8);
+VSR_COLOR_PLANAR(vsrColorYCbCr444PlanarToRGBA8888u8);
+VSR_COLOR_PLANAR(vsrColorYCbCr422PlanarToRGB565u8);
+VSR_COLOR_PLANAR(vsrColorYCbCr422PlanarToRGB888u8);
+VSR_COLOR_PLANAR(vsrColorYCbCr422PlanarToRGBA8888u8);
+VSR_COLOR_PLANAR(vsrColorYCbCr420PlanarToRGB565u8);
+VSR_COLOR_PLANAR(vsrColorYCbCr420PlanarToRGB888u8);
+VSR_COLOR_PLANAR(vsrColorYCbCr420PlanarToRGBA8888u8);
+
+/**
+ * A luma plane and a plane of chroma pairs, Cb first, to RGB, otherwise as the planar members. A chroma stride of 0
+ * means 2 * srcWidth for 4:4:4 and srcWidth for halved chroma. vsrColorYCbCr422PseudoPlanarToRGB888u8 refuses a width
+ * of 1 instead of ending the process.
+ * @return 0
+ */
+VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToRGB565u8);
+VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToRGB888u8);
+VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToRGBA8888u8);
+VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToRGB565u8);
+VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToRGB888u8);
+VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToRGBA8888u8);
+VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToRGB565u8);
+VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToRGB888u8);
+VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToRGBA8888u8);
+
+#undef VSR_COLOR_PLANAR
+#undef VSR_COLOR_PSEUDO_PLANAR
+#undef VSR_COLOR_MEMBER
+
+/* ---- Video-range 4:2:0 buffers ---- */
+
+/**
+ * One packed buffer of 4:2:0 video to RGB565, truncating: with y = 298 (Y - 16),
+ * R = (y + 409 Cr') >> 8, G = (y - 100 Cb' - 208 Cr') >> 8, B = (y + 517 Cb') >> 8.
+ * @param src  width * height bytes of luma, directly behind them the chroma pairs (Cb first) in rows of `width` bytes,
+ *             one for two luma rows
+ * @param dst  packed pixels, 2 * width bytes per row
+ * Any width and height; null pointers and zero sizes are refused.
+ * @return 0
+ */
+VSR_API vsrStatus vsrColorYUV420toRGB565u8(const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst);
+
+/** As vsrColorYUV420toRGB565u8 with the picture turned by 180 degrees. */
+VSR_API vsrStatus vsrColorYUV420toRGB565u8Rotate180(const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst);
+
+/**
+ * 4:2:0 video to RGBA8888, truncating: with y = 1192 (max(Y, 16) - 16),
+ * R = (y + 1634 Cr') >> 10, G = (y - 400 Cb' - 833 Cr') >> 10, B = (y + 2066 Cb') >> 10.
+ * @param src         luma rows at src + y * srcYStride; at src + srcHeight * srcYStride begin the chroma pairs, Cr
+ *                    first, in rows srcCStride apart
+ * @param dst         one u32 per pixel: R in bits 0-7, G in 8-15, B in 16-23, 255 in 24-31
+ * @param dstStride   in bytes, cut to whole words
+ * Any width and height; null pointers, zero sizes and zero strides are refused.
+ * @return 0
+ */
+VSR_API vsrStatus vsrColorYCrCb420PseudoPlanarToRGB8888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                          uint32_t srcYStride, uint32_t srcCStride, uint32_t* dst,
+                                                          uint32_t dstStride);
+
+/** As vsrColorYCrCb420PseudoPlanarToRGB8888u8 with packed rows: strides of `width`, `width` and 4 * width. */
+VSR_API vsrStatus vsrColorYUV420toRGB8888u8(const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst);
+
+/* ---- Coding-unit tiles ---- */
+
+#define VSR_COLOR_TILES(operation, source)                                                             \
+    VSR_API vsrStatus operation(const uint8_t* source, uint32_t width, uint32_t height, uint8_t* dst); \
+    VSR_VARIANTS(vsrStatus, operation, (const uint8_t* source, uint32_t width, uint32_t height, uint8_t* dst))
+
+/**
+ * Coding units, as a block codec decodes them, to packed RGB888. A unit covers 8 h x 8 v pixels: h * v luma blocks of
+ * 8x8 bytes in raster order, then one 8x8 Cb and one 8x8 Cr block for the whole unit; h and v are the digits behind H
+ * and V in the name. Units follow each other in raster order. With C2 = 2 C - 255:
+ * R = Y + ((22970 Cr2 + 16384) >> 15), G = Y + ((-5638 Cb2 - 11700 Cr2 + 16384) >> 15),
+ * B = Y + ((29032 Cb2 + 16384) >> 15).
+ *
+ * Width and height should be whole units. Otherwise partial units at the right and at the bottom give only the pixels
+ * inside the image, while one row of units is taken to be (width / unit width, rounded down) units behind the row
+ * above. Null pointers and zero sizes are refused.
+ * @return 0
+ */
+VSR_COLOR_TILES(vsrColorYCrCbH1V1toRGB888u8, src);
+VSR_COLOR_TILES(vsrColorYCrCbH2V2toRGB888u8, y_src);
+VSR_COLOR_TILES(vsrColorYCrCbH2V1toRGB888u8, ysrc);
+VSR_COLOR_TILES(vsrColorYCrCbH1V2toRGB888u8, ysrc);
+
+#undef VSR_COLOR_TILES
+
+VSR_VARIANTS(vsrStatus, vsrColorYUV420toRGB565u8, (const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst));
+VSR_VARIANTS(vsrStatus, vsrColorYUV420toRGB565u8Rotate180,
+             (const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst));
+VSR_VARIANTS(vsrStatus, vsrColorYCrCb420PseudoPlanarToRGB8888u8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+              uint32_t* dst, uint32_t dstStride));
+
+VSR_END_DECLARATIONS
+
+#endif

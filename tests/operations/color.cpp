@@ -1,0 +1,155 @@
+#include "visora/color.h"
+
+#include "support/operations.h"
+
+namespace visora::test
+{
+
+namespace
+{
+
+enum class Sampling
+{
+    k444,
+    k422,
+    k420
+};
+
+// The buffers of a conversion in the planar and pseudo-planar family. In 4:2:0 rows come in pairs: an odd height has
+// one more. With halved chroma a width of 1 ends the process.
+struct Family
+{
+    Family(const Shape& shape, Sampling sampling, uint32_t pixelBytes)
+        : possible(sampling == Sampling::k444 || shape.width > 1),
+          rows(sampling == Sampling::k420 ? shape.height + shape.height % 2 : shape.height),
+          chromaWidth(sampling == Sampling::k444 ? shape.width : (shape.width + 1) / 2),
+          chromaRows(sampling == Sampling::k420 ? rows / 2 : rows),
+          dstBytes(shape.width * pixelBytes)
+    {
+    }
+
+    bool possible;
+    uint32_t rows;
+    uint32_t chromaWidth;
+    uint32_t chromaRows;
+    uint32_t dstBytes;
+};
+
+template <auto kernel>
+std::function<void(Arguments&)> planar(Sampling sampling, uint32_t pixelBytes)
+{
+    return [=](Arguments& a)
+    {
+        const auto [width, height] = std::pair(a.shape().width, a.shape().height);
+        const Family family(a.shape(), sampling, pixelBytes);
+        if (!family.possible)
+        {
+            return;
+        }
+        const uint32_t yStride = a.srcStride(width);
+        const uint32_t cbStride = a.srcStride(family.chromaWidth);
+        const uint32_t crStride = family.chromaWidth + a.shape().dstPadding;
+        const uint32_t dstStride = a.dstStride(family.dstBytes);
+        const auto* y = a.input<uint8_t>(width, family.rows, yStride);
+        const auto* cb = a.input<uint8_t>(family.chromaWidth, family.chromaRows, cbStride);
+        const auto* cr = a.input<uint8_t>(family.chromaWidth, family.chromaRows, crStride);
+        auto* dst = a.output<uint8_t>(family.dstBytes, family.rows, dstStride);
+        a.call(kernel, y, cb, cr, width, height, yStride, cbStride, crStride, dst, dstStride);
+    };
+}
+
+template <auto kernel>
+std::function<void(Arguments&)> pseudoPlanar(Sampling sampling, uint32_t pixelBytes)
+{
+    return [=](Arguments& a)
+    {
+        const auto [width, height] = std::pair(a.shape().width, a.shape().height);
+        const Family family(a.shape(), sampling, pixelBytes);
+        if (!family.possible)
+        {
+            return;
+        }
+        const uint32_t yStride = a.srcStride(width);
+        // Packed rows of an odd width share a byte: the last pair reaches into the next row.
+        const uint32_t cStride = a.srcStride(sampling == Sampling::k444 ? 2 * width : width);
+        const uint32_t dstStride = a.dstStride(family.dstBytes);
+        const auto* y = a.input<uint8_t>(width, family.rows, yStride);
+        const auto* c = a.input<uint8_t>(size_t{family.chromaWidth} * 2, family.chromaRows, cStride);
+        auto* dst = a.output<uint8_t>(family.dstBytes, family.rows, dstStride);
+        a.call(kernel, y, c, width, height, yStride, cStride, dst, dstStride);
+    };
+}
+
+// Bytes of luma and chroma pairs in one buffer.
+size_t videoBytes(uint32_t width, uint32_t height, size_t yStride, size_t cStride)
+{
+    return height * yStride + (height - 1) / 2 * cStride + (width + 1) / 2 * 2;
+}
+
+template <auto kernel>
+void prepareVideo(Arguments& a)
+{
+    const auto [width, height] = std::pair(a.shape().width, a.shape().height);
+    const size_t srcBytes = videoBytes(width, height, width, width);
+    const auto* src = a.input<uint8_t>(srcBytes, 1, srcBytes);
+    auto* dst = a.output<uint16_t>(width, height, width * 2);
+    a.call(kernel, src, width, height, reinterpret_cast<uint32_t*>(dst));
+}
+
+void prepareVideoRgba(Arguments& a)
+{
+    const auto [width, height] = std::pair(a.shape().width, a.shape().height);
+    const uint32_t yStride = a.srcStride(width);
+    const uint32_t cStride = width + a.shape().dstPadding;
+    const uint32_t dstStride = a.dstStride(width * 4, 4);
+    const size_t srcBytes = videoBytes(width, height, yStride, cStride);
+    const auto* src = a.input<uint8_t>(srcBytes, 1, srcBytes);
+    auto* dst = a.output<uint32_t>(width, height, dstStride);
+    // What a stride has beyond whole words does not count.
+    const uint32_t beyond = a.choose(0, 3, 0);
+    a.call(vsrColorYCrCb420PseudoPlanarToRGB8888u8C, src, width, height, yStride, cStride, dst, dstStride + beyond);
+}
+
+template <auto kernel, uint32_t unitWidth, uint32_t unitHeight>
+void prepareTiles(Arguments& a)
+{
+    const auto [width, height] = std::pair(a.shape().width, a.shape().height);
+    constexpr size_t kUnitBytes = unitWidth * unitHeight + 128;
+    const size_t visited = (width + unitWidth - 1) / unitWidth;
+    const size_t advances = size_t{(height - 1) / unitHeight} * (width / unitWidth);
+    const size_t srcBytes = (visited + advances) * kUnitBytes;
+    const auto* src = a.input<uint8_t>(srcBytes, 1, srcBytes);
+    auto* dst = a.output<uint8_t>(size_t{width} * 3, height, size_t{width} * 3);
+    a.call(kernel, src, width, height, dst);
+}
+
+#define BOTH_LAYOUTS(sampling, format, pixelBytes)                                                                \
+    {VISORA_OPERATION(vsrColorYCbCr##sampling##PlanarTo##format##u8),                                             \
+     planar<vsrColorYCbCr##sampling##PlanarTo##format##u8C>(Sampling::k##sampling, pixelBytes)},                  \
+    {                                                                                                             \
+        VISORA_OPERATION(vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8),                                    \
+            pseudoPlanar<vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8C>(Sampling::k##sampling, pixelBytes) \
+    }
+
+const Register conversions({
+    BOTH_LAYOUTS(444, RGB565, 2),
+    BOTH_LAYOUTS(444, RGB888, 3),
+    BOTH_LAYOUTS(444, RGBA8888, 4),
+    BOTH_LAYOUTS(422, RGB565, 2),
+    BOTH_LAYOUTS(422, RGB888, 3),
+    BOTH_LAYOUTS(422, RGBA8888, 4),
+    BOTH_LAYOUTS(420, RGB565, 2),
+    BOTH_LAYOUTS(420, RGB888, 3),
+    BOTH_LAYOUTS(420, RGBA8888, 4),
+    {VISORA_OPERATION(vsrColorYUV420toRGB565u8), prepareVideo<vsrColorYUV420toRGB565u8C>},
+    {VISORA_OPERATION(vsrColorYUV420toRGB565u8Rotate180), prepareVideo<vsrColorYUV420toRGB565u8Rotate180C>},
+    {VISORA_OPERATION(vsrColorYCrCb420PseudoPlanarToRGB8888u8), prepareVideoRgba},
+    {VISORA_OPERATION(vsrColorYCrCbH1V1toRGB888u8), prepareTiles<vsrColorYCrCbH1V1toRGB888u8C, 8, 8>},
+    {VISORA_OPERATION(vsrColorYCrCbH2V1toRGB888u8), prepareTiles<vsrColorYCrCbH2V1toRGB888u8C, 16, 8>},
+    {VISORA_OPERATION(vsrColorYCrCbH1V2toRGB888u8), prepareTiles<vsrColorYCrCbH1V2toRGB888u8C, 8, 16>},
+    {VISORA_OPERATION(vsrColorYCrCbH2V2toRGB888u8), prepareTiles<vsrColorYCrCbH2V2toRGB888u8C, 16, 16>},
+});
+
+}  // namespace
+
+}  // namespace visora::test
