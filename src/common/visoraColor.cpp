@@ -10,10 +10,10 @@ using visora::packedIfZero;
 using visora::Row;
 using visora::worthOffload;
 
-// ---- The planar and pseudo-planar family ----
+// ---- Contracts ----
 
-// What the members require. The logged text is this source, so the spacing counts. A chroma row is that of the
-// sampling; 4:2:0 has the rows of 4:2:2.
+// What the members of a family require. The logged text is this source, so the spacing counts. A chroma row is that of
+// the sampling; 4:2:0 has the rows of 4:2:2.
 // clang-format off
 #define PLANAR_CONTRACT(chromaRow, pixelBytes) \
     srcY && srcCb && srcCr && dst && srcWidth && srcHeight \
@@ -29,10 +29,15 @@ using visora::worthOffload;
 #define PAIR_ROW (srcWidth*2*sizeof(uint8_t))
 #define HALF_SAMPLE_ROW ((srcWidth+1)/2*sizeof(uint8_t))
 #define HALF_PAIR_ROW (srcWidth*sizeof(uint8_t))
+#define AND_NO_MORE
+#define AND_MORE_THAN_ONE_PIXEL && srcWidth > 1
+#define TILES_CONTRACT(source) source && dst && width && height
 // clang-format on
 
-// Expands the condition before it becomes text.
+// As VSR_REQUIRE; expands the condition before it becomes text.
 #define REQUIRE_CONTRACT(call, condition) VSR_REQUIRE(call, condition)
+
+// ---- The planar and pseudo-planar family ----
 
 #define PLANAR_ENTRY(operation, chromaStride, pixelBytes, contract)                                                  \
     vsrStatus operation(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t srcWidth,          \
@@ -83,9 +88,9 @@ using visora::worthOffload;
                         PSEUDO_PLANAR_CONTRACT(HALF_PAIR_ROW, pixelBytes) more)                                       \
     PSEUDO_PLANAR_ENTRY(vsrColorYCbCr420PseudoPlanarTo##format##u8, srcWidth, pixelBytes,                             \
                         PSEUDO_PLANAR_CONTRACT(HALF_PAIR_ROW, pixelBytes))
-FAMILY(RGB565, 2, )
-FAMILY(RGB888, 3, &&srcWidth > 1)
-FAMILY(RGBA8888, 4, )
+FAMILY(RGB565, 2, AND_NO_MORE)
+FAMILY(RGB888, 3, AND_MORE_THAN_ONE_PIXEL)
+FAMILY(RGBA8888, 4, AND_NO_MORE)
 
 // ---- Whole buffers ----
 
@@ -140,7 +145,7 @@ vsrStatus vsrColorYUV420toRGB8888u8(const uint8_t* src, uint32_t width, uint32_t
     {                                                                                         \
         const Call call(Row::operation, #operation);                                          \
         call.trace();                                                                         \
-        VSR_REQUIRE(call, source&& dst&& width&& height);                                     \
+        REQUIRE_CONTRACT(call, TILES_CONTRACT(source));                                       \
         return call.run<operation##C>(source, width, height, dst);                            \
     }
 TILES_ENTRY(vsrColorYCrCbH1V1toRGB888u8, src)

@@ -4,39 +4,13 @@
 #include <algorithm>
 #include <set>
 
-#include "hwy/targets.h"
+#include "support/instruction_sets.h"
 #include "support/operations.h"
 
 namespace visora::test
 {
 namespace
 {
-
-// Instruction sets that this machine has and the library was built for; the first is the one it would choose.
-std::vector<int64_t> instructionSets()
-{
-    std::vector<int64_t> sets;
-    for (int64_t rest = hwy::SupportedTargets(); rest != 0; rest &= rest - 1)
-    {
-        sets.push_back(rest & -rest);
-    }
-    return sets;
-}
-
-class UseInstructionSet
-{
-  public:
-    explicit UseInstructionSet(int64_t set)
-    {
-        hwy::SetSupportedTargetsForTest(set);
-        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    }
-    ~UseInstructionSet()
-    {
-        hwy::SetSupportedTargetsForTest(0);
-        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    }
-};
 
 constexpr uint32_t kLargestSide = 200;
 
