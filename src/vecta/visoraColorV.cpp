@@ -96,11 +96,11 @@ class UnitStretch
             {
                 for (size_t left = 0; left < unitWidth; left += 8, from += 64)
                 {
-                    loadBlock(from, luma_[top] + u * unitWidth + left);
+                    loadBlock(from, luma_ + top, u * unitWidth + left);
                 }
             }
-            loadBlock(from, cb_[0] + u * 8);
-            loadBlock(from + 64, cr_[0] + u * 8);
+            loadBlock(from, cb_, u * 8);
+            loadBlock(from + 64, cr_, u * 8);
         }
     }
 
@@ -112,24 +112,28 @@ class UnitStretch
         for (size_t y = 0; y < rows; ++y)
         {
             const size_t chromaRow = y / kRowsPerChroma;
-            convertRows<CodingUnit, RGB888, kHalved, 1>(d, luma_[y], kMaxWidth,
-                                                        Planes{cb_[chromaRow], cr_[chromaRow], kMaxWidth, kMaxWidth},
-                                                        width, dst + y * dstStride, static_cast<ptrdiff_t>(dstStride));
+            convertRows<CodingUnit, RGB888, kHalved, 1>(d, luma_[y], kStride,
+                                                        Planes{cb_[chromaRow], cr_[chromaRow], kStride, kStride}, width,
+                                                        dst + y * dstStride, static_cast<ptrdiff_t>(dstStride));
         }
     }
 
   private:
-    static void loadBlock(const uint8_t* block, uint8_t* to)
+    // The padding keeps the rows in different sets of the cache.
+    static constexpr size_t kStride = kMaxWidth + 64;
+    using Row = uint8_t[kStride];
+
+    static void loadBlock(const uint8_t* block, Row* rows, size_t x)
     {
         for (size_t y = 0; y < 8; ++y)
         {
-            std::memcpy(to + y * kMaxWidth, block + y * 8, 8);
+            std::memcpy(&rows[y][x], block + y * 8, 8);
         }
     }
 
-    uint8_t luma_[unitHeight][kMaxWidth];
-    uint8_t cb_[8][kMaxWidth];
-    uint8_t cr_[8][kMaxWidth];
+    Row luma_[unitHeight];
+    Row cb_[8];
+    Row cr_[8];
 };
 
 template <size_t unitWidth, size_t unitHeight>
@@ -206,23 +210,26 @@ using namespace visora;
         uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst, uint32_t dstStride)          \
     {                                                                                                               \
         const ColorImage image = {srcY, srcYStride, srcWidth, srcHeight, dst, ptrdiff_t{dstStride}};                \
-        const bool done = HWY_DYNAMIC_DISPATCH(fromPlanes)(ChromaSampling::k##sampling, PixelFormat::format, image, \
-                                                           srcCb, srcCr, srcCbStride, srcCrStride);                 \
-        return done ? VISORA_SUCCESS                                                                                \
-                    : vsrColorYCbCr##sampling##PlanarTo##format##u8C(srcY, srcCb, srcCr, srcWidth, srcHeight,       \
-                                                                     srcYStride, srcCbStride, srcCrStride, dst,     \
-                                                                     dstStride);                                    \
+        if (HWY_DYNAMIC_DISPATCH(fromPlanes)(ChromaSampling::k##sampling, PixelFormat::format, image, srcCb, srcCr, \
+                                             srcCbStride, srcCrStride))                                             \
+        {                                                                                                           \
+            return VISORA_SUCCESS;                                                                                  \
+        }                                                                                                           \
+        return vsrColorYCbCr##sampling##PlanarTo##format##u8C(srcY, srcCb, srcCr, srcWidth, srcHeight, srcYStride,  \
+                                                              srcCbStride, srcCrStride, dst, dstStride);            \
     }                                                                                                               \
     vsrStatus vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8V(                                                 \
         const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,       \
         uint32_t srcCStride, uint8_t* dst, uint32_t dstStride)                                                      \
     {                                                                                                               \
         const ColorImage image = {srcY, srcYStride, srcWidth, srcHeight, dst, ptrdiff_t{dstStride}};                \
-        const bool done = HWY_DYNAMIC_DISPATCH(fromPairs)(ChromaSampling::k##sampling, PixelFormat::format, image,  \
-                                                          srcC, srcCStride);                                        \
-        return done ? VISORA_SUCCESS                                                                                \
-                    : vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8C(srcY, srcC, srcWidth, srcHeight,         \
-                                                                           srcYStride, srcCStride, dst, dstStride); \
+        if (HWY_DYNAMIC_DISPATCH(fromPairs)(ChromaSampling::k##sampling, PixelFormat::format, image, srcC,          \
+                                            srcCStride))                                                            \
+        {                                                                                                           \
+            return VISORA_SUCCESS;                                                                                  \
+        }                                                                                                           \
+        return vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8C(srcY, srcC, srcWidth, srcHeight, srcYStride,    \
+                                                                    srcCStride, dst, dstStride);                    \
     }
 FULL_RANGE_MEMBERS(444, RGB565)
 FULL_RANGE_MEMBERS(444, RGB888)
@@ -237,8 +244,11 @@ FULL_RANGE_MEMBERS(420, RGBA8888)
 vsrStatus vsrColorYUV420toRGB565u8V(const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst)
 {
     const ColorImage image = {src, width, width, height, reinterpret_cast<uint8_t*>(dst), ptrdiff_t{width} * 2};
-    const bool done = HWY_DYNAMIC_DISPATCH(video420ToRgb565)(image, src + size_t{width} * height, width);
-    return done ? VISORA_SUCCESS : vsrColorYUV420toRGB565u8C(src, width, height, dst);
+    if (HWY_DYNAMIC_DISPATCH(video420ToRgb565)(image, src + size_t{width} * height, width))
+    {
+        return VISORA_SUCCESS;
+    }
+    return vsrColorYUV420toRGB565u8C(src, width, height, dst);
 }
 
 vsrStatus vsrColorYUV420toRGB565u8Rotate180V(const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst)
@@ -250,8 +260,11 @@ vsrStatus vsrColorYUV420toRGB565u8Rotate180V(const uint8_t* src, uint32_t width,
     const ptrdiff_t rowBytes = ptrdiff_t{width} * 2;
     uint8_t* lastRow = reinterpret_cast<uint8_t*>(dst) + (ptrdiff_t{height} - 1) * rowBytes;
     const ColorImage image = {src, width, width, height, lastRow, -rowBytes};
-    const bool done = HWY_DYNAMIC_DISPATCH(video420ToReversedRgb565)(image, src + size_t{width} * height, width);
-    return done ? VISORA_SUCCESS : vsrColorYUV420toRGB565u8Rotate180C(src, width, height, dst);
+    if (HWY_DYNAMIC_DISPATCH(video420ToReversedRgb565)(image, src + size_t{width} * height, width))
+    {
+        return VISORA_SUCCESS;
+    }
+    return vsrColorYUV420toRGB565u8Rotate180C(src, width, height, dst);
 }
 
 vsrStatus vsrColorYCrCb420PseudoPlanarToRGB8888u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
@@ -260,19 +273,22 @@ vsrStatus vsrColorYCrCb420PseudoPlanarToRGB8888u8V(const uint8_t* src, uint32_t 
 {
     const ColorImage image = {
         src, srcYStride, srcWidth, srcHeight, reinterpret_cast<uint8_t*>(dst), ptrdiff_t{dstStride & ~uint32_t{3}}};
-    const bool done = HWY_DYNAMIC_DISPATCH(video420ToRgba8888)(image, src + size_t{srcYStride} * srcHeight, srcCStride);
-    return done ? VISORA_SUCCESS
-                : vsrColorYCrCb420PseudoPlanarToRGB8888u8C(src, srcWidth, srcHeight, srcYStride, srcCStride, dst,
-                                                           dstStride);
+    if (HWY_DYNAMIC_DISPATCH(video420ToRgba8888)(image, src + size_t{srcYStride} * srcHeight, srcCStride))
+    {
+        return VISORA_SUCCESS;
+    }
+    return vsrColorYCrCb420PseudoPlanarToRGB8888u8C(src, srcWidth, srcHeight, srcYStride, srcCStride, dst, dstStride);
 }
 
 #define TILES_MEMBER(horizontal, vertical, source)                                                                     \
     vsrStatus vsrColorYCrCb##horizontal##vertical##toRGB888u8V(const uint8_t* source, uint32_t width, uint32_t height, \
                                                                uint8_t* dst)                                           \
     {                                                                                                                  \
-        return HWY_DYNAMIC_DISPATCH(tiles##horizontal##vertical)(source, width, height, dst)                           \
-                   ? VISORA_SUCCESS                                                                                    \
-                   : vsrColorYCrCb##horizontal##vertical##toRGB888u8C(source, width, height, dst);                     \
+        if (HWY_DYNAMIC_DISPATCH(tiles##horizontal##vertical)(source, width, height, dst))                             \
+        {                                                                                                              \
+            return VISORA_SUCCESS;                                                                                     \
+        }                                                                                                              \
+        return vsrColorYCrCb##horizontal##vertical##toRGB888u8C(source, width, height, dst);                           \
     }
 TILES_MEMBER(H1, V1, src)
 TILES_MEMBER(H2, V1, ysrc)
