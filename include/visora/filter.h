@@ -128,6 +128,97 @@ VSR_VARIANTS(vsrStatus, vsrBoxFilterNxNf32,
              (const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,
               uint32_t dstStride, uint32_t N));
 
+/* ---- Binomial Gaussian ---- */
+
+/*
+ * Window weights are the products of (1, 2, 1), (1, 4, 6, 4, 1) or (1, 10, 45, 120, 210, 252, 210, 120, 45, 10, 1) in
+ * both directions; a pixel is the weighted sum shifted right by 4, 8 or 20 bits, so it is truncated (signed ones toward
+ * minus infinity), not rounded. The border pixels, those nearer to an edge than half the window, are left as they are
+ * unless `blurBorder` is 1. It makes each of them the weighted sum over those pixels of its window that are inside the
+ * image, divided by their weights' sum, truncated (signed ones toward zero).
+ */
+
+/** Weights of the 5x5 window, row by row; their sum is 256. */
+extern VSR_API const uint32_t knl5x5[25];
+/** Weights of the 11x11 window, row by row; their sum is 2^20. */
+extern VSR_API const uint32_t knl11x11[121];
+
+/**
+ * 3x3 Gaussian of a u8 image. Refuses widths from 2 to 6, whatever else is wrong, after logging "Error at <function>".
+ * Logs and refuses null pointers and zero sizes. A width of 1 ends the process with exit status 1.
+ * @return 0
+ */
+VSR_API vsrStatus vsrFilterGaussian3x3u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst,
+                                         int32_t blurBorder);
+
+/** As vsrFilterGaussian3x3u8 with strides; logs and refuses sizes below 2 and strides below a row too. */
+VSR_API vsrStatus vsrFilterGaussian3x3u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                            uint32_t srcStride, uint8_t* dst, uint32_t dstStride, int32_t blurBorder);
+
+/**
+ * 3x3 Gaussian of a u8 image with a border rule: constant (outside pixels are `borderValue`), replicate, or undefined
+ * (border pixels as with `blurBorder` 1). A width of 1 ends the process with exit status 1.
+ * @return 0; VISORA_EBADPARAM for a null pointer, a zero size, a stride below a row or an unknown border type
+ */
+VSR_API vsrStatus vsrFilterGaussian3x3u8_v3(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                            uint32_t srcStride, uint8_t* dst, uint32_t dstStride,
+                                            vsrBorderType borderType, uint8_t borderValue);
+
+/** 5x5 Gaussian of a u8 image. Logs and refuses null pointers and sizes below 5. @return 0 */
+VSR_API vsrStatus vsrFilterGaussian5x5u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst,
+                                         int32_t blurBorder);
+
+/** As vsrFilterGaussian5x5u8 with strides; logs and refuses a source stride below a row too. */
+VSR_API vsrStatus vsrFilterGaussian5x5u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                            uint32_t srcStride, uint8_t* dst, uint32_t dstStride, int32_t blurBorder);
+
+/** 5x5 Gaussian of an s16 image. Logs and refuses null pointers, a width of 0 and heights below 2. @return 0 */
+VSR_API vsrStatus vsrFilterGaussian5x5s16(const int16_t* src, uint32_t width, uint32_t height, int16_t* dst,
+                                          int32_t blurBorder);
+
+/** As vsrFilterGaussian5x5s16 with strides; logs and refuses strides below a row too. */
+VSR_API vsrStatus vsrFilterGaussian5x5s16_v2(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, int16_t* dst, uint32_t dstStride, int32_t blurBorder);
+
+/**
+ * 5x5 Gaussian of an s32 image. Sums wrap at 32 bits, so pixels beyond 23 bits give meaningless results. Logs and
+ * refuses null pointers and sizes below 5.
+ * @return 0
+ */
+VSR_API vsrStatus vsrFilterGaussian5x5s32(const int32_t* src, uint32_t width, uint32_t height, int32_t* dst,
+                                          int32_t blurBorder);
+
+/** As vsrFilterGaussian5x5s32 with strides; logs and refuses strides below a row too. */
+VSR_API vsrStatus vsrFilterGaussian5x5s32_v2(const int32_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, int32_t* dst, uint32_t dstStride, int32_t blurBorder);
+
+/** 11x11 Gaussian of a u8 image. Logs and refuses null pointers and sizes below 11. @return 0 */
+VSR_API vsrStatus vsrFilterGaussian11x11u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst,
+                                           int32_t blurBorder);
+
+/** As vsrFilterGaussian11x11u8 with strides; logs and refuses a source stride below a row too. */
+VSR_API vsrStatus vsrFilterGaussian11x11u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                              uint32_t srcStride, uint8_t* dst, uint32_t dstStride, int32_t blurBorder);
+
+VSR_VARIANTS(vsrStatus, vsrFilterGaussian3x3u8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride, int32_t blurBorder));
+VSR_VARIANTS(vsrStatus, vsrFilterGaussian3x3u8_v3,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue));
+VSR_VARIANTS(vsrStatus, vsrFilterGaussian5x5u8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride, int32_t blurBorder));
+VSR_VARIANTS(vsrStatus, vsrFilterGaussian5x5s16,
+             (const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, int16_t* dst,
+              uint32_t dstStride, int32_t blurBorder));
+VSR_VARIANTS(vsrStatus, vsrFilterGaussian5x5s32,
+             (const int32_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, int32_t* dst,
+              uint32_t dstStride, int32_t blurBorder));
+VSR_VARIANTS(vsrStatus, vsrFilterGaussian11x11u8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride, int32_t blurBorder));
+
 VSR_END_DECLARATIONS
 
 #endif
