@@ -14,6 +14,7 @@
 #include "visora/element.h"
 #include "visora/filter.h"
 #include "visora/memory.h"
+#include "visora/offload.h"
 #include "visora/runtime.h"
 #include "visora/types.h"
 #include "visora/warp.h"

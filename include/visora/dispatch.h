@@ -111,6 +111,10 @@ VSR_API vsrStatus uHWLowPowerModeTable(VSR_FUNC_MANAGER* manager);
 VSR_API vsrStatus uHWPerformanceModeTable(VSR_FUNC_MANAGER* manager);
 VSR_API vsrStatus uKCpuOffloadModeTable(VSR_FUNC_MANAGER* manager);
 
+/** Name of the operation that a main or internal row serves; null when the row holds none. */
+VSR_API const char* ivsrOperationName(uint32_t row);
+VSR_API const char* ivsrInternalOperationName(uint32_t row);
+
 /** DSP domain in use: 0 application, 1 compute (initially), 2 modem DSP. */
 extern VSR_API int32_t defaultDSP;
 

@@ -1,4 +1,6 @@
 // Slot fillers, index setters and mode tables.
+#include "common/visoraFunctionManager.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
@@ -10,6 +12,10 @@
 #include "visora/dispatch.h"
 
 int32_t defaultDSP = 1;
+
+VSR_FUNC_MANAGER visora::wholeTables = {vsrImplTable,         VSR_ROW_COUNT,          &vsrFuncTable,
+                                        vsrInternalImplTable, VSR_INTERNAL_ROW_COUNT, &vsrInternalFuncTable,
+                                        VSR_KIND_COUNT};
 
 namespace
 {
@@ -45,10 +51,7 @@ size_t slotIndex(uint32_t row, VSR_IMPL kind)
 // Fills a column of the master manager's tables, before there is one that of the library's own.
 void fillColumn(VSR_IMPL kind, VSR_FUNC VisoraRow::*variant)
 {
-    static VSR_FUNC_MANAGER all = {vsrImplTable,         kMainRows,     &vsrFuncTable,
-                                   vsrInternalImplTable, kInternalRows, &vsrInternalFuncTable,
-                                   VSR_KIND_COUNT};
-    const VSR_FUNC_MANAGER& manager = master ? *master : all;
+    const VSR_FUNC_MANAGER& manager = master ? *master : visora::wholeTables;
     if (kind >= std::min<uint32_t>(manager.kindCount, VSR_KIND_COUNT))
     {
         return;
@@ -176,6 +179,28 @@ vsrStatus applyModeTable(VSR_FUNC_MANAGER* manager, uint32_t mode, uint8_t list,
 }
 
 }  // namespace
+
+VSR_IMPL visora::kindOfDefaultDomain()
+{
+    switch (defaultDSP)
+    {
+        case 0:
+            return VSR_IMPL_ADSP;
+        case 1:
+            return VSR_IMPL_CDSP;
+        case 2:
+            return VSR_IMPL_MDSP;
+        default:
+            return kNoKind;
+    }
+}
+
+void visora::setRemotePointers(uint8_t list)
+{
+    visoraSetRemotePointers(
+        list, [](uint32_t row) { return offloadRoutine(OffloadDomain::PerCall, row); },
+        [](uint32_t row) { return internalOffloadRoutine(OffloadDomain::PerCall, row); });
+}
 
 vsrStatus vsrInitializeMasterFuncManager(VSR_FUNC_MANAGER* manager)
 {

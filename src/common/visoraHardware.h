@@ -8,8 +8,20 @@ namespace visora
 {
 
 // Bits of the report.
+constexpr uint32_t kHardwareRead = 0x2;
+constexpr uint32_t kHardwareVector = 0x4;
 constexpr uint32_t kHardwareDsp = 0x8;
 constexpr uint32_t kHardwareGpu = 0x20;
+constexpr uint32_t kHardwareFloat = 0x80;
+constexpr uint32_t kHardwareArchitecture7 = 0x100;
+constexpr uint32_t kHardwareMobile = 0x800;
+constexpr uint32_t kHardwareAlways = 0x1000;
+
+/** Extended modes have this bit; the others say which. */
+constexpr vsrOperationMode kExtendedMode = 0x80000000;
+
+/** The next bring-up knows of no session of an earlier one. */
+void forgetDspSession();
 
 }  // namespace visora
 

@@ -34,3 +34,10 @@ void visora::stopProcess(const char* path, int line, const char* condition)
     vsrLogAssert(kLibraryTag, 0, kLogError, "%s@%d: %s Assertion failed\n", path, line, condition);
     std::exit(EXIT_FAILURE);
 }
+
+void visora::failAssertion(const char* path, int line, const char* function, const char* condition)
+{
+    logLibrary(kLogError, "%s:%d: %s: Assertion '%s' failed", path, line, function, condition);
+    std::fprintf(stderr, "%s:%d: %s: Assertion '%s' failed\n", path, line, function, condition);
+    std::abort();
+}

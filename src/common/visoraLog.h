@@ -34,6 +34,9 @@ int logLibrary(int priority, const char* format, Args... args)
 /** Ends the process with exit status 1 after logging which condition of which kernel failed. */
 [[noreturn]] void stopProcess(const char* path, int line, const char* condition);
 
+/** Aborts the process with the platform's assertion message on the log and on standard error. */
+[[noreturn]] void failAssertion(const char* path, int line, const char* function, const char* condition);
+
 }  // namespace visora
 
 #endif

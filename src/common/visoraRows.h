@@ -24,6 +24,7 @@ extern "C"
 
     typedef struct VisoraRow
     {
+        const char* name;    // null for the placeholders, which have no operation
         VSR_FUNC reference;  // null while the operation is not built
         VSR_FUNC vector;
         bool dspCapable;
@@ -32,6 +33,11 @@ extern "C"
 
     extern const VisoraRow visoraRows[VSR_ROW_COUNT];
     extern const VisoraRow visoraInternalRows[VSR_INTERNAL_ROW_COUNT];
+
+    // Points the remote pointers of the rows on a mode table's list, and of all internal rows, at the routine of the
+    // row; empties those of the others.
+    void visoraSetRemotePointers(uint8_t list, VSR_FUNC (*routine)(uint32_t row),
+                                 VSR_FUNC (*internalRoutine)(uint32_t row));
 
 #ifdef __cplusplus
 }

@@ -42,15 +42,15 @@ enum
 
 const VisoraRow visoraRows[VSR_ROW_COUNT] = {
 #define VSR_OPERATION(row, operation, variant, dsp, modes) \
-    [row] = {(VSR_FUNC)operation##C, (VSR_FUNC)operation##variant, dsp, modes},
-#define VSR_RESERVED(row, operation, dsp, modes) [row] = {NULL, NULL, dsp, modes},
+    [row] = {#operation, (VSR_FUNC)operation##C, (VSR_FUNC)operation##variant, dsp, modes},
+#define VSR_RESERVED(row, operation, dsp, modes) [row] = {#operation, NULL, NULL, dsp, modes},
 #include "common/operations/all.def"
 };
 
 const VisoraRow visoraInternalRows[VSR_INTERNAL_ROW_COUNT] = {
 #define VSR_INTERNAL(row, operation, variant, dsp) \
-    [row] = {(VSR_FUNC)operation##C, (VSR_FUNC)operation##variant, dsp, NONE},
-#define VSR_INTERNAL_RESERVED(row, operation, dsp) [row] = {NULL, NULL, dsp, NONE},
+    [row] = {#operation, (VSR_FUNC)operation##C, (VSR_FUNC)operation##variant, dsp, NONE},
+#define VSR_INTERNAL_RESERVED(row, operation, dsp) [row] = {#operation, NULL, NULL, dsp, NONE},
 #include "common/operations/all.def"
 };
 
@@ -89,4 +89,28 @@ void uRNull(void)
 #define VSR_OPERATION(row, operation, variant, dsp, modes) operation##R_ = NULL;
 #define VSR_INTERNAL(row, operation, variant, dsp) operation##R_ = NULL;
 #include "common/operations/all.def"
+}
+
+void visoraSetRemotePointers(uint8_t list, VSR_FUNC (*routine)(uint32_t row), VSR_FUNC (*internalRoutine)(uint32_t row))
+{
+#define VSR_OPERATION(row, operation, variant, dsp, modes) \
+    operation##R_ = (list & (modes)) ? (__typeof__(operation##R_))routine(row) : NULL;
+#define VSR_INTERNAL(row, operation, variant, dsp) operation##R_ = (__typeof__(operation##R_))internalRoutine(row);
+#include "common/operations/all.def"
+    (void)internalRoutine;
+}
+
+static const char* nameOfBuilt(const VisoraRow* rows, uint32_t count, uint32_t row)
+{
+    return row < count && rows[row].reference ? rows[row].name : NULL;
+}
+
+const char* ivsrOperationName(uint32_t row)
+{
+    return nameOfBuilt(visoraRows, VSR_ROW_COUNT, row);
+}
+
+const char* ivsrInternalOperationName(uint32_t row)
+{
+    return nameOfBuilt(visoraInternalRows, VSR_INTERNAL_ROW_COUNT, row);
 }
