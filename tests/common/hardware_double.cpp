@@ -1,0 +1,145 @@
+#include "common/hardware_double.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <utility>
+
+#include "visora.h"
+
+namespace visora::test
+{
+namespace
+{
+
+DspDouble* current = nullptr;
+uint32_t alsoReported = 0;
+
+// The library's own function of this name.
+template <class Function>
+Function* real(const char* name, Function* /*type*/)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+// The framework says nothing in a child.
+int tellFailures()
+{
+    const testing::TestResult& result = *testing::UnitTest::GetInstance()->current_test_info()->result();
+    int status = EXIT_SUCCESS;
+    for (int i = 0; i < result.total_part_count(); ++i)
+    {
+        const testing::TestPartResult& part = result.GetTestPartResult(i);
+        if (part.failed())
+        {
+            status = EXIT_FAILURE;
+            std::fprintf(stderr, "%s:%d: %s\n", part.file_name(), part.line_number(), part.message());
+        }
+    }
+    return status;
+}
+
+}  // namespace
+
+void inChild(const std::function<void()>& body)
+{
+    EXPECT_EXIT(
+        {
+            body();
+            std::exit(tellFailures());
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+void describeProcessor(const char* text)
+{
+    static std::string path;
+    path = testing::TempDir() + "visora_processor_" + std::to_string(getpid());
+    std::remove(path.c_str());
+    if (text)
+    {
+        std::ofstream(path) << text;
+        std::atexit([] { std::remove(path.c_str()); });
+    }
+    ivsrProcessorDescriptionPath = path.c_str();
+}
+
+DspDouble::DspDouble()
+{
+    current = this;
+}
+
+DspDouble::~DspDouble()
+{
+    current = nullptr;
+}
+
+std::vector<std::string> DspDouble::takeCalls()
+{
+    return std::exchange(calls_, {});
+}
+
+int32_t DspDouble::init(int32_t wanted, const char* version)
+{
+    calls_.push_back("init " + std::to_string(wanted) + " " + version + " " + std::to_string(defaultDSP));
+    if (refuses)
+    {
+        return -1;
+    }
+    onOpen();
+    mode = wanted;
+    return 0;
+}
+
+int32_t DspDouble::deinit()
+{
+    calls_.push_back("deinit " + std::to_string(defaultDSP));
+    mode = -1;
+    return deinitResult;
+}
+
+ReportAlso::ReportAlso(uint32_t bits)
+{
+    alsoReported = bits;
+}
+
+ReportAlso::~ReportAlso()
+{
+    alsoReported = 0;
+}
+
+}  // namespace visora::test
+
+// These are bound by the dynamic linker before the library's own.
+using visora::test::alsoReported;
+using visora::test::current;
+using visora::test::real;
+
+int32_t KCVAK6_init(int32_t mode, const char* version)
+{
+    return current ? current->init(mode, version) : real("KCVAK6_init", KCVAK6_init)(mode, version);
+}
+
+int32_t KCVAK6_deinit(void)
+{
+    return current ? current->deinit() : real("KCVAK6_deinit", KCVAK6_deinit)();
+}
+
+bool KCVAK6_is_ready(void)
+{
+    return current ? current->mode >= 0 : real("KCVAK6_is_ready", KCVAK6_is_ready)();
+}
+
+int32_t KCVAK6_get_current_mode(void)
+{
+    return current ? current->mode : real("KCVAK6_get_current_mode", KCVAK6_get_current_mode)();
+}
+
+uint32_t vsrAvailableHardware(vsrOperationMode mode)
+{
+    return real("vsrAvailableHardware", vsrAvailableHardware)(mode) | alsoReported;
+}
