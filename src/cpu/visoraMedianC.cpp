@@ -3,52 +3,17 @@
 #include <cstring>
 
 #include "cpu/visoraBorder.h"
+#include "cpu/visoraMedian.h"
 #include "visora/filter.h"
 #include "visora/memory.h"
 
 namespace
 {
 
-// Pixels are carried as ints: byte-sized copies in between would keep the compiler from plain minimum and maximum
-// instructions.
-int larger(int a, int b)
-{
-    return a > b ? a : b;
-}
-
-int smaller(int a, int b)
-{
-    return a < b ? a : b;
-}
-
-// A column of three pixels in descending order.
-struct SortedColumn
-{
-    int high;
-    int middle;
-    int low;
-};
-
-int medianOf3(int a, int b, int c)
-{
-    return larger(smaller(a, b), smaller(larger(a, b), c));
-}
-
-SortedColumn sortColumn(int top, int middle, int bottom)
-{
-    const int pairHigh = larger(top, middle);
-    const int pairLow = smaller(top, middle);
-    const int rest = smaller(pairHigh, bottom);
-    return {larger(pairHigh, bottom), larger(pairLow, rest), smaller(pairLow, rest)};
-}
-
-// The median of nine is the median of the smallest high, the median middle and the largest low of the three columns.
-uint8_t medianOfColumns(SortedColumn a, SortedColumn b, SortedColumn c)
-{
-    const int high = smaller(smaller(a.high, b.high), c.high);
-    const int low = larger(larger(a.low, b.low), c.low);
-    return static_cast<uint8_t>(medianOf3(high, medianOf3(a.middle, b.middle, c.middle), low));
-}
+using visora::medianOf3;
+using visora::medianOfColumns;
+using visora::sortColumn;
+using visora::SortedColumn;
 
 uint8_t medianAt(const visora::BorderedImage& image, int64_t x, int64_t y)
 {

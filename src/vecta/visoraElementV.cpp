@@ -1,6 +1,8 @@
 // Operations on single elements, vector variants.
 #include "visora/element.h"
 
+// With its byte permutations AVX-512 looks a table up in two steps.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/visoraElementV.cpp"
 #include "hwy/foreach_target.h"
@@ -49,32 +51,59 @@ vsrStatus bitwiseNot(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, 
     return VISORA_SUCCESS;
 }
 
-// The table as sixteen vectors of sixteen entries. For each of them, indices of its entries become 0 .. 15 and give the
-// entry; all others give 0.
-template <class D, class V>
-HWY_INLINE V lookUp(D d, const uint8_t* table, V index)
-{
 #if HWY_ARCH_ARM_A64
-    (void)d;
+template <class D, class V>
+HWY_INLINE V lookUp(D /*d*/, const uint8_t* table, V index)
+{
+    // An index beyond the 64 entries of a lookup leaves what the lookups before it found.
     const uint8x16_t low = vqtbl4q_u8(vld1q_u8_x4(table), index.raw);
     const uint8x16_t second = vqtbx4q_u8(low, vld1q_u8_x4(table + 64), veorq_u8(index.raw, vdupq_n_u8(64)));
     const uint8x16_t third = vqtbx4q_u8(second, vld1q_u8_x4(table + 128), veorq_u8(index.raw, vdupq_n_u8(128)));
     return V(vqtbx4q_u8(third, vld1q_u8_x4(table + 192), veorq_u8(index.raw, vdupq_n_u8(192))));
-#else
-    const V step = hn::Set(d, uint8_t{16});
-    const V toHighBit = hn::Set(d, uint8_t{0x70});
-    V result = hn::Zero(d);
-    for (size_t part = 0; part < 256; part += 16)
-    {
-        // 0x70 .. 0x7F for this part's entries, the sign bit set for all others.
-        const V local = hn::SaturatedAdd(index, toHighBit);
-        const V found = hn::TableLookupBytesOr0(hn::LoadDup128(d, table + part), local);
-        result = hn::Or(result, found);
-        index = hn::Sub(index, step);
-    }
-    return result;
-#endif
 }
+#else
+// Entry (index mod 16) of each of the `parts` sixteenths of the table from `part` on, chosen among by the sign bits:
+// of bits[0] between two, of bits[1] between pairs of two, and so on.
+template <size_t parts, class D, class V>
+HWY_INLINE V lookUpPart(D d, const uint8_t* part, V entry, const V bits[4])
+{
+    if constexpr (parts == 1)
+    {
+        return hn::TableLookupBytes(hn::LoadDup128(d, part), entry);
+    }
+    else
+    {
+        const V low = lookUpPart<parts / 2>(d, part, entry, bits);
+        const V high = lookUpPart<parts / 2>(d, part + parts / 2 * 16, entry, bits);
+        const V bit = bits[parts == 2 ? 0 : parts == 4 ? 1 : parts == 8 ? 2 : 3];
+        const hn::RebindToSigned<D> ds;
+        return hn::BitCast(d,
+                           hn::IfNegativeThenElse(hn::BitCast(ds, bit), hn::BitCast(ds, high), hn::BitCast(ds, low)));
+    }
+}
+
+template <class D, class V>
+HWY_INLINE V lookUp(D d, const uint8_t* table, V index)
+{
+#if HWY_TARGET <= HWY_AVX3_DL
+    // Two lookups of 128 entries each.
+    if constexpr (sizeof(index.raw) == 64)
+    {
+        const __m512i low =
+            _mm512_permutex2var_epi8(_mm512_loadu_si512(table), index.raw, _mm512_loadu_si512(table + 64));
+        const __m512i high =
+            _mm512_permutex2var_epi8(_mm512_loadu_si512(table + 128), index.raw, _mm512_loadu_si512(table + 192));
+        return V{_mm512_mask_blend_epi8(_mm512_movepi8_mask(index.raw), low, high)};
+    }
+#endif
+    const hn::Repartition<uint16_t, D> d16;
+    const auto wide = hn::BitCast(d16, index);
+    // Bits that cross into a neighbouring byte stay below its sign.
+    const V bits[4] = {hn::BitCast(d, hn::ShiftLeft<3>(wide)), hn::BitCast(d, hn::ShiftLeft<2>(wide)),
+                       hn::BitCast(d, hn::ShiftLeft<1>(wide)), index};
+    return lookUpPart<16>(d, table, hn::And(index, hn::Set(d, uint8_t{15})), bits);
+}
+#endif
 
 vsrStatus tableLookup(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                       const uint8_t* table, uint8_t* dst, uint32_t dstStride)

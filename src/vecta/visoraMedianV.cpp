@@ -1,10 +1,15 @@
 // Median filters, vector variants.
+#include <algorithm>
+
+#include "cpu/visoraMedian.h"
 #include "visora/filter.h"
+#include "visora/memory.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/visoraMedianV.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/visoraMedian-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -13,108 +18,59 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-// Three pixels of each of N columns, in ascending order.
-template <class V>
-struct SortedColumns
-{
-    V low;
-    V middle;
-    V high;
-};
-
-// Puts a further pixel into a sorted pair of each column.
-template <class V>
-HWY_INLINE SortedColumns<V> insert(V pairLow, V pairHigh, V pixel)
-{
-    const V rest = hn::Max(pixel, pairLow);
-    return {hn::Min(pixel, pairLow), hn::Min(rest, pairHigh), hn::Max(rest, pairHigh)};
-}
-
-template <class V>
-HWY_INLINE V medianOf3(V a, V b, V c)
-{
-    return hn::Max(hn::Min(a, b), hn::Min(hn::Max(a, b), c));
-}
-
-// The median of nine is the median of the largest low, the median middle and the smallest high.
-template <class V>
-HWY_INLINE V medianOfColumns(const SortedColumns<V>& a, const SortedColumns<V>& b, const SortedColumns<V>& c)
-{
-    return medianOf3(hn::Max(hn::Max(a.low, b.low), c.low), medianOf3(a.middle, b.middle, c.middle),
-                     hn::Min(hn::Min(a.high, b.high), c.high));
-}
-
-// Columns 1 .. width - 2 of two rows at once; the two share the sorted pair of the rows between them.
-// rows[0..3] are the rows above, of, of and below the two output rows.
-template <class D>
-HWY_INLINE void medianTwoRows(D d, const uint8_t* const rows[4], size_t width, uint8_t* first, uint8_t* second)
-{
-    using V = hn::Vec<D>;
-    const auto columnsAt = [&](size_t x, SortedColumns<V>& upper, SortedColumns<V>& lower) HWY_ATTR
-    {
-        const V b = hn::LoadU(d, rows[1] + x);
-        const V c = hn::LoadU(d, rows[2] + x);
-        const V pairLow = hn::Min(b, c);
-        const V pairHigh = hn::Max(b, c);
-        upper = insert(pairLow, pairHigh, hn::LoadU(d, rows[0] + x));
-        lower = insert(pairLow, pairHigh, hn::LoadU(d, rows[3] + x));
-    };
-    coverRange(1, width - 1, hn::Lanes(d),
-               [&](size_t x) HWY_ATTR
-               {
-                   SortedColumns<V> upper[3];
-                   SortedColumns<V> lower[3];
-                   columnsAt(x - 1, upper[0], lower[0]);
-                   columnsAt(x, upper[1], lower[1]);
-                   columnsAt(x + 1, upper[2], lower[2]);
-                   hn::StoreU(medianOfColumns(upper[0], upper[1], upper[2]), d, first + x);
-                   hn::StoreU(medianOfColumns(lower[0], lower[1], lower[2]), d, second + x);
-               });
-}
-
-template <class D>
-HWY_INLINE void medianOneRow(D d, const uint8_t* above, const uint8_t* centre, const uint8_t* below, size_t width,
-                             uint8_t* out)
-{
-    using V = hn::Vec<D>;
-    const auto columnsAt = [&](size_t x) HWY_ATTR
-    {
-        const V a = hn::LoadU(d, above + x);
-        const V b = hn::LoadU(d, centre + x);
-        return insert(hn::Min(a, b), hn::Max(a, b), hn::LoadU(d, below + x));
-    };
-    coverRange(1, width - 1, hn::Lanes(d),
-               [&](size_t x) HWY_ATTR
-               { hn::StoreU(medianOfColumns(columnsAt(x - 1), columnsAt(x), columnsAt(x + 1)), d, out + x); });
-}
-
 vsrStatus median3x3(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
                     uint32_t dstStride)
 {
     const size_t inner = srcWidth < 3 ? 0 : srcWidth - 2;
-    const bool done = srcHeight >= 3 &&
-                      withFittingVector<uint8_t>(inner,
-                                                 [&](auto d) HWY_ATTR
-                                                 {
-                                                     uint32_t y = 1;
-                                                     for (; y + 2 < srcHeight; y += 2)
-                                                     {
-                                                         const uint8_t* above = src + size_t{y - 1} * srcStride;
-                                                         const uint8_t* rows[4] = {above, above + srcStride,
-                                                                                   above + size_t{srcStride} * 2,
-                                                                                   above + size_t{srcStride} * 3};
-                                                         uint8_t* out = dst + size_t{y} * dstStride;
-                                                         medianTwoRows(d, rows, srcWidth, out, out + dstStride);
-                                                     }
-                                                     if (y + 1 < srcHeight)
-                                                     {
-                                                         const uint8_t* centre = src + size_t{y} * srcStride;
-                                                         medianOneRow(d, centre - srcStride, centre, centre + srcStride,
-                                                                      srcWidth, dst + size_t{y} * dstStride);
-                                                     }
-                                                 });
+    const auto rowAt = [=](ptrdiff_t y) { return src + static_cast<size_t>(y) * srcStride; };
+    const bool done = withFittingVector<uint8_t>(
+        inner, [&](auto d) HWY_ATTR
+        { medianRows(d, rowAt, srcWidth, 1, ptrdiff_t{srcHeight} - 1, dst, dstStride, [](ptrdiff_t) {}); });
     return done ? vsrStatus{VISORA_SUCCESS}
                 : vsrFilterMedian3x3u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+}
+
+// The first and the last pixel of a row from the columns under the window; outside(column) is the column beyond.
+template <class Outside>
+HWY_INLINE void medianRowEnds(const uint8_t* above, const uint8_t* centre, const uint8_t* below, size_t width,
+                              uint8_t* out, Outside outside)
+{
+    const auto column = [=](size_t x) { return sortColumn(above[x], centre[x], below[x]); };
+    const SortedColumn first = column(0);
+    const SortedColumn last = column(width - 1);
+    out[0] = medianOfColumns(outside(first), first, column(1));
+    out[width - 1] = medianOfColumns(column(width - 2), last, outside(last));
+}
+
+vsrStatus median3x3Bordered(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                            uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue)
+{
+    const bool replicate = borderType == VISORA_BORDER_REPLICATE;
+    const size_t width = srcWidth;
+    auto* outsideRow = static_cast<uint8_t*>(vsrGetScratchBufferAligned_(width, 64));
+    bool done = false;
+    if (outsideRow && srcHeight > 0)
+    {
+        std::fill_n(outsideRow, width, borderValue);
+        const ptrdiff_t lastRow = ptrdiff_t{srcHeight} - 1;
+        const auto rowAt = [=](ptrdiff_t y) -> const uint8_t*
+        {
+            const ptrdiff_t nearest = std::clamp<ptrdiff_t>(y, 0, lastRow);
+            return nearest == y || replicate ? src + static_cast<size_t>(nearest) * srcStride : outsideRow;
+        };
+        const SortedColumn outsideColumn = {borderValue, borderValue, borderValue};
+        const auto outside = [=](SortedColumn edge) { return replicate ? edge : outsideColumn; };
+        const auto writeEnds = [=](ptrdiff_t y) {
+            medianRowEnds(rowAt(y - 1), rowAt(y), rowAt(y + 1), width, dst + static_cast<size_t>(y) * dstStride,
+                          outside);
+        };
+        done = withFittingVector<uint8_t>(width < 3 ? 0 : width - 2, [&](auto d) HWY_ATTR
+                                          { medianRows(d, rowAt, width, 0, lastRow + 1, dst, dstStride, writeEnds); });
+    }
+    vsrReleaseScratchBuffer_(outsideRow);
+    return done
+               ? vsrStatus{VISORA_SUCCESS}
+               : vsrFilterMedian3x3u8_v3C(src, srcWidth, srcHeight, srcStride, dst, dstStride, borderType, borderValue);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -123,12 +79,11 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-#include "cpu/visoraBorder.h"
-
 namespace visora
 {
 HWY_EXPORT(median3x3);
-}
+HWY_EXPORT(median3x3Bordered);
+}  // namespace visora
 
 vsrStatus vsrFilterMedian3x3u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                 uint8_t* dst, uint32_t dstStride)
@@ -140,7 +95,13 @@ vsrStatus vsrFilterMedian3x3u8V(const uint8_t* src, uint32_t srcWidth, uint32_t 
 vsrStatus vsrFilterMedian3x3u8_v3V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                    uint8_t* dst, uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue)
 {
-    return vsrFilterMedian3x3u8_v3C(src, srcWidth, srcHeight, srcStride, dst, dstStride, borderType, borderValue);
+    using namespace visora;
+    if (borderType != VISORA_BORDER_CONSTANT && borderType != VISORA_BORDER_REPLICATE)
+    {
+        return vsrFilterMedian3x3u8V(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    }
+    return HWY_DYNAMIC_DISPATCH(median3x3Bordered)(src, srcWidth, srcHeight, srcStride, dst, dstStride, borderType,
+                                                   borderValue);
 }
 
 #endif
