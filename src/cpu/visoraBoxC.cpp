@@ -1,6 +1,5 @@
 // Box filters, reference variants.
 #include <algorithm>
-#include <cstring>
 #include <limits>
 
 #include "cpu/visoraBorder.h"
@@ -113,41 +112,45 @@ vsrStatus vsrBoxFilterNxNf32C(const float* src, uint32_t srcWidth, uint32_t srcH
     const size_t width = srcWidth;
     const size_t srcStep = srcStride / sizeof(float);
     const size_t dstStep = dstStride / sizeof(float);
-    // A copy of the image, because the destination may be the image itself.
-    auto* image = static_cast<float*>(vsrGetScratchBufferAligned_(width * srcHeight * sizeof(float), 16));
-    if (!image)
+    // All column sums are made before the first output is written, because the destination may be the source.
+    auto* columnSums = static_cast<float*>(vsrGetScratchBufferAligned_(width * srcHeight * sizeof(float), 16));
+    if (!columnSums)
     {
         return VISORA_ENOMEM;
     }
-    for (size_t y = 0; y < srcHeight; ++y)
-    {
-        std::memcpy(image + y * width, src + y * srcStep, width * sizeof(float));
-    }
 
-    const float reciprocal = 1.0f / static_cast<float>(uint64_t{N} * N);
-    // The part of a window around `centre` that lies inside.
+    // The part of a window around `centre` that lies inside. Sums begin with +0 and never become -0, so that leaving
+    // the pixels outside out is the same as adding zeros.
     const auto begin = [N](size_t centre) { return centre - std::min<size_t>(centre, N / 2); };
     const auto end = [N](size_t centre, size_t size) { return std::min<size_t>(centre + N - N / 2, size); };
     for (size_t y = 0; y < srcHeight; ++y)
     {
+        float* sums = columnSums + y * width;
+        std::fill_n(sums, width, 0.0f);
+        for (size_t row = begin(y); row < end(y, srcHeight); ++row)
+        {
+            for (size_t x = 0; x < width; ++x)
+            {
+                sums[x] += src[row * srcStep + x];
+            }
+        }
+    }
+
+    const float reciprocal = 1.0f / static_cast<float>(uint64_t{N} * N);
+    for (size_t y = 0; y < srcHeight; ++y)
+    {
         for (size_t x = 0; x < width; ++x)
         {
-            // Sums that begin with +0 never become -0, so that leaving outside pixels out is the same as adding zeros.
             float sum = 0;
             for (size_t column = begin(x); column < end(x, width); ++column)
             {
-                float columnSum = 0;
-                for (size_t row = begin(y); row < end(y, srcHeight); ++row)
-                {
-                    columnSum += image[row * width + column];
-                }
-                sum += columnSum;
+                sum += columnSums[y * width + column];
             }
             const float mean = sum * reciprocal;
             // Processors differ in which of several NaNs a sum carries on, so all NaNs become one.
             dst[y * dstStep + x] = mean == mean ? mean : std::numeric_limits<float>::quiet_NaN();
         }
     }
-    vsrReleaseScratchBuffer_(image);
+    vsrReleaseScratchBuffer_(columnSums);
     return VISORA_SUCCESS;
 }

@@ -219,7 +219,6 @@ HWY_INLINE hn::Vec<D> medianByBisection(D d, const int16_t* corner, size_t step,
     const int low = hn::GetLane(hn::MinOfLanes(d, smallest));
     const int high = hn::GetLane(hn::MaxOfLanes(d, largest));
 
-    // Counts go up to M * N - 1, which 16 bits hold.
     const auto rank = hn::Set(du, static_cast<uint16_t>((M * N - 1) / 2));
     V median = hn::Set(d, static_cast<int16_t>(low));
     for (int bit = static_cast<int>(std::bit_width(static_cast<uint32_t>(high - low))) - 1; bit >= 0; --bit)
@@ -237,6 +236,7 @@ HWY_INLINE hn::Vec<D> medianByBisection(D d, const int16_t* corner, size_t step,
     return median;
 }
 
+// Windows of at most 65535 pixels, as many as a lane counts.
 vsrStatus medianMxN(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t M,
                     uint32_t N, int16_t* dst, uint32_t dstStride)
 {
@@ -260,8 +260,7 @@ vsrStatus medianMxN(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, u
             {
                 done = median5x5(d, src, srcWidth, srcHeight, srcStep, dst, dstStep);
             }
-            // Neighbours are counted in 16 bits.
-            else if (M != 0 && N != 0 && N <= UINT8_MAX && uint64_t{M} * N <= UINT16_MAX)
+            else
             {
                 for (size_t y = halfHeight; y + halfHeight < srcHeight; ++y)
                 {
@@ -286,14 +285,130 @@ HWY_AFTER_NAMESPACE();
 
 namespace visora
 {
+
 HWY_EXPORT(medianMxN);
+
+namespace
+{
+
+// A window's values counted in four levels: by their first 4 bits, their first 8, their first 12, and all 16. Where the
+// value of a rank lies is found by four walks along at most 16 bins.
+class MedianHistogram
+{
+  public:
+    static constexpr size_t kBins = 16 + 256 + 4096 + 65536;
+
+    explicit MedianHistogram(uint16_t* bins) : bins_(bins) { std::fill_n(bins, kBins, uint16_t{0}); }
+
+    void add(int16_t value) { change(value, 1); }
+    void remove(int16_t value) { change(value, UINT16_MAX); }
+
+    int16_t valueOfRank(uint32_t rank) const
+    {
+        size_t prefix = 0;
+        const uint16_t* level = bins_;
+        for (size_t binsOfLevel = 16; binsOfLevel <= 65536; level += binsOfLevel, binsOfLevel *= 16)
+        {
+            prefix *= 16;
+            while (rank >= level[prefix])
+            {
+                rank -= level[prefix++];
+            }
+        }
+        return static_cast<int16_t>(prefix ^ kSignBit);
+    }
+
+  private:
+    // Flipping the sign bit makes the order that of unsigned numbers.
+    static constexpr size_t kSignBit = 0x8000;
+
+    void change(int16_t value, uint16_t by)
+    {
+        const size_t key = static_cast<uint16_t>(value) ^ kSignBit;
+        const auto bump = [by](uint16_t& bin) { bin = static_cast<uint16_t>(bin + by); };
+        bump(bins_[key >> 12]);
+        bump(bins_[16 + (key >> 8)]);
+        bump(bins_[16 + 256 + (key >> 4)]);
+        bump(bins_[16 + 256 + 4096 + key]);
+    }
+
+    uint16_t* bins_;
+};
+
+// Slides a histogram along each row: a column comes in, a column goes out. The work per output grows with N alone,
+// where comparing all neighbours, in vectors or not, grows with M * N.
+void medianByHistogram(MedianHistogram histogram, const int16_t* src, size_t srcStep, size_t M, size_t N,
+                       size_t outputs, size_t rows, int16_t* dst, size_t dstStep)
+{
+    const auto rank = static_cast<uint32_t>((M * N - 1) / 2);
+    for (size_t y = 0; y < rows; ++y, src += srcStep, dst += dstStep)
+    {
+        const auto columnEnters = [&](size_t x)
+        {
+            for (size_t row = 0; row < N; ++row)
+            {
+                histogram.add(src[row * srcStep + x]);
+            }
+        };
+        const auto columnLeaves = [&](size_t x)
+        {
+            for (size_t row = 0; row < N; ++row)
+            {
+                histogram.remove(src[row * srcStep + x]);
+            }
+        };
+        for (size_t x = 0; x < M - 1; ++x)
+        {
+            columnEnters(x);
+        }
+        for (size_t x = 0; x < outputs; ++x)
+        {
+            columnEnters(x + M - 1);
+            dst[x] = histogram.valueOfRank(rank);
+            columnLeaves(x);
+        }
+        // Empty again for the next row.
+        for (size_t x = outputs; x < outputs + M - 1; ++x)
+        {
+            columnLeaves(x);
+        }
+    }
 }
+
+}  // namespace
+
+}  // namespace visora
 
 vsrStatus vsrFilterMedianMxNs16V(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                  uint32_t M, uint32_t N, int16_t* dst, uint32_t dstStride)
 {
     using namespace visora;
-    return HWY_DYNAMIC_DISPATCH(medianMxN)(src, srcWidth, srcHeight, srcStride, M, N, dst, dstStride);
+    // From about this many neighbours on, comparing them all takes longer than keeping a histogram.
+    constexpr uint64_t kHistogramFrom = 240;
+    const uint64_t neighbours = uint64_t{M} * N;
+    const size_t frameWidth = size_t{M} / 2 * 2;
+    const size_t frameHeight = size_t{N} / 2 * 2;
+    const bool anyOutput = srcWidth > frameWidth && srcHeight > frameHeight;
+    if (anyOutput && neighbours != 0 && neighbours < kHistogramFrom)
+    {
+        return HWY_DYNAMIC_DISPATCH(medianMxN)(src, srcWidth, srcHeight, srcStride, M, N, dst, dstStride);
+    }
+    // Its bins count to 65535. More rows than 255 are the reference's affair.
+    if (anyOutput && neighbours >= kHistogramFrom && neighbours <= UINT16_MAX && N <= UINT8_MAX)
+    {
+        auto* bins = static_cast<uint16_t*>(vsrGetScratchBufferAligned_(MedianHistogram::kBins * sizeof(uint16_t), 64));
+        if (!bins)
+        {
+            return VISORA_ENOMEM;
+        }
+        const size_t srcStep = srcStride / sizeof(int16_t);
+        const size_t dstStep = dstStride / sizeof(int16_t);
+        medianByHistogram(MedianHistogram(bins), src, srcStep, M, N, srcWidth - frameWidth, srcHeight - frameHeight,
+                          dst + N / 2 * dstStep + M / 2, dstStep);
+        vsrReleaseScratchBuffer_(bins);
+        return VISORA_SUCCESS;
+    }
+    return vsrFilterMedianMxNs16C(src, srcWidth, srcHeight, srcStride, M, N, dst, dstStride);
 }
 
 #endif

@@ -257,7 +257,8 @@ TEST(MedianMxN, AgreesWithSortingTheWindow)
     Random random(8);
     std::vector<int16_t> src(kWidth * kHeight);
     std::generate(src.begin(), src.end(), [&] { return static_cast<int16_t>(random.next()); });
-    const std::pair<int, int> windows[] = {{1, 1}, {3, 3}, {5, 5}, {2, 2}, {4, 3}, {1, 9}, {8, 1}, {15, 13}, {42, 3}};
+    const std::pair<int, int> windows[] = {{1, 1}, {3, 3}, {5, 5},   {2, 2},   {4, 3},
+                                           {1, 9}, {8, 1}, {15, 13}, {15, 17}, {42, 3}};
     for (const auto filter : {vsrFilterMedianMxNs16C, vsrFilterMedianMxNs16V})
     {
         for (const auto& [M, N] : windows)
