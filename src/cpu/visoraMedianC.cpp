@@ -146,6 +146,7 @@ vsrStatus vsrFilterMedianMxNs16C(const int16_t* src, uint32_t srcWidth, uint32_t
         {
             const int16_t* corner = src + (y - halfHeight) * srcStep + (x - halfWidth);
             // The counter has 8 bits by contract: with N of 256 or more this does not end.
+            // NOLINTNEXTLINE(bugprone-too-small-loop-variable)
             for (uint8_t row = 0; row < N; ++row)
             {
                 std::memcpy(window + size_t{row} * M, corner + row * srcStep, M * sizeof(int16_t));

@@ -70,7 +70,7 @@ TEST(Box, EveryWindowSumIsScaledAlike)
     {
         const int size = 2 * kBoxes[which].radius + 1;
         const int largest = size * size * 255;
-        const auto stride = static_cast<size_t>(64 * size);
+        const size_t stride = 64 * static_cast<size_t>(size);
         for (int first = 0; first <= largest; first += 64)
         {
             Image src(stride * static_cast<size_t>(size));
