@@ -10,6 +10,7 @@
 #define VISORA_H
 
 #include "visora/color.h"
+#include "visora/corner.h"
 #include "visora/dispatch.h"
 #include "visora/element.h"
 #include "visora/filter.h"

@@ -67,6 +67,11 @@ void* (*vsrGetScratchBufferAligned_)(size_t size, uint32_t alignment) = vsrGetSc
 void* (*vsrGetScratchBufferUnaligned_)(size_t size) = vsrGetScratchBufferUnalignedC;
 void (*vsrReleaseScratchBuffer_)(void* buffer) = vsrReleaseScratchBufferC;
 
+uint32_t (*fast9_corner_score_)(const uint8_t* pixel, const int32_t offsets[16],
+                                uint32_t threshold) = fast9_corner_scoreC;
+uint32_t (*fast10_corner_score_)(const uint8_t* pixel, const int32_t offsets[16],
+                                 uint32_t threshold) = fast10_corner_scoreC;
+
 void uCHelper(void)
 {
 #define VSR_OPERATION(row, operation, variant, dsp, modes) operation##_ = operation##C;
@@ -75,6 +80,8 @@ void uCHelper(void)
     vsrGetScratchBufferAligned_ = vsrGetScratchBufferAlignedC;
     vsrGetScratchBufferUnaligned_ = vsrGetScratchBufferUnalignedC;
     vsrReleaseScratchBuffer_ = vsrReleaseScratchBufferC;
+    fast9_corner_score_ = fast9_corner_scoreC;
+    fast10_corner_score_ = fast10_corner_scoreC;
 }
 
 void uVHelper(void)
@@ -82,6 +89,8 @@ void uVHelper(void)
 #define VSR_OPERATION(row, operation, variant, dsp, modes) operation##_ = operation##variant;
 #define VSR_INTERNAL(row, operation, variant, dsp) operation##_ = operation##variant;
 #include "common/operations/all.def"
+    fast9_corner_score_ = fast9_corner_scoreV;
+    fast10_corner_score_ = fast10_corner_scoreV;
 }
 
 void uRNull(void)
