@@ -132,7 +132,7 @@ uint32_t bisectScore(const uint8_t* pixel, const int32_t offsets[16], uint32_t t
 {
     uint32_t passed = threshold;
     uint32_t failed = 255;
-    while (passed + 1 < failed)
+    while (passed < failed && failed - passed > 1)
     {
         const uint32_t middle = (passed + failed) / 2;
         (passesSegmentTest<kArc>(pixel, offsets, middle) ? passed : failed) = middle;
