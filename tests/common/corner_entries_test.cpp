@@ -1,6 +1,7 @@
 // Entry points of the corner detectors: what they refuse and what they fill in.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -19,14 +20,15 @@ constexpr uint32_t kUntouched = 0xabababab;
 // A noisy image of 40 x 30, 44 bytes a row, and lists for its corners.
 struct Scene
 {
-    std::vector<uint8_t> pixels = std::vector<uint8_t>(44 * 30);
-    std::vector<uint8_t> mask = std::vector<uint8_t>(5 * 30);
-    std::vector<uint32_t> xy = std::vector<uint32_t>(2400, kUntouched);
-    std::vector<uint32_t> scores = std::vector<uint32_t>(1200, kUntouched);
-    std::vector<uint32_t> work = std::vector<uint32_t>(3 * 1200 + 30, kUntouched);
+    std::vector<uint8_t> pixels;
+    std::vector<uint8_t> mask;
+    std::vector<uint32_t> xy;
+    std::vector<uint32_t> scores;
+    std::vector<uint32_t> work;
     uint32_t count = kUntouched;
 
     Scene()
+        : pixels(44 * 30), mask(5 * 30), xy(2400, kUntouched), scores(1200, kUntouched), work(3 * 1200 + 30, kUntouched)
     {
         Random random(4);
         for (uint8_t& pixel : pixels)
@@ -44,7 +46,7 @@ struct Scene
     bool untouched() const
     {
         const auto all = [](const std::vector<uint32_t>& words)
-        { return words == std::vector<uint32_t>(words.size(), kUntouched); };
+        { return std::all_of(words.begin(), words.end(), [](uint32_t word) { return word == kUntouched; }); };
         return all(xy) && all(scores) && all(work) && count == kUntouched;
     }
 };
@@ -136,7 +138,7 @@ TEST(CornerEntries, TakeStrideZeroAsPacked)
         call.stride = 0;
         EXPECT_EQ(0u, member.entry(call));
         EXPECT_EQ(packed.xy, zero.xy) << member;
-        EXPECT_NE(Scene().xy, zero.xy) << member;
+        EXPECT_GT(zero.count, 10u) << member;
     }
 }
 
