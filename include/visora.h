@@ -17,6 +17,7 @@
 #include "visora/memory.h"
 #include "visora/offload.h"
 #include "visora/runtime.h"
+#include "visora/scale.h"
 #include "visora/types.h"
 #include "visora/warp.h"
 

@@ -125,9 +125,9 @@ class Call
 
     /** As run; when the implementation declines the call, the vector variant does it. */
     template <auto kernel, class... Args>
-    vsrStatus runOrFallBack(Args... args) const
+    auto runOrFallBack(Args... args) const
     {
-        const vsrStatus status = run<kernel>(args...);
+        const auto status = run<kernel>(args...);
         if (status == VISORA_EFALLBACK) [[unlikely]]
         {
             return reinterpret_cast<decltype(kernel)>(slot(VSR_IMPL_VECTA))(args...);

@@ -1,0 +1,127 @@
+/**
+ * @file
+ * Downscaling of single-channel u8 images: box averages by 2, by 4 and by whole factors, the weighted 3:2 reduction,
+ * the area average between any two sizes, and nearest neighbour.
+ *
+ * Common to all of them:
+ * - `src` and `dst` point at the top-left pixel; sizes are in pixels, strides in bytes. Source and destination are
+ *   distinct buffers. No pointer or stride has to be aligned.
+ * - A stride of 0 means packed rows. Entry points without stride arguments take packed rows.
+ * - Averages truncate. There is no rounding term, so a scaled image is darker by half a grey level on average.
+ * - Source pixels that no output covers are never read.
+ * - Functions that return `int` give -1 for bad arguments and log nothing; those that "log and refuse" write
+ *   "Assertion failed @<function>: <condition>" to the log and return what the log call returned (not 0). Either way
+ *   nothing is written to `dst`.
+ */
+#ifndef VISORA_SCALE_H
+#define VISORA_SCALE_H
+
+#include "visora/types.h"
+
+VSR_BEGIN_DECLARATIONS
+
+/* ---- Fixed ratios ---- */
+
+/**
+ * Halves an image: `dst`, width / 2 by height / 2 pixels, gets the sum of each 2x2 block >> 2.
+ * @return 0; -1 for a null pointer or for a side that is odd or zero
+ */
+VSR_API int vsrScaleDownBy2u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst);
+
+/** As vsrScaleDownBy2u8 with strides; -1 for a stride below a row too. */
+VSR_API int vsrScaleDownBy2u8_v2(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                                 uint32_t dstStride);
+
+/**
+ * Quarters an image: `dst`, width / 4 by height / 4 pixels, gets the sum of each 4x4 block >> 4.
+ * @return 0; -1 for a null pointer or for a side that is zero or no multiple of 4
+ */
+VSR_API int vsrScaleDownBy4u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst);
+
+/** As vsrScaleDownBy4u8 with strides; -1 for a stride below a row too. */
+VSR_API int vsrScaleDownBy4u8_v2(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                                 uint32_t dstStride);
+
+/**
+ * Reduces an image 3:2. Each 3x3 block p makes a 2x2 block; its top left pixel is
+ * (9 * p[0][0] + 3 * p[0][1] + 3 * p[1][0] + p[1][1]) >> 4, the other three are its mirror images. `dst` has
+ * srcWidth / 3 * 2 by srcHeight / 3 * 2 pixels, which is its packed stride too; columns and rows left over are ignored.
+ * @return 0; 1 for a side below 3 (nothing is written); -1 for a null pointer, a zero side or a stride below a row
+ */
+VSR_API int vsrScaleDown3To2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                               uint8_t* dst, uint32_t dstStride);
+
+/* ---- Any ratio ---- */
+
+/**
+ * Box average by the whole factors fx = srcWidth / dstWidth and fy = srcHeight / dstHeight, rounded down: each output
+ * is the sum of its fx by fy block divided by fx * fy. Columns and rows from dstWidth * fx and dstHeight * fy on are
+ * ignored. Logs and refuses null pointers, zero sizes and a destination larger than the source.
+ * @return 0
+ */
+VSR_API vsrStatus vsrScaleDownu8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst, uint32_t dstWidth,
+                                 uint32_t dstHeight);
+
+/** As vsrScaleDownu8 with strides; logs and refuses a stride below a row too. */
+VSR_API vsrStatus vsrScaleDownu8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                    uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride);
+
+/**
+ * Area average from M to N pixels per axis, by runs of whole pixels. Each axis is cut into as many runs as `dst` has
+ * pixels, their lengths srcSize / dstSize rounded down or up as error accumulation demands: starting with 0, dstSize is
+ * added for each source pixel, and the pixel with which the sum reaches srcSize ends a run and takes srcSize off.
+ * An output is the sum over its run of columns in its run of rows, divided by the count of pixels with mn_div_table.
+ * That division makes v - 1 of a pixel v > 0 that is averaged with no other.
+ *
+ * Logs and refuses null pointers, zero sizes, strides below a row, and a ratio of 20 or more on either axis.
+ * @return 0; VISORA_EBADPARAM for a destination larger than the source; VISORA_ENOMEM without scratch memory
+ */
+VSR_API vsrStatus vsrScaleDownMNu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                   uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride);
+
+/**
+ * Reciprocals of the area average: entry n is 2^32 / n rounded up, so that s * entry >> 32 is s / n rounded down for
+ * every sum s of n pixels. Entries 0 and 1 hold 2^32 - 1.
+ */
+extern VSR_API const uint32_t mn_div_table[401];
+
+/**
+ * Nearest neighbour in fixed point: `dst` (x, y) is `src` at column jx(x), row jy(y). The step between source indices
+ * has as many fraction bits as 32-bit arithmetic allows; it is rounded, so an exact ratio may land one pixel early:
+ * 640 to 320 reads columns 0, 1, 3, 5, ... Equal sizes are copied.
+ * @return 0; 1 for a null pointer, a zero size, a side above 65535, a stride below a row, or a pair of sizes whose
+ *         step has no such representation (nothing is written)
+ */
+VSR_API vsrStatus vsrScaleDownNNu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                   uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride);
+
+/** Bit length of the low 16 bits of a value: 0 for 0, 1 for 1, 2 for 2 and 3, and so on. */
+VSR_API uint32_t vsrGetNumBits(uint32_t value);
+
+/** Number of trailing zeros among the low 15 bits of a value, 15 when they are all zero. */
+VSR_API uint32_t vsrGetMaxNumTrail0s(uint32_t value);
+
+/* ---- Variants ---- */
+
+VSR_VARIANTS(int, vsrScaleDownBy2u8,
+             (const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride));
+VSR_VARIANTS(int, vsrScaleDownBy4u8,
+             (const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride));
+VSR_VARIANTS(int, vsrScaleDown3To2u8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstStride));
+VSR_VARIANTS(vsrStatus, vsrScaleDownu8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride));
+VSR_VARIANTS(vsrStatus, vsrScaleDownMNu8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride));
+VSR_VARIANTS(vsrStatus, vsrScaleDownNNu8,
+             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+              uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride));
+
+VSR_END_DECLARATIONS
+
+#endif

@@ -1,0 +1,448 @@
+// Downscalers by area averages of any ratio, vector variants.
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "cpu/visoraScaleMap.h"
+#include "visora/memory.h"
+#include "visora/scale.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vecta/visoraScaleAreaV.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "vecta/visoraVector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+using Words = hn::ScalableTag<uint16_t>;
+
+// Outputs are made in blocks of a 128-bit vector of sums.
+constexpr size_t kBlock = 8;
+using BlockTag = hn::FixedTag<uint16_t, kBlock>;
+
+// Columns that vectors may touch behind the last one.
+constexpr size_t kSlack = 256;
+// Longest run that is summed by adding shifted vectors, and the most pixels that a 16-bit reciprocal divides by.
+constexpr uint32_t kMaxRun = 20;
+constexpr uint32_t kMaxDivisor = 128;
+
+// Rows of 255 that a 16-bit sum holds.
+constexpr uint32_t kMaxRows = 257;
+
+// Sums of columns over `rows` rows.
+HWY_INLINE void sumColumns(const uint8_t* src, size_t stride, size_t rows, size_t width, uint16_t* sums)
+{
+    const Words d;
+    const hn::Rebind<uint8_t, Words> d8;
+    const size_t lanes = hn::Lanes(d);
+    coverRange(0, width, 2 * lanes,
+               [&](size_t x) HWY_ATTR
+               {
+                   const uint8_t* pixels = src + x;
+                   auto first = hn::PromoteTo(d, hn::LoadU(d8, pixels));
+                   auto second = hn::PromoteTo(d, hn::LoadU(d8, pixels + lanes));
+                   for (size_t j = 1; j < rows; ++j)
+                   {
+                       pixels += stride;
+                       first = hn::Add(first, hn::PromoteTo(d, hn::LoadU(d8, pixels)));
+                       second = hn::Add(second, hn::PromoteTo(d, hn::LoadU(d8, pixels + lanes)));
+                   }
+                   hn::StoreU(first, d, sums + x);
+                   hn::StoreU(second, d, sums + x + lanes);
+               });
+}
+
+// Divides sums of `count` pixels, or of `count` + `more` where the other multiplier is taken, by a multiplication:
+// q = s * m >> 16 >> shift with m = 2^(16 + shift) / n rounded up. The rounding adds less than n / 2^(16 + shift) per
+// unit of s <= 255 n, in all less than 1 / n, the distance of a quotient to the next whole number, as long as
+// 255 n^2 <= 2^(16 + shift). The shift is the largest with which m fits 16 bits for the smaller divisor, at least half
+// of it, so (larger divisor)^2 <= 128 * smaller divisor is enough.
+struct Division
+{
+    Division(uint32_t smaller, uint32_t larger)
+        : shift(smaller > 2 ? static_cast<int>(std::bit_width(smaller - 1)) - 1 : 0),
+          multiplier(multiplierOf(smaller)),
+          difference(static_cast<uint16_t>(multiplier ^ multiplierOf(larger)))
+    {
+    }
+
+    static bool exact(uint32_t smaller, uint32_t larger)
+    {
+        return uint64_t{larger} * larger <= uint64_t{kMaxDivisor} * smaller;
+    }
+
+    // One pixel alone becomes one less, as with the 32-bit reciprocals: s * 65535 >> 16.
+    uint16_t multiplierOf(uint32_t n) const
+    {
+        return n == 1 ? uint16_t{0xffff} : static_cast<uint16_t>(((uint32_t{1} << (16 + shift)) + n - 1) / n);
+    }
+
+    int shift;
+    uint16_t multiplier;
+    uint16_t difference;
+};
+
+// How the columns of an image fall into runs, worked out once per call: runs have `shortest` columns or one more.
+//
+// A row of outputs takes three steps over its sums of columns. First every column gets the sum of the run that would
+// start there, by adding shifted vectors; where the longer runs start is marked by a mask, so no step depends on where
+// runs start. Then the sums of the real runs are brought together by byte lookups, eight outputs from the few vectors
+// that their starts lie in. Last they are divided.
+class ColumnRuns
+{
+  public:
+    /** `lengths` yields the lengths of the runs. Needs at least kBlock runs. */
+    template <class Lengths>
+    ColumnRuns(Lengths lengths, size_t columns, size_t outputs, uint32_t shortest, bool uneven, uint8_t* scratch)
+        : columns_(columns),
+          outputs_(outputs),
+          shortest_(shortest),
+          uneven_(uneven),
+          vectors_(vectorsPerBlock(shortest, uneven))
+    {
+        size_t at = 0;
+        const auto take = [&](size_t bytes)
+        {
+            uint8_t* part = scratch + at;
+            at += roundUp(bytes);
+            return part;
+        };
+        lookups_ = take(blocks(outputs) * vectors_ * 16);
+        sums_ = reinterpret_cast<uint16_t*>(take((columns + kSlack) * sizeof(uint16_t)));
+        longStarts_ = reinterpret_cast<uint16_t*>(take((columns + kSlack) * sizeof(uint16_t)));
+        longOutputs_ = reinterpret_cast<uint16_t*>(take(outputs * sizeof(uint16_t)));
+        blockStarts_ = reinterpret_cast<uint32_t*>(take(blocks(outputs) * sizeof(uint32_t)));
+        auto* starts = reinterpret_cast<uint32_t*>(take(outputs * sizeof(uint32_t)));
+        std::fill_n(sums_, columns + kSlack, uint16_t{0});
+        std::fill_n(longStarts_, columns + kSlack, uint16_t{0});
+
+        uint32_t start = 0;
+        for (size_t x = 0; x < outputs; ++x)
+        {
+            const uint32_t length = lengths();
+            starts[x] = start;
+            longOutputs_[x] = length > shortest ? 0xffff : 0;
+            longStarts_[start] = longOutputs_[x];
+            start += length;
+        }
+        planLookups(starts);
+    }
+
+    static size_t scratchBytes(size_t columns, size_t outputs, uint32_t shortest, bool uneven)
+    {
+        return roundUp(blocks(outputs) * vectorsPerBlock(shortest, uneven) * 16) +
+               2 * roundUp((columns + kSlack) * sizeof(uint16_t)) + roundUp(outputs * sizeof(uint16_t)) +
+               roundUp(blocks(outputs) * sizeof(uint32_t)) + roundUp(outputs * sizeof(uint32_t));
+    }
+
+    /** One row of outputs from `rows` rows. */
+    HWY_INLINE void average(const uint8_t* src, size_t stride, uint32_t rows, const Division& division,
+                            uint8_t* out) const
+    {
+        sumColumns(src, stride, rows, columns_, sums_);
+        switch (shortest_)
+        {
+            case 1:
+                if (!uneven_)
+                {
+                    return divideRuns(division, 1, out);
+                }
+                sumRuns(1);
+                return divideRuns(division, 2, out);
+            case 2:
+                sumRuns(2);
+                return divideRuns(division, vectors_, out);
+            case 3:
+                sumRuns(3);
+                return divideRuns(division, vectors_, out);
+            default:
+                sumRuns(shortest_);
+                return divideRuns(division, vectors_, out);
+        }
+    }
+
+  private:
+    static size_t roundUp(size_t bytes) { return (bytes + 63) / 64 * 64; }
+    static size_t blocks(size_t outputs) { return (outputs + kBlock - 1) / kBlock; }
+    // The last start of a block lies at most this far behind the first one.
+    static size_t vectorsPerBlock(uint32_t shortest, bool uneven)
+    {
+        return (kBlock - 1) * (shortest + (uneven ? 1 : 0)) / kBlock + 1;
+    }
+
+    // First output of a block; the last block overlaps the one before it.
+    size_t firstOutput(size_t block) const { return std::min(block * kBlock, outputs_ - kBlock); }
+
+    void planLookups(const uint32_t* starts)
+    {
+        uint8_t* lookup = lookups_;
+        for (size_t block = 0; block < blocks(outputs_); ++block)
+        {
+            const uint32_t* first = starts + firstOutput(block);
+            blockStarts_[block] = *first;
+            for (size_t v = 0; v < vectors_; ++v, lookup += 16)
+            {
+                for (size_t i = 0; i < kBlock; ++i)
+                {
+                    // A lookup with the top bit set gives 0.
+                    const size_t at = first[i] - *first;
+                    const bool here = at / kBlock == v;
+                    lookup[2 * i] = here ? static_cast<uint8_t>(at % kBlock * 2) : 0x80;
+                    lookup[2 * i + 1] = here ? static_cast<uint8_t>(at % kBlock * 2 + 1) : 0x80;
+                }
+            }
+        }
+    }
+
+    // Puts the sum of the run that starts at each column in the place of the column's own.
+    HWY_INLINE void sumRuns(uint32_t shortest) const
+    {
+        const Words d;
+        for (size_t x = 0; x < columns_; x += hn::Lanes(d))
+        {
+            auto sum = hn::LoadU(d, sums_ + x);
+            for (uint32_t i = 1; i < shortest; ++i)
+            {
+                sum = hn::Add(sum, hn::LoadU(d, sums_ + x + i));
+            }
+            if (uneven_)
+            {
+                sum = hn::Add(sum, hn::And(hn::LoadU(d, sums_ + x + shortest), hn::LoadU(d, longStarts_ + x)));
+            }
+            hn::StoreU(sum, d, sums_ + x);
+        }
+    }
+
+    HWY_INLINE void divideRuns(const Division& division, size_t vectors, uint8_t* out) const
+    {
+        const BlockTag d;
+        const hn::Repartition<uint8_t, BlockTag> d8;
+        const hn::Rebind<uint8_t, BlockTag> half;
+        const auto multiplier = hn::Set(d, division.multiplier);
+        const auto difference = hn::Set(d, division.difference);
+        const uint8_t* lookup = lookups_;
+        for (size_t block = 0; block < blocks(outputs_); ++block)
+        {
+            const uint16_t* sums = sums_ + blockStarts_[block];
+            auto bytes = hn::TableLookupBytesOr0(hn::BitCast(d8, hn::LoadU(d, sums)), hn::Load(d8, lookup));
+            for (size_t v = 1; v < vectors; ++v)
+            {
+                bytes = hn::Or(bytes, hn::TableLookupBytesOr0(hn::BitCast(d8, hn::LoadU(d, sums + v * kBlock)),
+                                                              hn::Load(d8, lookup + v * 16)));
+            }
+            lookup += vectors * 16;
+            const size_t x = firstOutput(block);
+            const auto chosen = hn::Xor(multiplier, hn::And(difference, hn::LoadU(d, longOutputs_ + x)));
+            const auto mean = hn::ShiftRightSame(hn::MulHigh(hn::BitCast(d, bytes), chosen), division.shift);
+            hn::StoreU(hn::DemoteTo(half, hn::BitCast(hn::RebindToSigned<BlockTag>(), mean)), half, out + x);
+        }
+    }
+
+    size_t columns_;
+    size_t outputs_;
+    uint32_t shortest_;
+    bool uneven_;
+    size_t vectors_;         // of sums that a block looks up in
+    uint8_t* lookups_;       // per block and vector, sixteen byte positions
+    uint16_t* sums_;         // per column
+    uint16_t* longStarts_;   // per column, all ones where a longer run starts
+    uint16_t* longOutputs_;  // per output, all ones for a longer run
+    uint32_t* blockStarts_;  // first column of each block
+};
+
+// Long runs: sums of columns as vectors, the rest one output at a time. `lengths` yields the lengths of a row's runs,
+// from the start for every row; divide(sum, length) gives the output.
+template <class Lengths, class Divide>
+HWY_INLINE void averageLongRuns(const uint8_t* src, size_t stride, size_t rows, size_t columns, uint16_t* sums,
+                                uint64_t* totals, size_t outputs, Lengths lengths, Divide divide, uint8_t* out)
+{
+    std::fill_n(totals, outputs, uint64_t{0});
+    for (size_t row = 0; row < rows; row += kMaxRows)
+    {
+        sumColumns(src + row * stride, stride, std::min<size_t>(kMaxRows, rows - row), columns, sums);
+        Lengths length = lengths;
+        const uint16_t* run = sums;
+        for (size_t x = 0; x < outputs; ++x)
+        {
+            const size_t count = length();
+            for (size_t i = 0; i < count; ++i)
+            {
+                totals[x] += run[i];
+            }
+            run += count;
+        }
+    }
+    for (size_t x = 0; x < outputs; ++x)
+    {
+        out[x] = divide(totals[x], lengths());
+    }
+}
+
+// Scratch memory for the length of a call.
+class Scratch
+{
+  public:
+    explicit Scratch(size_t bytes) : data_(vsrGetScratchBufferAligned_(bytes, 64)) {}
+    ~Scratch() { vsrReleaseScratchBuffer_(data_); }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    uint8_t* data() const { return static_cast<uint8_t*>(data_); }
+
+  private:
+    void* data_;
+};
+
+bool wideEnough(size_t columns)
+{
+    return columns >= 2 * hn::Lanes(Words());
+}
+
+size_t longRunScratchBytes(size_t columns, size_t outputs)
+{
+    return outputs * sizeof(uint64_t) + columns * sizeof(uint16_t);
+}
+
+vsrStatus averageMN(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                    uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    if (!wideEnough(srcWidth))
+    {
+        return vsrScaleDownMNu8C(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+    }
+    const uint32_t shortest = srcWidth / dstWidth;
+    const bool uneven = srcWidth % dstWidth != 0;
+    const uint32_t longest = shortest + (uneven ? 1 : 0);
+    const uint32_t rowsMin = srcHeight / dstHeight;
+    const uint32_t rowsMax = rowsMin + (srcHeight % dstHeight != 0 ? 1 : 0);
+    const bool shortRuns = dstWidth >= kBlock && Division::exact(shortest * rowsMin, longest * rowsMin) &&
+                           Division::exact(shortest * rowsMax, longest * rowsMax);
+    const Scratch scratch(shortRuns ? ColumnRuns::scratchBytes(srcWidth, dstWidth, shortest, uneven)
+                                    : longRunScratchBytes(srcWidth, dstWidth));
+    if (!scratch.data())
+    {
+        return VISORA_ENOMEM;
+    }
+
+    RunLengths rowRuns(srcHeight, dstHeight);
+    const auto lengths = [runs = RunLengths(srcWidth, dstWidth)]() mutable { return runs.next(); };
+    const auto forEachRow = [&](auto averageRow) HWY_ATTR
+    {
+        const uint8_t* from = src;
+        for (size_t y = 0; y < dstHeight; ++y)
+        {
+            const uint32_t rows = rowRuns.next();
+            averageRow(from, rows, dst + y * dstStride);
+            from += size_t{rows} * srcStride;
+        }
+    };
+    if (shortRuns)
+    {
+        const ColumnRuns runs(lengths, srcWidth, dstWidth, shortest, uneven, scratch.data());
+        const Division divisions[2] = {{shortest * rowsMin, longest * rowsMin},
+                                       {shortest * rowsMax, longest * rowsMax}};
+        forEachRow([&](const uint8_t* from, uint32_t rows, uint8_t* out) HWY_ATTR
+                   { runs.average(from, srcStride, rows, divisions[rows - rowsMin], out); });
+    }
+    else
+    {
+        auto* totals = reinterpret_cast<uint64_t*>(scratch.data());
+        auto* sums = reinterpret_cast<uint16_t*>(totals + dstWidth);
+        forEachRow(
+            [&](const uint8_t* from, uint32_t rows, uint8_t* out) HWY_ATTR
+            {
+                const auto divide = [rows](uint64_t sum, uint32_t columns)
+                { return static_cast<uint8_t>(sum * mn_div_table[columns * rows] >> 32); };
+                averageLongRuns(from, srcStride, rows, srcWidth, sums, totals, dstWidth, lengths, divide, out);
+            });
+    }
+    return VISORA_SUCCESS;
+}
+
+vsrStatus averageBoxes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                       uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    const uint32_t fx = srcWidth / dstWidth;
+    const uint32_t fy = srcHeight / dstHeight;
+    const size_t columns = size_t{dstWidth} * fx;
+    if (fx == fy && (fx == 2 || fx == 4))
+    {
+        const auto byFactor = fx == 2 ? vsrScaleDownBy2u8V : vsrScaleDownBy4u8V;
+        byFactor(src, dstWidth * fx, dstHeight * fy, srcStride, dst, dstStride);
+        return VISORA_SUCCESS;
+    }
+    if (fx == 1 && fy == 1)
+    {
+        for (size_t y = 0; y < dstHeight; ++y)
+        {
+            std::memcpy(dst + y * dstStride, src + y * srcStride, dstWidth);
+        }
+        return VISORA_SUCCESS;
+    }
+
+    const bool shortRuns = dstWidth >= kBlock && fx <= kMaxRun && uint64_t{fx} * fy <= kMaxDivisor;
+    const Scratch scratch(!wideEnough(columns) ? 0
+                          : shortRuns          ? ColumnRuns::scratchBytes(columns, dstWidth, fx, false)
+                                               : longRunScratchBytes(columns, dstWidth));
+    if (!wideEnough(columns) || !scratch.data())
+    {
+        return vsrScaleDownu8C(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+    }
+    const auto lengths = [fx] { return fx; };
+    const size_t boxRowBytes = size_t{fy} * srcStride;
+    if (shortRuns)
+    {
+        const ColumnRuns runs(lengths, columns, dstWidth, fx, false, scratch.data());
+        const Division division(fx * fy, fx * fy);
+        for (size_t y = 0; y < dstHeight; ++y)
+        {
+            runs.average(src + y * boxRowBytes, srcStride, fy, division, dst + y * dstStride);
+        }
+    }
+    else
+    {
+        auto* totals = reinterpret_cast<uint64_t*>(scratch.data());
+        auto* sums = reinterpret_cast<uint16_t*>(totals + dstWidth);
+        const auto divide = [count = uint64_t{fx} * fy](uint64_t sum, uint32_t /*columns*/)
+        { return static_cast<uint8_t>(sum / count); };
+        for (size_t y = 0; y < dstHeight; ++y)
+        {
+            averageLongRuns(src + y * boxRowBytes, srcStride, fy, columns, sums, totals, dstWidth, lengths, divide,
+                            dst + y * dstStride);
+        }
+    }
+    return VISORA_SUCCESS;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace visora
+{
+HWY_EXPORT(averageMN);
+HWY_EXPORT(averageBoxes);
+}  // namespace visora
+
+vsrStatus vsrScaleDownMNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                            uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    using namespace visora;
+    return HWY_DYNAMIC_DISPATCH(averageMN)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+}
+
+vsrStatus vsrScaleDownu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                          uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    using namespace visora;
+    return HWY_DYNAMIC_DISPATCH(averageBoxes)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+}
+
+#endif

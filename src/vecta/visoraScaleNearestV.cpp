@@ -1,0 +1,193 @@
+// Nearest-neighbour downscaler, vector variant.
+#include <algorithm>
+#include <cstring>
+
+#include "cpu/visoraScaleMap.h"
+#include "visora/memory.h"
+#include "visora/scale.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vecta/visoraScaleNearestV.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "vecta/visoraVector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+// Takes one row's pixels at the columns that were worked out once for the image. Sixteen outputs at a time come out of
+// byte lookups in the few registers that their columns lie in.
+class ColumnPicker
+{
+  public:
+    static constexpr size_t kBlock = 16;
+    // With more source registers per block than this, pixels are copied one by one.
+    static constexpr size_t kMaxRegisters = 8;
+
+    static size_t scratchBytes(uint32_t dstWidth)
+    {
+        const size_t blocks = (dstWidth + kBlock - 1) / kBlock;
+        return blocks * kBlock * (kMaxRegisters + sizeof(uint32_t)) + blocks * sizeof(uint32_t);
+    }
+
+    // `scratch` is aligned to a register.
+    ColumnPicker(const NearestAxis& columns, uint32_t dstWidth, uint8_t* scratch)
+        : dstWidth_(dstWidth),
+          blocks_((dstWidth + kBlock - 1) / kBlock),
+          lookups_(scratch),
+          columns_(reinterpret_cast<uint32_t*>(scratch + blocks_ * kBlock * kMaxRegisters)),
+          starts_(columns_ + blocks_ * kBlock)
+    {
+        for (uint32_t x = 0; x < dstWidth; ++x)
+        {
+            columns_[x] = columns(x);
+        }
+        if (dstWidth >= kBlock)
+        {
+            planRegisters();
+        }
+    }
+
+    HWY_INLINE void pick(const uint8_t* row, uint8_t* out) const
+    {
+        switch (registers_)
+        {
+            case 0:
+                for (size_t x = 0; x < dstWidth_; ++x)
+                {
+                    out[x] = row[columns_[x]];
+                }
+                break;
+            case 1:
+                return pickFrom(row, out, 1);
+            case 2:
+                return pickFrom(row, out, 2);
+            case 3:
+                return pickFrom(row, out, 3);
+            case 4:
+                return pickFrom(row, out, 4);
+            default:
+                return pickFrom(row, out, registers_);
+        }
+    }
+
+  private:
+    // First output of a block; the last block overlaps the one before it.
+    size_t firstOutput(size_t block) const { return std::min(block * kBlock, dstWidth_ - kBlock); }
+
+    void planRegisters()
+    {
+        size_t span = 0;
+        size_t needed = 0;  // columns up to the last one that an output takes
+        for (size_t block = 0; block < blocks_; ++block)
+        {
+            // Wrapped indices may go back, so both ends are looked for.
+            const uint32_t* first = columns_ + firstOutput(block);
+            const auto [low, high] = std::minmax_element(first, first + kBlock);
+            starts_[block] = *low;
+            span = std::max<size_t>(span, *high - *low + 1);
+            needed = std::max<size_t>(needed, *high + 1);
+        }
+        registers_ = (span + kBlock - 1) / kBlock;
+        if (registers_ > kMaxRegisters || registers_ * kBlock > needed)
+        {
+            registers_ = 0;
+            return;
+        }
+        for (size_t block = 0; block < blocks_; ++block)
+        {
+            // No register reaches beyond them.
+            starts_[block] = std::min(starts_[block], static_cast<uint32_t>(needed - registers_ * kBlock));
+            uint8_t* lookups = lookups_ + block * registers_ * kBlock;
+            for (size_t i = 0; i < kBlock; ++i)
+            {
+                const size_t at = columns_[firstOutput(block) + i] - starts_[block];
+                for (size_t r = 0; r < registers_; ++r)
+                {
+                    // A lookup with the top bit set gives 0.
+                    lookups[r * kBlock + i] = at / kBlock == r ? static_cast<uint8_t>(at % kBlock) : 0x80;
+                }
+            }
+        }
+    }
+
+    HWY_INLINE void pickFrom(const uint8_t* row, uint8_t* out, size_t registers) const
+    {
+        const hn::FixedTag<uint8_t, kBlock> d;
+        const uint8_t* lookups = lookups_;
+        for (size_t block = 0; block < blocks_; ++block)
+        {
+            const uint8_t* pixels = row + starts_[block];
+            auto picked = hn::TableLookupBytesOr0(hn::LoadU(d, pixels), hn::Load(d, lookups));
+            for (size_t r = 1; r < registers; ++r)
+            {
+                picked = hn::Or(picked, hn::TableLookupBytesOr0(hn::LoadU(d, pixels + r * kBlock),
+                                                                hn::Load(d, lookups + r * kBlock)));
+            }
+            lookups += registers * kBlock;
+            hn::StoreU(picked, d, out + firstOutput(block));
+        }
+    }
+
+    size_t dstWidth_;
+    size_t blocks_;
+    size_t registers_ = 0;
+    uint8_t* lookups_;   // per block and register, sixteen positions
+    uint32_t* columns_;  // source column of every output
+    uint32_t* starts_;   // per block, the column where its first register begins
+};
+
+vsrStatus scaleNearest(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                       uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    const NearestMap map(srcWidth, srcHeight, dstWidth, dstHeight);
+    const bool sameSize = srcWidth == dstWidth && srcHeight == dstHeight;
+    void* scratch = sameSize || !map.inRange()
+                        ? nullptr
+                        : vsrGetScratchBufferAligned_(ColumnPicker::scratchBytes(dstWidth), ColumnPicker::kBlock);
+    if (!scratch)
+    {
+        return vsrScaleDownNNu8C(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+    }
+    const ColumnPicker picker(map.column, dstWidth, static_cast<uint8_t*>(scratch));
+    uint32_t rowBefore = UINT32_MAX;
+    for (uint32_t y = 0; y < dstHeight; ++y)
+    {
+        const uint32_t row = map.row(y);
+        uint8_t* out = dst + size_t{y} * dstStride;
+        if (row == rowBefore)
+        {
+            std::memcpy(out, out - dstStride, dstWidth);
+        }
+        else
+        {
+            picker.pick(src + size_t{row} * srcStride, out);
+        }
+        rowBefore = row;
+    }
+    vsrReleaseScratchBuffer_(scratch);
+    return VISORA_SUCCESS;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace visora
+{
+HWY_EXPORT(scaleNearest);
+}
+
+vsrStatus vsrScaleDownNNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                            uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    using namespace visora;
+    return HWY_DYNAMIC_DISPATCH(scaleNearest)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+}
+
+#endif

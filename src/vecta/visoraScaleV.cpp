@@ -1,0 +1,242 @@
+// Downscalers of fixed ratio, vector variants.
+#include <algorithm>
+#include <cstring>
+
+#include "visora/scale.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vecta/visoraScaleV.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "vecta/visoraVector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+// Sums of neighbouring pixels: lane i is pixel 2i plus pixel 2i + 1.
+template <class D>
+HWY_INLINE auto pairSums(D d, const uint8_t* pixels)
+{
+    const hn::RepartitionToWide<D> d16;
+    const auto pairs = hn::BitCast(d16, hn::LoadU(d, pixels));
+    return hn::Add(hn::And(pairs, hn::Set(d16, 0xff)), hn::ShiftRight<8>(pairs));
+}
+
+template <class D>
+HWY_INLINE void averageRowBy2(D d, const uint8_t* upper, const uint8_t* lower, size_t dstWidth, uint8_t* out)
+{
+    const size_t lanes = hn::Lanes(d);
+    const auto means = [&](size_t x) HWY_ATTR
+    { return hn::ShiftRight<2>(hn::Add(pairSums(d, upper + x), pairSums(d, lower + x))); };
+    coverRange(0, dstWidth, lanes,
+               [&](size_t x) HWY_ATTR
+               { hn::StoreU(narrowInOrder(d, means(2 * x), means(2 * x + lanes)), d, out + x); });
+}
+
+int averageBy2(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+               uint32_t dstStride)
+{
+    const size_t stride = srcStride;
+    const bool done =
+        withFittingVector<uint8_t>(width / 2,
+                                   [&](auto d) HWY_ATTR
+                                   {
+                                       for (size_t y = 0; y < height / 2; ++y)
+                                       {
+                                           const uint8_t* rows = src + y * 2 * stride;
+                                           averageRowBy2(d, rows, rows + stride, width / 2, dst + y * dstStride);
+                                       }
+                                   });
+    return done ? 0 : vsrScaleDownBy2u8C(src, width, height, srcStride, dst, dstStride);
+}
+
+template <class D>
+HWY_INLINE void averageRowBy4(D d, const uint8_t* rows, size_t stride, size_t dstWidth, uint8_t* out)
+{
+    const hn::RepartitionToWide<D> d16;
+    const hn::RepartitionToWide<decltype(d16)> d32;
+    const size_t lanes = hn::Lanes(d);
+    const auto means = [&](size_t x) HWY_ATTR
+    {
+        const auto pairs =
+            hn::BitCast(d32, hn::Add(hn::Add(pairSums(d, rows + x), pairSums(d, rows + stride + x)),
+                                     hn::Add(pairSums(d, rows + 2 * stride + x), pairSums(d, rows + 3 * stride + x))));
+        return hn::ShiftRight<4>(hn::Add(hn::And(pairs, hn::Set(d32, 0xffff)), hn::ShiftRight<16>(pairs)));
+    };
+    coverRange(0, dstWidth, lanes,
+               [&](size_t x) HWY_ATTR
+               {
+                   const auto low = narrowInOrder(d16, means(4 * x), means(4 * x + lanes));
+                   const auto high = narrowInOrder(d16, means(4 * x + 2 * lanes), means(4 * x + 3 * lanes));
+                   hn::StoreU(narrowInOrder(d, low, high), d, out + x);
+               });
+}
+
+int averageBy4(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+               uint32_t dstStride)
+{
+    const size_t stride = srcStride;
+    const bool done = withFittingVector<uint8_t>(width / 4,
+                                                 [&](auto d) HWY_ATTR
+                                                 {
+                                                     for (size_t y = 0; y < height / 4; ++y)
+                                                     {
+                                                         averageRowBy4(d, src + y * 4 * stride, stride, width / 4,
+                                                                       dst + y * dstStride);
+                                                     }
+                                                 });
+    return done ? 0 : vsrScaleDownBy4u8C(src, width, height, srcStride, dst, dstStride);
+}
+
+// ---- 3:2 ----
+
+using Bytes = hn::ScalableTag<uint8_t>;
+using Words = hn::RepartitionToWide<Bytes>;
+using WordVector = hn::Vec<Words>;
+
+// A 128-bit block of pixels serves four 3x3 blocks, twelve columns, and makes eight output columns.
+constexpr size_t kBlockColumns = 12;
+
+struct ThreeRows
+{
+    const uint8_t* top;
+    const uint8_t* middle;
+    const uint8_t* bottom;
+};
+
+// Pixels such that each 128-bit block begins twelve pixels behind the one before it. Reads a whole vector.
+HWY_INLINE hn::Vec<Bytes> loadBlocks(const uint8_t* pixels)
+{
+    const Bytes d;
+    const auto v = hn::LoadU(d, pixels);
+    const hn::Repartition<uint32_t, Bytes> d32;
+    if constexpr (hn::MaxLanes(Bytes()) == 16)
+    {
+        return v;
+    }
+    else
+    {
+        alignas(64) static constexpr int32_t kQuads[16] = {0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12};
+        return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d32, v), hn::SetTableIndices(d32, kQuads)));
+    }
+}
+
+template <class V>
+HWY_INLINE V timesThree(V v)
+{
+    return hn::Add(hn::Add(v, v), v);
+}
+
+// Three times the corner pixel plus the edge pixel beside it, for each output column of one source row.
+HWY_INLINE WordVector weighRow(const uint8_t* pixels)
+{
+    const Bytes d;
+    const Words d16;
+    alignas(16) static constexpr uint8_t kCornerAndEdge[16] = {0, 1, 2, 1, 3, 4, 5, 4, 6, 7, 8, 7, 9, 10, 11, 10};
+    const auto pairs = hn::BitCast(d16, hn::TableLookupBytes(loadBlocks(pixels), hn::LoadDup128(d, kCornerAndEdge)));
+    return hn::Add(timesThree(hn::And(pairs, hn::Set(d16, 0xff))), hn::ShiftRight<8>(pairs));
+}
+
+// Two rows of Lanes(Bytes) outputs. Reads one vector beyond half the columns that it needs.
+HWY_INLINE void reduceStep(const ThreeRows& rows, size_t x, uint8_t* upper, uint8_t* lower)
+{
+    const Bytes d;
+    const size_t half = hn::Lanes(d) / 16 * kBlockColumns;
+    const auto outer = [](WordVector edgeRow, WordVector middle) HWY_ATTR
+    { return hn::ShiftRight<4>(hn::Add(timesThree(edgeRow), middle)); };
+    const WordVector middle0 = weighRow(rows.middle + x);
+    const WordVector middle1 = weighRow(rows.middle + x + half);
+    hn::StoreU(narrowInOrder(d, outer(weighRow(rows.top + x), middle0), outer(weighRow(rows.top + x + half), middle1)),
+               d, upper);
+    hn::StoreU(
+        narrowInOrder(d, outer(weighRow(rows.bottom + x), middle0), outer(weighRow(rows.bottom + x + half), middle1)),
+        d, lower);
+}
+
+// `columns` is a multiple of three.
+HWY_INLINE void reduceRows(const ThreeRows& rows, size_t columns, uint8_t* upper, uint8_t* lower)
+{
+    constexpr size_t kMaxLanes = hn::MaxLanes(Bytes());
+    const size_t lanes = hn::Lanes(Bytes());
+    const size_t step = lanes / 16 * kBlockColumns * 2;
+    const size_t reach = step / 2 + lanes;
+    size_t x = 0;
+    for (; x + reach <= columns; x += step)
+    {
+        reduceStep(rows, x, upper + x / 3 * 2, lower + x / 3 * 2);
+    }
+
+    // The rest goes through copies that have room for the vectors' reach.
+    const size_t rest = columns - x;
+    if (rest == 0)
+    {
+        return;
+    }
+    uint8_t in[3][4 * kMaxLanes] = {};
+    uint8_t out[2][3 * kMaxLanes];
+    std::memcpy(in[0], rows.top + x, rest);
+    std::memcpy(in[1], rows.middle + x, rest);
+    std::memcpy(in[2], rows.bottom + x, rest);
+    for (size_t i = 0; i < rest; i += step)
+    {
+        reduceStep({in[0], in[1], in[2]}, i, out[0] + i / 3 * 2, out[1] + i / 3 * 2);
+    }
+    std::memcpy(upper + x / 3 * 2, out[0], rest / 3 * 2);
+    std::memcpy(lower + x / 3 * 2, out[1], rest / 3 * 2);
+}
+
+int reduce3To2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+               uint32_t dstStride)
+{
+    if (srcWidth < 3 || srcHeight < 3)
+    {
+        return 1;
+    }
+    const size_t stride = srcStride;
+    for (size_t y = 0; y < srcHeight / 3; ++y)
+    {
+        const uint8_t* top = src + y * 3 * stride;
+        uint8_t* upper = dst + y * 2 * dstStride;
+        reduceRows({top, top + stride, top + 2 * stride}, srcWidth / 3 * size_t{3}, upper, upper + dstStride);
+    }
+    return 0;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace visora
+{
+HWY_EXPORT(averageBy2);
+HWY_EXPORT(averageBy4);
+HWY_EXPORT(reduce3To2);
+}  // namespace visora
+
+int vsrScaleDownBy2u8V(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                       uint32_t dstStride)
+{
+    using namespace visora;
+    return HWY_DYNAMIC_DISPATCH(averageBy2)(src, width, height, srcStride, dst, dstStride);
+}
+
+int vsrScaleDownBy4u8V(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                       uint32_t dstStride)
+{
+    using namespace visora;
+    return HWY_DYNAMIC_DISPATCH(averageBy4)(src, width, height, srcStride, dst, dstStride);
+}
+
+int vsrScaleDown3To2u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                        uint32_t dstStride)
+{
+    using namespace visora;
+    return HWY_DYNAMIC_DISPATCH(reduce3To2)(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+}
+
+#endif

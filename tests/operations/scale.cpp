@@ -1,0 +1,150 @@
+#include "visora/scale.h"
+
+#include <algorithm>
+
+#include "support/operations.h"
+
+namespace visora::test
+{
+
+namespace
+{
+
+// The shape's size is that of the source. Inputs end with the last pixel that an output needs, so that a variant that
+// reads columns or rows left over runs into the fence; strides are those of the whole source.
+
+// By a fixed ratio; the kernel ignores what is left over, unless the entry point admits whole multiples only.
+template <auto kernel, uint32_t from, uint32_t to, bool wholeOnly>
+void prepareFixed(Arguments& a)
+{
+    uint32_t width = a.shape().width;
+    uint32_t height = a.shape().height;
+    if (wholeOnly)
+    {
+        width -= width % from;
+        height -= height % from;
+    }
+    const uint32_t columns = width / from * from;
+    const uint32_t rows = height / from * from;
+    if (columns == 0 || rows == 0)
+    {
+        return;
+    }
+    const uint32_t srcStride = a.srcStride(width);
+    const uint32_t dstStride = a.dstStride(columns / from * to);
+    const uint8_t* src = a.input<uint8_t>(columns, rows, srcStride);
+    uint8_t* dst = a.output<uint8_t>(columns / from * to, rows / from * to, dstStride);
+    a.call(kernel, src, width, height, srcStride, dst, dstStride);
+}
+
+void callAnySize(Arguments& a, decltype(vsrScaleDownu8C)* kernel, uint32_t columns, uint32_t rows, uint32_t dstWidth,
+                 uint32_t dstHeight)
+{
+    const uint32_t srcStride = a.srcStride(a.shape().width);
+    const uint32_t dstStride = a.dstStride(dstWidth);
+    const uint8_t* src = a.input<uint8_t>(columns, rows, srcStride);
+    uint8_t* dst = a.output<uint8_t>(dstWidth, dstHeight, dstStride);
+    a.call(kernel, src, a.shape().width, a.shape().height, srcStride, dst, dstWidth, dstHeight, dstStride);
+}
+
+// Box averages: by fx and fy when there is that much source, with columns and rows left over.
+template <uint32_t fx, uint32_t fy>
+void prepareBox(Arguments& a)
+{
+    const uint32_t dstWidth = std::max(a.shape().width / fx, 1u);
+    const uint32_t dstHeight = std::max(a.shape().height / fy, 1u);
+    callAnySize(a, vsrScaleDownu8C, a.shape().width / dstWidth * dstWidth, a.shape().height / dstHeight * dstHeight,
+                dstWidth, dstHeight);
+}
+
+// Boxes of any size, up to the whole image; now and then long columns, whose sums pass 16 bits.
+void prepareAnyBox(Arguments& a)
+{
+    if (a.shape().typical)
+    {
+        prepareBox<5, 7>(a);
+        return;
+    }
+    const bool tall = a.random().oneIn(8);
+    const uint32_t width = a.shape().width;
+    const uint32_t height = tall ? 600 + a.shape().height : a.shape().height;
+    const uint32_t dstWidth = a.random().between(1, width);
+    const uint32_t dstHeight = tall ? a.random().between(1, 2) : a.random().between(1, height);
+    const uint32_t srcStride = a.srcStride(width);
+    const uint32_t dstStride = a.dstStride(dstWidth);
+    const uint8_t* src = a.input<uint8_t>(width / dstWidth * dstWidth, height / dstHeight * dstHeight, srcStride);
+    uint8_t* dst = a.output<uint8_t>(dstWidth, dstHeight, dstStride);
+    a.call(vsrScaleDownu8C, src, width, height, srcStride, dst, dstWidth, dstHeight, dstStride);
+}
+
+// The area average at a fixed ratio.
+template <uint32_t m, uint32_t n>
+void prepareArea(Arguments& a)
+{
+    const uint32_t dstWidth = std::max(a.shape().width * n / m, 1u);
+    const uint32_t dstHeight = std::max(a.shape().height * n / m, 1u);
+    if (dstWidth * 20 > a.shape().width && dstHeight * 20 > a.shape().height)
+    {
+        callAnySize(a, vsrScaleDownMNu8C, a.shape().width, a.shape().height, dstWidth, dstHeight);
+    }
+}
+
+// A destination size of one axis from equal to just above a twentieth.
+uint32_t anyAreaSize(Arguments& a, uint32_t srcSize)
+{
+    const uint32_t smallest = srcSize / 20 + 1;
+    const uint32_t kind = a.random().between(0, 3);
+    return kind == 0   ? srcSize
+           : kind == 1 ? std::min(smallest + a.random().between(0, 2), srcSize)
+                       : a.random().between(smallest, srcSize);
+}
+
+void prepareAnyArea(Arguments& a)
+{
+    const uint32_t width = a.shape().width;
+    const uint32_t height = a.shape().height;
+    const uint32_t dstWidth = a.shape().typical ? width * 3 / 10 : anyAreaSize(a, width);
+    const uint32_t dstHeight = a.shape().typical ? height * 3 / 10 : anyAreaSize(a, height);
+    callAnySize(a, vsrScaleDownMNu8C, width, height, dstWidth, dstHeight);
+}
+
+template <uint32_t m, uint32_t n>
+void prepareNearest(Arguments& a)
+{
+    const uint32_t dstWidth = std::max(a.shape().width * n / m, 1u);
+    const uint32_t dstHeight = std::max(a.shape().height * n / m, 1u);
+    callAnySize(a, vsrScaleDownNNu8C, a.shape().width, a.shape().height, dstWidth, dstHeight);
+}
+
+// Any two sizes, equal or larger destinations among them: the kernel has to follow the index rule wherever it leads.
+void prepareAnyNearest(Arguments& a)
+{
+    const uint32_t width = a.shape().width;
+    const uint32_t height = a.shape().height;
+    const bool same = a.random().oneIn(8);
+    const uint32_t dstWidth = a.shape().typical ? width / 5 : same ? width : a.random().between(1, 2 * width);
+    const uint32_t dstHeight = a.shape().typical ? height / 5 : same ? height : a.random().between(1, 2 * height);
+    callAnySize(a, vsrScaleDownNNu8C, width, height, dstWidth, dstHeight);
+}
+
+const Register downscalers({
+    {VISORA_OPERATION(vsrScaleDownBy2u8), prepareFixed<vsrScaleDownBy2u8C, 2, 1, true>},
+    {VISORA_OPERATION(vsrScaleDownBy4u8), prepareFixed<vsrScaleDownBy4u8C, 4, 1, true>},
+    {VISORA_OPERATION(vsrScaleDown3To2u8), prepareFixed<vsrScaleDown3To2u8C, 3, 2, false>},
+    {VISORA_OPERATION(vsrScaleDownu8), prepareBox<2, 2>, "2x2"},
+    {VISORA_OPERATION(vsrScaleDownu8), prepareBox<3, 3>, "3x3"},
+    {VISORA_OPERATION(vsrScaleDownu8), prepareBox<4, 4>, "4x4"},
+    {VISORA_OPERATION(vsrScaleDownu8), prepareBox<1, 3>, "1x3"},
+    {VISORA_OPERATION(vsrScaleDownu8), prepareBox<8, 1>, "8x1"},
+    {VISORA_OPERATION(vsrScaleDownu8), prepareAnyBox, "any"},
+    {VISORA_OPERATION(vsrScaleDownMNu8), prepareArea<10, 7>, "10to7"},
+    {VISORA_OPERATION(vsrScaleDownMNu8), prepareArea<5, 2>, "5to2"},
+    {VISORA_OPERATION(vsrScaleDownMNu8), prepareAnyArea, "any"},
+    {VISORA_OPERATION(vsrScaleDownNNu8), prepareNearest<2, 1>, "2to1"},
+    {VISORA_OPERATION(vsrScaleDownNNu8), prepareNearest<10, 7>, "10to7"},
+    {VISORA_OPERATION(vsrScaleDownNNu8), prepareAnyNearest, "any"},
+});
+
+}  // namespace
+
+}  // namespace visora::test
