@@ -408,8 +408,11 @@ vsrStatus averageBoxes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
     {
         auto* totals = reinterpret_cast<uint64_t*>(scratch.data());
         auto* sums = reinterpret_cast<uint16_t*>(totals + dstWidth);
-        const auto divide = [count = uint64_t{fx} * fy](uint64_t sum, uint32_t /*columns*/)
-        { return static_cast<uint8_t>(sum / count); };
+        const auto divide = [fy](uint64_t sum, uint32_t length)
+        {
+            // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): no caller has a destination larger than its source.
+            return static_cast<uint8_t>(sum / (uint64_t{length} * fy));
+        };
         for (size_t y = 0; y < dstHeight; ++y)
         {
             averageLongRuns(src + y * boxRowBytes, srcStride, fy, columns, sums, totals, dstWidth, lengths, divide,

@@ -67,7 +67,7 @@ HWY_INLINE bool withFittingVector(size_t count, Body body)
 template <class D, class V>
 HWY_INLINE hn::Vec<D> narrowInOrder([[maybe_unused]] D d, V low, V high)
 {
-    constexpr bool toBytes = sizeof(hn::TFromD<D>) == 1;
+    [[maybe_unused]] constexpr bool toBytes = sizeof(hn::TFromD<D>) == 1;
 #if HWY_TARGET <= HWY_AVX2
     if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32)
     {

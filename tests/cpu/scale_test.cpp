@@ -324,7 +324,7 @@ std::vector<uint32_t> columnsByTheRule(uint32_t s, uint32_t d, bool split)
     const int e = bits(d) + bits(s) - zeros(s);
     const int k = split ? (bits(d) + 1) / 2 : 0;
     const int fraction = (split ? bits(d) / 2 : 0) - e + 32;
-    const uint64_t dOdd = d >> zeros(d), sOdd = s >> zeros(s);
+    const uint64_t dOdd = std::max(d >> zeros(d), 1u), sOdd = s >> zeros(s);
     const uint64_t step = (((uint64_t{1} << fraction) + dOdd / 2) / dOdd * sOdd) % (uint64_t{1} << 32);
     const int shift = (zeros(d) - zeros(s) - k + fraction + 64) % 32;
     std::vector<uint32_t> columns;
