@@ -56,6 +56,10 @@ const RegisterStages filters({
                     });
          return result;
      }},
+    {"smoothed: Gaussian 11x11", filtered([](const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst)
+                                          { return vsrFilterGaussian11x11u8(src, width, height, dst, 1); })},
+    {"box mean 11x11", filtered([](const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst)
+                                { return vsrBoxFilter11x11u8(src, width, height, width, dst, width); })},
     {"negative", filtered([](const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst)
                           { return vsrBitwiseNotu8(src, width, height, 0, dst, 0); })},
 });

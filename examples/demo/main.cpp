@@ -21,6 +21,7 @@ std::string fileName(std::string title)
 
 void showOn(const std::vector<std::filesystem::path>& photographs, const std::filesystem::path& output)
 {
+    vsrSetOperationMode(VISORA_OP_CPU_PERFORMANCE);
     demo::Runner runner;
     demo::ContactSheet sheet(6);
     for (const auto& path : photographs)
