@@ -18,6 +18,8 @@ namespace
 
 DspDouble* current = nullptr;
 uint32_t alsoReported = 0;
+bool hasPlatformLibrary = false;
+int platformLibraryOpened = 0;
 
 // The library's own function of this name.
 template <class Function>
@@ -112,6 +114,22 @@ ReportAlso::~ReportAlso()
     alsoReported = 0;
 }
 
+PlatformLibraryDouble::PlatformLibraryDouble()
+{
+    hasPlatformLibrary = true;
+    platformLibraryOpened = 0;
+}
+
+PlatformLibraryDouble::~PlatformLibraryDouble()
+{
+    hasPlatformLibrary = false;
+}
+
+int PlatformLibraryDouble::opened() const
+{
+    return platformLibraryOpened;
+}
+
 }  // namespace visora::test
 
 // These are bound by the dynamic linker before the library's own.
@@ -142,4 +160,11 @@ int32_t KCVAK6_get_current_mode(void)
 uint32_t vsrAvailableHardware(vsrOperationMode mode)
 {
     return real("vsrAvailableHardware", vsrAvailableHardware)(mode) | alsoReported;
+}
+
+void* dlopen(const char* path, int mode) noexcept
+{
+    const bool isIt = visora::test::hasPlatformLibrary && path && std::string(path) == "/data/local/libvsropt.so";
+    visora::test::platformLibraryOpened += isIt;
+    return real("dlopen", dlopen)(isIt ? nullptr : path, mode);
 }

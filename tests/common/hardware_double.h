@@ -60,6 +60,18 @@ class ReportAlso
     ReportAlso& operator=(const ReportAlso&) = delete;
 };
 
+/** While it lives, the platform-optimisation library is there: the program itself. */
+class PlatformLibraryDouble
+{
+  public:
+    PlatformLibraryDouble();
+    ~PlatformLibraryDouble();
+    PlatformLibraryDouble(const PlatformLibraryDouble&) = delete;
+    PlatformLibraryDouble& operator=(const PlatformLibraryDouble&) = delete;
+
+    int opened() const;
+};
+
 }  // namespace visora::test
 
 #endif

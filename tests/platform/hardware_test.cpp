@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
+#include <thread>
 
 #include "common/hardware_double.h"
 #include "support/log_capture.h"
@@ -109,6 +111,26 @@ TEST(Processor, IsLookedAtOnce)
             describeProcessor("Features : fp\nHardware : PLTA01\n");
             EXPECT_EQ(7u, ivsrProcessorFeatures());
             EXPECT_FALSE(vsr_check_only_cpu());
+        });
+}
+
+TEST(ProcessorThreads, MayAllBeTheFirstToLook)
+{
+    inChild(
+        []
+        {
+            describeProcessor(kPhone);
+            std::atomic<int> right = 0;
+            std::vector<std::thread> threads;
+            for (int i = 0; i < 8; ++i)
+            {
+                threads.emplace_back([&] { right += ivsrProcessorFeatures() == 7 && !vsr_check_only_cpu(); });
+            }
+            for (std::thread& thread : threads)
+            {
+                thread.join();
+            }
+            EXPECT_EQ(8, right);
         });
 }
 
