@@ -33,31 +33,50 @@ using Unsigned16 = hn::Repartition<uint16_t, D>;
 // groups of pixels are exchanged beforehand, when luma and chroma are loaded.
 
 template <class D>
-constexpr bool kOneBlock = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 16;
+constexpr size_t kBlocks = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) / 16;
 
 enum class Order
 {
-    Natural,       // as in memory
-    ForTwoWords,   // for packers that interleave twice as many bytes: groups of 8 pixels 0, 2, 1, 3
-    ForFourWords,  // four times: groups of 4 pixels 0, 2, 4, 6, 1, 3, 5, 7
+    Natural,      // as in memory
+    ForTwoWords,  // for packers that double the bytes of a pixel: block k has groups of 8 pixels k and k + blocks
+    ForFourWords  // that quadruple them: groups of 4 pixels k, k + blocks, k + 2 * blocks and k + 3 * blocks
 };
 
-/** Brings the bytes of 32 pixels, or the 16-bit lanes of 32 pixels with halved chroma, into an order. */
+/** Which group of 4 pixels comes to a place. */
+constexpr int32_t groupAt(Order order, size_t blocks, size_t place)
+{
+    const size_t block = place / 4;
+    const size_t inBlock = place % 4;
+    return static_cast<int32_t>(order == Order::ForTwoWords ? (block + inBlock / 2 * blocks) * 2 + inBlock % 2
+                                                            : block + inBlock * blocks);
+}
+
+template <Order order, size_t blocks>
+struct GroupOrder
+{
+    constexpr GroupOrder()
+    {
+        for (size_t place = 0; place < 4 * blocks; ++place)
+        {
+            groups[place] = groupAt(order, blocks, place);
+        }
+    }
+    int32_t groups[4 * blocks] = {};
+};
+
+/** Brings the bytes of pixels, or the 16-bit lanes of pairs of pixels, into an order. */
 template <Order order, class D, class V>
 HWY_INLINE V arrange(D d, V v)
 {
-    if constexpr (kOneBlock<D> || order == Order::Natural)
+    if constexpr (kBlocks<D> == 1 || order == Order::Natural)
     {
         return v;
     }
     else
     {
-        static_assert(hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32);
-        alignas(32) static constexpr int32_t kTwo[8] = {0, 1, 4, 5, 2, 3, 6, 7};
-        alignas(32) static constexpr int32_t kFour[8] = {0, 2, 4, 6, 1, 3, 5, 7};
+        alignas(64) static constexpr GroupOrder<order, kBlocks<D>> kOrder;
         const hn::Repartition<int32_t, D> s32;
-        const auto from = hn::SetTableIndices(s32, order == Order::ForTwoWords ? kTwo : kFour);
-        return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(s32, v), from));
+        return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(s32, v), hn::SetTableIndices(s32, kOrder.groups)));
     }
 }
 
@@ -85,14 +104,20 @@ HWY_INLINE hn::Vec<D> narrow([[maybe_unused]] D d, V16 lower, V16 upper)
 {
 #if HWY_ARCH_X86
     // The instruction works within blocks, which is what is wanted here and what portable narrowing would undo.
-    if constexpr (kOneBlock<D>)
+    if constexpr (kBlocks<D> == 1)
     {
         return hn::Vec<D>{_mm_packus_epi16(lower.raw, upper.raw)};
     }
 #if HWY_TARGET <= HWY_AVX2
-    else
+    else if constexpr (kBlocks<D> == 2)
     {
         return hn::Vec<D>{_mm256_packus_epi16(lower.raw, upper.raw)};
+    }
+#endif
+#if HWY_TARGET <= HWY_AVX3
+    else
+    {
+        return hn::Vec<D>{_mm512_packus_epi16(lower.raw, upper.raw)};
     }
 #endif
 #else
@@ -197,18 +222,18 @@ struct Pairs
     {
         const auto v0 = hn::LoadU(d, pairs + 2 * first);
         const auto v1 = hn::LoadU(d, pairs + 2 * first + hn::Lanes(d));
-        if constexpr (kOneBlock<D> || order == Order::ForTwoWords)
+        if constexpr (kBlocks<D> == 1 || order == Order::ForTwoWords)
         {
             return {split(d, v0), split(d, v1)};
         }
         else if constexpr (order == Order::ForFourWords)
         {
-            // A group of 4 pixels is two 32-bit lanes here.
+            // A group of 4 pixels has 8 bytes here.
             return {split(d, arrange<Order::ForTwoWords>(d, v0)), split(d, arrange<Order::ForTwoWords>(d, v1))};
         }
         else
         {
-            return {split(d, hn::ConcatLowerLower(d, v1, v0)), split(d, hn::ConcatUpperUpper(d, v1, v0))};
+            return {split(d, evenBlocks(d, v0, v1)), split(d, oddBlocks(d, v0, v1))};
         }
     }
 
@@ -227,6 +252,31 @@ struct Pairs
     }
 
   private:
+    // Every second block of two vectors.
+    template <class D, class V>
+    static HWY_INLINE V evenBlocks(D d, V v0, V v1)
+    {
+#if HWY_TARGET <= HWY_AVX3 && HWY_ARCH_X86
+        if constexpr (kBlocks<D> == 4)
+        {
+            return V{_mm512_shuffle_i64x2(v0.raw, v1.raw, _MM_SHUFFLE(2, 0, 2, 0))};
+        }
+#endif
+        return hn::ConcatLowerLower(d, v1, v0);
+    }
+
+    template <class D, class V>
+    static HWY_INLINE V oddBlocks(D d, V v0, V v1)
+    {
+#if HWY_TARGET <= HWY_AVX3 && HWY_ARCH_X86
+        if constexpr (kBlocks<D> == 4)
+        {
+            return V{_mm512_shuffle_i64x2(v0.raw, v1.raw, _MM_SHUFFLE(3, 1, 3, 1))};
+        }
+#endif
+        return hn::ConcatUpperUpper(d, v1, v0);
+    }
+
     template <class D, class V>
     static HWY_INLINE ChromaOf<D> split(D /*d*/, V bytes)
     {
@@ -553,21 +603,38 @@ struct RGB888
         const V v0 = hn::IfThenElse(first, r, hn::IfThenElse(second, g, b));
         const V v1 = hn::IfThenElse(first, g, hn::IfThenElse(second, b, r));
         const V v2 = hn::IfThenElse(first, b, hn::IfThenElse(second, r, g));
+        storeBlocks(d, v0, v1, v2, dst);
+#endif
+    }
+
+  private:
+#if !HWY_ARCH_ARM
+    // Block k of vector i is the (3 k + i)-th in memory.
+    template <class D, class V>
+    static HWY_INLINE void storeBlocks(D d, V v0, V v1, V v2, uint8_t* dst)
+    {
         const size_t n = hn::Lanes(d);
-        if constexpr (kOneBlock<D>)
+        if constexpr (kBlocks<D> == 1)
         {
             hn::StoreU(v0, d, dst);
             hn::StoreU(v1, d, dst + n);
             hn::StoreU(v2, d, dst + 2 * n);
         }
-        else
+        else if constexpr (kBlocks<D> == 2)
         {
             hn::StoreU(hn::ConcatLowerLower(d, v1, v0), d, dst);
             hn::StoreU(hn::ConcatUpperLower(d, v0, v2), d, dst + n);
             hn::StoreU(hn::ConcatUpperUpper(d, v2, v1), d, dst + 2 * n);
         }
-#endif
+        else
+        {
+            const hn::Half<D> half;
+            storeBlocks(half, hn::LowerHalf(half, v0), hn::LowerHalf(half, v1), hn::LowerHalf(half, v2), dst);
+            storeBlocks(half, hn::UpperHalf(half, v0), hn::UpperHalf(half, v1), hn::UpperHalf(half, v2),
+                        dst + 3 * n / 2);
+        }
     }
+#endif
 };
 
 struct RGBA8888
@@ -645,25 +712,12 @@ HWY_INLINE void convertRows(D d, const uint8_t* luma, size_t lumaStride, const L
     }
 }
 
-/** Runs body(tag) with a vector that `width` pixels fill. @return false when the reference should do the work */
+/** Runs body(tag) with the widest vector that `width` pixels fill. @return false when the reference should do the work
+ */
 template <bool kHalved, class Body>
 HWY_INLINE bool withPixelVector(size_t width, Body body)
 {
-    // 256 bits at most: arranging pixels knows no more than two blocks.
-    const size_t count = kHalved ? width & ~size_t{1} : width;
-    const hn::CappedTag<uint8_t, 32> wide;
-    if (count >= hn::Lanes(wide))
-    {
-        body(wide);
-        return true;
-    }
-    const hn::CappedTag<uint8_t, 16> narrow;
-    if (count >= hn::Lanes(narrow))
-    {
-        body(narrow);
-        return true;
-    }
-    return false;
+    return withFittingVector<uint8_t>(kHalved ? width & ~size_t{1} : width, body);
 }
 
 /** A whole image. @return false when it is too narrow */
