@@ -21,7 +21,8 @@
  *   other mask the count is 0.
  * - Members with `nmsEnabled`: when it is not 0, a corner is dropped if any of its eight neighbours is a corner with at
  *   least its score, so equal neighbours drop each other. `nCornersMax` then limits the corners found, not those left.
- *   `tempBuf` needs 3 * nCornersMax + srcHeight words; without it the process ends with exit status 1.
+ *   `tempBuf` needs 3 * nCornersMax + srcHeight words, whose contents are then undefined; without it the process ends
+ *   with exit status 1.
  * - A null pointer, a stride below a row or a border that leaves no pixel: "Assertion failed @<function>: <condition>"
  *   is logged, nothing is written, and the result is what the log call returned (not 0). Otherwise the result is 0.
  */

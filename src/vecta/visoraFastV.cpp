@@ -1,14 +1,12 @@
 // FAST corner detection, vector variants.
-#include <algorithm>
-#include <cstring>
-
 #include "cpu/visoraFast.h"
+#include "vecta/visoraFastScratch.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/visoraFastV.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
-#include "vecta/visoraVector-inl.h"
+#include "vecta/visoraFast-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -16,182 +14,28 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-struct Brighter
-{
-    // The weakest pixel of an arc, and the better of two arcs.
-    template <class V>
-    static HWY_INLINE V weaker(V a, V b)
-    {
-        return hn::Min(a, b);
-    }
-    template <class V>
-    static HWY_INLINE V stronger(V a, V b)
-    {
-        return hn::Max(a, b);
-    }
-};
-
-struct Darker
-{
-    template <class V>
-    static HWY_INLINE V weaker(V a, V b)
-    {
-        return hn::Max(a, b);
-    }
-    template <class V>
-    static HWY_INLINE V stronger(V a, V b)
-    {
-        return hn::Min(a, b);
-    }
-};
-
-// The weakest pixel of the best arc: a centre that is exceeded by this one is exceeded by kArc contiguous pixels.
-// at(i) is circle pixel i. Runs of 2, 4 and 8 pixels are built by doubling; a run that begins at an even pixel serves
-// the arc from that pixel and the arc from the one before it.
-template <int kArc, class Side, class At>
-HWY_INLINE auto bestArc(At at)
-{
-    using V = decltype(at(0));
-    V pairs[8];
-    V fours[8];
-    for (int i = 0; i < 8; ++i)
-    {
-        pairs[i] = Side::weaker(at(2 * i), at(2 * i + 1));
-    }
-    for (int i = 0; i < 8; ++i)
-    {
-        fours[i] = Side::weaker(pairs[i], pairs[(i + 1) % 8]);
-    }
-    V best = pairs[0];
-    for (int i = 0; i < 8; ++i)
-    {
-        V shared = Side::weaker(fours[i], fours[(i + 2) % 8]);
-        if constexpr (kArc == 10)
-        {
-            shared = Side::weaker(shared, at((2 * i + 8) % 16));
-        }
-        const V arc = Side::weaker(shared, Side::stronger(at((2 * i + 15) % 16), at((2 * i + kArc - 1) % 16)));
-        best = i == 0 ? arc : Side::stronger(best, arc);
-    }
-    return best;
-}
-
-// How far, in each lane, the best arc of brighter or darker pixels is beyond the bounds; above 0 it is a corner.
-// hi and lo saturate, which makes a bound that no pixel can pass unpassable.
-template <int kArc, class V, class At>
-HWY_INLINE V arcExcess(V hi, V lo, At at)
-{
-    return hn::Max(hn::SaturatedSub(bestArc<kArc, Brighter>(at), hi), hn::SaturatedSub(lo, bestArc<kArc, Darker>(at)));
-}
-
-// The four diameters' ends that quickly tell most pixels to be no corner: an arc of more than half the circle holds an
-// end of each. `first` and `second` are pixels of the circle a quarter apart.
-template <class V, class At>
-HWY_INLINE V diameterExcess(V hi, V lo, At at, int first, int second)
-{
-    const V a = at(first);
-    const V b = at(first + 8);
-    const V c = at(second);
-    const V d = at(second + 8);
-    const V brightest = hn::Min(hn::Max(a, b), hn::Max(c, d));
-    const V darkest = hn::Max(hn::Min(a, b), hn::Min(c, d));
-    return hn::Or(hn::SaturatedSub(brightest, hi), hn::SaturatedSub(lo, darkest));
-}
-
-template <class D, class V = hn::Vec<D>>
-HWY_INLINE bool allZero(D d, V v)
-{
-    return hn::AllTrue(d, hn::Eq(v, hn::Zero(d)));
-}
-
-template <int kArc, class D>
-uint32_t detectRows(D d, const FastSearch& search, const ExclusionMask* mask, const CornerList& list)
-{
-    using V = hn::Vec<D>;
-    const size_t lanes = hn::Lanes(d);
-    const V threshold = hn::Set(d, static_cast<uint8_t>(search.threshold));
-    const size_t end = search.endColumn();
-    uint32_t count = 0;
-    for (size_t y = search.border; y < search.endRow(); ++y)
-    {
-        const uint8_t* rows[2 * kCircleRadius + 1];
-        for (int dy = -kCircleRadius; dy <= kCircleRadius; ++dy)
-        {
-            rows[dy + kCircleRadius] =
-                search.src + (y + static_cast<size_t>(dy + kCircleRadius) - kCircleRadius) * search.stride;
-        }
-        for (size_t x = search.border; x < end; x += lanes)
-        {
-            // The last vector ends with the row and overlaps the one before it.
-            const size_t start = std::min(x, end - lanes);
-            const auto at = [&](int i) HWY_ATTR
-            { return hn::LoadU(d, rows[kCircle[i].dy + kCircleRadius] + start + kCircle[i].dx); };
-            const V centre = hn::LoadU(d, rows[kCircleRadius] + start);
-            const V hi = hn::SaturatedAdd(centre, threshold);
-            const V lo = hn::SaturatedSub(centre, threshold);
-            if (allZero(d, diameterExcess(hi, lo, at, 0, 4)))
-            {
-                continue;
-            }
-            const V excess = arcExcess<kArc>(hi, lo, at);
-            uint64_t corners = 0;
-            hn::StoreMaskBits(d, hn::Ne(excess, hn::Zero(d)), reinterpret_cast<uint8_t*>(&corners));
-            corners &= ~uint64_t{0} << (x - start);
-            if (corners == 0)
-            {
-                continue;
-            }
-            HWY_ALIGN uint8_t excesses[HWY_MAX_BYTES];
-            hn::Store(excess, d, excesses);
-            for (; corners != 0; corners &= corners - 1)
-            {
-                const auto lane = static_cast<size_t>(hwy::Num0BitsBelowLS1Bit_Nonzero64(corners));
-                if (mask && mask->excludes(start + lane, y))
-                {
-                    continue;
-                }
-                list.xy[size_t{count} * 2] = static_cast<uint32_t>(start + lane);
-                list.xy[size_t{count} * 2 + 1] = static_cast<uint32_t>(y);
-                if (list.scores)
-                {
-                    // The largest threshold that the arc still passes is one less than its difference.
-                    list.scores[count] = search.threshold + excesses[lane] - 1;
-                }
-                if (++count == list.capacity)
-                {
-                    return count;
-                }
-            }
-        }
-    }
-    return count;
-}
-
 template <int kArc>
-uint32_t detect(const FastSearch& search, const ExclusionMask* mask, const CornerList& list)
+bool detect(const FastSearch& search, const ExclusionMask* mask, const CornerList& list, bool onlyBest,
+            const FastScratch& scratch, uint32_t* count)
 {
-    // No difference between pixels exceeds 255.
-    if (list.capacity == 0 || search.threshold > 254 || (mask && !mask->fits()))
-    {
-        return 0;
-    }
-    uint32_t count = 0;
-    if (!withFittingVector<uint8_t>(search.endColumn() - search.border,
-                                    [&](auto d) HWY_ATTR { count = detectRows<kArc>(d, search, mask, list); }))
-    {
-        count = detectCorners<kArc>(search, mask, list);
-    }
-    return count;
+    return withFittingVector<uint8_t>(search.endColumn() - search.border,
+                                      [&](auto d) HWY_ATTR
+                                      {
+                                          *count = onlyBest ? detectBest<kArc>(d, search, mask, list, scratch)
+                                                            : detectAll<kArc>(d, search, mask, list, scratch);
+                                      });
 }
 
-uint32_t fast9(const FastSearch& search, const ExclusionMask* mask, const CornerList& list)
+bool detect9(const FastSearch& search, const ExclusionMask* mask, const CornerList& list, bool onlyBest,
+             const FastScratch& scratch, uint32_t* count)
 {
-    return detect<9>(search, mask, list);
+    return detect<9>(search, mask, list, onlyBest, scratch, count);
 }
 
-uint32_t fast10(const FastSearch& search, const ExclusionMask* mask, const CornerList& list)
+bool detect10(const FastSearch& search, const ExclusionMask* mask, const CornerList& list, bool onlyBest,
+              const FastScratch& scratch, uint32_t* count)
 {
-    return detect<10>(search, mask, list);
+    return detect<10>(search, mask, list, onlyBest, scratch, count);
 }
 
 // The circle of one pixel in one vector: rotating it brings each pixel's followers into its lane.
@@ -242,33 +86,62 @@ HWY_AFTER_NAMESPACE();
 
 namespace visora
 {
-HWY_EXPORT(fast9);
-HWY_EXPORT(fast10);
+HWY_EXPORT(detect9);
+HWY_EXPORT(detect10);
 HWY_EXPORT(score9);
 HWY_EXPORT(score10);
 
 namespace
 {
 
-uint32_t detect9(const FastSearch& search, const ExclusionMask* mask, const CornerList& list)
+// Lists corners, only the best ones with `onlyBest`. Returns false when the reference has to do it: the rows are too
+// short for vectors, or there is no working memory.
+template <int kArc>
+bool detectByVectors(const FastSearch& search, const ExclusionMask* mask, const CornerList& list, bool onlyBest,
+                     uint32_t* count)
 {
-    return HWY_DYNAMIC_DISPATCH(fast9)(search, mask, list);
+    // No difference between pixels exceeds 255.
+    if (list.capacity == 0 || search.threshold > 254 || (mask && !mask->fits()))
+    {
+        *count = 0;
+        return true;
+    }
+    const FastScratch scratch(search);
+    if (!scratch)
+    {
+        return false;
+    }
+    return kArc == 9 ? HWY_DYNAMIC_DISPATCH(detect9)(search, mask, list, onlyBest, scratch, count)
+                     : HWY_DYNAMIC_DISPATCH(detect10)(search, mask, list, onlyBest, scratch, count);
 }
 
-uint32_t detect10(const FastSearch& search, const ExclusionMask* mask, const CornerList& list)
+template <int kArc>
+uint32_t detectAny(const FastSearch& search, const ExclusionMask* mask, const CornerList& list)
 {
-    return HWY_DYNAMIC_DISPATCH(fast10)(search, mask, list);
+    uint32_t count = 0;
+    return detectByVectors<kArc>(search, mask, list, false, &count) ? count : detectCorners<kArc>(search, mask, list);
+}
+
+// Suppression on the fly needs no work buffer; the reference's list of all corners does.
+template <int kArc>
+void detectScored(const FastSearch& search, const ExclusionMask* mask, const CornerList& list, uint32_t* count,
+                  uint32_t suppress, uint32_t* workBuffer, SourceLine line)
+{
+    if (suppress && workBuffer && detectByVectors<kArc>(search, mask, list, true, count))
+    {
+        return;
+    }
+    listScored(list, count, suppress, workBuffer, line,
+               [&](const CornerList& all) { return detectAny<kArc>(search, mask, all); });
 }
 
 }  // namespace
 }  // namespace visora
 
-using visora::CornerList;
-using visora::detect10;
-using visora::detect9;
+using visora::detectAny;
+using visora::detectScored;
 using visora::ExclusionMask;
 using visora::FastSearch;
-using visora::listScored;
 
 uint32_t fast9_corner_scoreV(const uint8_t* pixel, const int32_t offsets[16], uint32_t threshold)
 {
@@ -287,7 +160,7 @@ vsrStatus vsrCornerFast9u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcH
                             uint32_t* numcorners)
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    *numcorners = detect9(search, nullptr, {xy, nullptr, nCornersMax});
+    *numcorners = detectAny<9>(search, nullptr, {xy, nullptr, nCornersMax});
     return VISORA_SUCCESS;
 }
 
@@ -296,7 +169,7 @@ vsrStatus vsrCornerFast9Scoreu8V(const uint8_t* src, uint32_t srcWidth, uint32_t
                                  uint32_t nCornersMax, uint32_t* numcorners)
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    *numcorners = detect9(search, nullptr, {xy, scores, nCornersMax});
+    *numcorners = detectAny<9>(search, nullptr, {xy, scores, nCornersMax});
     return VISORA_SUCCESS;
 }
 
@@ -305,8 +178,8 @@ vsrStatus vsrCornerFast9Scoreu8_v2V(const uint8_t* src, uint32_t srcWidth, uint3
                                     uint32_t nCornersMax, uint32_t* numcorners, uint32_t nmsEnabled, uint32_t* tempBuf)
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    listScored({xy, scores, nCornersMax}, numcorners, nmsEnabled, tempBuf, visora::kFast9ScoreLine,
-               [&](const CornerList& list) { return detect9(search, nullptr, list); });
+    detectScored<9>(search, nullptr, {xy, scores, nCornersMax}, numcorners, nmsEnabled, tempBuf,
+                    visora::kFast9ScoreLine);
     return VISORA_SUCCESS;
 }
 
@@ -316,7 +189,7 @@ vsrStatus vsrCornerFast9InMasku8V(const uint8_t* src, uint32_t srcWidth, uint32_
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
     const ExclusionMask exclusion(bitMask, maskWidth, maskHeight, search);
-    *numcorners = detect9(search, &exclusion, {xy, nullptr, nCornersMax});
+    *numcorners = detectAny<9>(search, &exclusion, {xy, nullptr, nCornersMax});
     return VISORA_SUCCESS;
 }
 
@@ -327,7 +200,7 @@ vsrStatus vsrCornerFast9InMaskScoreu8V(const uint8_t* src, uint32_t srcWidth, ui
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
     const ExclusionMask exclusion(bitMask, maskWidth, maskHeight, search);
-    *numcorners = detect9(search, &exclusion, {xy, scores, nCornersMax});
+    *numcorners = detectAny<9>(search, &exclusion, {xy, scores, nCornersMax});
     return VISORA_SUCCESS;
 }
 
@@ -339,8 +212,8 @@ vsrStatus vsrCornerFast9InMaskScoreu8_v2V(const uint8_t* src, uint32_t srcWidth,
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
     const ExclusionMask exclusion(bitMask, maskWidth, maskHeight, search);
-    listScored({xy, scores, nCornersMax}, numcorners, nmsEnabled, tempBuf, visora::kFast9InMaskScoreLine,
-               [&](const CornerList& list) { return detect9(search, &exclusion, list); });
+    detectScored<9>(search, &exclusion, {xy, scores, nCornersMax}, numcorners, nmsEnabled, tempBuf,
+                    visora::kFast9InMaskScoreLine);
     return VISORA_SUCCESS;
 }
 
@@ -349,7 +222,7 @@ vsrStatus vsrCornerFast10u8V(const uint8_t* src, uint32_t srcWidth, uint32_t src
                              uint32_t* nCorners)
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    *nCorners = detect10(search, nullptr, {xy, nullptr, nCornersMax});
+    *nCorners = detectAny<10>(search, nullptr, {xy, nullptr, nCornersMax});
     return VISORA_SUCCESS;
 }
 
@@ -358,8 +231,8 @@ vsrStatus vsrCornerFast10Scoreu8V(const uint8_t* src, uint32_t srcWidth, uint32_
                                   uint32_t nCornersMax, uint32_t* nCorners, uint32_t nmsEnabled, uint32_t* tempBuf)
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    listScored({xy, scores, nCornersMax}, nCorners, nmsEnabled, tempBuf, visora::kFast10ScoreLine,
-               [&](const CornerList& list) { return detect10(search, nullptr, list); });
+    detectScored<10>(search, nullptr, {xy, scores, nCornersMax}, nCorners, nmsEnabled, tempBuf,
+                     visora::kFast10ScoreLine);
     return VISORA_SUCCESS;
 }
 
@@ -369,7 +242,7 @@ vsrStatus vsrCornerFast10InMasku8V(const uint8_t* src, uint32_t srcWidth, uint32
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
     const ExclusionMask exclusion(mask, maskWidth, maskHeight, search);
-    *nCorners = detect10(search, &exclusion, {xy, nullptr, nCornersMax});
+    *nCorners = detectAny<10>(search, &exclusion, {xy, nullptr, nCornersMax});
     return VISORA_SUCCESS;
 }
 
@@ -380,8 +253,8 @@ vsrStatus vsrCornerFast10InMaskScoreu8V(const uint8_t* src, uint32_t srcWidth, u
 {
     const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
     const ExclusionMask exclusion(mask, maskWidth, maskHeight, search);
-    listScored({xy, scores, nCornersMax}, nCorners, nmsEnabled, tempBuf, visora::kFast10InMaskScoreLine,
-               [&](const CornerList& list) { return detect10(search, &exclusion, list); });
+    detectScored<10>(search, &exclusion, {xy, scores, nCornersMax}, nCorners, nmsEnabled, tempBuf,
+                     visora::kFast10InMaskScoreLine);
     return VISORA_SUCCESS;
 }
 

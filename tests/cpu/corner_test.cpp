@@ -10,6 +10,7 @@
 #include "support/corner_members.h"
 #include "support/random.h"
 #include "visora/dispatch.h"
+#include "visora/memory.h"
 
 namespace visora::test
 {
@@ -407,6 +408,21 @@ TEST(Corners, MasksMayBeSmallerOrLargerByPowersOfTwo)
             EXPECT_EQ(0u, expectTheSlowDetectorsCorners(member, picture, full, Search(), where));
         }
     }
+}
+
+TEST(Corners, AreFoundWithoutScratchMemory)
+{
+    Random random(9);
+    const Picture picture = noise(random, 120, 30, 256);
+    const Mask mask(120, 30, 0x55);
+    Search search;
+    search.suppress = true;
+    vsrGetScratchBufferAligned_ = [](size_t, uint32_t) -> void* { return nullptr; };
+    for (const CornerMember& member : cornerMembers())
+    {
+        EXPECT_GT(expectTheSlowDetectorsCorners(member, picture, mask, search, "no scratch"), 0u);
+    }
+    uCHelper();
 }
 
 // ---- Scores ----

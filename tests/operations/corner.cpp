@@ -58,6 +58,9 @@ std::function<void(Arguments&)> detector(uint32_t typicalThreshold = kUsualCorne
         const MaskSize maskSize = masked ? anyMaskSize(a) : MaskSize{};
         const uint32_t suppress = suppressed ? a.choose(0, 1, 1) : 0;
 
+        const size_t workWords = suppress ? size_t{capacity} * 3 + height : 0;
+        // What the work buffer holds afterwards is the detector's own affair, so it is no output.
+        auto* work = const_cast<uint32_t*>(a.input<uint32_t>(workWords, 1, workWords * 4));
         const auto* mask = a.input<uint8_t>((maskSize.width + 7) / 8, maskSize.height, (maskSize.width + 7) / 8);
         const auto* src = a.input<uint8_t>(width, height, stride);
         if (a.shape().typical)
@@ -67,8 +70,6 @@ std::function<void(Arguments&)> detector(uint32_t typicalThreshold = kUsualCorne
         auto* xy = a.output<uint32_t>(size_t{capacity} * 2, 1, size_t{capacity} * 8);
         auto* count = a.output<uint32_t>(1, 1, 4);
         auto* scores = a.output<uint32_t>(scored ? capacity : 0, 1, size_t{capacity} * 4);
-        const size_t workWords = suppress ? size_t{capacity} * 3 + height : 0;
-        auto* work = a.output<uint32_t>(workWords, 1, workWords * 4);
 
         const auto call = [&](auto... rest)
         {
