@@ -45,9 +45,9 @@ inline uint64_t keepFirst(FastRow& row, uint64_t room)
             --i;
         }
         Corners& last = row.found[i - 1];
-        const auto lane = static_cast<size_t>(63 - std::countl_zero(last.bits));
-        last.bits ^= uint64_t{1} << lane;
-        row.excess[last.start + lane] = 0;
+        const uint64_t rightmost = std::bit_floor(last.bits);
+        last.bits ^= rightmost;
+        row.excess[last.start + static_cast<size_t>(std::countr_zero(rightmost))] = 0;
     }
     return count;
 }
