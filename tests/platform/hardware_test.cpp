@@ -121,10 +121,10 @@ TEST(ProcessorThreads, MayAllBeTheFirstToLook)
         {
             describeProcessor(kPhone);
             std::atomic<int> right = 0;
-            std::vector<std::thread> threads;
-            for (int i = 0; i < 8; ++i)
+            std::array<std::thread, 8> threads;
+            for (std::thread& thread : threads)
             {
-                threads.emplace_back([&] { right += ivsrProcessorFeatures() == 7 && !vsr_check_only_cpu(); });
+                thread = std::thread([&] { right += ivsrProcessorFeatures() == 7 && !vsr_check_only_cpu(); });
             }
             for (std::thread& thread : threads)
             {
