@@ -21,8 +21,8 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-constexpr size_t kTileRows = 16;
-constexpr size_t kTileColumns = 512;
+constexpr size_t kTileRows = 8;
+constexpr size_t kTileColumns = 1024;
 
 // ---- Pixels to planes and back ----
 
