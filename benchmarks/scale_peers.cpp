@@ -45,12 +45,15 @@ const RegisterPeers openCvScalers({
     {"vsrScaleDownMNu8", "5to2", "OpenCV", openCv(5, 2, cv::INTER_AREA)},
     {"vsrScaleDownMNu8", "any", "OpenCV", openCv(10, 3, cv::INTER_AREA)},
     {"vsrScaleDownNNu8", "2to1", "OpenCV", openCv(2, 1, cv::INTER_NEAREST)},
+    {"vsrScaleDownNNu8", "4to1", "OpenCV", openCv(4, 1, cv::INTER_NEAREST)},
     {"vsrScaleDownNNu8", "10to7", "OpenCV", openCv(10, 7, cv::INTER_NEAREST)},
     {"vsrScaleDownNNu8", "any", "OpenCV", openCv(5, 1, cv::INTER_NEAREST)},
 });
 #endif
 
 #ifdef VISORA_HAVE_LIBYUV
+// Where one axis shrinks by less than two its box filter falls back to interpolation, which skips most pixels when the
+// other axis shrinks by much: no peer for the reductions of one axis only.
 auto libyuvScale(int m, int n, int mRows, int nRows, libyuv::FilterMode filter)
 {
     return [=](int width, int height) -> std::function<void()>
@@ -81,13 +84,12 @@ const RegisterPeers libyuvScalers({
     {"vsrScaleDownu8", "2x2", "libyuv", libyuvScale(2, 1, libyuv::kFilterBox)},
     {"vsrScaleDownu8", "3x3", "libyuv", libyuvScale(3, 1, libyuv::kFilterBox)},
     {"vsrScaleDownu8", "4x4", "libyuv", libyuvScale(4, 1, libyuv::kFilterBox)},
-    {"vsrScaleDownu8", "1x3", "libyuv", libyuvScale(1, 1, 3, 1, libyuv::kFilterBox)},
-    {"vsrScaleDownu8", "8x1", "libyuv", libyuvScale(8, 1, 1, 1, libyuv::kFilterBox)},
     {"vsrScaleDownu8", "any", "libyuv", libyuvScale(5, 1, 7, 1, libyuv::kFilterBox)},
     {"vsrScaleDownMNu8", "10to7", "libyuv", libyuvScale(10, 7, libyuv::kFilterBox)},
     {"vsrScaleDownMNu8", "5to2", "libyuv", libyuvScale(5, 2, libyuv::kFilterBox)},
     {"vsrScaleDownMNu8", "any", "libyuv", libyuvScale(10, 3, libyuv::kFilterBox)},
     {"vsrScaleDownNNu8", "2to1", "libyuv", libyuvScale(2, 1, libyuv::kFilterNone)},
+    {"vsrScaleDownNNu8", "4to1", "libyuv", libyuvScale(4, 1, libyuv::kFilterNone)},
     {"vsrScaleDownNNu8", "10to7", "libyuv", libyuvScale(10, 7, libyuv::kFilterNone)},
     {"vsrScaleDownNNu8", "any", "libyuv", libyuvScale(5, 1, libyuv::kFilterNone)},
 });

@@ -18,6 +18,28 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
+// The odd bytes of two vectors, in order.
+template <class D, class V>
+HWY_INLINE V oddBytes(D d, V low, V high)
+{
+    const hn::RepartitionToWide<D> d16;
+    return narrowInOrder(d, hn::ShiftRight<8>(hn::BitCast(d16, low)), hn::ShiftRight<8>(hn::BitCast(d16, high)));
+}
+
+// Every second pixel from pixels[1] on.
+template <class D>
+HWY_INLINE hn::Vec<D> everySecond(D d, const uint8_t* pixels)
+{
+    return oddBytes(d, hn::LoadU(d, pixels), hn::LoadU(d, pixels + hn::Lanes(d)));
+}
+
+// Every fourth pixel from pixels[3] on.
+template <class D>
+HWY_INLINE hn::Vec<D> everyFourth(D d, const uint8_t* pixels)
+{
+    return oddBytes(d, everySecond(d, pixels), everySecond(d, pixels + 2 * hn::Lanes(d)));
+}
+
 // Takes one row's pixels at the columns that were worked out once for the image. Sixteen outputs at a time come out of
 // byte lookups in the few registers that their columns lie in.
 class ColumnPicker
@@ -45,7 +67,8 @@ class ColumnPicker
         {
             columns_[x] = columns(x);
         }
-        if (dstWidth >= kBlock)
+        step_ = evenStep();
+        if (step_ == 0 && dstWidth >= kBlock)
         {
             planRegisters();
         }
@@ -53,6 +76,10 @@ class ColumnPicker
 
     HWY_INLINE void pick(const uint8_t* row, uint8_t* out) const
     {
+        if (step_ != 0)
+        {
+            return pickEvenly(row, out);
+        }
         switch (registers_)
         {
             case 0:
@@ -77,6 +104,41 @@ class ColumnPicker
   private:
     // First output of a block; the last block overlaps the one before it.
     size_t firstOutput(size_t block) const { return std::min(block * kBlock, dstWidth_ - kBlock); }
+
+    // The distance of the columns where it is the same from the second output on, and one that wide vectors can take:
+    // two or four. The first output of such a ratio often lies elsewhere. 0 for all others.
+    uint32_t evenStep() const
+    {
+        if (dstWidth_ <= hn::Lanes(hn::ScalableTag<uint8_t>()))
+        {
+            return 0;
+        }
+        const uint32_t step = columns_[2] - columns_[1];
+        bool even = (step == 2 || step == 4) && columns_[1] >= step - 1;
+        for (size_t x = 2; x < dstWidth_ && even; ++x)
+        {
+            even = columns_[x] - columns_[x - 1] == step;
+        }
+        return even ? step : 0;
+    }
+
+    // The pixel that is taken comes last among those that a lane is cut from, so nothing behind the last one is read.
+    HWY_INLINE void pickEvenly(const uint8_t* row, uint8_t* out) const
+    {
+        const hn::ScalableTag<uint8_t> d;
+        out[0] = row[columns_[0]];
+        const uint8_t* lane = row + columns_[1] + 1 - step_;  // where the lane of output 1 begins
+        if (step_ == 2)
+        {
+            coverRange(1, dstWidth_, hn::Lanes(d),
+                       [&](size_t x) HWY_ATTR { hn::StoreU(everySecond(d, lane + (x - 1) * 2), d, out + x); });
+        }
+        else
+        {
+            coverRange(1, dstWidth_, hn::Lanes(d),
+                       [&](size_t x) HWY_ATTR { hn::StoreU(everyFourth(d, lane + (x - 1) * 4), d, out + x); });
+        }
+    }
 
     void planRegisters()
     {
@@ -134,6 +196,7 @@ class ColumnPicker
 
     size_t dstWidth_;
     size_t blocks_;
+    uint32_t step_ = 0;
     size_t registers_ = 0;
     uint8_t* lookups_;   // per block and register, sixteen positions
     uint32_t* columns_;  // source column of every output

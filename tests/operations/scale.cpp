@@ -141,6 +141,7 @@ const Register downscalers({
     {VISORA_OPERATION(vsrScaleDownMNu8), prepareArea<5, 2>, "5to2"},
     {VISORA_OPERATION(vsrScaleDownMNu8), prepareAnyArea, "any"},
     {VISORA_OPERATION(vsrScaleDownNNu8), prepareNearest<2, 1>, "2to1"},
+    {VISORA_OPERATION(vsrScaleDownNNu8), prepareNearest<4, 1>, "4to1"},
     {VISORA_OPERATION(vsrScaleDownNNu8), prepareNearest<10, 7>, "10to7"},
     {VISORA_OPERATION(vsrScaleDownNNu8), prepareAnyNearest, "any"},
 });
