@@ -1,13 +1,15 @@
 /**
  * @file
- * Downscaling of single-channel u8 images: box averages by 2, by 4 and by whole factors, the weighted 3:2 reduction,
- * the area average between any two sizes, and nearest neighbour.
+ * Scaling of single-channel images, u8 unless a name says f32: box averages by 2, by 4 and by whole factors, the
+ * weighted 3:2 reduction, the 5x5 Gaussian half, the area average between any two sizes, nearest neighbour, and
+ * resizing to any size.
  *
  * Common to all of them:
  * - `src` and `dst` point at the top-left pixel; sizes are in pixels, strides in bytes. Source and destination are
  *   distinct buffers. No pointer or stride has to be aligned.
  * - A stride of 0 means packed rows. Entry points without stride arguments take packed rows.
- * - Averages truncate. There is no rounding term, so a scaled image is darker by half a grey level on average.
+ * - The averages of the functions named "ScaleDown" truncate, the Gaussian half apart. There is no rounding term, so a
+ *   scaled image is darker by half a grey level on average.
  * - Source pixels that no output covers are never read.
  * - Functions that return `int` give -1 for bad arguments and log nothing; those that "log and refuse" write
  *   "Assertion failed @<function>: <condition>" to the log and return what the log call returned (not 0). Either way
@@ -50,6 +52,32 @@ VSR_API int vsrScaleDownBy4u8_v2(const uint8_t* src, uint32_t width, uint32_t he
  */
 VSR_API int vsrScaleDown3To2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                uint8_t* dst, uint32_t dstStride);
+
+/* ---- Gaussian halves, the steps of a pyramid ---- */
+
+/**
+ * Halves an image: `dst`, width / 2 by height / 2 pixels rounded down, gets at (x, y) the 5x5 binomial mean (weights 1,
+ * 4, 6, 4, 1 in each direction) about pixel (2x, 2y), rounded half up. Where the window leaves the image, the weights
+ * inside are normalised. Logs and refuses null pointers and zero sizes.
+ * @return 0
+ */
+VSR_API vsrStatus vsrScaleDownBy2Gaussian5x5u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst);
+
+/** As vsrScaleDownBy2Gaussian5x5u8 with strides; logs and refuses a stride below a row too. */
+VSR_API vsrStatus vsrScaleDownBy2Gaussian5x5u8_v2(const uint8_t* src, uint32_t width, uint32_t height,
+                                                  uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+
+/**
+ * As vsrScaleDownBy2Gaussian5x5u8 for f32, not rounded: the sums of the window's columns first, rows from top to
+ * bottom, then their sum from left to right, divided by the sum of the weights inside the image. All NaNs become one.
+ */
+VSR_API vsrStatus vsrScaleDownBy2Gaussian5x5f32(const float* src, uint32_t width, uint32_t height, float* dst);
+
+/**
+ * As vsrScaleDownBy2Gaussian5x5f32 with strides, cut to whole elements; logs and refuses a stride below a row too.
+ */
+VSR_API vsrStatus vsrScaleDownBy2Gaussian5x5f32_v2(const float* src, uint32_t width, uint32_t height,
+                                                   uint32_t srcStride, float* dst, uint32_t dstStride);
 
 /* ---- Any ratio ---- */
 
@@ -95,6 +123,29 @@ extern VSR_API const uint32_t mn_div_table[401];
 VSR_API vsrStatus vsrScaleDownNNu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                    uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride);
 
+/** How vsrScaleu8 makes a pixel. */
+typedef uint32_t vsrInterpolation;
+
+enum
+{
+    VISORA_INTERPOLATION_NEAREST = 0,  /**< the nearest source pixel */
+    VISORA_INTERPOLATION_BILINEAR = 1, /**< between the four nearest source pixels */
+    VISORA_INTERPOLATION_AREA = 2      /**< mean of the source area that the pixel covers */
+};
+
+/**
+ * Resizes an image to any size. Both images cover the same area, so that the centre of output pixel i of an axis lies
+ * at (i + 0.5) * srcSize / dstSize.
+ * - Nearest: the pixel at that place, rounded down, in exact arithmetic.
+ * - Bilinear: between the pixels whose centres lie around it, the edge pixel continuing outwards; each axis has 11-bit
+ *   weights, rounded half up, and the weighted sum is rounded half up once.
+ * - Area: exact mean of what the output pixel covers, parts of source pixels by their share, rounded half up.
+ * @return 0; VISORA_EBADPARAM for a null pointer, a zero size, a stride below a row or another interpolation
+ */
+VSR_API vsrStatus vsrScaleu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                             uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride,
+                             vsrInterpolation interpolation);
+
 /** Bit length of the low 16 bits of a value: 0 for 0, 1 for 1, 2 for 2 and 3, and so on. */
 VSR_API uint32_t vsrGetNumBits(uint32_t value);
 
@@ -121,6 +172,17 @@ VSR_VARIANTS(vsrStatus, vsrScaleDownMNu8,
 VSR_VARIANTS(vsrStatus, vsrScaleDownNNu8,
              (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
               uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride));
+
+VSR_REFERENCE(vsrStatus, vsrScaleDownBy2Gaussian5x5u8,
+              (const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+               uint32_t dstStride));
+VSR_REFERENCE(vsrStatus, vsrScaleDownBy2Gaussian5x5f32,
+              (const float* src, uint32_t width, uint32_t height, float* dst));
+VSR_REFERENCE(vsrStatus, vsrScaleDownBy2Gaussian5x5f32_v2,
+              (const float* src, uint32_t width, uint32_t height, uint32_t srcStride, float* dst, uint32_t dstStride));
+VSR_REFERENCE(vsrStatus, vsrScaleu8,
+              (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+               uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, vsrInterpolation interpolation));
 
 VSR_END_DECLARATIONS
 

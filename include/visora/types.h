@@ -31,9 +31,13 @@
  * - `<operation>R_`, the DSP variant for remote use, null while there is none.
  * They all take the full argument list with explicit strides and check nothing.
  */
-#define VSR_VARIANTS(result, operation, parameters)   \
+#define VSR_VARIANTS(result, operation, parameters) \
+    VSR_API result operation##V parameters;         \
+    VSR_REFERENCE(result, operation, parameters)
+
+/** As VSR_VARIANTS for an operation without a vector variant: the reference serves in its place. */
+#define VSR_REFERENCE(result, operation, parameters)  \
     VSR_API result operation##C parameters;           \
-    VSR_API result operation##V parameters;           \
     extern VSR_API result(*operation##_) parameters;  \
     extern VSR_API result(*operation##R_) parameters; \
     extern VSR_API result(**pp##operation) parameters

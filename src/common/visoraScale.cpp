@@ -1,9 +1,10 @@
-// Entry points of the downscalers.
+// Entry points of the scalers.
 #include "common/visoraCall.h"
 #include "visora/scale.h"
 
 using visora::aligned;
 using visora::Call;
+using visora::InternalRow;
 using visora::multiplesOf;
 using visora::packedIfZero;
 using visora::Row;
@@ -14,7 +15,7 @@ namespace
 
 constexpr int kRefused = -1;
 
-// All downscalers leave a call to a DSP or the GPU under the same conditions.
+// All scalers leave a call to a DSP or the GPU under the same conditions.
 void keepAccelerators(Call& call, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                       const uint8_t* dst, uint32_t dstStride)
 {
@@ -153,4 +154,69 @@ vsrStatus vsrScaleDownNNu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
     }
     return call.runOrFallBack<vsrScaleDownNNu8C>(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight,
                                                  dstStride);
+}
+
+vsrStatus vsrScaleDownBy2Gaussian5x5u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst)
+{
+    Call call(Row::vsrScaleDownBy2Gaussian5x5u8, "vsrScaleDownBy2Gaussian5x5u8");
+    keepAccelerators(call, src, width, height, width, dst, width / 2);
+    call.trace();
+    VSR_REQUIRE(call, src && dst && width && height);
+    return call.run<vsrScaleDownBy2Gaussian5x5u8C>(src, width, height, width, dst, width / 2);
+}
+
+vsrStatus vsrScaleDownBy2Gaussian5x5u8_v2(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                          uint8_t* dst, uint32_t dstStride)
+{
+    srcStride = packedIfZero(srcStride, width);
+    dstStride = packedIfZero(dstStride, width / 2);
+
+    Call call(Row::vsrScaleDownBy2Gaussian5x5u8, "vsrScaleDownBy2Gaussian5x5u8_v2");
+    keepAccelerators(call, src, width, height, srcStride, dst, dstStride);
+    call.trace();
+    VSR_REQUIRE(call, src && dst && width && height && (srcStride >= width) && (dstStride >= width / 2));
+    return call.run<vsrScaleDownBy2Gaussian5x5u8C>(src, width, height, srcStride, dst, dstStride);
+}
+
+vsrStatus vsrScaleDownBy2Gaussian5x5f32(const float* src, uint32_t width, uint32_t height, float* dst)
+{
+    Call call(InternalRow::vsrScaleDownBy2Gaussian5x5f32, "vsrScaleDownBy2Gaussian5x5f32");
+    call.keepDspIf(worthOffload(width, height) && multiplesOf<8>(width) && aligned<8>(src, dst));
+    call.keepGpuIf(aligned<16>(src, dst));
+    call.trace();
+    VSR_REQUIRE(call, src && dst && width && height);
+    return call.run<vsrScaleDownBy2Gaussian5x5f32C>(src, width, height, dst);
+}
+
+vsrStatus vsrScaleDownBy2Gaussian5x5f32_v2(const float* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                           float* dst, uint32_t dstStride)
+{
+    srcStride = packedIfZero(srcStride, static_cast<uint32_t>(width * sizeof(float)));
+    dstStride = packedIfZero(dstStride, static_cast<uint32_t>(width / 2 * sizeof(float)));
+
+    Call call(InternalRow::vsrScaleDownBy2Gaussian5x5f32_v2, "vsrScaleDownBy2Gaussian5x5f32_v2");
+    call.keepDspIf(worthOffload(width, height) && multiplesOf<8>(width, srcStride, dstStride) && aligned<8>(src, dst));
+    call.keepGpuIf(aligned<16>(src, dst) && multiplesOf<8>(srcStride, dstStride));
+    call.trace();
+    VSR_REQUIRE(call, src && dst && width && height && (srcStride >= width * sizeof(*src)) &&
+                          (dstStride >= width / 2 * sizeof(*dst)));
+    return call.run<vsrScaleDownBy2Gaussian5x5f32_v2C>(src, width, height, srcStride, dst, dstStride);
+}
+
+vsrStatus vsrScaleu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                     uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, vsrInterpolation interpolation)
+{
+    srcStride = packedIfZero(srcStride, srcWidth);
+    dstStride = packedIfZero(dstStride, dstWidth);
+
+    Call call(Row::vsrScaleu8, "vsrScaleu8");
+    keepAccelerators(call, src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    call.trace();
+    if (!(src && dst && srcWidth && srcHeight && dstWidth && dstHeight && srcStride >= srcWidth &&
+          dstStride >= dstWidth && interpolation <= VISORA_INTERPOLATION_AREA))
+    {
+        return VISORA_EBADPARAM;
+    }
+    return call.runOrFallBack<vsrScaleu8C>(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride,
+                                           interpolation);
 }

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "cpu/visoraScaleMap.h"
-#include "visora/memory.h"
+#include "cpu/visoraScratch.h"
 #include "visora/scale.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -282,21 +282,6 @@ HWY_INLINE void averageLongRuns(const uint8_t* src, size_t stride, size_t rows, 
         out[x] = divide(totals[x], lengths());
     }
 }
-
-// Scratch memory for the length of a call.
-class Scratch
-{
-  public:
-    explicit Scratch(size_t bytes) : data_(vsrGetScratchBufferAligned_(bytes, 64)) {}
-    ~Scratch() { vsrReleaseScratchBuffer_(data_); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    uint8_t* data() const { return static_cast<uint8_t*>(data_); }
-
-  private:
-    void* data_;
-};
 
 bool wideEnough(size_t columns)
 {

@@ -1,0 +1,27 @@
+// The 5x5 Gaussian half of an image, to as many pixels as a caller wants.
+#ifndef VISORA_CPU_HALVE_H
+#define VISORA_CPU_HALVE_H
+
+#include "cpu/visoraGaussian.h"
+
+namespace visora
+{
+
+/**
+ * Destination pixel (x, y) becomes the mean about source pixel (2x, 2y). The destination has at most half the source's
+ * size, rounded up; `image` tells the source's.
+ */
+void halveReference(const GaussianImage<uint8_t>& image, uint32_t dstWidth, uint32_t dstHeight);
+void halveReference(const GaussianImage<float>& image, uint32_t dstWidth, uint32_t dstHeight);
+
+/** The same bits by the vector unit. */
+void halveVector(const GaussianImage<uint8_t>& image, uint32_t dstWidth, uint32_t dstHeight);
+void halveVector(const GaussianImage<float>& image, uint32_t dstWidth, uint32_t dstHeight);
+
+/** One pixel of it. */
+uint8_t halvedPixel(const GaussianImage<uint8_t>& image, uint32_t x, uint32_t y);
+float halvedPixel(const GaussianImage<float>& image, uint32_t x, uint32_t y);
+
+}  // namespace visora
+
+#endif
