@@ -20,6 +20,7 @@
 #include "visora/pyramid.h"
 #include "visora/runtime.h"
 #include "visora/scale.h"
+#include "visora/shared_memory.h"
 #include "visora/types.h"
 #include "visora/warp.h"
 

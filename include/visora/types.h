@@ -56,6 +56,13 @@ enum
     VISORA_MODE_REFUSED = 999  /**< the machine offers neither a vector nor a floating-point unit */
 };
 
+/** One attribute that a DSP session is started with. */
+typedef struct vsrK6Attribute
+{
+    int32_t id;
+    int32_t value;
+} vsrK6Attribute;
+
 /** What stands outside the image for functions that take a border type. */
 typedef uint32_t vsrBorderType;
 

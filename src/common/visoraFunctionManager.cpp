@@ -10,8 +10,10 @@
 #include "common/visoraRows.h"
 #include "kdsp_rpc/multi_domains/visoraOffload.h"
 #include "visora/dispatch.h"
+#include "visora/offload.h"
 
 int32_t defaultDSP = 1;
+uint32_t defaultDspImplKind = VSR_IMPL_CDSP;
 
 VSR_FUNC_MANAGER visora::wholeTables = {vsrImplTable,         VSR_ROW_COUNT,          &vsrFuncTable,
                                         vsrInternalImplTable, VSR_INTERNAL_ROW_COUNT, &vsrInternalFuncTable,
@@ -25,9 +27,6 @@ using visora::logLibrary;
 using visora::OffloadDomain;
 
 VSR_FUNC_MANAGER* master = nullptr;
-
-// Kind that the mode tables give DSP rows: the compute DSP by default.
-VSR_IMPL dspImplKind = VSR_IMPL_CDSP;
 
 constexpr uint32_t kMainRows = VSR_ROW_COUNT;
 constexpr uint32_t kInternalRows = VSR_INTERNAL_ROW_COUNT;
@@ -157,15 +156,15 @@ vsrStatus applyModeTable(VSR_FUNC_MANAGER* manager, uint32_t mode, uint8_t list,
         return missing;
     }
     const uint32_t hardware = vsrAvailableHardware(mode);
-    if ((hardware & visora::kHardwareDsp) && dspImplKind < manager->kindCount)
+    if ((hardware & visora::kHardwareDsp) && defaultDspImplKind < manager->kindCount)
     {
-        setListedRows(*manager, list, dspImplKind);
+        setListedRows(*manager, list, defaultDspImplKind);
         for (const InternalRow row : {InternalRow::probeK6Time, InternalRow::vsrRegisterBuf})
         {
             const auto index = static_cast<uint32_t>(row);
             if (index < internalRows(*manager))
             {
-                manager->internalImplTable[index] = dspImplKind;
+                manager->internalImplTable[index] = defaultDspImplKind;
             }
         }
     }
@@ -313,7 +312,7 @@ void setVSR_IMPL_defaultDSP(int32_t domain)
     constexpr VSR_IMPL kKindOfDomain[] = {VSR_IMPL_ADSP, VSR_IMPL_CDSP, VSR_IMPL_MDSP, VSR_IMPL_CDSP};
     if (static_cast<uint32_t>(domain) < std::size(kKindOfDomain))
     {
-        dspImplKind = kKindOfDomain[domain];
+        defaultDspImplKind = kKindOfDomain[domain];
     }
 }
 

@@ -13,6 +13,7 @@
 #include "common/visoraVersion.h"
 #include "visora/memory.h"
 #include "visora/offload.h"
+#include "visora/shared_memory.h"
 
 vsrOperationMode mode_globalVar = VISORA_OP_LOW_POWER;
 int32_t nVsrAvailableProc = 1;

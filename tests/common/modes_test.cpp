@@ -528,10 +528,12 @@ TEST(Modes, TellThatTheDomainIsUnknown)
             EXPECT_EQ(vectorKindsBut(), kinds());
 
             EXPECT_EQ(VISORA_SUCCESS, vsrSetOperationModeRemoteLib(VISORA_OP_EXT_KDSP));
-            EXPECT_EQ((std::vector<LogLine>{
-                          noRemoteColumn,
-                          {6, kLibTag, "defaultDSP flag is not set. Hence unable to set index for Visora functions"}}),
-                      log.take());
+            EXPECT_EQ(
+                (std::vector<LogLine>{
+                    noRemoteColumn,
+                    {6, kLibTag, "defaultDSP flag not set for the following function vsrUpdateK6ConstraintCheckFlagK."},
+                    {6, kLibTag, "defaultDSP flag is not set. Hence unable to set index for Visora functions"}}),
+                log.take());
             EXPECT_EQ(vectorKindsBut(), kinds());
         });
 }

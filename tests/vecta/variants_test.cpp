@@ -90,6 +90,9 @@ TEST(VariantList, HasEveryOperationWithAVectorVariant)
 #define VSR_OPERATION(row, operation, variant, dsp, modes) add(#operation, #variant);
 #define VSR_INTERNAL(row, operation, variant, dsp) add(#operation, #variant);
 #include "common/operations/all.def"
+    // Services of the DSP rather than kernels.
+    built.erase("probeK6Time");
+    built.erase("vsrRegisterBuf");
     EXPECT_EQ(built, listed);
 }
 

@@ -14,6 +14,7 @@
 #include "platform/android/visoraProcessor.h"
 #include "visora/dispatch.h"
 #include "visora/offload.h"
+#include "visora/shared_memory.h"
 
 namespace
 {
