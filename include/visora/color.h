@@ -52,7 +52,7 @@ enum
                                  uint32_t srcYStride, uint32_t srcCStride, uint8_t* dst, uint32_t dstStride))
 #define VSR_COLOR_MEMBER(operation, parameters) \
     VSR_API vsrStatus operation parameters;     \
-    VSR_VARIANTS(vsrStatus, operation, parameters)
+    VSR_DSP_VARIANTS(vsrStatus, operation, parameters)
 
 /**
  * Three planes to RGB:
@@ -154,12 +154,13 @@ VSR_COLOR_TILES(vsrColorYCrCbH1V2toRGB888u8, ysrc);
 
 #undef VSR_COLOR_TILES
 
-VSR_VARIANTS(vsrStatus, vsrColorYUV420toRGB565u8, (const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst));
-VSR_VARIANTS(vsrStatus, vsrColorYUV420toRGB565u8Rotate180,
-             (const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst));
-VSR_VARIANTS(vsrStatus, vsrColorYCrCb420PseudoPlanarToRGB8888u8,
-             (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
-              uint32_t* dst, uint32_t dstStride));
+VSR_DSP_VARIANTS(vsrStatus, vsrColorYUV420toRGB565u8,
+                 (const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst));
+VSR_DSP_VARIANTS(vsrStatus, vsrColorYUV420toRGB565u8Rotate180,
+                 (const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst));
+VSR_DSP_VARIANTS(vsrStatus, vsrColorYCrCb420PseudoPlanarToRGB8888u8,
+                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                  uint32_t* dst, uint32_t dstStride));
 
 VSR_END_DECLARATIONS
 

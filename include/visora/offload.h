@@ -109,17 +109,6 @@ VSR_API int32_t adspSSRcleanUpSequence(uint64_t handle);
 /* ---- Probes and flags. K: on the domain in use, Ka, Kc, Km: on the application, compute, modem DSP;
         K_abstractionLayer: on an open channel. Without a domain in use K logs and returns 6, or 0 as a time. ---- */
 
-/**
- * Declares the routines of an operation on the DSP: the one that chooses the domain, one per domain, and the one that
- * calls the stub library. `...` are the parameters.
- */
-#define VSR_DSP_ROUTINES(result, operation, ...) \
-    VSR_API result operation##K(__VA_ARGS__);    \
-    VSR_API result operation##Ka(__VA_ARGS__);   \
-    VSR_API result operation##Kc(__VA_ARGS__);   \
-    VSR_API result operation##Km(__VA_ARGS__);   \
-    VSR_API result operation##K_abstractionLayer(uint64_t handle, __VA_ARGS__)
-
 /** The DSP's clock, 0 when it does not answer. */
 VSR_API uint64_t vsrK6GetClk(void);
 VSR_API uint64_t vsrK6GetClkK(void);

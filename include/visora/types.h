@@ -42,6 +42,31 @@
     extern VSR_API result(*operation##R_) parameters; \
     extern VSR_API result(**pp##operation) parameters
 
+/**
+ * As VSR_VARIANTS for an operation that a DSP can do, with its DSP routines:
+ * - `<operation>K`, on the domain that is in use when it is called; without one it logs, does nothing and returns
+ *   VISORA_EHWFAIL;
+ * - `<operation>Ka`, `Kc` and `Km`, on the application, the compute and the modem DSP;
+ * - `<operation>K_abstractionLayer`, over the open channel `handle`. It makes the remote call, brings a DSP back that
+ *   restarted meanwhile, and leaves the call to the vector variant when the DSP cannot do it.
+ */
+#define VSR_DSP_VARIANTS(result, operation, parameters) \
+    VSR_VARIANTS(result, operation, parameters);        \
+    VSR_DSP_ROUTINES(result, operation, VSR_BARE parameters)
+
+/** As VSR_DSP_VARIANTS for an operation without a vector variant. */
+#define VSR_DSP_REFERENCE(result, operation, parameters) \
+    VSR_REFERENCE(result, operation, parameters);        \
+    VSR_DSP_ROUTINES(result, operation, VSR_BARE parameters)
+
+#define VSR_BARE(...) __VA_ARGS__
+#define VSR_DSP_ROUTINES(result, operation, ...) \
+    VSR_API result operation##K(__VA_ARGS__);    \
+    VSR_API result operation##Ka(__VA_ARGS__);   \
+    VSR_API result operation##Kc(__VA_ARGS__);   \
+    VSR_API result operation##Km(__VA_ARGS__);   \
+    VSR_API result operation##K_abstractionLayer(uint64_t handle, __VA_ARGS__)
+
 /** Result of a call. 0 is success; an older-style entry point passes on the log call's result when it refuses. */
 typedef uint32_t vsrStatus;
 

@@ -4,6 +4,7 @@
 #define VISORA_COMMON_CALL_H
 
 #include "common/visoraLog.h"
+#include "common/visoraRelaxed.h"
 #include "common/visoraRows.h"
 #include "visora/dispatch.h"
 #include "visora/runtime.h"
@@ -67,13 +68,13 @@ class Call
 {
   public:
     Call(Row row, const char* entry)
-        : Call(vsrFuncTable, vsrImplTable[static_cast<uint32_t>(row)], static_cast<uint32_t>(row), entry)
+        : Call(vsrFuncTable, VSR_LOAD(vsrImplTable[static_cast<uint32_t>(row)]), static_cast<uint32_t>(row), entry)
     {
     }
 
     Call(InternalRow row, const char* entry)
-        : Call(vsrInternalFuncTable, vsrInternalImplTable[static_cast<uint32_t>(row)], static_cast<uint32_t>(row),
-               entry)
+        : Call(vsrInternalFuncTable, VSR_LOAD(vsrInternalImplTable[static_cast<uint32_t>(row)]),
+               static_cast<uint32_t>(row), entry)
     {
     }
 
@@ -82,7 +83,7 @@ class Call
     /** Leaves the call to a DSP only under this condition, unless constraint checks are switched off. */
     void keepDspIf(bool condition)
     {
-        if (isDsp() && !condition && HW_constraint_checks_enable != 0)
+        if (isDsp() && !condition && VSR_LOAD(HW_constraint_checks_enable) != 0)
         {
             kind_ = VSR_IMPL_VECTA;
         }
@@ -108,7 +109,7 @@ class Call
     /** Logs the entry point and the kind that serves it, when tracing is on. */
     void trace() const
     {
-        if (libLogPrint) [[unlikely]]
+        if (VSR_LOAD(libLogPrint)) [[unlikely]]
         {
             __android_log_print(kLogError, kTraceTag, "%s_%s", entry_, vsrImplChar[kind_]);
         }
@@ -143,7 +144,7 @@ class Call
 
     bool isDsp() const { return kind_ != VSR_IMPL_GPU && kind_ >= VSR_IMPL_KDSP; }
 
-    VSR_FUNC slot(VSR_IMPL kind) const { return slots_[kind]; }
+    VSR_FUNC slot(VSR_IMPL kind) const { return VSR_LOAD(slots_[kind]); }
 
     const char* entry_;
     const VSR_FUNC* slots_;  // the row of the dispatch table

@@ -7,8 +7,8 @@
 
 #include "common/visoraHardware.h"
 #include "common/visoraLog.h"
+#include "common/visoraRelaxed.h"
 #include "common/visoraRows.h"
-#include "kdsp_rpc/multi_domains/visoraOffload.h"
 #include "visora/dispatch.h"
 #include "visora/offload.h"
 
@@ -24,7 +24,6 @@ namespace
 
 using visora::InternalRow;
 using visora::logLibrary;
-using visora::OffloadDomain;
 
 VSR_FUNC_MANAGER* master = nullptr;
 
@@ -57,11 +56,11 @@ void fillColumn(VSR_IMPL kind, VSR_FUNC VisoraRow::*variant)
     }
     for (uint32_t row = 0; row < mainRows(manager); ++row)
     {
-        (*manager.funcTable)[slotIndex(row, kind)] = visoraRows[row].*variant;
+        VSR_STORE((*manager.funcTable)[slotIndex(row, kind)], visoraRows[row].*variant);
     }
     for (uint32_t row = 0; row < internalRows(manager); ++row)
     {
-        (*manager.internalFuncTable)[slotIndex(row, kind)] = visoraInternalRows[row].*variant;
+        VSR_STORE((*manager.internalFuncTable)[slotIndex(row, kind)], visoraInternalRows[row].*variant);
     }
 }
 
@@ -82,7 +81,7 @@ vsrStatus checkFiller(const VSR_FUNC_MANAGER* manager, VSR_IMPL kind)
     return kind < manager->kindCount ? 0 : 4;
 }
 
-vsrStatus fillOffloadColumn(VSR_FUNC_MANAGER* manager, VSR_IMPL kind, OffloadDomain domain)
+vsrStatus fillOffloadColumn(VSR_FUNC_MANAGER* manager, VSR_IMPL kind, size_t routine)
 {
     const vsrStatus status = checkFiller(manager, kind);
     if (status != 0 || kind >= VSR_KIND_COUNT)
@@ -91,16 +90,16 @@ vsrStatus fillOffloadColumn(VSR_FUNC_MANAGER* manager, VSR_IMPL kind, OffloadDom
     }
     for (uint32_t row = 0; row < mainRows(*manager); ++row)
     {
-        if (const VSR_FUNC routine = visora::offloadRoutine(domain, row))
+        if (visoraRows[row].routines[routine])
         {
-            (*manager->funcTable)[slotIndex(row, kind)] = routine;
+            VSR_STORE((*manager->funcTable)[slotIndex(row, kind)], visoraRows[row].routines[routine]);
         }
     }
     for (uint32_t row = 0; row < internalRows(*manager); ++row)
     {
-        if (const VSR_FUNC routine = visora::internalOffloadRoutine(domain, row))
+        if (visoraInternalRows[row].routines[routine])
         {
-            (*manager->internalFuncTable)[slotIndex(row, kind)] = routine;
+            VSR_STORE((*manager->internalFuncTable)[slotIndex(row, kind)], visoraInternalRows[row].routines[routine]);
         }
     }
     return status;
@@ -125,14 +124,14 @@ vsrStatus setDspCapableRows(VSR_FUNC_MANAGER* manager, VSR_IMPL kind)
     {
         if (visoraRows[row].dspCapable)
         {
-            manager->implTable[row] = kind;
+            VSR_STORE(manager->implTable[row], kind);
         }
     }
     for (uint32_t row = 0; row < internalRows(*manager); ++row)
     {
         if (visoraInternalRows[row].dspCapable)
         {
-            manager->internalImplTable[row] = kind;
+            VSR_STORE(manager->internalImplTable[row], kind);
         }
     }
     return 0;
@@ -144,7 +143,7 @@ void setListedRows(VSR_FUNC_MANAGER& manager, uint8_t list, VSR_IMPL kind)
     {
         if (visoraRows[row].modes & list)
         {
-            manager.implTable[row] = kind;
+            VSR_STORE(manager.implTable[row], kind);
         }
     }
 }
@@ -164,7 +163,7 @@ vsrStatus applyModeTable(VSR_FUNC_MANAGER* manager, uint32_t mode, uint8_t list,
             const auto index = static_cast<uint32_t>(row);
             if (index < internalRows(*manager))
             {
-                manager->internalImplTable[index] = defaultDspImplKind;
+                VSR_STORE(manager->internalImplTable[index], defaultDspImplKind);
             }
         }
     }
@@ -194,13 +193,6 @@ VSR_IMPL visora::kindOfDefaultDomain()
     }
 }
 
-void visora::setRemotePointers(uint8_t list)
-{
-    visoraSetRemotePointers(
-        list, [](uint32_t row) { return offloadRoutine(OffloadDomain::PerCall, row); },
-        [](uint32_t row) { return internalOffloadRoutine(OffloadDomain::PerCall, row); });
-}
-
 vsrStatus vsrInitializeMasterFuncManager(VSR_FUNC_MANAGER* manager)
 {
     if (!manager || !manager->implTable || !manager->funcTable || !manager->internalImplTable ||
@@ -224,22 +216,22 @@ void uVTable(VSR_IMPL kind)
 
 vsrStatus uKTable(VSR_FUNC_MANAGER* manager, VSR_IMPL kind)
 {
-    return fillOffloadColumn(manager, kind, OffloadDomain::PerCall);
+    return fillOffloadColumn(manager, kind, VSR_ON_DEFAULT_DOMAIN);
 }
 
 vsrStatus uKaTable(VSR_FUNC_MANAGER* manager, VSR_IMPL kind)
 {
-    return fillOffloadColumn(manager, kind, OffloadDomain::Adsp);
+    return fillOffloadColumn(manager, kind, VSR_ON_ADSP);
 }
 
 vsrStatus uKcTable(VSR_FUNC_MANAGER* manager, VSR_IMPL kind)
 {
-    return fillOffloadColumn(manager, kind, OffloadDomain::Cdsp);
+    return fillOffloadColumn(manager, kind, VSR_ON_CDSP);
 }
 
 vsrStatus uKmTable(VSR_FUNC_MANAGER* manager, VSR_IMPL kind)
 {
-    return fillOffloadColumn(manager, kind, OffloadDomain::Mdsp);
+    return fillOffloadColumn(manager, kind, VSR_ON_MDSP);
 }
 
 vsrStatus uGTable(VSR_FUNC_MANAGER* manager, VSR_IMPL kind)

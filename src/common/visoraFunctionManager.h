@@ -14,9 +14,6 @@ extern VSR_FUNC_MANAGER wholeTables;
 constexpr VSR_IMPL kNoKind = VSR_KIND_COUNT;
 VSR_IMPL kindOfDefaultDomain();
 
-/** The rows that a mode table gives to the DSP get their remote pointers, the others lose them. */
-void setRemotePointers(uint8_t list);
-
 }  // namespace visora
 
 #endif

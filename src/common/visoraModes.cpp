@@ -9,6 +9,7 @@
 #include "common/visoraHardware.h"
 #include "common/visoraLog.h"
 #include "common/visoraProperty.h"
+#include "common/visoraRelaxed.h"
 #include "common/visoraRows.h"
 #include "common/visoraVersion.h"
 #include "visora/memory.h"
@@ -41,14 +42,14 @@ bool isTooPlain(uint32_t hardware)
 // Whether entry points and the offload routines test the DSP's constraints.
 void setConstraintChecks(bool enable)
 {
-    HW_constraint_checks_enable = enable;
+    VSR_STORE(HW_constraint_checks_enable, int32_t{enable});
     vsrUpdateK6ConstraintCheckFlag(enable);
 }
 
 void prepareTables(uint32_t hardware)
 {
     const bool vectorUnit = hardware & visora::kHardwareVector;
-    if (!tablesBuilt)
+    if (!VSR_LOAD(tablesBuilt))
     {
         for (const VSR_IMPL kind : {VSR_IMPL_CPU, VSR_IMPL_VECTA, VSR_IMPL_KDSP, VSR_IMPL_GPU})
         {
@@ -73,7 +74,7 @@ void prepareTables(uint32_t hardware)
     }
     vsrTableHWInit(&vsrFuncTable, &vsrInternalFuncTable, hardware & visora::kHardwareDsp,
                    hardware & visora::kHardwareGpu);
-    tablesBuilt = true;
+    VSR_STORE(tablesBuilt, true);
 }
 
 // Rows whose kind numbers outlive every mode change: the two placeholders and the registration of buffers.
@@ -93,14 +94,14 @@ void resetKinds()
     {
         if (!keepsKind(row))
         {
-            vsrImplTable[row] = VSR_IMPL_CPU;
+            VSR_STORE(vsrImplTable[row], VSR_IMPL{VSR_IMPL_CPU});
         }
     }
     for (uint32_t row = 0; row < VSR_INTERNAL_ROW_COUNT; ++row)
     {
         if (!keepsInternalKind(row))
         {
-            vsrInternalImplTable[row] = VSR_IMPL_CPU;
+            VSR_STORE(vsrInternalImplTable[row], VSR_IMPL{VSR_IMPL_CPU});
         }
     }
 }
@@ -116,14 +117,14 @@ void useVectorUnit(uint32_t hardware)
     {
         if (visoraRows[row].reference && !keepsKind(row))
         {
-            vsrImplTable[row] = VSR_IMPL_VECTA;
+            VSR_STORE(vsrImplTable[row], VSR_IMPL{VSR_IMPL_VECTA});
         }
     }
     for (uint32_t row = 0; row < VSR_INTERNAL_ROW_COUNT; ++row)
     {
         if (visoraInternalRows[row].reference && !keepsInternalKind(row))
         {
-            vsrInternalImplTable[row] = VSR_IMPL_VECTA;
+            VSR_STORE(vsrInternalImplTable[row], VSR_IMPL{VSR_IMPL_VECTA});
         }
     }
 }
@@ -178,11 +179,11 @@ void applyOffloadMode(vsrOperationMode mode, uint32_t hardware)
     switch (mode)
     {
         case VISORA_OP_LOW_POWER:
-            visora::setRemotePointers(dsp ? VSR_MODE_LOW : VSR_MODE_NONE);
+            visoraSetRemotePointers(dsp ? VSR_MODE_LOW : VSR_MODE_NONE);
             uHWLowPowerModeTable(&visora::wholeTables);
             break;
         case VISORA_OP_PERFORMANCE:
-            visora::setRemotePointers(dsp ? VSR_MODE_PERF : VSR_MODE_NONE);
+            visoraSetRemotePointers(dsp ? VSR_MODE_PERF : VSR_MODE_NONE);
             uHWPerformanceModeTable(&visora::wholeTables);
             break;
         case VISORA_OP_CPU_OFFLOAD:
@@ -192,7 +193,7 @@ void applyOffloadMode(vsrOperationMode mode, uint32_t hardware)
             }
             if (dsp)
             {
-                visora::setRemotePointers(VSR_MODE_OFFLOAD);
+                visoraSetRemotePointers(VSR_MODE_OFFLOAD);
                 uKCpuOffloadModeTable(&visora::wholeTables);
             }
             break;
@@ -246,7 +247,7 @@ vsrStatus vsrSetOperationMode(vsrOperationMode mode)
 vsrStatus vsrSetOperationMode_internal(vsrOperationMode mode)
 {
     setConstraintChecks(true);
-    nVsrAvailableProc = vsrAvailableProcessors();
+    VSR_STORE(nVsrAvailableProc, vsrAvailableProcessors());
     visora::readTraceSwitch();
     const uint32_t hardware = vsrAvailableHardware(mode);
     if (isTooPlain(hardware))

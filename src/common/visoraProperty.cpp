@@ -2,11 +2,12 @@
 
 #include <cstdlib>
 
+#include "common/visoraRelaxed.h"
 #include "visora/runtime.h"
 
 void visora::readTraceSwitch()
 {
     char text[kPropertyBytes] = "";
     property_get("runtime.visora.log", text, "");
-    libLogPrint = std::strtol(text, nullptr, 10) != 0 ? 1 : 0;
+    VSR_STORE(libLogPrint, uint8_t{std::strtol(text, nullptr, 10) != 0});
 }

@@ -22,6 +22,16 @@ extern "C"
         VSR_MODE_GPU = 8       // performance, to the GPU
     };
 
+    // The DSP routines of a row.
+    enum
+    {
+        VSR_ON_DEFAULT_DOMAIN,  // vsrXxxK
+        VSR_ON_ADSP,            // vsrXxxKa
+        VSR_ON_CDSP,            // vsrXxxKc
+        VSR_ON_MDSP,            // vsrXxxKm
+        VSR_ROUTINE_COUNT
+    };
+
     typedef struct VisoraRow
     {
         const char* name;    // null for the placeholders, which have no operation
@@ -29,15 +39,15 @@ extern "C"
         VSR_FUNC vector;
         bool dspCapable;
         uint8_t modes;
+        VSR_FUNC routines[VSR_ROUTINE_COUNT];  // all null where there are none
     } VisoraRow;
 
     extern const VisoraRow visoraRows[VSR_ROW_COUNT];
     extern const VisoraRow visoraInternalRows[VSR_INTERNAL_ROW_COUNT];
 
-    // Points the remote pointers of the rows on a mode table's list, and of all internal rows, at the routine of the
-    // row; empties those of the others.
-    void visoraSetRemotePointers(uint8_t list, VSR_FUNC (*routine)(uint32_t row),
-                                 VSR_FUNC (*internalRoutine)(uint32_t row));
+    // Points the remote pointers of the rows on a mode table's list, and of the internal rows, at the DSP routines;
+    // empties those of the others, and all of them when the list is none.
+    void visoraSetRemotePointers(uint8_t list);
 
 #ifdef __cplusplus
 }

@@ -3,6 +3,7 @@
 // library's image and nothing runs at load.
 #include <stddef.h>
 
+#include "common/visoraRelaxed.h"
 #include "common/visoraRows.h"
 #include "visora.h"
 
@@ -40,17 +41,46 @@ enum
     GPU = VSR_MODE_GPU
 };
 
+// The DSP routines of an operation. Until an operation has some, its DSP columns stay empty.
+#define DECLARE_ROUTINES_NO_DSP(operation)
+#define DECLARE_ROUTINES_DSP(operation)                                  \
+    extern __typeof__(operation##C) operation##K __attribute__((weak));  \
+    extern __typeof__(operation##C) operation##Ka __attribute__((weak)); \
+    extern __typeof__(operation##C) operation##Kc __attribute__((weak)); \
+    extern __typeof__(operation##C) operation##Km __attribute__((weak));
+#define VSR_OPERATION(row, operation, variant, dsp, modes) DECLARE_ROUTINES_##dsp(operation)
+#define VSR_INTERNAL(row, operation, variant, dsp) DECLARE_ROUTINES_##dsp(operation)
+#include "common/operations/all.def"
+
+#define ROUTINES_NO_DSP(operation) \
+    {                              \
+        NULL                       \
+    }
+#define ROUTINES_DSP(operation)                                                                            \
+    {                                                                                                      \
+        (VSR_FUNC) operation##K, (VSR_FUNC)operation##Ka, (VSR_FUNC)operation##Kc, (VSR_FUNC)operation##Km \
+    }
+#define BUILT(operation, variant, dsp, modes)                                                                   \
+    {                                                                                                           \
+#operation, (VSR_FUNC)operation##C, (VSR_FUNC)operation##variant, dsp, modes, ROUTINES_##dsp(operation) \
+    }
+#define NOT_BUILT(operation, dsp, modes)    \
+    {                                       \
+#operation, NULL, NULL, dsp, modes, \
+        {                                   \
+            NULL                            \
+        }                                   \
+    }
+
 const VisoraRow visoraRows[VSR_ROW_COUNT] = {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) \
-    [row] = {#operation, (VSR_FUNC)operation##C, (VSR_FUNC)operation##variant, dsp, modes},
-#define VSR_RESERVED(row, operation, dsp, modes) [row] = {#operation, NULL, NULL, dsp, modes},
+#define VSR_OPERATION(row, operation, variant, dsp, modes) [row] = BUILT(operation, variant, dsp, modes),
+#define VSR_RESERVED(row, operation, dsp, modes) [row] = NOT_BUILT(operation, dsp, modes),
 #include "common/operations/all.def"
 };
 
 const VisoraRow visoraInternalRows[VSR_INTERNAL_ROW_COUNT] = {
-#define VSR_INTERNAL(row, operation, variant, dsp) \
-    [row] = {#operation, (VSR_FUNC)operation##C, (VSR_FUNC)operation##variant, dsp, NONE},
-#define VSR_INTERNAL_RESERVED(row, operation, dsp) [row] = {#operation, NULL, NULL, dsp, NONE},
+#define VSR_INTERNAL(row, operation, variant, dsp) [row] = BUILT(operation, variant, dsp, NONE),
+#define VSR_INTERNAL_RESERVED(row, operation, dsp) [row] = NOT_BUILT(operation, dsp, NONE),
 #include "common/operations/all.def"
 };
 
@@ -74,39 +104,39 @@ uint32_t (*fast10_corner_score_)(const uint8_t* pixel, const int32_t offsets[16]
 
 void uCHelper(void)
 {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) operation##_ = operation##C;
-#define VSR_INTERNAL(row, operation, variant, dsp) operation##_ = operation##C;
+#define VSR_OPERATION(row, operation, variant, dsp, modes) VSR_STORE(operation##_, operation##C);
+#define VSR_INTERNAL(row, operation, variant, dsp) VSR_STORE(operation##_, operation##C);
 #include "common/operations/all.def"
-    vsrGetScratchBufferAligned_ = vsrGetScratchBufferAlignedC;
-    vsrGetScratchBufferUnaligned_ = vsrGetScratchBufferUnalignedC;
-    vsrReleaseScratchBuffer_ = vsrReleaseScratchBufferC;
-    fast9_corner_score_ = fast9_corner_scoreC;
-    fast10_corner_score_ = fast10_corner_scoreC;
+    VSR_STORE(vsrGetScratchBufferAligned_, vsrGetScratchBufferAlignedC);
+    VSR_STORE(vsrGetScratchBufferUnaligned_, vsrGetScratchBufferUnalignedC);
+    VSR_STORE(vsrReleaseScratchBuffer_, vsrReleaseScratchBufferC);
+    VSR_STORE(fast9_corner_score_, fast9_corner_scoreC);
+    VSR_STORE(fast10_corner_score_, fast10_corner_scoreC);
 }
 
 void uVHelper(void)
 {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) operation##_ = operation##variant;
-#define VSR_INTERNAL(row, operation, variant, dsp) operation##_ = operation##variant;
+#define VSR_OPERATION(row, operation, variant, dsp, modes) VSR_STORE(operation##_, operation##variant);
+#define VSR_INTERNAL(row, operation, variant, dsp) VSR_STORE(operation##_, operation##variant);
 #include "common/operations/all.def"
-    fast9_corner_score_ = fast9_corner_scoreV;
-    fast10_corner_score_ = fast10_corner_scoreV;
+    VSR_STORE(fast9_corner_score_, fast9_corner_scoreV);
+    VSR_STORE(fast10_corner_score_, fast10_corner_scoreV);
 }
 
 void uRNull(void)
 {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) operation##R_ = NULL;
-#define VSR_INTERNAL(row, operation, variant, dsp) operation##R_ = NULL;
-#include "common/operations/all.def"
+    visoraSetRemotePointers(VSR_MODE_NONE);
 }
 
-void visoraSetRemotePointers(uint8_t list, VSR_FUNC (*routine)(uint32_t row), VSR_FUNC (*internalRoutine)(uint32_t row))
+#define ROUTINE_NO_DSP(operation) (__typeof__(operation##R_))NULL
+#define ROUTINE_DSP(operation) operation##K
+
+void visoraSetRemotePointers(uint8_t list)
 {
 #define VSR_OPERATION(row, operation, variant, dsp, modes) \
-    operation##R_ = (list & (modes)) ? (__typeof__(operation##R_))routine(row) : NULL;
-#define VSR_INTERNAL(row, operation, variant, dsp) operation##R_ = (__typeof__(operation##R_))internalRoutine(row);
+    VSR_STORE(operation##R_, (list & (modes)) ? ROUTINE_##dsp(operation) : NULL);
+#define VSR_INTERNAL(row, operation, variant, dsp) VSR_STORE(operation##R_, list ? ROUTINE_##dsp(operation) : NULL);
 #include "common/operations/all.def"
-    (void)internalRoutine;
 }
 
 static const char* nameOfBuilt(const VisoraRow* rows, uint32_t count, uint32_t row)

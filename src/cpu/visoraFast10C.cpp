@@ -1,5 +1,6 @@
 // FAST-10 corner detection, reference variants. Members that score call detector and score function through the
 // pointers to the implementations in use.
+#include "common/visoraRelaxed.h"
 #include "cpu/visoraFast.h"
 
 using visora::CornerList;
@@ -32,9 +33,10 @@ vsrStatus vsrCornerFast10Scoreu8C(const uint8_t* src, uint32_t srcWidth, uint32_
                [&](const CornerList& list)
                {
                    uint32_t count = 0;
-                   vsrCornerFast10u8_(src, srcWidth, srcHeight, srcStride, threshold, border, list.xy, list.capacity,
-                                      &count);
-                   visora::scoreCorners(fast10_corner_score_, src, srcStride, list.xy, count, threshold, list.scores);
+                   VSR_LOAD(vsrCornerFast10u8_)
+                   (src, srcWidth, srcHeight, srcStride, threshold, border, list.xy, list.capacity, &count);
+                   visora::scoreCorners(VSR_LOAD(fast10_corner_score_), src, srcStride, list.xy, count, threshold,
+                                        list.scores);
                    return count;
                });
     return VISORA_SUCCESS;
@@ -59,9 +61,11 @@ vsrStatus vsrCornerFast10InMaskScoreu8C(const uint8_t* src, uint32_t srcWidth, u
                [&](const CornerList& list)
                {
                    uint32_t count = 0;
-                   vsrCornerFast10InMasku8_(src, srcWidth, srcHeight, srcStride, threshold, border, list.xy,
-                                            list.capacity, &count, mask, maskWidth, maskHeight);
-                   visora::scoreCorners(fast10_corner_score_, src, srcStride, list.xy, count, threshold, list.scores);
+                   VSR_LOAD(vsrCornerFast10InMasku8_)
+                   (src, srcWidth, srcHeight, srcStride, threshold, border, list.xy, list.capacity, &count, mask,
+                    maskWidth, maskHeight);
+                   visora::scoreCorners(VSR_LOAD(fast10_corner_score_), src, srcStride, list.xy, count, threshold,
+                                        list.scores);
                    return count;
                });
     return VISORA_SUCCESS;

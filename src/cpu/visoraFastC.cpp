@@ -2,6 +2,7 @@
 // score function through the pointers to the implementations in use.
 #include <algorithm>
 
+#include "common/visoraRelaxed.h"
 #include "cpu/visoraFast.h"
 
 using visora::CornerList;
@@ -75,7 +76,7 @@ uint32_t fast9_corner_scoreC(const uint8_t* pixel, const int32_t offsets[16], ui
 void score_9(const uint8_t* src, uint32_t srcStride, const uint32_t* xy, uint32_t numcorners, uint32_t threshold,
              uint32_t* scores)
 {
-    visora::scoreCorners(fast9_corner_score_, src, srcStride, xy, numcorners, threshold, scores);
+    visora::scoreCorners(VSR_LOAD(fast9_corner_score_), src, srcStride, xy, numcorners, threshold, scores);
 }
 
 void nms_processing(const uint32_t* rawXy, const uint32_t* rawScores, uint32_t* rowStarts, uint32_t rawCount,
@@ -137,7 +138,7 @@ vsrStatus vsrCornerFast9Scoreu8C(const uint8_t* src, uint32_t srcWidth, uint32_t
                                  uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t* scores,
                                  uint32_t nCornersMax, uint32_t* numcorners)
 {
-    vsrCornerFast9u8_(src, srcWidth, srcHeight, srcStride, threshold, border, xy, nCornersMax, numcorners);
+    VSR_LOAD(vsrCornerFast9u8_)(src, srcWidth, srcHeight, srcStride, threshold, border, xy, nCornersMax, numcorners);
     score_9(src, srcStride, xy, *numcorners, threshold, scores);
     return VISORA_SUCCESS;
 }
@@ -150,8 +151,8 @@ vsrStatus vsrCornerFast9Scoreu8_v2C(const uint8_t* src, uint32_t srcWidth, uint3
                [&](const CornerList& list)
                {
                    uint32_t count = 0;
-                   vsrCornerFast9u8_(src, srcWidth, srcHeight, srcStride, threshold, border, list.xy, list.capacity,
-                                     &count);
+                   VSR_LOAD(vsrCornerFast9u8_)
+                   (src, srcWidth, srcHeight, srcStride, threshold, border, list.xy, list.capacity, &count);
                    score_9(src, srcStride, list.xy, count, threshold, list.scores);
                    return count;
                });
@@ -173,8 +174,9 @@ vsrStatus vsrCornerFast9InMaskScoreu8C(const uint8_t* src, uint32_t srcWidth, ui
                                        uint32_t nCornersMax, uint32_t* numcorners, const uint8_t* bitMask,
                                        uint32_t maskWidth, uint32_t maskHeight)
 {
-    vsrCornerFast9InMasku8_(src, srcWidth, srcHeight, srcStride, threshold, border, xy, nCornersMax, numcorners,
-                            bitMask, maskWidth, maskHeight);
+    VSR_LOAD(vsrCornerFast9InMasku8_)
+    (src, srcWidth, srcHeight, srcStride, threshold, border, xy, nCornersMax, numcorners, bitMask, maskWidth,
+     maskHeight);
     score_9(src, srcStride, xy, *numcorners, threshold, scores);
     return VISORA_SUCCESS;
 }
@@ -189,8 +191,9 @@ vsrStatus vsrCornerFast9InMaskScoreu8_v2C(const uint8_t* src, uint32_t srcWidth,
                [&](const CornerList& list)
                {
                    uint32_t count = 0;
-                   vsrCornerFast9InMasku8_(src, srcWidth, srcHeight, srcStride, threshold, border, list.xy,
-                                           list.capacity, &count, bitMask, maskWidth, maskHeight);
+                   VSR_LOAD(vsrCornerFast9InMasku8_)
+                   (src, srcWidth, srcHeight, srcStride, threshold, border, list.xy, list.capacity, &count, bitMask,
+                    maskWidth, maskHeight);
                    score_9(src, srcStride, list.xy, count, threshold, list.scores);
                    return count;
                });

@@ -10,6 +10,7 @@
 #include "common/visoraHardware.h"
 #include "common/visoraLog.h"
 #include "common/visoraProperty.h"
+#include "common/visoraRelaxed.h"
 #include "common/visoraVersion.h"
 #include "platform/android/visoraProcessor.h"
 #include "visora/dispatch.h"
@@ -155,7 +156,7 @@ uint32_t vsrAvailableHardware(vsrOperationMode mode)
     if (KCVAK6_is_ready())
     {
         report |= visora::kHardwareDsp;
-        KDSP_initflag = 1;
+        VSR_STORE(KDSP_initflag, uint8_t{1});
     }
     if (mobile && !needsNoDsp(mode))
     {
@@ -163,11 +164,11 @@ uint32_t vsrAvailableHardware(vsrOperationMode mode)
         report |= component;
         if (component == visora::kHardwareDsp)
         {
-            KDSP_initflag = 1;
+            VSR_STORE(KDSP_initflag, uint8_t{1});
         }
         if (component == visora::kHardwareGpu)
         {
-            GPU_initflag = 1;
+            VSR_STORE(GPU_initflag, uint8_t{1});
         }
     }
     return report;
@@ -177,7 +178,7 @@ uint32_t vsrAvailableHWComponent(vsrOperationMode mode)
 {
     const auto start = std::chrono::steady_clock::now();
     const uint32_t result = bringDspUp(sessionModeOf(mode)) ? visora::kHardwareDsp : 0;
-    if (libLogPrint)
+    if (VSR_LOAD(libLogPrint))
     {
         const auto elapsed = std::chrono::steady_clock::now() - start;
         const long long microseconds = std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
@@ -192,7 +193,7 @@ int32_t vsrSelectKDSP6Mode(int32_t mode)
     const int32_t result = KCVAK6_init(mode, visora::kVersion);
     if (result == 0)
     {
-        KDSP_initflag = 1;
+        VSR_STORE(KDSP_initflag, uint8_t{1});
     }
     return result;
 }

@@ -1,0 +1,56 @@
+// DSP routines of the colour conversions.
+#include "kdsp_rpc/multi_domains/visoraMarshalling.h"
+
+namespace visora
+{
+namespace
+{
+
+/** Chroma has one sample for `across` by `down` pixels. With halved rows the kernels convert rows in pairs. */
+template <uint32_t across, uint32_t down, uint32_t pixelBytes>
+constexpr auto planar = [](const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint32_t width, uint32_t height,
+                           uint32_t yStride, uint32_t cbStride, uint32_t crStride, uint8_t* dst, uint32_t dstStride)
+{
+    const uint32_t chromaWidth = (width + across - 1) / across;
+    const uint32_t chromaRows = (height + down - 1) / down;
+    const uint32_t rows = chromaRows * down;
+    return std::array{imageLength(y, yStride, width, rows), imageLength(cb, cbStride, chromaWidth, chromaRows),
+                      imageLength(cr, crStride, chromaWidth, chromaRows),
+                      imageLength(dst, dstStride, width * pixelBytes, rows)};
+};
+
+template <uint32_t across, uint32_t down, uint32_t pixelBytes>
+constexpr auto pseudoPlanar = [](const uint8_t* y, const uint8_t* c, uint32_t width, uint32_t height, uint32_t yStride,
+                                 uint32_t cStride, uint8_t* dst, uint32_t dstStride)
+{
+    const uint32_t chromaRows = (height + down - 1) / down;
+    const uint32_t rows = chromaRows * down;
+    // The last row of an odd width ends with a whole pair, a byte behind its stride.
+    const uint32_t spill = across == 2 && width % 2 == 1 && (cStride == 0 || cStride == width) ? 1 : 0;
+    return std::array{imageLength(y, yStride, width, rows),
+                      imageLength(c, cStride, width * 2 / across, chromaRows) + spill,
+                      imageLength(dst, dstStride, width * pixelBytes, rows)};
+};
+
+/** Luma and behind it chroma pairs, in one buffer; a last row of an odd width ends with a whole pair. */
+constexpr uint32_t videoLength(uint32_t width, uint32_t height, uint32_t yStride, uint32_t cStride)
+{
+    const uint32_t pairRow = (width + 1) / 2 * 2;
+    return yStride * height + (height + 1) / 2 * cStride + (cStride < pairRow ? pairRow - cStride : 0);
+}
+
+constexpr auto videoToRgb565 = [](const uint8_t* /*src*/, uint32_t width, uint32_t height, uint32_t* /*dst*/)
+{
+    // Pixels of two bytes in a buffer of words.
+    return std::array{videoLength(width, height, width, width), (width * height + 1) / 2};
+};
+
+constexpr auto videoToRgba = [](const uint8_t* /*src*/, uint32_t width, uint32_t height, uint32_t yStride,
+                                uint32_t cStride, uint32_t* dst, uint32_t dstStride) {
+    return std::array{videoLength(width, height, yStride, cStride), imageLength(dst, dstStride, width, height)};
+};
+
+}  // namespace
+}  // namespace visora
+
+#include "kdsp_rpc/multi_domains/operations/color.def"
