@@ -34,7 +34,10 @@ void reload(uint64_t handle)
         {
             logLibrary(kLogError, "visoradsp_vsrK6SessionInit failed");
         }
-        sleep(1);
+        for (unsigned seconds = 1; seconds > 0;)
+        {
+            seconds = sleep(seconds);
+        }
     }
 }
 

@@ -1,0 +1,373 @@
+// What happens when the DSP restarts under a call; the probes and flags of the DSP's side.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+#include "common/hardware_double.h"
+#include "kdsp_rpc/domains.h"
+#include "support/scripted_dsp.h"
+
+namespace visora::test
+{
+namespace
+{
+
+using Calls = std::vector<std::string>;
+using Lines = std::vector<LogLine>;
+
+const LogLine kInitiated = {3, kLibTag, "DSP SSR cleanup sequence initiated."};
+const LogLine kUp = {3, kLibTag, "K6 already up. Skipping reload."};
+const LogLine kReload = {3, kLibTag, "Trying to reload K6 stub."};
+const LogLine kReloaded = {3, kLibTag, "Stub reloaded successfully."};
+const LogLine kReinitialize = {3, kLibTag, "Trying to reinitialize DSP."};
+const LogLine kBegin = {6, kLibTag,
+                        "Begin of vsrK6SessionInit_internal dsp_handle=42 22615 "
+                        "src/kdsp_rpc/multi_domains/kcvak6rpc_clnt_abstractionLayer"};
+const LogLine kStartFailed = {6, kLibTag, "visoradsp_vsrK6SessionInit failed"};
+
+// The lines of the sequence itself, with "channel" for the run of lines of a channel that is closed and opened.
+std::vector<LogLine> sequence(LogCapture& log)
+{
+    Lines lines;
+    for (const LogLine& line : log.take())
+    {
+        const bool ofChannel = line.text.find("domain_") != std::string::npos;
+        const LogLine taken = ofChannel ? LogLine{3, kLibTag, "channel"} : line;
+        if (!ofChannel || lines.empty() || lines.back() != taken)
+        {
+            lines.push_back(taken);
+        }
+    }
+    return lines;
+}
+
+const LogLine kChannel = {3, kLibTag, "channel"};
+
+std::string uri(const Domain& domain)
+{
+    return std::string("file:///libvisoradsp_skel.so?visoradsp_skel_handle_invoke&_modver=1.0&_dom=") + domain.name;
+}
+
+TEST(Restart, OfADspThatAnswersNeedsNoReload)
+{
+    for (const uint64_t handle : {42u, 0u})
+    {
+        inChild(
+            [&]
+            {
+                ScriptedDsp dsp;
+                LogCapture log;
+                EXPECT_EQ(0, adspSSRcleanUpSequence(handle));
+                EXPECT_EQ(Calls{"vsrK6GetClk " + textOf(handle) + " 0"}, dsp.takeCalls());
+                EXPECT_EQ((Lines{kInitiated, kUp}), log.take());
+            });
+    }
+}
+
+TEST(Restart, OfADeadDspReloadsTheChannelAndTriesFifteenTimes)
+{
+    for (const Domain& domain : kDomains)
+    {
+        inChild(
+            [&]
+            {
+                setDefaultDSPValue(domain.number);
+                ScriptedDsp dsp;
+                domain_channel_open(0);
+                dsp.takeCalls();
+                dsp.answer("vsrK6GetClk", {104});
+                // Neither success nor failure ends the attempts.
+                dsp.answer("initK6_with_attributes", {1, 0, 0, 1, 104, 0});
+                LogCapture log;
+                EXPECT_EQ(-1, adspSSRcleanUpSequence(42));
+                Calls calls = {"vsrK6GetClk 42 0", "deinitK6 7", "close 7", "open " + uri(domain)};
+                Lines lines = {kInitiated, kReload, kChannel, kReloaded};
+                for (int attempt = 0; attempt < 15; ++attempt)
+                {
+                    calls.insert(calls.end(), {"initK6_with_attributes 42 null 0", "sleep 1"});
+                    lines.insert(lines.end(), {kReinitialize, kBegin});
+                    if (attempt == 0 || attempt == 3 || attempt == 4)
+                    {
+                        lines.push_back(kStartFailed);
+                    }
+                }
+                EXPECT_EQ(calls, dsp.takeCalls());
+                EXPECT_EQ(lines, sequence(log));
+                EXPECT_EQ(8u, domain.handle);
+                EXPECT_EQ(1, domain.count);
+
+                dsp.answer("vsrK6GetClk", {0});
+                EXPECT_EQ(0, adspSSRcleanUpSequence(42)) << "the lock is free again";
+            });
+    }
+}
+
+TEST(Restart, WithoutAHandleReopensTheChannelTenTimes)
+{
+    inChild(
+        []
+        {
+            ScriptedDsp dsp;
+            dsp.answer("vsrK6GetClk", {1});
+            dsp.answer("open", {1});
+            LogCapture log;
+            domain_channel_open(0);
+            dsp.takeCalls();
+            log.take();
+            EXPECT_EQ(-1, adspSSRcleanUpSequence(0));
+            Calls calls = {"vsrK6GetClk 0 0"};
+            for (int i = 0; i < 10; ++i)
+            {
+                calls.insert(calls.end(), {"deinitK6 0", "open " + uri(kDomains[1])});
+            }
+            EXPECT_EQ(calls, dsp.takeCalls()) << "no session is started, nobody waits";
+            const Lines lines = log.take();
+            EXPECT_EQ(10, std::count(lines.begin(), lines.end(), kReload));
+            EXPECT_EQ(0, std::count(lines.begin(), lines.end(), kReloaded));
+            EXPECT_EQ(kInitiated, lines.front());
+            EXPECT_EQ(1, cdspDomainHandle_count);
+        });
+}
+
+TEST(Restart, GivesUpWithoutItsLock)
+{
+    inChild(
+        []
+        {
+            pthread_mutexattr_t checked;
+            pthread_mutexattr_init(&checked);
+            pthread_mutexattr_settype(&checked, PTHREAD_MUTEX_ERRORCHECK);
+            pthread_mutex_init(&ssrMutex, &checked);
+            pthread_mutex_lock(&ssrMutex);
+            ScriptedDsp dsp;
+            LogCapture log;
+            EXPECT_EQ(-1, adspSSRcleanUpSequence(42));
+            EXPECT_EQ(Calls{}, dsp.takeCalls());
+            EXPECT_EQ(Lines{kInitiated}, log.take());
+        });
+}
+
+TEST(RestartThreads, CleanUpOneAfterAnother)
+{
+    inChild(
+        []
+        {
+            constexpr int kThreads = 8;
+            ScriptedDsp dsp;
+            LogCapture log;
+            domain_channel_open(0);
+            dsp.takeCalls();
+            dsp.answer("vsrK6GetClk", {104, 0});
+            std::atomic<int> inside = 0;
+            std::atomic<bool> together = false;
+            dsp.onCall = [&](std::string_view)
+            {
+                together = together || ++inside > 1;
+                std::this_thread::yield();
+                --inside;
+            };
+            std::atomic<int> retries = 0;
+            std::vector<std::thread> threads;
+            for (int i = 0; i < kThreads; ++i)
+            {
+                threads.emplace_back(
+                    [&]
+                    {
+                        vsrK6GetClkK_abstractionLayer(0);  // calls go on meanwhile, without the lock
+                        retries += adspSSRcleanUpSequence(cdsp_domain_handle) == 0;
+                    });
+            }
+            for (std::thread& thread : threads)
+            {
+                thread.join();
+            }
+            EXPECT_EQ(kThreads - 1, retries) << "all but the first find the DSP alive";
+        });
+}
+
+// ---- Calls that are tried again ----
+
+TEST(RestartedProbe, IsTriedAgainInTheModeOfTheCpu)
+{
+    struct Case
+    {
+        const char* what;
+        std::deque<int32_t> answers;
+        std::deque<int32_t> alive;  // answers to the question whether the DSP is
+        long probes;
+        long cleanUps;
+    };
+    const Case cases[] = {{"works", {0}, {0}, 1, 0},
+                          {"fails", {7}, {0}, 1, 0},
+                          {"restarted once", {104, 0}, {0}, 2, 1},
+                          {"restarted, then fails", {104, 7}, {0}, 2, 1},
+                          {"restarted twice", {104, 104, 0}, {0}, 3, 2},
+                          {"back with the last try", {104, 104, 104, 104, 104, 0}, {0}, 6, 5},
+                          {"restarts for ever", {104}, {0}, 6, 5},
+                          {"dead", {104}, {1}, 1, 1},
+                          {"dies between", {104}, {0, 0, 1}, 3, 3}};
+    for (const Case& c : cases)
+    {
+        inChild(
+            [&]
+            {
+                constexpr uint32_t kRotateRow = 500;
+                describeProcessor(kPhone);
+                ScriptedDsp dsp;
+                LogCapture log;
+                ASSERT_EQ(VISORA_SUCCESS, vsrSetOperationMode(VISORA_OP_LOW_POWER));
+                ASSERT_EQ(VSR_IMPL_CDSP, vsrImplTable[kRotateRow]);
+                dsp.takeCalls();
+                dsp.answer("probeK6Time", c.answers);
+                dsp.answer("vsrK6GetClk", c.alive);
+                int restarts = 0;
+                dsp.onCall = [&](std::string_view function)
+                {
+                    restarts += function == "vsrK6GetClk";
+                    EXPECT_EQ(restarts > 0 ? VSR_IMPL_VECTA : VSR_IMPL_CDSP, vsrImplTable[kRotateRow]) << c.what;
+                    EXPECT_EQ(VISORA_OP_LOW_POWER, mode_globalVar);
+                };
+                EXPECT_EQ(dsp.time, probeK6TimeK(3, 4)) << c.what;
+                dsp.onCall = [](std::string_view) {};
+                const Calls calls = dsp.takeCalls();
+                EXPECT_EQ(c.probes, std::count(calls.begin(), calls.end(), "probeK6Time 7 3 4")) << c.what;
+                EXPECT_EQ(c.cleanUps, std::count(calls.begin(), calls.end(), "vsrK6GetClk 7 0")) << c.what;
+                EXPECT_EQ(VSR_IMPL_CDSP, vsrImplTable[kRotateRow]) << c.what;
+                EXPECT_EQ(VISORA_OP_LOW_POWER, mode_globalVar);
+            });
+    }
+}
+
+// ---- Selectors, wrappers, and what they call ----
+
+uint8_t block[6];
+void* const b[6] = {block, block + 1, block + 2, block + 3, block + 4, block + 5};
+
+// One operation in its forms, with what it calls ("#" stands for the handle) and returns.
+struct Routine
+{
+    const char* name;
+    std::function<uint64_t()> forms[4];  // K, Ka, Kc, Km
+    std::string call;
+    uint64_t result;
+    uint64_t refused;  // result when the DSP's side answers 5
+    uint64_t withoutDomain;
+};
+
+#define FORMS(operation, ...)                                                                                        \
+#operation "K",                                                                                                  \
+    {                                                                                                                \
+        [] { return uint64_t{operation##K(__VA_ARGS__)}; }, [] { return uint64_t{operation##Ka(__VA_ARGS__)}; },     \
+            [] { return uint64_t{operation##Kc(__VA_ARGS__)}; }, [] { return uint64_t{operation##Km(__VA_ARGS__)}; } \
+    }
+
+const Routine kRoutines[] = {
+    {FORMS(vsrK6GetClk), "vsrK6GetClk # 0", 0x1234567890, 0x1234567890, 0},
+    {FORMS(probeK6Time, 8, 9), "probeK6Time # 8 9", 0x9876543210, 0x9876543210, 0},
+    {FORMS(vsrUpdateDSPMsgFlag, 2), "vsrUpdateDSPMsgFlagK # 2 1", 102, 1, 6},
+    {FORMS(vsrUpdateK6ConstraintCheckFlag, 3), "", 0, 0, 6},
+    {FORMS(vsrRegisterBuf, b[0], 8, -2), "registerbuf " + textOf(b[0], 8, -2), 0, 5, 6},
+    {FORMS(vsr_cache_flush_invalidate, b[1], 9), "cache_flush_invalidateK # " + textOf(b[1], 9, b[1], 9), 0, 5, 6},
+    {FORMS(vsrInvalidateOutputBuffer, b[0], 11), "vsrInvalidateOutputBufferK # " + textOf(b[0], 11), 0, 5, 6},
+    {FORMS(vsrInvalidateOutputBuffer2, b[0], 11, b[1], 12),
+     "vsrInvalidateOutputBuffer2K # " + textOf(b[0], 11, b[1], 12), 0, 5, 6},
+    {FORMS(vsrInvalidateOutputBuffer3, b[0], 11, b[1], 12, b[2], 13),
+     "vsrInvalidateOutputBuffer3K # " + textOf(b[0], 11, b[1], 12, b[2], 13), 0, 5, 6},
+    {FORMS(vsrInvalidateOutputBuffer4, b[0], 11, b[1], 12, b[2], 13, b[3], 14),
+     "vsrInvalidateOutputBuffer4K # " + textOf(b[0], 11, b[1], 12, b[2], 13, b[3], 14), 0, 5, 6},
+    {FORMS(vsrInvalidateOutputBuffer5, b[0], 11, b[1], 12, b[2], 13, b[3], 14, b[4], 15),
+     "vsrInvalidateOutputBuffer5K # " + textOf(b[0], 11, b[1], 12, b[2], 13, b[3], 14, b[4], 15), 0, 5, 6},
+    {FORMS(vsrInvalidateOutputBuffer6, b[0], 11, b[1], 12, b[2], 13, b[3], 14, b[4], 15, b[5], 16),
+     "vsrInvalidateOutputBuffer6K # " + textOf(b[0], 11, b[1], 12, b[2], 13, b[3], 14, b[4], 15, b[5], 16), 0, 5, 6},
+};
+
+TEST(DspRoutines, CallTheDomainsChannelWithTheirArguments)
+{
+    inChild(
+        []
+        {
+            ScriptedDsp dsp;
+            for (const Domain& domain : kDomains)
+            {
+                domain.handle = 30 + static_cast<uint64_t>(domain.number);
+            }
+            for (const Routine& routine : kRoutines)
+            {
+                const std::string stub = routine.call.substr(0, routine.call.find(' '));
+                for (const Domain& domain : kDomains)
+                {
+                    std::string call = routine.call;
+                    if (const size_t at = call.find('#'); at != std::string::npos)
+                    {
+                        call.replace(at, 1, textOf(domain.handle));
+                    }
+                    const Calls expected = call.empty() ? Calls{} : Calls{call};
+                    LogCapture log;
+                    setDefaultDSPValue(domain.number);
+                    EXPECT_EQ(routine.result, routine.forms[0]()) << routine.name;
+                    EXPECT_EQ(expected, dsp.takeCalls());
+                    setDefaultDSPValue(9);
+                    const auto& wrapper = routine.forms[1 + domain.number];
+                    EXPECT_EQ(routine.result, wrapper()) << routine.name;
+                    EXPECT_EQ(expected, dsp.takeCalls());
+                    dsp.answer(stub, {5});
+                    EXPECT_EQ(routine.refused, wrapper()) << routine.name;
+                    EXPECT_EQ(expected, dsp.takeCalls()) << "forwarded once";
+                    dsp.answer(stub, {0});
+                    EXPECT_EQ(Lines{}, log.take());
+                }
+                LogCapture log;
+                for (const int32_t domain : {3, 5, -1})
+                {
+                    setDefaultDSPValue(domain);
+                    EXPECT_EQ(routine.withoutDomain, routine.forms[0]()) << routine.name;
+                    EXPECT_EQ(Lines{noDomain(routine.name)}, log.take());
+                }
+                EXPECT_EQ(Calls{}, dsp.takeCalls());
+            }
+            EXPECT_EQ(3, k6AbstractionConstraintFlag);
+            EXPECT_EQ(1, K6_constraint_checks_enable) << "another flag";
+            vsrUpdateK6ConstraintCheckFlag(0);
+            EXPECT_EQ(0, K6_constraint_checks_enable);
+            EXPECT_EQ(3, k6AbstractionConstraintFlag);
+        });
+}
+
+TEST(DspRoutines, StandInTheirRowsAndColumns)
+{
+    inChild(
+        []
+        {
+            VSR_FUNC_MANAGER manager = {vsrImplTable,         VSR_ROW_COUNT,          &vsrFuncTable,
+                                        vsrInternalImplTable, VSR_INTERNAL_ROW_COUNT, &vsrInternalFuncTable,
+                                        VSR_KIND_COUNT};
+            const auto slot = [](uint32_t row, VSR_IMPL kind)
+            { return vsrInternalFuncTable[row * VSR_KIND_COUNT + kind]; };
+            const auto as = [](auto routine) { return reinterpret_cast<VSR_FUNC>(routine); };
+            EXPECT_EQ(as(probeK6TimeC), slot(10, VSR_IMPL_CPU));
+            EXPECT_EQ(as(vsrRegisterBufC), slot(11, VSR_IMPL_VECTA));
+            EXPECT_EQ(nullptr, slot(11, VSR_IMPL_CDSP));
+            EXPECT_EQ(0u, uKTable(&manager, VSR_IMPL_KDSP) + uKaTable(&manager, VSR_IMPL_ADSP) +
+                              uKcTable(&manager, VSR_IMPL_CDSP) + uKmTable(&manager, VSR_IMPL_MDSP));
+            const VSR_FUNC probes[] = {as(probeK6TimeK), nullptr, as(probeK6TimeKa), as(probeK6TimeKc),
+                                       as(probeK6TimeKm)};
+            const VSR_FUNC registers[] = {as(vsrRegisterBufK), nullptr, as(vsrRegisterBufKa), as(vsrRegisterBufKc),
+                                          as(vsrRegisterBufKm)};
+            for (const VSR_IMPL kind : {VSR_IMPL_KDSP, VSR_IMPL_ADSP, VSR_IMPL_CDSP, VSR_IMPL_MDSP})
+            {
+                EXPECT_EQ(probes[kind - VSR_IMPL_KDSP], slot(10, kind)) << kind;
+                EXPECT_EQ(registers[kind - VSR_IMPL_KDSP], slot(11, kind)) << kind;
+            }
+            EXPECT_EQ(0u, probeK6TimeC(1, 2));
+
+            manager.internalRowCount = 11;
+            vsrInternalFuncTable[11 * VSR_KIND_COUNT + VSR_IMPL_ADSP] = nullptr;
+            EXPECT_EQ(0u, uKaTable(&manager, VSR_IMPL_ADSP));
+            EXPECT_EQ(nullptr, slot(11, VSR_IMPL_ADSP)) << "not described by the manager";
+        });
+}
+
+}  // namespace
+}  // namespace visora::test
