@@ -1,14 +1,16 @@
 #!/bin/sh
-# The library exports what its headers declare, and nothing else.
-# usage: exported_symbols.sh COMPILER NM INCLUDE_FOLDER LIBRARY
+# A library exports what its headers declare, and nothing else.
+# usage: exported_symbols.sh COMPILER NM LIBRARY HEADER INCLUDE_FOLDER...
 set -eu
-compiler=$1 nm=$2 include=$3 library=$4
+compiler=$1 nm=$2 library=$3 header=$4
+shift 4
 folder=$(mktemp -d)
 trap 'rm -r "$folder"' EXIT
 
 # One declaration a line; the name is the one in parentheses for a pointer, else the last one before an argument list,
 # an array bound or the end.
-echo '#include "visora.h"' | "$compiler" -E -P -I "$include" -x c - | tr '\n' ' ' | tr ';{}' '\n\n\n' |
+for folder_of_headers; do set -- "$@" -I "$folder_of_headers" && shift; done
+echo "#include \"$header\"" | "$compiler" -E -P "$@" -x c - | tr '\n' ' ' | tr ';{}' '\n\n\n' |
     grep -F '__attribute__((visibility("default")))' |
     sed -E 's/.*__attribute__\(\(visibility\("default"\)\)\)//' |
     sed -E -e 's/^[^(]*\(\*+ *([A-Za-z0-9_]+) *\).*/\1/;t' \

@@ -160,13 +160,17 @@ TEST(RestartThreads, CleanUpOneAfterAnother)
             domain_channel_open(0);
             dsp.takeCalls();
             dsp.answer("vsrK6GetClk", {104, 0});
-            std::atomic<int> inside = 0;
+            std::atomic<int> sleeps = 15;
             std::atomic<bool> together = false;
-            dsp.onCall = [&](std::string_view)
+            dsp.onCall = [&](std::string_view function)
             {
-                together = together || ++inside > 1;
+                if (function == "deinitK6")
+                {
+                    sleeps = 0;
+                }
+                sleeps += function == "sleep";
+                together = together || (function == "vsrK6GetClk" && sleeps < 15);
                 std::this_thread::yield();
-                --inside;
             };
             std::atomic<int> retries = 0;
             std::vector<std::thread> threads;
@@ -175,8 +179,8 @@ TEST(RestartThreads, CleanUpOneAfterAnother)
                 threads.emplace_back(
                     [&]
                     {
-                        vsrK6GetClkK_abstractionLayer(0);  // calls go on meanwhile, without the lock
-                        retries += adspSSRcleanUpSequence(cdsp_domain_handle) == 0;
+                        probeK6TimeK(1, 2);  // calls go on meanwhile, without the lock
+                        retries += adspSSRcleanUpSequence(42) == 0;
                     });
             }
             for (std::thread& thread : threads)
@@ -184,6 +188,8 @@ TEST(RestartThreads, CleanUpOneAfterAnother)
                 thread.join();
             }
             EXPECT_EQ(kThreads - 1, retries) << "all but the first find the DSP alive";
+            EXPECT_FALSE(together) << "asked while another thread reloads";
+            EXPECT_EQ(15, sleeps);
         });
 }
 

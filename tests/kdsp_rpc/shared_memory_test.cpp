@@ -64,11 +64,6 @@ Function* next(const char* name, Function* /*type*/)
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-const void* at(uintptr_t address)
-{
-    return reinterpret_cast<const void*>(address);
-}
-
 }  // namespace
 }  // namespace visora::test
 
@@ -146,7 +141,7 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept
     }
     ScriptedIon* const ion = ScriptedIon::living;
     const uint64_t flags = static_cast<dma_buf_sync*>(argument)->flags;
-    ion->note("ioctl", fd, std::hex, request, flags);
+    ion->note("ioctl", fd, request, flags);
     errno = flags & DMA_BUF_SYNC_END ? ion->endResult : ion->startResult;
     return errno == 0 ? 0 : -1;
 }
@@ -184,12 +179,12 @@ void withIon(const std::function<void(ScriptedIon&, LogCapture&)>& body)
 Calls acquires(int fd, size_t pages)
 {
     return {"ion_open", textOf("ion_alloc_fd", fd, pages * 4096, 0, 0x2000000, 1),
-            textOf("mmap", pages * 4096, true, true, fd + 1, 0), textOf("ioctl", fd + 1, "40086200 3")};
+            textOf("mmap", pages * 4096, true, true, fd + 1, 0), textOf("ioctl", fd + 1, 0x40086200, 3)};
 }
 
 Calls releases(int fd, const void* address, size_t pages)
 {
-    return {textOf("ioctl", fd + 1, "40086200 7"), textOf("munmap", address, pages * 4096), textOf("close", fd + 1),
+    return {textOf("ioctl", fd + 1, 0x40086200, 7), textOf("munmap", address, pages * 4096), textOf("close", fd + 1),
             textOf("ion_close", fd)};
 }
 
