@@ -32,8 +32,8 @@ VSR_API void vsrMemFree(void* block);
 
 /**
  * The allocator of memory shared with the DSP; null while none is installed. A mode that brings a DSP up installs the
- * library's own, vsrCleanUp removes it. Free returns 0 when the block was the allocator's. The R_ pointers are the same
- * for remote use.
+ * library's own, vsrCleanUp removes it: blocks that it gave are to be freed before. Free returns 0 when the block was
+ * the allocator's. The R_ pointers are the same for remote use.
  */
 extern VSR_API void* (*vsrSharedMemAlloc_)(uint32_t size, uint32_t byteAlignment);
 extern VSR_API void* (*vsrSharedMemAllocR_)(uint32_t size, uint32_t byteAlignment);

@@ -326,7 +326,8 @@ TEST(Modes, BringASessionUpAndCleanUpEndsIt)
                     constexpr uint32_t kRegisterRow = 11;
                     constexpr uint32_t kRotateRow = 500;  // in every list but the performance one's
                     EXPECT_EQ(kind, vsrInternalImplTable[kRegisterRow]);
-                    EXPECT_EQ(c.mode == VISORA_OP_PERFORMANCE ? VSR_IMPL_VECTA : kind, vsrImplTable[kRotateRow]);
+                    EXPECT_EQ(c.mode == VISORA_OP_PERFORMANCE ? VSR_IMPL{VSR_IMPL_VECTA} : kind,
+                              vsrImplTable[kRotateRow]);
                     EXPECT_EQ(vsrSharedMemAllocK, vsrSharedMemAlloc_);
 
                     char byte;

@@ -81,11 +81,6 @@ constexpr Channel kMdsp = {
     "End of domain_channel_close for MDSP \n",
 };
 
-void setHandle(const Channel& channel, uint64_t handle)
-{
-    std::atomic_ref(channel.handle).store(handle, std::memory_order_relaxed);
-}
-
 void logHandle(const Channel& channel, const char* format)
 {
     logLibrary(kLogDebug, format, static_cast<void*>(&channel.handle),
@@ -106,7 +101,7 @@ void openChannel(const Channel& channel)
             logLibrary(kLogError, channel.openFailed);
             return;
         }
-        setHandle(channel, handle);
+        VSR_STORE(channel.handle, handle);
         logHandle(channel, channel.opened);
     }
     logLibrary(kLogDebug, channel.openEnd);
@@ -128,7 +123,7 @@ void closeChannel(const Channel& channel)
             logLibrary(kLogError, channel.closeFailed);
             return;
         }
-        setHandle(channel, 0);
+        VSR_STORE(channel.handle, 0);
         logLibrary(kLogDebug, channel.closed);
     }
     logLibrary(kLogDebug, channel.closeEnd);

@@ -2,10 +2,10 @@
 #ifndef VISORA_KDSP_RPC_DOMAIN_H
 #define VISORA_KDSP_RPC_DOMAIN_H
 
-#include <atomic>
 #include <type_traits>
 
 #include "common/visoraLog.h"
+#include "common/visoraRelaxed.h"
 #include "visora/dispatch.h"
 #include "visora/offload.h"
 
@@ -60,9 +60,9 @@ Result callInDefaultDomain(const char* function, Result (*adsp)(Args...), Result
  * A channel's handle, as the calls of any thread see it. They take no lock, while a clean-up sequence on another thread
  * may close and open the channel: they go out with the old handle, with 0 or with the new one, and the first two fail.
  */
-inline uint64_t currentHandle(uint64_t& handle)
+inline uint64_t currentHandle(const uint64_t& handle)
 {
-    return std::atomic_ref(handle).load(std::memory_order_relaxed);
+    return VSR_LOAD(handle);
 }
 
 }  // namespace visora

@@ -12,6 +12,7 @@
 
 #include "common/visoraHardware.h"
 #include "common/visoraLog.h"
+#include "common/visoraRelaxed.h"
 #include "visora/memory.h"
 #include "visora/shared_memory.h"
 
@@ -125,8 +126,11 @@ void vsrInitSharedMem(uint32_t hardware)
     if ((hardware & (visora::kHardwareDsp | visora::kHardwareGpu)) == visora::kHardwareDsp &&
         vsrInitSharedMem_Kdsp() == 0)
     {
-        vsrSharedMemAlloc_ = vsrSharedMemAllocR_ = vsrSharedMemAllocK;
-        vsrSharedMemFree_ = vsrSharedMemFreeR_ = vsrSharedMemFreeK;
+        // Mostly they are installed already, and other threads allocate.
+        VSR_STORE(vsrSharedMemAlloc_, vsrSharedMemAllocK);
+        VSR_STORE(vsrSharedMemAllocR_, vsrSharedMemAllocK);
+        VSR_STORE(vsrSharedMemFree_, vsrSharedMemFreeK);
+        VSR_STORE(vsrSharedMemFreeR_, vsrSharedMemFreeK);
     }
 }
 
