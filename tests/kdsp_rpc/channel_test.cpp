@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
 
 #include "common/hardware_double.h"
 #include "kdsp_rpc/domains.h"

@@ -1,7 +1,9 @@
 // Sessions on the DSP: how they start, which state they leave, what they say; modes that bring a real session up.
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 
 #include "common/hardware_double.h"
 #include "kdsp_rpc/domains.h"

@@ -70,7 +70,14 @@ int32_t adspSSRcleanUpSequence(uint64_t handle)
     else
     {
         logLibrary(kLogDebug, "Trying to reload K6 stub.");
-        handle != 0 ? reload(handle) : reloadWithoutHandle();
+        if (handle != 0)
+        {
+            reload(handle);
+        }
+        else
+        {
+            reloadWithoutHandle();
+        }
     }
     pthread_mutex_unlock(&ssrMutex);
     // A DSP that had to be reloaded does not serve this call any more.

@@ -1,8 +1,5 @@
 // The session on the DSP domain in use.
-#include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <iterator>
 
 #include "common/visoraProperty.h"
 #include "kdsp_rpc/multi_domains/visoraDomain.h"
