@@ -29,10 +29,13 @@ Function* next(const char* name, Function* /*type*/)
         return visora::test::next(#function, function)(__VA_ARGS__); \
     }
 
-// A stub function that does nothing with its arguments; its name begins with "visoradsp_".
-#define SCRIPTED(function, ...)                 \
-    NEXT_UNLESS_SCRIPTED(function, __VA_ARGS__) \
-    return visora::test::living->call(std::string_view(#function).substr(10), visora::test::textOf(__VA_ARGS__))
+// Defines a stub function that does nothing with its arguments; its name begins with "visoradsp_".
+#define SCRIPTED(function, parameters, ...)                                               \
+    int32_t function parameters                                                           \
+    {                                                                                     \
+        NEXT_UNLESS_SCRIPTED(function, __VA_ARGS__)                                       \
+        return living->call(std::string_view(#function).substr(10), textOf(__VA_ARGS__)); \
+    }
 
 }  // namespace
 
@@ -97,11 +100,6 @@ int32_t visoradsp_open(const char* uri, uint64_t* handle)
     return status;
 }
 
-int32_t visoradsp_close(uint64_t handle)
-{
-    SCRIPTED(visoradsp_close, handle);
-}
-
 int32_t visoradsp_initK6_with_attributes(uint64_t handle, const vsrK6Attribute* attributes, uint32_t count)
 {
     NEXT_UNLESS_SCRIPTED(visoradsp_initK6_with_attributes, handle, attributes, count);
@@ -111,11 +109,6 @@ int32_t visoradsp_initK6_with_attributes(uint64_t handle, const vsrK6Attribute* 
         text += textOf(attributes[i].id) + "=" + textOf(attributes[i].value);
     }
     return living->call("initK6_with_attributes", textOf(handle, text, count));
-}
-
-int32_t visoradsp_deinitK6(uint64_t handle)
-{
-    SCRIPTED(visoradsp_deinitK6, handle);
 }
 
 int32_t visoradsp_vsrGetVersionK(uint64_t handle, char* version, int32_t capacity)
@@ -150,51 +143,29 @@ int32_t visoradsp_vsrUpdateDSPMsgFlagK(uint64_t handle, uint32_t flag, uint32_t*
     return status;
 }
 
-int32_t visoradsp_registerbuf(void* buffer, uint32_t size, int32_t fd)
-{
-    SCRIPTED(visoradsp_registerbuf, buffer, size, fd);
-}
-
-int32_t visoradsp_cache_flush_invalidateK(uint64_t handle, const void* input, uint32_t inputLength, void* output,
-                                          uint32_t outputLength)
-{
-    SCRIPTED(visoradsp_cache_flush_invalidateK, handle, input, inputLength, output, outputLength);
-}
-
-int32_t visoradsp_vsrInvalidateOutputBufferK(uint64_t handle, void* b1, uint32_t n1)
-{
-    SCRIPTED(visoradsp_vsrInvalidateOutputBufferK, handle, b1, n1);
-}
-
-int32_t visoradsp_vsrInvalidateOutputBuffer2K(uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2)
-{
-    SCRIPTED(visoradsp_vsrInvalidateOutputBuffer2K, handle, b1, n1, b2, n2);
-}
-
-int32_t visoradsp_vsrInvalidateOutputBuffer3K(uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2, void* b3,
-                                              uint32_t n3)
-{
-    SCRIPTED(visoradsp_vsrInvalidateOutputBuffer3K, handle, b1, n1, b2, n2, b3, n3);
-}
-
-int32_t visoradsp_vsrInvalidateOutputBuffer4K(uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2, void* b3,
-                                              uint32_t n3, void* b4, uint32_t n4)
-{
-    SCRIPTED(visoradsp_vsrInvalidateOutputBuffer4K, handle, b1, n1, b2, n2, b3, n3, b4, n4);
-}
-
-int32_t visoradsp_vsrInvalidateOutputBuffer5K(uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2, void* b3,
-                                              uint32_t n3, void* b4, uint32_t n4, void* b5, uint32_t n5)
-{
-    SCRIPTED(visoradsp_vsrInvalidateOutputBuffer5K, handle, b1, n1, b2, n2, b3, n3, b4, n4, b5, n5);
-}
-
-int32_t visoradsp_vsrInvalidateOutputBuffer6K(uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2, void* b3,
-                                              uint32_t n3, void* b4, uint32_t n4, void* b5, uint32_t n5, void* b6,
-                                              uint32_t n6)
-{
-    SCRIPTED(visoradsp_vsrInvalidateOutputBuffer6K, handle, b1, n1, b2, n2, b3, n3, b4, n4, b5, n5, b6, n6);
-}
+SCRIPTED(visoradsp_close, (uint64_t handle), handle)
+SCRIPTED(visoradsp_deinitK6, (uint64_t handle), handle)
+SCRIPTED(visoradsp_registerbuf, (void* buffer, uint32_t size, int32_t fd), buffer, size, fd)
+SCRIPTED(visoradsp_cache_flush_invalidateK,
+         (uint64_t handle, const void* input, uint32_t inputLength, void* output, uint32_t outputLength), handle, input,
+         inputLength, output, outputLength)
+SCRIPTED(visoradsp_vsrInvalidateOutputBufferK, (uint64_t handle, void* b1, uint32_t n1), handle, b1, n1)
+SCRIPTED(visoradsp_vsrInvalidateOutputBuffer2K, (uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2), handle,
+         b1, n1, b2, n2)
+SCRIPTED(visoradsp_vsrInvalidateOutputBuffer3K,
+         (uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2, void* b3, uint32_t n3), handle, b1, n1, b2, n2,
+         b3, n3)
+SCRIPTED(visoradsp_vsrInvalidateOutputBuffer4K,
+         (uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2, void* b3, uint32_t n3, void* b4, uint32_t n4),
+         handle, b1, n1, b2, n2, b3, n3, b4, n4)
+SCRIPTED(visoradsp_vsrInvalidateOutputBuffer5K,
+         (uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2, void* b3, uint32_t n3, void* b4, uint32_t n4,
+          void* b5, uint32_t n5),
+         handle, b1, n1, b2, n2, b3, n3, b4, n4, b5, n5)
+SCRIPTED(visoradsp_vsrInvalidateOutputBuffer6K,
+         (uint64_t handle, void* b1, uint32_t n1, void* b2, uint32_t n2, void* b3, uint32_t n3, void* b4, uint32_t n4,
+          void* b5, uint32_t n5, void* b6, uint32_t n6),
+         handle, b1, n1, b2, n2, b3, n3, b4, n4, b5, n5, b6, n6)
 
 unsigned sleep(unsigned seconds)
 {
