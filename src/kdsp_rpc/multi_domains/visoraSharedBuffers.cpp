@@ -127,10 +127,10 @@ void vsrInitSharedMem(uint32_t hardware)
         vsrInitSharedMem_Kdsp() == 0)
     {
         // Mostly they are installed already, and other threads allocate.
-        VSR_STORE(vsrSharedMemAlloc_, vsrSharedMemAllocK);
-        VSR_STORE(vsrSharedMemAllocR_, vsrSharedMemAllocK);
-        VSR_STORE(vsrSharedMemFree_, vsrSharedMemFreeK);
-        VSR_STORE(vsrSharedMemFreeR_, vsrSharedMemFreeK);
+        VSR_STORE(vsrSharedMemAlloc_, &vsrSharedMemAllocK);
+        VSR_STORE(vsrSharedMemAllocR_, &vsrSharedMemAllocK);
+        VSR_STORE(vsrSharedMemFree_, &vsrSharedMemFreeK);
+        VSR_STORE(vsrSharedMemFreeR_, &vsrSharedMemFreeK);
     }
 }
 
