@@ -23,6 +23,7 @@ class RGB565
 {
   public:
     static constexpr size_t kBytes = 2;
+    static constexpr size_t kMaxVectorBytes = 64;
     static constexpr Order kOrder = Order::ForTwoWords;
 
     /** Where in its row a vector of `count` pixels from x on goes. */
@@ -62,6 +63,7 @@ class ReversedRGB565 : RGB565
 {
   public:
     using RGB565::kBytes;
+    using RGB565::kMaxVectorBytes;
     using RGB565::kOrder;
 
     static constexpr size_t place(size_t x, size_t count, size_t width) { return width - x - count; }
@@ -86,6 +88,8 @@ class ReversedRGB565 : RGB565
 struct RGB888
 {
     static constexpr size_t kBytes = 3;
+    // Sorting four blocks costs more than it saves to work on them at once.
+    static constexpr size_t kMaxVectorBytes = 32;
     static constexpr Order kOrder = Order::Natural;
 
     static constexpr size_t place(size_t x, size_t /*count*/, size_t /*width*/) { return x; }
@@ -122,6 +126,7 @@ struct RGB888
     template <class D, class V>
     static HWY_INLINE void storeBlocks(D d, V v0, V v1, V v2, uint8_t* dst)
     {
+        static_assert(kBlocks<D> <= 2);
         const size_t n = hn::Lanes(d);
         if constexpr (kBlocks<D> == 1)
         {
@@ -129,18 +134,11 @@ struct RGB888
             hn::StoreU(v1, d, dst + n);
             hn::StoreU(v2, d, dst + 2 * n);
         }
-        else if constexpr (kBlocks<D> == 2)
+        else
         {
             hn::StoreU(hn::ConcatLowerLower(d, v1, v0), d, dst);
             hn::StoreU(hn::ConcatUpperLower(d, v0, v2), d, dst + n);
             hn::StoreU(hn::ConcatUpperUpper(d, v2, v1), d, dst + 2 * n);
-        }
-        else
-        {
-            const hn::Half<D> half;
-            storeBlocks(half, hn::LowerHalf(half, v0), hn::LowerHalf(half, v1), hn::LowerHalf(half, v2), dst);
-            storeBlocks(half, hn::UpperHalf(half, v0), hn::UpperHalf(half, v1), hn::UpperHalf(half, v2),
-                        dst + 3 * n / 2);
         }
     }
 #endif
@@ -149,6 +147,7 @@ struct RGB888
 struct RGBA8888
 {
     static constexpr size_t kBytes = 4;
+    static constexpr size_t kMaxVectorBytes = 64;
     static constexpr Order kOrder = Order::ForFourWords;
 
     static constexpr size_t place(size_t x, size_t /*count*/, size_t /*width*/) { return x; }
@@ -156,10 +155,12 @@ struct RGBA8888
     template <class D, class V>
     static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
     {
-        const V opaque = hn::Set(d, uint8_t{255});
+        V opaque = hn::Set(d, uint8_t{255});
 #if HWY_ARCH_ARM
         hn::StoreInterleaved4(pixels.r, pixels.g, pixels.b, opaque, d, dst);
 #else
+        // Where the compiler sees the constant, it takes the interleaving apart into three times as many instructions.
+        asm("" : "+x"(opaque.raw));
         const Unsigned16<D> u16;
         const auto rgLower = hn::BitCast(u16, hn::InterleaveLower(d, pixels.r, pixels.g));
         const auto rgUpper = hn::BitCast(u16, hn::InterleaveUpper(d, pixels.r, pixels.g));
@@ -221,12 +222,12 @@ HWY_INLINE void convertRows(D d, const uint8_t* luma, size_t lumaStride, const L
     }
 }
 
-/** Runs body(tag) with the widest vector that `width` pixels fill. @return false when the reference should do the work
- */
-template <bool kHalved, class Body>
+/** Runs body(tag) with the widest vector that `width` pixels fill and the format packs well. @return false when the
+ * reference should do the work */
+template <class Format, bool kHalved, class Body>
 HWY_INLINE bool withPixelVector(size_t width, Body body)
 {
-    return withFittingVector<uint8_t>(kHalved ? width & ~size_t{1} : width, body);
+    return withFittingVector<uint8_t, Format::kMaxVectorBytes>(kHalved ? width & ~size_t{1} : width, body);
 }
 
 /** A whole image. @return false when it is too narrow */
@@ -235,7 +236,7 @@ HWY_INLINE bool convertImage(const ColorImage& image, const Layout& chroma)
 {
     constexpr bool kHalved = sampling != ChromaSampling::k444;
     constexpr size_t kRows = sampling == ChromaSampling::k420 ? 2 : 1;
-    return withPixelVector<kHalved>(
+    return withPixelVector<Format, kHalved>(
         image.width,
         [&](auto d) HWY_ATTR
         {

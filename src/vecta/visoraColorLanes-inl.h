@@ -301,11 +301,11 @@ HWY_INLINE V times(D16 s16, V chroma)
     return hn::MulHigh(chroma, hn::Set(s16, static_cast<int16_t>(numerator)));
 }
 
-/** (sum + constant) >> shift. */
-template <int constant, int shift, class D16, class V>
-HWY_INLINE V shifted(D16 s16, V sum)
+/** (sum + 64) >> 7, by a product: multipliers have time where shifts wait for the units that shuffle. */
+template <class D16, class V>
+HWY_INLINE V roundedShift7(D16 s16, V sum)
 {
-    return hn::ShiftRight<shift>(hn::Add(sum, hn::Set(s16, static_cast<int16_t>(constant))));
+    return hn::MulFixedPoint15(sum, hn::Set(s16, int16_t{256}));
 }
 
 }  // namespace HWY_NAMESPACE

@@ -87,7 +87,7 @@ struct FullRangeOffsets
         // (359 Cr' + 128) >> 8 and (454 Cb' + 128) >> 8 are rounding products; -88 Cb' - 183 Cr' is halved first to
         // fit.
         return {hn::MulFixedPoint15(hn::ShiftRight<1>(c.cr), hn::Set(s16, int16_t{359})),
-                shifted<64, 7>(s16, hn::Add(times<-88 * 128>(s16, c.cb), times<-183 * 128>(s16, c.cr))),
+                roundedShift7(s16, hn::Add(times<-88 * 128>(s16, c.cb), times<-183 * 128>(s16, c.cr))),
                 hn::MulFixedPoint15(c.cb, hn::Set(s16, int16_t{454 / 2}))};
     }
 };
@@ -105,7 +105,7 @@ struct CodingUnitOffsets
         const V high = hn::Add(hn::Mul(cb2, hn::Set(s16, int16_t{-22})), hn::Mul(cr2, hn::Set(s16, int16_t{-46})));
         const V low = hn::Add(hn::Mul(cb2, hn::Set(s16, int16_t{-6})), hn::Mul(cr2, hn::Set(s16, int16_t{76})));
         return {hn::MulFixedPoint15(cr2, hn::Set(s16, int16_t{22970})),
-                shifted<64, 7>(s16, hn::Add(high, hn::ShiftRight<8>(low))),
+                roundedShift7(s16, hn::Add(high, hn::ShiftRight<8>(low))),
                 hn::MulFixedPoint15(cb2, hn::Set(s16, int16_t{29032}))};
     }
 };
@@ -135,12 +135,11 @@ struct VideoRule
         const auto red = hn::Add(c.cr, times<Precision::kCrInRed - 65536>(s16, c.cr));
         const auto green = hn::Add(times<-50 * 256>(s16, c.cb), times<Precision::kCrInGreen>(s16, c.cr));
         const auto blue = times<Precision::kCbInBlue>(s16, c.cb);
-        const auto lumaBias = hn::Set(s16, int16_t{kLumaBias + Precision::kConstant});
-        // Blue is shifted as an unsigned number; whole units keep it positive.
-        const auto blueBias = hn::Set(s16, int16_t{kLumaBias + Precision::kConstant + 128 * kBlueBias});
-        const auto blueWhole = hn::Sub(hn::ShiftRight<7>(c.cb), hn::Set(s16, int16_t{kBlueBias}));
-        const Terms<hn::Vec<Signed16<D>>> one = {hn::Add(red, lumaBias), hn::Add(green, lumaBias),
-                                                 hn::Add(blue, blueBias), blueWhole};
+        const auto bias = hn::Set(s16, int16_t{Precision::kConstant - kRounding + 128 * kLumaBias});
+        const auto blueBias = hn::Set(s16, int16_t{Precision::kConstant - kRounding});
+        const auto blueWhole = hn::Add(hn::ShiftRight<7>(c.cb), hn::Set(s16, int16_t{kLumaBias}));
+        const Terms<hn::Vec<Signed16<D>>> one = {hn::Add(red, bias), hn::Add(green, bias), hn::Add(blue, blueBias),
+                                                 blueWhole};
         return {twice(one, [=](auto v) HWY_ATTR { return hn::InterleaveLower(s16, v, v); }),
                 twice(one, [=](auto v) HWY_ATTR { return hn::InterleaveUpper(s16, v, v); })};
     }
@@ -156,9 +155,10 @@ struct VideoRule
     }
 
   private:
-    // Taken from luma and added to chroma, so that both fit 16 bits with a sign.
-    static constexpr int kLumaBias = 6144;
-    static constexpr int kBlueBias = 22;
+    // In whole units; taken from luma and added to chroma, so that both fit 16 bits with a sign.
+    static constexpr int kLumaBias = 48;
+    // What the shift adds.
+    static constexpr int kRounding = 64;
 
     template <class V, class Function>
     static HWY_INLINE Terms<V> twice(const Terms<V>& terms, Function interleave)
@@ -169,11 +169,10 @@ struct VideoRule
     template <class D16, class V>
     static HWY_INLINE Rgb<V> channels(D16 s16, const Terms<V>& terms, V y)
     {
-        const hn::RebindToUnsigned<D16> u16;
-        const V luma = hn::Sub(hn::Mul(y, hn::Set(s16, int16_t{149})), hn::Set(s16, int16_t{kLumaBias}));
-        const V blue = hn::BitCast(s16, hn::ShiftRight<7>(hn::BitCast(u16, hn::Add(luma, terms.blue))));
-        return {hn::ShiftRight<7>(hn::SaturatedAdd(luma, terms.red)),
-                hn::ShiftRight<7>(hn::SaturatedAdd(luma, terms.green)), hn::Add(blue, terms.blueWhole)};
+        const V luma = hn::Sub(hn::Mul(y, hn::Set(s16, int16_t{149})), hn::Set(s16, int16_t{128 * kLumaBias}));
+        return {roundedShift7(s16, hn::SaturatedAdd(luma, terms.red)),
+                roundedShift7(s16, hn::SaturatedAdd(luma, terms.green)),
+                hn::Add(roundedShift7(s16, hn::Add(luma, terms.blue)), terms.blueWhole)};
     }
 };
 

@@ -140,7 +140,7 @@ template <size_t unitWidth, size_t unitHeight>
 bool convertTiles(const uint8_t* src, size_t width, size_t height, uint8_t* dst)
 {
     using Stretch = UnitStretch<unitWidth, unitHeight>;
-    return withPixelVector<unitWidth == 16>(
+    return withPixelVector<RGB888, unitWidth == 16>(
         width,
         [=](auto d) HWY_ATTR
         {

@@ -38,13 +38,14 @@ HWY_INLINE void coverRange(size_t begin, size_t end, size_t lanes, Body body)
 }
 
 /**
- * Runs body(tag) with the widest vector of T that `count` elements fill: the machine's own, else 128 bits.
+ * Runs body(tag) with the widest vector of T that `count` elements fill: the machine's own, up to kMaxBytes, else 128
+ * bits.
  * @return false when not even that fits, and the scalar reference should do the work
  */
-template <class T, class Body>
+template <class T, size_t kMaxBytes = 64, class Body>
 HWY_INLINE bool withFittingVector(size_t count, Body body)
 {
-    const hn::ScalableTag<T> wide;
+    const hn::CappedTag<T, kMaxBytes / sizeof(T)> wide;
     if (count >= hn::Lanes(wide))
     {
         body(wide);
