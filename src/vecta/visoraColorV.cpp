@@ -87,34 +87,34 @@ class UnitStretch
     static constexpr size_t kUnitBytes = unitWidth * unitHeight + 128;
     static constexpr size_t kMaxWidth = 512;
 
-    void load(const uint8_t* unit, size_t units)
+    template <class D>
+    HWY_INLINE void load(D /*d*/, const uint8_t* unit, size_t units)
     {
-        for (size_t u = 0; u < units; ++u, unit += kUnitBytes)
+        const hn::Repartition<uint64_t, D> d64;
+        const size_t together = hn::Lanes(d64);
+        size_t u = 0;
+        for (; u + together <= units; u += together, unit += together * kUnitBytes)
         {
-            const uint8_t* from = unit;
-            for (size_t top = 0; top < unitHeight; top += 8)
-            {
-                for (size_t left = 0; left < unitWidth; left += 8, from += 64)
-                {
-                    loadBlock(from, luma_ + top, u * unitWidth + left);
-                }
-            }
-            loadBlock(from, cb_, u * 8);
-            loadBlock(from + 64, cr_, u * 8);
+            loadUnits(d64, unit, u);
+        }
+        for (; u < units; ++u, unit += kUnitBytes)
+        {
+            loadUnits(hn::CappedTag<uint64_t, 1>(), unit, u);
         }
     }
 
     template <class D>
     HWY_INLINE void convert(D d, size_t width, size_t rows, uint8_t* dst, size_t dstStride) const
     {
-        constexpr bool kHalved = unitWidth == 16;
         constexpr size_t kRowsPerChroma = unitHeight / 8;
-        for (size_t y = 0; y < rows; ++y)
+        size_t y = 0;
+        for (; y + kRowsPerChroma <= rows; y += kRowsPerChroma)
         {
-            const size_t chromaRow = y / kRowsPerChroma;
-            convertRows<CodingUnit, RGB888, kHalved, 1>(d, luma_[y], kStride,
-                                                        Planes{cb_[chromaRow], cr_[chromaRow], kStride, kStride}, width,
-                                                        dst + y * dstStride, static_cast<ptrdiff_t>(dstStride));
+            convertRowsFrom<kRowsPerChroma>(d, y, width, dst + y * dstStride, dstStride);
+        }
+        if (y < rows)
+        {
+            convertRowsFrom<1>(d, y, width, dst + y * dstStride, dstStride);
         }
     }
 
@@ -123,11 +123,77 @@ class UnitStretch
     static constexpr size_t kStride = kMaxWidth + 64;
     using Row = uint8_t[kStride];
 
-    static void loadBlock(const uint8_t* block, Row* rows, size_t x)
+    template <size_t rows, class D>
+    HWY_INLINE void convertRowsFrom(D d, size_t y, size_t width, uint8_t* dst, size_t dstStride) const
     {
-        for (size_t y = 0; y < 8; ++y)
+        const size_t chromaRow = y * 8 / unitHeight;
+        convertRows<CodingUnit, RGB888, unitWidth == 16, rows>(d, luma_[y], kStride,
+                                                               Planes{cb_[chromaRow], cr_[chromaRow], 0, 0}, width, dst,
+                                                               static_cast<ptrdiff_t>(dstStride));
+    }
+
+    // As many units as there are lanes, the first of them at `unit`.
+    template <class D64>
+    HWY_INLINE void loadUnits(D64 d64, const uint8_t* unit, size_t u)
+    {
+        constexpr size_t kBlocksAcross = unitWidth / 8;
+        constexpr size_t kLanes = hn::MaxLanes(D64());
+        for (size_t top = 0; top < unitHeight; top += 8)
         {
-            std::memcpy(&rows[y][x], block + y * 8, 8);
+            const uint8_t* blocks = unit + top * unitWidth;
+            for (size_t column = 0; column < kBlocksAcross * kLanes; column += kLanes)
+            {
+                loadBlocks(
+                    d64,
+                    [=](size_t lane)
+                    {
+                        const size_t block = column + lane;
+                        return blocks + block / kBlocksAcross * kUnitBytes + block % kBlocksAcross * 64;
+                    },
+                    luma_ + top, u * unitWidth + column * 8);
+            }
+        }
+        const uint8_t* chroma = unit + unitWidth * unitHeight;
+        loadBlocks(
+            d64, [=](size_t lane) { return chroma + lane * kUnitBytes; }, cb_, u * 8);
+        loadBlocks(
+            d64, [=](size_t lane) { return chroma + lane * kUnitBytes + 64; }, cr_, u * 8);
+    }
+
+    // Blocks of 8x8 samples that lie side by side in the image: a transposition of their rows, 8 bytes each.
+    template <class D64, class BlockAt>
+    static HWY_INLINE void loadBlocks(D64 d64, BlockAt blockAt, Row* rows, size_t x)
+    {
+        constexpr size_t kLanes = hn::MaxLanes(D64());
+        const hn::Repartition<uint8_t, D64> d;
+        const auto load = [&](size_t lane, size_t y) HWY_ATTR
+        { return hn::BitCast(d64, hn::LoadU(d, blockAt(lane) + y * 8)); };
+        const auto store = [&](auto v, size_t y) HWY_ATTR { hn::StoreU(hn::BitCast(d, v), d, &rows[y][x]); };
+        for (size_t y = 0; y < 8; y += kLanes)
+        {
+            if constexpr (kLanes == 1)
+            {
+                store(load(0, y), y);
+            }
+            else
+            {
+                const auto even = hn::InterleaveLower(d64, load(0, y), load(1, y));
+                const auto odd = hn::InterleaveUpper(d64, load(0, y), load(1, y));
+                if constexpr (kLanes == 2)
+                {
+                    store(even, y);
+                    store(odd, y + 1);
+                }
+                else
+                {
+                    const auto even2 = hn::InterleaveLower(d64, load(2, y), load(3, y));
+                    const auto odd2 = hn::InterleaveUpper(d64, load(2, y), load(3, y));
+                    store(hn::ConcatLowerLower(d64, even2, even), y);
+                    store(hn::ConcatLowerLower(d64, odd2, odd), y + 1);
+                    store(hn::ConcatUpperUpper(d64, even2, even), y + 2);
+                    store(hn::ConcatUpperUpper(d64, odd2, odd), y + 3);
+                }
+            }
         }
     }
 
@@ -155,7 +221,7 @@ bool convertTiles(const uint8_t* src, size_t width, size_t height, uint8_t* dst)
                     // Half a stretch at a time until the rest fits in a whole one: no stretch is narrower than a
                     // vector.
                     columns = width - x <= Stretch::kMaxWidth ? width - x : Stretch::kMaxWidth / 2;
-                    stretch.load(units + x / unitWidth * Stretch::kUnitBytes, (columns + unitWidth - 1) / unitWidth);
+                    stretch.load(d, units + x / unitWidth * Stretch::kUnitBytes, (columns + unitWidth - 1) / unitWidth);
                     stretch.convert(d, columns, HWY_MIN(unitHeight, height - y),
                                     dst + y * dstStride + x * RGB888::kBytes, dstStride);
                 }
