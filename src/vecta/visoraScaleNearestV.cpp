@@ -8,6 +8,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/visoraScaleNearestV.cpp"
+#include "hwy/cache_control.h"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraVector-inl.h"
@@ -74,11 +75,12 @@ class ColumnPicker
         }
     }
 
-    HWY_INLINE void pick(const uint8_t* row, uint8_t* out) const
+    // `next` is the row that will be asked for next.
+    HWY_INLINE void pick(const uint8_t* row, const uint8_t* next, uint8_t* out) const
     {
         if (step_ != 0)
         {
-            return pickEvenly(row, out);
+            return pickEvenly(row, next, out);
         }
         switch (registers_)
         {
@@ -122,22 +124,37 @@ class ColumnPicker
         return even ? step : 0;
     }
 
-    // The pixel that is taken comes last among those that a lane is cut from, so nothing behind the last one is read.
-    HWY_INLINE void pickEvenly(const uint8_t* row, uint8_t* out) const
+    HWY_INLINE void pickEvenly(const uint8_t* row, const uint8_t* next, uint8_t* out) const
     {
         const hn::ScalableTag<uint8_t> d;
         out[0] = row[columns_[0]];
-        const uint8_t* lane = row + columns_[1] + 1 - step_;  // where the lane of output 1 begins
         if (step_ == 2)
         {
-            coverRange(1, dstWidth_, hn::Lanes(d),
-                       [&](size_t x) HWY_ATTR { hn::StoreU(everySecond(d, lane + (x - 1) * 2), d, out + x); });
+            pickEvery<2>(row, next, out, [=](const uint8_t* pixels) HWY_ATTR { return everySecond(d, pixels); });
         }
         else
         {
-            coverRange(1, dstWidth_, hn::Lanes(d),
-                       [&](size_t x) HWY_ATTR { hn::StoreU(everyFourth(d, lane + (x - 1) * 4), d, out + x); });
+            pickEvery<4>(row, next, out, [=](const uint8_t* pixels) HWY_ATTR { return everyFourth(d, pixels); });
         }
+    }
+
+    // The pixel that is taken comes last among those that a lane is cut from, so nothing behind the last one is read.
+    // Rows in between are left out, which the processor does not foresee: the next row is fetched here.
+    template <size_t kStep, class Load>
+    HWY_INLINE void pickEvery(const uint8_t* row, const uint8_t* next, uint8_t* out, Load load) const
+    {
+        constexpr size_t kLineBytes = 64;
+        const hn::ScalableTag<uint8_t> d;
+        const uint8_t* lane = row + columns_[1] + 1 - kStep;  // where the lane of output 1 begins
+        coverRange(1, dstWidth_, hn::Lanes(d),
+                   [&](size_t x) HWY_ATTR
+                   {
+                       for (size_t ahead = 0; ahead < kStep * hn::Lanes(d); ahead += kLineBytes)
+                       {
+                           hwy::Prefetch(next + kStep * x + ahead);
+                       }
+                       hn::StoreU(load(lane + (x - 1) * kStep), d, out + x);
+                   });
     }
 
     void planRegisters()
@@ -227,7 +244,8 @@ vsrStatus scaleNearest(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
         }
         else
         {
-            picker.pick(src + size_t{row} * srcStride, out);
+            const uint32_t next = map.row(std::min(y + 1, dstHeight - 1));
+            picker.pick(src + size_t{row} * srcStride, src + size_t{next} * srcStride, out);
         }
         rowBefore = row;
     }
