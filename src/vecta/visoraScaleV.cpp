@@ -47,7 +47,7 @@ HWY_INLINE auto pairSums(D d, const uint8_t* pixels)
 
 // The same for lanes of 16 bits, whose values are below 2^15.
 template <class D32, class V16>
-HWY_INLINE hn::Vec<D32> sumsOfPairs(D32 d32, V16 v)
+HWY_INLINE hn::Vec<D32> sumsOfPairs([[maybe_unused]] D32 d32, V16 v)
 {
 #if HWY_ARCH_ARM
     return hn::Vec<D32>(vpaddlq_u16(v.raw));
