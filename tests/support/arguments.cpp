@@ -83,7 +83,7 @@ void Arguments::fillInputs(Values values)
     }
 }
 
-uint64_t Arguments::runFresh(VSR_FUNC implementation)
+void Arguments::freshen()
 {
     for (const Buffer& output : outputs_)
     {
@@ -92,6 +92,11 @@ uint64_t Arguments::runFresh(VSR_FUNC implementation)
             output.memory->data()[i] = patternAt(i);
         }
     }
+}
+
+uint64_t Arguments::runFresh(VSR_FUNC implementation)
+{
+    freshen();
     return run(implementation);
 }
 
@@ -101,6 +106,20 @@ std::vector<uint8_t> Arguments::outputs() const
     for (const Buffer& output : outputs_)
     {
         all.insert(all.end(), output.memory->data(), output.memory->data() + output.memory->size());
+    }
+    return all;
+}
+
+std::vector<std::pair<uintptr_t, size_t>> Arguments::spans() const
+{
+    std::vector<std::pair<uintptr_t, size_t>> all;
+    for (const auto* buffers : {&inputs_, &outputs_})
+    {
+        for (const Buffer& buffer : *buffers)
+        {
+            all.emplace_back(reinterpret_cast<uintptr_t>(buffer.memory->data() + buffer.start),
+                             buffer.memory->size() - buffer.start);
+        }
     }
     return all;
 }

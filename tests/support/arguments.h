@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/random.h"
@@ -109,7 +110,9 @@ class Arguments
     /** False when the operation has no call for this shape. */
     bool hasCall() const { return static_cast<bool>(run_); }
 
-    /** Fills the outputs with their pattern, runs the implementation and returns its result. */
+    /** Fills the outputs with their pattern. */
+    void freshen();
+    /** Freshens, runs the implementation and returns its result. */
     uint64_t runFresh(VSR_FUNC implementation);
     /** Runs the implementation on the outputs as they are. */
     uint64_t run(VSR_FUNC implementation) const { return run_(implementation); }
@@ -118,6 +121,9 @@ class Arguments
     std::vector<uint8_t> outputs() const;
     /** Says where a byte outside the outputs' rows was written, empty when none was. */
     std::string strayWrite() const;
+
+    /** Address of each buffer's first row, and how many bytes there are to the end of its last one. */
+    std::vector<std::pair<uintptr_t, size_t>> spans() const;
 
     /** Bytes of all inputs' and outputs' rows. */
     size_t bytesTouched() const { return bytesTouched_; }

@@ -23,16 +23,24 @@ struct FallBack
     static constexpr auto kConstraint = nullptr;
 };
 
-/** As FallBack, but small images, which are not worth the way, are declined with VISORA_EFALLBACK. */
-struct FallBackIfLarge
+/**
+ * As FallBack, but calls that do not meet the constraint are declined with VISORA_EFALLBACK. The constraint gets the
+ * lengths of the buffers and the arguments.
+ */
+template <auto constraint>
+struct FallBackIf
 {
     static constexpr bool kRecovers = true;
-    static constexpr auto kConstraint = [](const auto& lengths, auto...)
-    {
-        constexpr uint32_t kSmall = 25344;
-        return lengths.front() > kSmall || lengths.back() > kSmall;
-    };
+    static constexpr auto kConstraint = constraint;
 };
+
+/** Small images are not worth the way. */
+constexpr auto isLarge = [](const auto& lengths, auto...)
+{
+    constexpr uint32_t kSmall = 25344;
+    return lengths.front() > kSmall || lengths.back() > kSmall;
+};
+using FallBackIfLarge = FallBackIf<isLarge>;
 
 /** One remote call, whose result is the operation's. */
 struct Forward

@@ -1,4 +1,5 @@
 // The DSP's clock and the flags of the DSP's side.
+#include "common/visoraRelaxed.h"
 #include "kdsp_rpc/multi_domains/visoraDomain.h"
 #include "kdsp_rpc/multi_domains/visoraRemoteCall.h"
 
@@ -45,7 +46,7 @@ uint32_t vsrUpdateDSPMsgFlagK_abstractionLayer(uint64_t handle, uint32_t flag)
 
 void vsrUpdateK6ConstraintCheckFlag(int32_t enable)
 {
-    K6_constraint_checks_enable = enable;
+    VSR_STORE(K6_constraint_checks_enable, enable);
 }
 
 uint32_t vsrUpdateK6ConstraintCheckFlagK_abstractionLayer(uint64_t /*handle*/, uint32_t enable)
