@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <thread>
 
@@ -173,10 +174,10 @@ TEST(RestartThreads, CleanUpOneAfterAnother)
                 std::this_thread::yield();
             };
             std::atomic<int> retries = 0;
-            std::vector<std::thread> threads;
-            for (int i = 0; i < kThreads; ++i)
+            std::array<std::thread, kThreads> threads;
+            for (std::thread& thread : threads)
             {
-                threads.emplace_back(
+                thread = std::thread(
                     [&]
                     {
                         probeK6TimeK(1, 2);  // calls go on meanwhile, without the lock

@@ -104,7 +104,7 @@ int32_t visoradsp_initK6_with_attributes(uint64_t handle, const vsrK6Attribute* 
 {
     NEXT_UNLESS_SCRIPTED(visoradsp_initK6_with_attributes, handle, attributes, count);
     std::string text = attributes ? "" : "null";
-    for (uint32_t i = 0; i < count; ++i)
+    for (uint32_t i = 0; attributes && i < count; ++i)
     {
         text += textOf(attributes[i].id) + "=" + textOf(attributes[i].value);
     }
