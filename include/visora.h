@@ -21,6 +21,7 @@
 #include "visora/runtime.h"
 #include "visora/scale.h"
 #include "visora/shared_memory.h"
+#include "visora/track.h"
 #include "visora/types.h"
 #include "visora/warp.h"
 

@@ -102,6 +102,9 @@ uint32_t (*fast9_corner_score_)(const uint8_t* pixel, const int32_t offsets[16],
 uint32_t (*fast10_corner_score_)(const uint8_t* pixel, const int32_t offsets[16],
                                  uint32_t threshold) = fast10_corner_scoreC;
 
+void (*calcIxIy_32f_)(const float* patch, float* Ix, float* Iy, uint32_t patchWidth,
+                      uint32_t patchHeight) = calcIxIy_32fC;
+
 void uCHelper(void)
 {
 #define VSR_OPERATION(row, operation, variant, dsp, modes) VSR_STORE(operation##_, operation##C);
@@ -112,6 +115,7 @@ void uCHelper(void)
     VSR_STORE(vsrReleaseScratchBuffer_, vsrReleaseScratchBufferC);
     VSR_STORE(fast9_corner_score_, fast9_corner_scoreC);
     VSR_STORE(fast10_corner_score_, fast10_corner_scoreC);
+    VSR_STORE(calcIxIy_32f_, calcIxIy_32fC);
 }
 
 void uVHelper(void)
@@ -121,6 +125,7 @@ void uVHelper(void)
 #include "common/operations/all.def"
     VSR_STORE(fast9_corner_score_, fast9_corner_scoreV);
     VSR_STORE(fast10_corner_score_, fast10_corner_scoreV);
+    VSR_STORE(calcIxIy_32f_, calcIxIy_32fV);
 }
 
 void uRNull(void)
