@@ -33,6 +33,17 @@ RegisterPeers::RegisterPeers(std::initializer_list<Peer> list)
     peers().insert(peers().end(), list);
 }
 
+std::vector<Report>& reports()
+{
+    static std::vector<Report> list;
+    return list;
+}
+
+RegisterReports::RegisterReports(std::initializer_list<Report> list)
+{
+    reports().insert(reports().end(), list);
+}
+
 namespace
 {
 
@@ -53,6 +64,7 @@ struct Contest
     std::string operation;   // with the label, if any
     std::string contestant;  // "reference", "vector", "memcpy" or a library
     Size size;
+    double items;  // that times are divided by
 };
 
 std::map<std::string, Contest> contests;
@@ -60,6 +72,19 @@ std::map<std::string, Contest> contests;
 std::string title(const std::string& operation, const std::string& label)
 {
     return label.empty() ? operation : operation + "/" + label;
+}
+
+// Pixels, unless the operation works on something else.
+double itemsOf(const std::string& operation, Size size)
+{
+    for (const Operation& known : test::operations())
+    {
+        if (known.items != 0 && title(known.name, known.label) == operation)
+        {
+            return known.items;
+        }
+    }
+    return static_cast<double>(size.width) * size.height;
 }
 
 template <class Body>
@@ -96,7 +121,7 @@ void addOperation(const Operation& operation, Size size)
     for (const auto& [contestant, implementation] :
          {std::pair("reference", operation.reference), std::pair("vector", operation.vector)})
     {
-        add({name, contestant, size},
+        add({name, contestant, size, itemsOf(name, size)},
             [&operation, size, implementation = implementation](benchmark::State& state)
             {
                 const auto arguments = argumentsFor(operation, size);
@@ -109,7 +134,7 @@ void addOperation(const Operation& operation, Size size)
             });
     }
     // A copy reads and writes as many bytes as the operation.
-    add({name, "memcpy", size},
+    add({name, "memcpy", size, itemsOf(name, size)},
         [&operation, size](benchmark::State& state)
         {
             const size_t bytes = argumentsFor(operation, size)->bytesTouched() / 2;
@@ -121,7 +146,8 @@ void addOperation(const Operation& operation, Size size)
 
 void addPeer(const Peer& peer, Size size)
 {
-    add({title(peer.operation, peer.label), peer.library, size},
+    const std::string name = title(peer.operation, peer.label);
+    add({name, peer.library, size, itemsOf(name, size)},
         [&peer, size](benchmark::State& state)
         {
             const std::function<void()> work = peer.prepare(size.width, size.height);
@@ -140,9 +166,9 @@ constexpr char kDispatch[] = "dispatch";
 void addDispatch()
 {
     static uint8_t pixels[4] = {};
-    add({kDispatch, "entry", {2, 2}},
+    add({kDispatch, "entry", {2, 2}, 1},
         [](benchmark::State& state) { timeWork(state, [] { vsrFilterMedian3x3u8(pixels, 2, 2, pixels); }); });
-    add({kDispatch, "kernel", {2, 2}},
+    add({kDispatch, "kernel", {2, 2}, 1},
         [](benchmark::State& state)
         {
             const auto kernel = vsrFilterMedian3x3u8_;
@@ -181,9 +207,11 @@ class Table : public benchmark::BenchmarkReporter
                 continue;
             }
             lines[{contest.operation, contest.size.width}][contest.contestant] =
-                times[times.size() / 2] / (static_cast<double>(contest.size.width) * contest.size.height);
+                times[times.size() / 2] / contest.items;
         }
-        std::printf("ns per pixel; peer/vector above 1: ours is faster; copy/vector: share of memcpy's speed\n");
+        std::printf(
+            "ns per pixel (tracking: per point); peer/vector above 1: ours is faster; copy/vector: share of memcpy's "
+            "speed\n");
         std::printf("%-52s %5s %9s %9s %9s %-8s %12s %12s\n", "operation", "width", "reference", "vector", "best peer",
                     "", "peer/vector", "copy/vector");
         double logRatios = 0;
@@ -191,6 +219,14 @@ class Table : public benchmark::BenchmarkReporter
         for (const auto& [key, line] : lines)
         {
             printLine(key.first, key.second, line, logRatios, ratios);
+        }
+        for (const Report& report : reports())
+        {
+            const auto isOf = [&](const auto& entry) { return entry.first.first.starts_with(report.operation); };
+            if (std::any_of(lines.begin(), lines.end(), isOf))
+            {
+                report.print();
+            }
         }
         if (dispatch_.size() == 2)
         {
@@ -221,8 +257,13 @@ class Table : public benchmark::BenchmarkReporter
             }
         }
         const double vector = time("vector");
+        if (std::isnan(vector))
+        {
+            // The operation has no call at this size.
+            return;
+        }
         const double peer = best.empty() ? std::nan("") : line.at(best);
-        if (!std::isnan(peer) && !std::isnan(vector))
+        if (!std::isnan(peer))
         {
             logRatios += std::log(peer / vector);
             ++ratios;

@@ -27,6 +27,21 @@ struct RegisterPeers
     RegisterPeers(std::initializer_list<Peer> list);
 };
 
+/** What to print after the times of an operation that says more than they do. */
+struct Report
+{
+    std::string operation;
+    std::function<void()> print;
+};
+
+std::vector<Report>& reports();
+
+/** Adds reports to the list; meant for static objects. */
+struct RegisterReports
+{
+    RegisterReports(std::initializer_list<Report> list);
+};
+
 }  // namespace visora::bench
 
 #endif

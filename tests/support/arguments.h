@@ -99,6 +99,15 @@ class Arguments
         return reinterpret_cast<T*>(addOutput(rowElements * sizeof(T), rows, strideBytes, sizeof(T)));
     }
 
+    /** Keeps something that the call points to alive. */
+    template <class T>
+    T& keep(T object)
+    {
+        auto kept = std::make_shared<T>(std::move(object));
+        kept_.push_back(kept);
+        return *kept;
+    }
+
     /** Sets the call: an implementation with this type is called with these arguments. */
     template <class Function, class... Args>
     void call(Function* /*type*/, Args... args)
@@ -149,6 +158,7 @@ class Arguments
     Random random_;
     std::vector<Buffer> inputs_;
     std::vector<Buffer> outputs_;
+    std::vector<std::shared_ptr<void>> kept_;
     std::function<uint64_t(VSR_FUNC)> run_;
     size_t bytesTouched_ = 0;
 };

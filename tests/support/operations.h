@@ -21,6 +21,8 @@ struct Operation
     std::function<void(Arguments&)> prepare;
     /** Tells apart several entries of one operation in the benchmarks. */
     std::string label = {};
+    /** What the benchmarks divide times by, the pixels of the image when it is 0. */
+    uint32_t items = 0;
 };
 
 inline std::ostream& operator<<(std::ostream& out, const Operation& operation)
