@@ -19,7 +19,9 @@ std::string fileName(std::string title)
     return title + ".png";
 }
 
-void showOn(const std::vector<std::filesystem::path>& photographs, const std::filesystem::path& output)
+// One after the other, the last one with its next frame when there is one.
+void showOn(const std::vector<std::filesystem::path>& photographs, const std::filesystem::path& nextFrame,
+            const std::filesystem::path& output)
 {
     vsrSetOperationMode(VISORA_OP_CPU_PERFORMANCE);
     demo::Runner runner;
@@ -29,6 +31,10 @@ void showOn(const std::vector<std::filesystem::path>& photographs, const std::fi
         demo::Photograph photograph;
         photograph.rgb = demo::readPicture(path);
         photograph.gray = demo::toGray(photograph.rgb);
+        if (&path == &photographs.back() && !nextFrame.empty())
+        {
+            photograph.nextGray = demo::toGray(demo::readPicture(nextFrame));
+        }
         std::printf("%s, %u x %u\n", path.filename().c_str(), photograph.rgb.width, photograph.rgb.height);
 
         const auto folder = output / path.stem();
@@ -38,6 +44,10 @@ void showOn(const std::vector<std::filesystem::path>& photographs, const std::fi
         for (const demo::Stage& stage : demo::stages())
         {
             const demo::Picture picture = stage.make(photograph, runner);
+            if (picture.pixels.empty())
+            {
+                continue;
+            }
             demo::writePicture(folder / fileName(stage.title), picture);
             sheet.add(stage.title, picture);
         }
@@ -55,11 +65,13 @@ int main(int argc, char** argv)
     {
         CLI::App app("Runs Visora on photographs");
         std::vector<std::filesystem::path> photographs;
+        std::filesystem::path nextFrame;
         std::filesystem::path output = "visora-demo";
         app.add_option("photographs", photographs, "PNG or JPEG files")->required()->check(CLI::ExistingFile);
+        app.add_option("--next", nextFrame, "the frame after the last photograph")->check(CLI::ExistingFile);
         app.add_option("-o,--output", output, "folder for the pictures")->capture_default_str();
         CLI11_PARSE(app, argc, argv);
-        showOn(photographs, output);
+        showOn(photographs, nextFrame, output);
         return 0;
     }
     catch (const std::exception& error)

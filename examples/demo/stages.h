@@ -16,6 +16,8 @@ struct Photograph
 {
     Picture rgb;
     Picture gray;
+    /** The frame that follows, empty when there is none. */
+    Picture nextGray;
 };
 
 /** Times public calls and tells which implementation kind served them. */
@@ -39,6 +41,7 @@ class Runner
 struct Stage
 {
     std::string title;
+    /** Makes the stage's picture, an empty one when the photograph has nothing for it. */
     std::function<Picture(const Photograph&, Runner&)> make;
 };
 

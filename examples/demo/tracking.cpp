@@ -1,0 +1,140 @@
+// Points followed from one frame to the next, drawn as arrows.
+#include <cmath>
+
+#include "stages.h"
+#include "visora/corner.h"
+#include "visora/pyramid.h"
+#include "visora/track.h"
+
+namespace demo
+{
+namespace
+{
+
+constexpr uint32_t kLevels = 4;
+// Motion between frames is small: arrows are this much longer.
+constexpr float kExaggeration = 5;
+
+class Pyramid
+{
+  public:
+    Pyramid(const Picture& gray, Runner& runner)
+    {
+        vsrPyramidAllocate_v3(levels_, gray.width, gray.height, gray.width, 1, 16, kLevels, 0, 0);
+        runner.run("pyramid", gray.pixels.size(),
+                   [&]
+                   {
+                       // Level 0 becomes the picture itself.
+                       levels_[0].ptr = nullptr;
+                       return vsrPyramidCreateu8_v3(gray.data(), gray.width, gray.height, gray.width, kLevels, 0,
+                                                    levels_);
+                   });
+    }
+    ~Pyramid() { vsrPyramidDelete_v2(levels_, kLevels, 1); }
+    Pyramid(const Pyramid&) = delete;
+    Pyramid& operator=(const Pyramid&) = delete;
+
+    const vsrPyramidLevel_v2* levels() const { return levels_; }
+
+  private:
+    vsrPyramidLevel_v2 levels_[kLevels];
+};
+
+// The strongest corners of every square of pixels, spread over the picture.
+std::vector<float> cornersToFollow(const Picture& gray)
+{
+    constexpr uint32_t kThreshold = 12;
+    constexpr uint32_t kBorder = 8;
+    constexpr uint32_t kSquare = 16;
+    constexpr uint32_t kMaxCorners = 50000;
+    std::vector<uint32_t> xy(size_t{kMaxCorners} * 2);
+    std::vector<uint32_t> scores(kMaxCorners);
+    std::vector<uint32_t> work(size_t{kMaxCorners} * 3 + gray.height);
+    uint32_t count = 0;
+    vsrCornerFast9Scoreu8_v2(gray.data(), gray.width, gray.height, 0, kThreshold, kBorder, xy.data(), scores.data(),
+                             kMaxCorners, &count, 1, work.data());
+    const size_t columns = gray.width / kSquare + 1;
+    std::vector<uint32_t> best(columns * (gray.height / kSquare + 1), count);
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        uint32_t& here = best[xy[size_t{i} * 2 + 1] / kSquare * columns + xy[size_t{i} * 2] / kSquare];
+        here = here == count || scores[i] > scores[here] ? i : here;
+    }
+    std::vector<float> points;
+    for (const uint32_t i : best)
+    {
+        if (i != count)
+        {
+            points.push_back(static_cast<float>(xy[size_t{i} * 2]));
+            points.push_back(static_cast<float>(xy[size_t{i} * 2 + 1]));
+        }
+    }
+    return points;
+}
+
+void drawLine(Picture& rgb, float fromX, float fromY, float toX, float toY)
+{
+    const float steps = std::ceil(std::max({1.0f, std::abs(toX - fromX), std::abs(toY - fromY)}));
+    for (float i = 0; i <= steps; ++i)
+    {
+        const float x = fromX + (toX - fromX) * i / steps + 0.5f;
+        const float y = fromY + (toY - fromY) * i / steps + 0.5f;
+        if (x >= 0 && y >= 0 && x < static_cast<float>(rgb.width) && y < static_cast<float>(rgb.height))
+        {
+            uint8_t* pixel = rgb.data() + (static_cast<size_t>(y) * rgb.width + static_cast<size_t>(x)) * 3;
+            pixel[0] = 255;
+            pixel[1] = 220;
+            pixel[2] = 0;
+        }
+    }
+}
+
+void drawArrow(Picture& rgb, const float* from, const float* to)
+{
+    const float dx = (to[0] - from[0]) * kExaggeration;
+    const float dy = (to[1] - from[1]) * kExaggeration;
+    const float x = from[0] + dx;
+    const float y = from[1] + dy;
+    drawLine(rgb, from[0], from[1], x, y);
+    drawLine(rgb, x, y, x - 0.3f * dx - 0.15f * dy, y - 0.3f * dy + 0.15f * dx);
+    drawLine(rgb, x, y, x - 0.3f * dx + 0.15f * dy, y - 0.3f * dy - 0.15f * dx);
+}
+
+const RegisterStages tracking({
+    {"Optical flow to the next frame, 5 times as long",
+     [](const Photograph& photograph, Runner& runner)
+     {
+         const Picture& first = photograph.gray;
+         const Picture& second = photograph.nextGray;
+         if (second.width != first.width || second.height != first.height)
+         {
+             return Picture();
+         }
+         const Pyramid firstPyramid(first, runner);
+         const Pyramid secondPyramid(second, runner);
+         const std::vector<float> points = cornersToFollow(first);
+         std::vector<float> moved(points.size());
+         std::vector<int32_t> status(points.size() / 2);
+         constexpr int32_t kWindow = 15;
+         runner.run("optical flow", first.pixels.size(),
+                    [&]
+                    {
+                        return vsrTrackLKOpticalFlowu8_v2(
+                            first.data(), second.data(), first.width, first.height, first.width, firstPyramid.levels(),
+                            secondPyramid.levels(), points.data(), moved.data(), status.data(),
+                            static_cast<int32_t>(status.size()), kWindow, kWindow, 30, kLevels);
+                    });
+         Picture result = toRgb(first);
+         for (size_t i = 0; i < status.size(); ++i)
+         {
+             if (status[i] == VISORA_TRACK_FOUND)
+             {
+                 drawArrow(result, &points[2 * i], &moved[2 * i]);
+             }
+         }
+         return result;
+     }},
+});
+
+}  // namespace
+}  // namespace demo
