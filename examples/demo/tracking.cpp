@@ -1,4 +1,5 @@
 // Points followed from one frame to the next, drawn as arrows.
+#include <algorithm>
 #include <cmath>
 
 #include "stages.h"
@@ -74,11 +75,12 @@ std::vector<float> cornersToFollow(const Picture& gray)
 
 void drawLine(Picture& rgb, float fromX, float fromY, float toX, float toY)
 {
-    const float steps = std::ceil(std::max({1.0f, std::abs(toX - fromX), std::abs(toY - fromY)}));
-    for (float i = 0; i <= steps; ++i)
+    const auto steps = static_cast<int>(std::ceil(std::max({1.0f, std::abs(toX - fromX), std::abs(toY - fromY)})));
+    for (int i = 0; i <= steps; ++i)
     {
-        const float x = fromX + (toX - fromX) * i / steps + 0.5f;
-        const float y = fromY + (toY - fromY) * i / steps + 0.5f;
+        const float part = static_cast<float>(i) / static_cast<float>(steps);
+        const float x = fromX + (toX - fromX) * part + 0.5f;
+        const float y = fromY + (toY - fromY) * part + 0.5f;
         if (x >= 0 && y >= 0 && x < static_cast<float>(rgb.width) && y < static_cast<float>(rgb.height))
         {
             uint8_t* pixel = rgb.data() + (static_cast<size_t>(y) * rgb.width + static_cast<size_t>(x)) * 3;

@@ -88,14 +88,13 @@ std::vector<uint8_t> smoothNoise(uint32_t width, uint32_t height, uint32_t left,
 
 std::vector<float> gridPoints(uint32_t width, uint32_t height, float from, float step)
 {
+    const auto count = [=](uint32_t side)
+    { return static_cast<int>(std::ceil((static_cast<float>(side) - 2 * from) / step)); };
     std::vector<float> points;
-    for (float y = from; y < static_cast<float>(height) - from; y += step)
+    for (int i = 0; i < count(width) * count(height); ++i)
     {
-        for (float x = from; x < static_cast<float>(width) - from; x += step)
-        {
-            points.push_back(x);
-            points.push_back(y);
-        }
+        points.push_back(from + static_cast<float>(i % count(width)) * step);
+        points.push_back(from + static_cast<float>(i / count(width)) * step);
     }
     return points;
 }
@@ -105,7 +104,7 @@ const FramePair& film(const Motion& motion)
     static std::vector<FramePair> films;
     for (const FramePair& pair : films)
     {
-        if (std::memcmp(&pair.motion, &motion, sizeof motion) == 0)
+        if (pair.motion == motion)
         {
             return pair;
         }

@@ -65,6 +65,7 @@ std::vector<float> anyPoints(Arguments& a)
 std::vector<vsrPyramidLevel> packedRecords(const std::vector<vsrPyramidLevel_v2>& records)
 {
     std::vector<vsrPyramidLevel> packed;
+    packed.reserve(records.size());
     for (const vsrPyramidLevel_v2& record : records)
     {
         packed.push_back({record.ptr, record.width, record.height});

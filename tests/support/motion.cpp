@@ -59,7 +59,7 @@ std::vector<uint8_t> film(const Scene& scene, uint32_t width, uint32_t height, c
                 const auto offset = [&](uint32_t k) { return (k + 0.5) / oversampling - 1; };
                 light += scene.at(motion.inverse({x + offset(i % samples), y + offset(i / samples)}));
             }
-            frame.push_back(static_cast<uint8_t>(light / (samples * samples) + 0.5));
+            frame.push_back(static_cast<uint8_t>(std::lround(light / (samples * samples))));
         }
     }
     return frame;

@@ -14,6 +14,8 @@ struct Position
 {
     double x;
     double y;
+
+    bool operator==(const Position&) const = default;
 };
 
 double distance(Position a, Position b);
@@ -28,6 +30,7 @@ struct Motion
 
     Position operator()(Position p) const;
     Position inverse(Position p) const;
+    bool operator==(const Motion&) const = default;
 };
 
 /** A u8 image with its pyramid. Sides are multiples of 2^(levels - 1). */
