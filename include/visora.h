@@ -14,6 +14,7 @@
 #include "visora/dispatch.h"
 #include "visora/element.h"
 #include "visora/filter.h"
+#include "visora/geom.h"
 #include "visora/gradient.h"
 #include "visora/memory.h"
 #include "visora/offload.h"

@@ -72,7 +72,7 @@ void Arguments::fillInputs(Values values)
 {
     for (const Buffer& input : inputs_)
     {
-        for (size_t i = 0; i < input.memory->size(); ++i)
+        for (size_t i = 0; i < input.memory->size() && !input.isGiven; ++i)
         {
             const uint64_t r = random_.next();
             const auto uniform = static_cast<uint8_t>(r);

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -92,6 +93,21 @@ class Arguments
         return reinterpret_cast<const T*>(addInput(rowElements * sizeof(T), rows, strideBytes, sizeof(T)));
     }
 
+    /** An input with these contents, which stay. */
+    template <class T>
+    const T* given(const std::vector<T>& contents)
+    {
+        const size_t bytes = contents.size() * sizeof(T);
+        inputs_.push_back(makeBuffer(bytes, 1, bytes, sizeof(T)));
+        inputs_.back().isGiven = true;
+        uint8_t* start = inputs_.back().memory->data() + inputs_.back().start;
+        if (bytes != 0)
+        {
+            std::memcpy(start, contents.data(), bytes);
+        }
+        return reinterpret_cast<const T*>(start);
+    }
+
     /** An output: whatever lies between or around its rows must stay as it is. */
     template <class T>
     T* output(size_t rowElements, size_t rows, size_t strideBytes)
@@ -137,7 +153,7 @@ class Arguments
     /** Bytes of all inputs' and outputs' rows. */
     size_t bytesTouched() const { return bytesTouched_; }
 
-    /** Gives the inputs other contents. */
+    /** Gives the inputs other contents, but for those that were given. */
     void fillInputs(Values values);
 
   private:
@@ -148,6 +164,7 @@ class Arguments
         size_t rowBytes;
         size_t rows;
         size_t stride;
+        bool isGiven = false;
     };
 
     Buffer makeBuffer(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes);

@@ -1,0 +1,286 @@
+// Least-squares models and their inliers, vector variants.
+#include <algorithm>
+#include <cstring>
+
+#include "cpu/visoraGeom.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vecta/visoraGeomV.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "vecta/visoraGeom-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+// ---- Normal equations ----
+
+template <class T>
+using Pair = hn::FixedTag<T, 2>;
+
+// The sums that the matrices are made of. Lanes are matrix columns, always two, and the points come in order, so every
+// sum is the reference's. q is a point (x, y), a = -u q, c = -v q.
+template <class T>
+struct Sums
+{
+    T qx[2], qy[2], q[2];  // of q x, q y, q
+    T ax[2], ay[2], a[2];
+    T cx[2], cy[2], c[2];
+    T uv[2];
+    T aa[2], bb[2], au[2];  // of a a0 and c c0, of a a1 and c c1, of a u and c v
+    T one;
+};
+
+template <class T, bool kProjective>
+HWY_INLINE Sums<T> sumUp(const vsrCorrespondences& corrs)
+{
+    const Pair<T> d;
+    const auto zero = hn::Zero(d);
+    auto qx = zero, qy = zero, q = zero;
+    auto ax = zero, ay = zero, a = zero;
+    auto cx = zero, cy = zero, c = zero;
+    auto uv = zero, aa = zero, bb = zero, au = zero;
+    for (uint32_t i = 0; i < corrs.numIndices; ++i)
+    {
+        const size_t point = corrs.indices[i];
+        const float* from = corrs.from + point * corrs.fromStride;
+        const float* to = corrs.to + point * corrs.toStride;
+        const auto qi = loadAs(d, from);
+        const auto x = hn::Set(d, T{from[0]});
+        const auto y = hn::Set(d, T{from[1]});
+        const auto u = hn::Set(d, T{to[0]});
+        const auto v = hn::Set(d, T{to[1]});
+        const auto ai = hn::Mul(hn::Neg(u), qi);
+        const auto ci = hn::Mul(hn::Neg(v), qi);
+        qx = hn::Add(qx, hn::Mul(qi, x));
+        qy = hn::Add(qy, hn::Mul(qi, y));
+        q = hn::Add(q, qi);
+        a = hn::Add(a, ai);
+        c = hn::Add(c, ci);
+        uv = hn::Add(uv, loadAs(d, to));
+        if constexpr (kProjective)
+        {
+            ax = hn::Add(ax, hn::Mul(ai, x));
+            ay = hn::Add(ay, hn::Mul(ai, y));
+            cx = hn::Add(cx, hn::Mul(ci, x));
+            cy = hn::Add(cy, hn::Mul(ci, y));
+            // An equation for u, then one for v.
+            aa = hn::Add(hn::Add(aa, hn::Mul(ai, hn::DupEven(ai))), hn::Mul(ci, hn::DupEven(ci)));
+            bb = hn::Add(hn::Add(bb, hn::Mul(ai, hn::DupOdd(ai))), hn::Mul(ci, hn::DupOdd(ci)));
+            au = hn::Add(hn::Add(au, hn::Mul(ai, u)), hn::Mul(ci, v));
+        }
+    }
+    Sums<T> sums;
+    hn::StoreU(qx, d, sums.qx), hn::StoreU(qy, d, sums.qy), hn::StoreU(q, d, sums.q);
+    hn::StoreU(ax, d, sums.ax), hn::StoreU(ay, d, sums.ay), hn::StoreU(a, d, sums.a);
+    hn::StoreU(cx, d, sums.cx), hn::StoreU(cy, d, sums.cy), hn::StoreU(c, d, sums.c);
+    hn::StoreU(uv, d, sums.uv);
+    hn::StoreU(aa, d, sums.aa), hn::StoreU(bb, d, sums.bb), hn::StoreU(au, d, sums.au);
+    // Ones added up in floats stay at the first number whose successor is no float.
+    constexpr uint32_t kLastFloat = 1u << 24;
+    sums.one = static_cast<T>(sizeof(T) == 4 ? std::min(corrs.numIndices, kLastFloat) : corrs.numIndices);
+    return sums;
+}
+
+template <class T, int kUnknowns>
+HWY_INLINE NormalEquations<T, kUnknowns> equationsOf(const Sums<T>& s)
+{
+    NormalEquations<T, kUnknowns> equations;
+    auto& A = equations.A;
+    auto& b = equations.b;
+    for (int i = 0; i < 6; i += 3)
+    {
+        A[i][i] = s.qx[0];
+        A[i + 1][i] = s.qx[1], A[i + 1][i + 1] = s.qy[1];
+        A[i + 2][i] = s.q[0], A[i + 2][i + 1] = s.q[1], A[i + 2][i + 2] = s.one;
+        const T(&negative)[2] = i == 0 ? s.a : s.c;
+        b[i] = 0 - negative[0], b[i + 1] = 0 - negative[1];
+        b[i + 2] = s.uv[i / 3];
+    }
+    if constexpr (kUnknowns == 8)
+    {
+        for (int i = 0; i < 2; ++i)
+        {
+            T* row = A[6 + i];
+            row[0] = s.ax[i], row[1] = s.ay[i], row[2] = s.a[i];
+            row[3] = s.cx[i], row[4] = s.cy[i], row[5] = s.c[i];
+            b[6 + i] = s.au[i];
+        }
+        A[6][6] = s.aa[0], A[7][6] = s.aa[1], A[7][7] = s.bb[1];
+    }
+    return equations;
+}
+
+vsrStatus fitInDouble(const vsrCorrespondences* corrs, float* homography)
+{
+    std::fill_n(homography, 9, 0.0f);
+    if (corrs->numIndices >= kHomographyPoints)
+    {
+        solveInDouble(equationsOf<double, 8>(sumUp<double, true>(*corrs)), homography);
+    }
+    return VISORA_SUCCESS;
+}
+
+vsrStatus fitHomography(const vsrCorrespondences* corrs, float* homography)
+{
+    std::fill_n(homography, 9, 0.0f);
+    if (corrs->numIndices < kHomographyPoints)
+    {
+        return VISORA_SUCCESS;
+    }
+    auto equations = equationsOf<float, 8>(sumUp<float, true>(*corrs));
+    float diag[8];
+    if (vsrSolveCholeskyf32C(equations.A[0], equations.b, diag, 8, homography) != 0)
+    {
+        return fitInDouble(corrs, homography);
+    }
+    homography[8] = 1;
+    return VISORA_SUCCESS;
+}
+
+vsrStatus fitAffine(const vsrCorrespondences* corrs, float* affine)
+{
+    std::fill_n(affine, 9, 0.0f);
+    if (corrs->numIndices < kAffinePoints)
+    {
+        return VISORA_SUCCESS;
+    }
+    auto equations = equationsOf<float, 6>(sumUp<float, false>(*corrs));
+    float diag[6];
+    const int result = vsrSolveCholeskyf32C(equations.A[0], equations.b, diag, 6, affine);
+    affine[8] = result == 0 ? 1.0f : 0.0f;
+    return static_cast<vsrStatus>(result);
+}
+
+// ---- Evaluation ----
+
+// Lanes are points. The points of a block are brought together first, then evaluated and listed a vector at a time.
+template <class Error, class D>
+HWY_INLINE int evaluate(D d, const Error& error, const vsrCorrespondences& corrs, uint16_t* inliers,
+                        uint32_t* numInliers, float* errinliers)
+{
+    const size_t lanes = hn::Lanes(d);
+    constexpr size_t kBlock = 128;
+    HWY_ALIGN float from[2 * kBlock];
+    HWY_ALIGN float to[2 * kBlock];
+    HWY_ALIGN float squared[hn::MaxLanes(D())];
+    uint32_t count = 0;
+    for (size_t start = 0; start < corrs.numIndices; start += kBlock)
+    {
+        const uint16_t* indices = corrs.indices + start;
+        const size_t size = std::min<size_t>(corrs.numIndices - start, kBlock);
+        for (size_t i = 0; i < size; ++i)
+        {
+            std::memcpy(from + 2 * i, corrs.from + size_t{indices[i]} * corrs.fromStride, 2 * sizeof(float));
+            std::memcpy(to + 2 * i, corrs.to + size_t{indices[i]} * corrs.toStride, 2 * sizeof(float));
+        }
+        for (size_t i = size; i % lanes != 0; ++i)
+        {
+            std::memset(from + 2 * i, 0, 2 * sizeof(float));
+            std::memset(to + 2 * i, 0, 2 * sizeof(float));
+        }
+        for (size_t i = 0; i < size; i += lanes)
+        {
+            Points<hn::Vec<D>> points;
+            hn::LoadInterleaved2(d, from + 2 * i, points.x, points.y);
+            hn::LoadInterleaved2(d, to + 2 * i, points.u, points.v);
+            const auto errors = error(points);
+            const auto isInlier = hn::Lt(errors.squared, errors.limit);
+            const size_t used = std::min(lanes, size - i);
+            if (used == lanes && hn::AllTrue(d, isInlier))
+            {
+                std::memcpy(inliers + count, indices + i, lanes * sizeof(uint16_t));
+                if (errinliers)
+                {
+                    hn::StoreU(errors.squared, d, errinliers + count);
+                }
+                count += static_cast<uint32_t>(lanes);
+                continue;
+            }
+            uint64_t bits = 0;
+            hn::StoreMaskBits(d, isInlier, reinterpret_cast<uint8_t*>(&bits));
+            hn::Store(errors.squared, d, squared);
+            for (bits &= (uint64_t{1} << used) - 1; bits != 0; bits &= bits - 1)
+            {
+                const size_t lane = hwy::Num0BitsBelowLS1Bit_Nonzero64(bits);
+                inliers[count] = indices[i + lane];
+                if (errinliers)
+                {
+                    errinliers[count] = squared[lane];
+                }
+                ++count;
+            }
+        }
+    }
+    *numInliers = count;
+    return count == corrs.numIndices ? 0 : -1;
+}
+
+int evaluateHomography(const vsrCorrespondences* corrs, const float* homography, float maxsqerr, uint16_t* inliers,
+                       uint32_t* numInliers, float* errinliers)
+{
+    const hn::ScalableTag<float> d;
+    return evaluate(d, HomographyError<decltype(d)>(d, homography, maxsqerr), *corrs, inliers, numInliers, errinliers);
+}
+
+int evaluateAffine(const vsrCorrespondences* corrs, const float* affine, float maxsqerr, uint16_t* inliers,
+                   uint32_t* numInliers)
+{
+    const hn::ScalableTag<float> d;
+    return evaluate(d, AffineError<decltype(d)>(d, affine, maxsqerr), *corrs, inliers, numInliers, nullptr);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace visora
+{
+HWY_EXPORT(fitHomography);
+HWY_EXPORT(fitInDouble);
+HWY_EXPORT(fitAffine);
+HWY_EXPORT(evaluateHomography);
+HWY_EXPORT(evaluateAffine);
+}  // namespace visora
+
+using namespace visora;
+
+vsrStatus vsrGeomHomographyFitf32V(const vsrCorrespondences* corrs, float* homography)
+{
+    return HWY_DYNAMIC_DISPATCH(fitHomography)(corrs, homography);
+}
+
+vsrStatus vsrGeomHomographyFitDPf32V(const vsrCorrespondences* corrs, float* homography)
+{
+    return HWY_DYNAMIC_DISPATCH(fitInDouble)(corrs, homography);
+}
+
+vsrStatus vsrGeomAffineFitf32V(const vsrCorrespondences* corrs, float* affine)
+{
+    return HWY_DYNAMIC_DISPATCH(fitAffine)(corrs, affine);
+}
+
+int vsrGeomHomographyEvaluatef32V(const vsrCorrespondences* corrs, const float* homography, float maxsqerr,
+                                  uint16_t* inliers, uint32_t* numInliers)
+{
+    return HWY_DYNAMIC_DISPATCH(evaluateHomography)(corrs, homography, maxsqerr, inliers, numInliers, nullptr);
+}
+
+int vsrGeomHomographyEvaluatef32_v2V(const vsrCorrespondences* corrs, const float* homography, float maxsqerr,
+                                     uint16_t* inliers, uint32_t* numInliers, float* errinliers)
+{
+    return HWY_DYNAMIC_DISPATCH(evaluateHomography)(corrs, homography, maxsqerr, inliers, numInliers, errinliers);
+}
+
+int vsrGeomAffineEvaluatef32V(const vsrCorrespondences* corrs, const float* affine, float maxsqerr, uint16_t* inliers,
+                              uint32_t* numInliers)
+{
+    return HWY_DYNAMIC_DISPATCH(evaluateAffine)(corrs, affine, maxsqerr, inliers, numInliers);
+}
+
+#endif

@@ -1,0 +1,170 @@
+#include "visora/geom.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "support/correspondences.h"
+#include "support/operations.h"
+
+namespace visora::test
+{
+
+namespace
+{
+
+// Half a side of 640 pixels; half a pixel of noise.
+constexpr double kPixels = 320;
+constexpr double kNoise = 0.5 / kPixels;
+constexpr double kMaxDistance = 3 * kNoise;
+constexpr double kOutliers = 0.25;
+
+CorrespondenceRecipe anyRecipe(Arguments& a, double typicalScale, double typicalOutliers)
+{
+    CorrespondenceRecipe recipe;
+    recipe.count = a.shape().width;
+    recipe.noise = kNoise;
+    if (a.shape().typical)
+    {
+        recipe.scale = typicalScale;
+        recipe.outliers = typicalOutliers;
+        return recipe;
+    }
+    Random& random = a.random();
+    constexpr Layout kLayouts[] = {Layout::Plane, Layout::Plane,    Layout::Line,
+                                   Layout::Grid,  Layout::OnePoint, Layout::AnySize};
+    constexpr double kScales[] = {1, 1, 10, 30, kPixels, 3000};
+    recipe.count = random.oneIn(4) ? random.between(0, 9) : recipe.count;
+    recipe.layout = kLayouts[random.between(0, std::size(kLayouts) - 1)];
+    recipe.scale = kScales[random.between(0, std::size(kScales) - 1)];
+    recipe.noise = random.oneIn(2) ? 0 : kNoise;
+    recipe.outliers = 0.1 * random.between(0, 9);
+    recipe.fromStride += std::min(a.shape().srcPadding, 5u);
+    recipe.toStride += std::min(a.shape().dstPadding, 3u);
+    return recipe;
+}
+
+struct Given
+{
+    const vsrCorrespondences* record;
+    uint32_t count;
+    double scale;
+    Model truth;
+};
+
+// Fenced copies of a set: of each point's two coordinates the last ones end the readable memory.
+Given giveCorrespondences(Arguments& a, double typicalScale, double typicalOutliers = 0)
+{
+    const CorrespondenceRecipe recipe = anyRecipe(a, typicalScale, typicalOutliers);
+    CorrespondenceSet set(recipe, a.random().next());
+    if (!a.shape().typical && recipe.count != 0)
+    {
+        // In any order, some of them repeated and others not used.
+        for (uint16_t& index : set.indices)
+        {
+            index = static_cast<uint16_t>(a.random().between(0, recipe.count - 1));
+        }
+    }
+    const auto trimmed = [](std::vector<float> points, uint32_t stride)
+    {
+        points.resize(points.empty() ? 0 : points.size() - (stride - 2));
+        return points;
+    };
+    vsrCorrespondences record = set.record();
+    record.from = a.given(trimmed(set.from, set.fromStride));
+    record.to = a.given(trimmed(set.to, set.toStride));
+    record.indices = a.given(set.indices);
+    return {a.given(std::vector{record}), record.numIndices, recipe.scale, set.truth};
+}
+
+float maxSquaredError(const Given& given)
+{
+    const double distance = kMaxDistance * given.scale;
+    return static_cast<float>(distance * distance);
+}
+
+template <auto kernel>
+std::function<void(Arguments&)> fit(double typicalScale)
+{
+    return [=](Arguments& a)
+    {
+        const Given given = giveCorrespondences(a, typicalScale);
+        a.call(kernel, given.record, a.output<float>(9, 1, 36));
+    };
+}
+
+template <auto kernel, bool withErrors>
+void prepareEvaluation(Arguments& a)
+{
+    const Given given = giveCorrespondences(a, 1, kOutliers);
+    std::vector<float> model(given.truth.begin(), given.truth.end());
+    for (float& value : model)
+    {
+        // Now and then a model that maps some points to infinity, or all.
+        value = !a.shape().typical && a.random().oneIn(16) ? 0 : value;
+    }
+    const float* homography = a.given(model);
+    auto* inliers = a.output<uint16_t>(given.count, 1, size_t{given.count} * 2);
+    auto* count = a.output<uint32_t>(1, 1, 4);
+    if constexpr (withErrors)
+    {
+        auto* errors = a.output<float>(given.count, 1, size_t{given.count} * 4);
+        a.call(kernel, given.record, homography, maxSquaredError(given), inliers, count, errors);
+    }
+    else
+    {
+        a.call(kernel, given.record, homography, maxSquaredError(given), inliers, count);
+    }
+}
+
+template <auto kernel, bool withErrors>
+std::function<void(Arguments&)> robustFit(double typicalScale)
+{
+    return [=](Arguments& a)
+    {
+        const Given given = giveCorrespondences(a, typicalScale, kOutliers);
+        auto* homography = a.output<float>(9, 1, 36);
+        // What lies behind the inliers is undefined; those lists are watched by the known answers.
+        auto* scratch = const_cast<uint16_t*>(a.input<uint16_t>(given.count, 1, size_t{given.count} * 2));
+        auto* inliers = a.output<uint16_t>(given.count, 1, size_t{given.count} * 2);
+        auto* count = a.output<uint32_t>(1, 1, 4);
+        if constexpr (withErrors)
+        {
+            auto* errors = a.output<float>(given.count, 1, size_t{given.count} * 4);
+            a.call(kernel, given.record, homography, maxSquaredError(given), inliers, count, scratch, errors);
+        }
+        else
+        {
+            a.call(kernel, given.record, homography, maxSquaredError(given), inliers, count, scratch);
+        }
+    };
+}
+
+// The matrix is overwritten, so it begins as whatever outputs begin as.
+void prepareCholesky(Arguments& a)
+{
+    const uint32_t n = std::min(a.shape().width, 12u);
+    auto* A = a.output<float>(size_t{n} * n, 1, size_t{n} * n * 4);
+    const auto* b = a.input<float>(n, 1, size_t{n} * 4);
+    auto* diag = a.output<float>(n, 1, size_t{n} * 4);
+    a.call(vsrSolveCholeskyf32C, A, b, diag, n, a.output<float>(n, 1, size_t{n} * 4));
+}
+
+const Register fits({
+    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(1)},
+    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(kPixels), "pixels"},
+    {VISORA_OPERATION(vsrGeomHomographyFitDPf32), fit<vsrGeomHomographyFitDPf32C>(kPixels)},
+    {VISORA_OPERATION(vsrGeomAffineFitf32), fit<vsrGeomAffineFitf32C>(1)},
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32), prepareEvaluation<vsrGeomHomographyEvaluatef32C, false>},
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32_v2), prepareEvaluation<vsrGeomHomographyEvaluatef32_v2C, true>},
+    {VISORA_OPERATION(vsrGeomAffineEvaluatef32), prepareEvaluation<vsrGeomAffineEvaluatef32C, false>},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(1)},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(kPixels),
+     "pixels"},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32_v2), robustFit<vsrGeomHomographyRobustFitf32_v2C, true>(1)},
+    {"vsrSolveCholeskyf32", reinterpret_cast<VSR_FUNC>(vsrSolveCholeskyf32C),
+     reinterpret_cast<VSR_FUNC>(vsrSolveCholeskyf32C), prepareCholesky},
+});
+
+}  // namespace
+
+}  // namespace visora::test
