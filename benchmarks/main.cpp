@@ -56,7 +56,8 @@ struct Size
     int width;
     int height;
 };
-constexpr Size kSizes[] = {{640, 480}, {1920, 1080}, {3840, 2160}};
+constexpr Size kImageSizes[] = {{640, 480}, {1920, 1080}, {3840, 2160}};
+constexpr Size kPointCounts[] = {{50, 1}, {200, 1}, {1000, 1}};
 
 // What a benchmark measures; benchmark names cannot carry it.
 struct Contest
@@ -210,7 +211,8 @@ class Table : public benchmark::BenchmarkReporter
                 times[times.size() / 2] / contest.items;
         }
         std::printf(
-            "ns per pixel (tracking: per point); peer/vector above 1: ours is faster; copy/vector: share of memcpy's "
+            "ns per pixel (tracking, models: per point); peer/vector above 1: ours is faster; copy/vector: share of "
+            "memcpy's "
             "speed\n");
         std::printf("%-52s %5s %9s %9s %9s %-8s %12s %12s\n", "operation", "width", "reference", "vector", "best peer",
                     "", "peer/vector", "copy/vector");
@@ -298,13 +300,21 @@ int main(int argc, char** argv)
     {
         return 1;
     }
-    for (const Size size : kSizes)
+    std::set<std::string> ofPoints;
+    for (const auto& operation : visora::test::operations())
     {
-        for (const auto& operation : visora::test::operations())
+        if (operation.takesPoints)
+        {
+            ofPoints.insert(operation.name);
+        }
+        for (const Size size : operation.takesPoints ? kPointCounts : kImageSizes)
         {
             addOperation(operation, size);
         }
-        for (const Peer& peer : peers())
+    }
+    for (const Peer& peer : peers())
+    {
+        for (const Size size : ofPoints.count(peer.operation) != 0 ? kPointCounts : kImageSizes)
         {
             addPeer(peer, size);
         }

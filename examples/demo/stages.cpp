@@ -23,6 +23,17 @@ RegisterStages::RegisterStages(std::initializer_list<Stage> list)
     stages().insert(stages().end(), list);
 }
 
+std::vector<PairStage>& pairStages()
+{
+    static std::vector<PairStage> list;
+    return list;
+}
+
+RegisterPairStages::RegisterPairStages(std::initializer_list<PairStage> list)
+{
+    pairStages().insert(pairStages().end(), list);
+}
+
 Runner::Runner()
 {
     vsrHostSetLogSink(&Runner::onLogLine, this);
@@ -46,7 +57,8 @@ int Runner::onLogLine(void* self, int /*priority*/, const char* tag, const char*
     return 1;
 }
 
-void Runner::run(const std::string& what, size_t pixels, const std::function<vsrStatus()>& call)
+void Runner::run(const std::string& what, size_t amount, const std::function<vsrStatus()>& call,
+                 const std::string& unit)
 {
     // One call with tracing tells the entry point and the kind; the timed ones do without.
     trace_.clear();
@@ -66,9 +78,9 @@ void Runner::run(const std::string& what, size_t pixels, const std::function<vsr
         best = std::min(best, elapsed.count());
     }
     const size_t split = trace_.rfind('_');
-    std::printf("  %-46s %-6s %8.3f ms  %7.3f ns/pixel\n", trace_.substr(0, split).c_str(),
+    std::printf("  %-46s %-6s %8.3f ms  %7.3f ns/%s\n", trace_.substr(0, split).c_str(),
                 split == std::string::npos ? "?" : trace_.substr(split + 1).c_str(), best / 1e6,
-                best / static_cast<double>(pixels));
+                best / static_cast<double>(amount), unit.c_str());
 }
 
 }  // namespace demo

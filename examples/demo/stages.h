@@ -29,8 +29,12 @@ class Runner
     Runner(const Runner&) = delete;
     Runner& operator=(const Runner&) = delete;
 
-    /** Runs the call a few times and notes its name, kind and best time. Throws when it reports a failure. */
-    void run(const std::string& what, size_t pixels, const std::function<vsrStatus()>& call);
+    /**
+     * Runs the call a few times and notes its name, kind and best time, also for each of `amount` units. Throws when it
+     * reports a failure.
+     */
+    void run(const std::string& what, size_t amount, const std::function<vsrStatus()>& call,
+             const std::string& unit = "pixel");
 
   private:
     static int onLogLine(void* self, int priority, const char* tag, const char* text);
@@ -51,6 +55,22 @@ std::vector<Stage>& stages();
 struct RegisterStages
 {
     RegisterStages(std::initializer_list<Stage> list);
+};
+
+struct TitledPicture
+{
+    std::string title;
+    Picture picture;
+};
+
+/** What is made of two photographs of one scene. */
+using PairStage = std::function<std::vector<TitledPicture>(const Photograph&, const Photograph&, Runner&)>;
+
+std::vector<PairStage>& pairStages();
+
+struct RegisterPairStages
+{
+    RegisterPairStages(std::initializer_list<PairStage> list);
 };
 
 }  // namespace demo

@@ -157,63 +157,60 @@ vsrStatus fitAffine(const vsrCorrespondences* corrs, float* affine)
 
 // ---- Evaluation ----
 
-// Lanes are points. The points of a block are brought together first, then evaluated and listed a vector at a time.
+// Lanes are points. Those of a block are brought together first, then evaluated and listed, a vector at a time and
+// without a branch, and the list's part that counts is copied.
 template <class Error, class D>
 HWY_INLINE int evaluate(D d, const Error& error, const vsrCorrespondences& corrs, uint16_t* inliers,
                         uint32_t* numInliers, float* errinliers)
 {
+    const hn::RebindToSigned<D> di;
+    const hn::Rebind<uint16_t, D> d16;
     const size_t lanes = hn::Lanes(d);
     constexpr size_t kBlock = 128;
     HWY_ALIGN float from[2 * kBlock];
     HWY_ALIGN float to[2 * kBlock];
-    HWY_ALIGN float squared[hn::MaxLanes(D())];
+    HWY_ALIGN int32_t numbers[kBlock];
+    uint16_t listed[kBlock + hn::MaxLanes(D())];
+    float listedErrors[kBlock + hn::MaxLanes(D())];
     uint32_t count = 0;
     for (size_t start = 0; start < corrs.numIndices; start += kBlock)
     {
-        const uint16_t* indices = corrs.indices + start;
         const size_t size = std::min<size_t>(corrs.numIndices - start, kBlock);
         for (size_t i = 0; i < size; ++i)
         {
-            std::memcpy(from + 2 * i, corrs.from + size_t{indices[i]} * corrs.fromStride, 2 * sizeof(float));
-            std::memcpy(to + 2 * i, corrs.to + size_t{indices[i]} * corrs.toStride, 2 * sizeof(float));
+            const size_t point = corrs.indices[start + i];
+            numbers[i] = static_cast<int32_t>(point);
+            std::memcpy(from + 2 * i, corrs.from + point * corrs.fromStride, 2 * sizeof(float));
+            std::memcpy(to + 2 * i, corrs.to + point * corrs.toStride, 2 * sizeof(float));
         }
         for (size_t i = size; i % lanes != 0; ++i)
         {
-            std::memset(from + 2 * i, 0, 2 * sizeof(float));
-            std::memset(to + 2 * i, 0, 2 * sizeof(float));
+            numbers[i] = 0;
+            std::fill_n(from + 2 * i, 2, 0.0f);
+            std::fill_n(to + 2 * i, 2, 0.0f);
         }
+        size_t found = 0;
         for (size_t i = 0; i < size; i += lanes)
         {
             Points<hn::Vec<D>> points;
             hn::LoadInterleaved2(d, from + 2 * i, points.x, points.y);
             hn::LoadInterleaved2(d, to + 2 * i, points.u, points.v);
             const auto errors = error(points);
-            const auto isInlier = hn::Lt(errors.squared, errors.limit);
-            const size_t used = std::min(lanes, size - i);
-            if (used == lanes && hn::AllTrue(d, isInlier))
+            const auto isInlier = hn::And(hn::Lt(errors.squared, errors.limit), hn::FirstN(d, size - i));
+            const auto kept = hn::Compress(hn::Load(di, numbers + i), hn::RebindMask(di, isInlier));
+            hn::StoreU(hn::DemoteTo(d16, kept), d16, listed + found);
+            if (errinliers)
             {
-                std::memcpy(inliers + count, indices + i, lanes * sizeof(uint16_t));
-                if (errinliers)
-                {
-                    hn::StoreU(errors.squared, d, errinliers + count);
-                }
-                count += static_cast<uint32_t>(lanes);
-                continue;
+                hn::StoreU(hn::Compress(errors.squared, isInlier), d, listedErrors + found);
             }
-            uint64_t bits = 0;
-            hn::StoreMaskBits(d, isInlier, reinterpret_cast<uint8_t*>(&bits));
-            hn::Store(errors.squared, d, squared);
-            for (bits &= (uint64_t{1} << used) - 1; bits != 0; bits &= bits - 1)
-            {
-                const size_t lane = hwy::Num0BitsBelowLS1Bit_Nonzero64(bits);
-                inliers[count] = indices[i + lane];
-                if (errinliers)
-                {
-                    errinliers[count] = squared[lane];
-                }
-                ++count;
-            }
+            found += hn::CountTrue(d, isInlier);
         }
+        std::memcpy(inliers + count, listed, found * sizeof(uint16_t));
+        if (errinliers)
+        {
+            std::memcpy(errinliers + count, listedErrors, found * sizeof(float));
+        }
+        count += static_cast<uint32_t>(found);
     }
     *numInliers = count;
     return count == corrs.numIndices ? 0 : -1;

@@ -12,31 +12,17 @@ namespace visora::test
 namespace
 {
 
-// Half a side of 640 pixels; half a pixel of noise.
-constexpr double kPixels = 320;
-constexpr double kNoise = 0.5 / kPixels;
-constexpr double kMaxDistance = 3 * kNoise;
-constexpr double kOutliers = 0.25;
-
-CorrespondenceRecipe anyRecipe(Arguments& a, double typicalScale, double typicalOutliers)
+CorrespondenceRecipe anyRecipe(Arguments& a)
 {
     CorrespondenceRecipe recipe;
-    recipe.count = a.shape().width;
-    recipe.noise = kNoise;
-    if (a.shape().typical)
-    {
-        recipe.scale = typicalScale;
-        recipe.outliers = typicalOutliers;
-        return recipe;
-    }
     Random& random = a.random();
     constexpr Layout kLayouts[] = {Layout::Plane, Layout::Plane,    Layout::Line,
                                    Layout::Grid,  Layout::OnePoint, Layout::AnySize};
-    constexpr double kScales[] = {1, 1, 10, 30, kPixels, 3000};
-    recipe.count = random.oneIn(4) ? random.between(0, 9) : recipe.count;
+    constexpr double kScales[] = {1, 1, 10, 30, kTypicalPixels, 3000};
+    recipe.count = random.oneIn(4) ? random.between(0, 9) : a.shape().width;
     recipe.layout = kLayouts[random.between(0, std::size(kLayouts) - 1)];
     recipe.scale = kScales[random.between(0, std::size(kScales) - 1)];
-    recipe.noise = random.oneIn(2) ? 0 : kNoise;
+    recipe.noise = random.oneIn(2) ? 0 : kTypicalNoise;
     recipe.outliers = 0.1 * random.between(0, 9);
     recipe.fromStride += std::min(a.shape().srcPadding, 5u);
     recipe.toStride += std::min(a.shape().dstPadding, 3u);
@@ -54,8 +40,9 @@ struct Given
 // Fenced copies of a set: of each point's two coordinates the last ones end the readable memory.
 Given giveCorrespondences(Arguments& a, double typicalScale, double typicalOutliers = 0)
 {
-    const CorrespondenceRecipe recipe = anyRecipe(a, typicalScale, typicalOutliers);
-    CorrespondenceSet set(recipe, a.random().next());
+    const CorrespondenceRecipe recipe =
+        a.shape().typical ? typicalRecipe(a.shape().width, typicalScale, typicalOutliers) : anyRecipe(a);
+    CorrespondenceSet set(recipe, a.shape().typical ? kTypicalSeed : a.random().next());
     if (!a.shape().typical && recipe.count != 0)
     {
         // In any order, some of them repeated and others not used.
@@ -76,12 +63,6 @@ Given giveCorrespondences(Arguments& a, double typicalScale, double typicalOutli
     return {a.given(std::vector{record}), record.numIndices, recipe.scale, set.truth};
 }
 
-float maxSquaredError(const Given& given)
-{
-    const double distance = kMaxDistance * given.scale;
-    return static_cast<float>(distance * distance);
-}
-
 template <auto kernel>
 std::function<void(Arguments&)> fit(double typicalScale)
 {
@@ -95,7 +76,7 @@ std::function<void(Arguments&)> fit(double typicalScale)
 template <auto kernel, bool withErrors>
 void prepareEvaluation(Arguments& a)
 {
-    const Given given = giveCorrespondences(a, 1, kOutliers);
+    const Given given = giveCorrespondences(a, 1, kTypicalOutliers);
     std::vector<float> model(given.truth.begin(), given.truth.end());
     for (float& value : model)
     {
@@ -108,11 +89,11 @@ void prepareEvaluation(Arguments& a)
     if constexpr (withErrors)
     {
         auto* errors = a.output<float>(given.count, 1, size_t{given.count} * 4);
-        a.call(kernel, given.record, homography, maxSquaredError(given), inliers, count, errors);
+        a.call(kernel, given.record, homography, typicalMaxSquaredError(given.scale), inliers, count, errors);
     }
     else
     {
-        a.call(kernel, given.record, homography, maxSquaredError(given), inliers, count);
+        a.call(kernel, given.record, homography, typicalMaxSquaredError(given.scale), inliers, count);
     }
 }
 
@@ -121,7 +102,7 @@ std::function<void(Arguments&)> robustFit(double typicalScale)
 {
     return [=](Arguments& a)
     {
-        const Given given = giveCorrespondences(a, typicalScale, kOutliers);
+        const Given given = giveCorrespondences(a, typicalScale, kTypicalOutliers);
         auto* homography = a.output<float>(9, 1, 36);
         // What lies behind the inliers is undefined; those lists are watched by the known answers.
         auto* scratch = const_cast<uint16_t*>(a.input<uint16_t>(given.count, 1, size_t{given.count} * 2));
@@ -130,11 +111,12 @@ std::function<void(Arguments&)> robustFit(double typicalScale)
         if constexpr (withErrors)
         {
             auto* errors = a.output<float>(given.count, 1, size_t{given.count} * 4);
-            a.call(kernel, given.record, homography, maxSquaredError(given), inliers, count, scratch, errors);
+            a.call(kernel, given.record, homography, typicalMaxSquaredError(given.scale), inliers, count, scratch,
+                   errors);
         }
         else
         {
-            a.call(kernel, given.record, homography, maxSquaredError(given), inliers, count, scratch);
+            a.call(kernel, given.record, homography, typicalMaxSquaredError(given.scale), inliers, count, scratch);
         }
     };
 }
@@ -150,19 +132,22 @@ void prepareCholesky(Arguments& a)
 }
 
 const Register fits({
-    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(1)},
-    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(kPixels), "pixels"},
-    {VISORA_OPERATION(vsrGeomHomographyFitDPf32), fit<vsrGeomHomographyFitDPf32C>(kPixels)},
-    {VISORA_OPERATION(vsrGeomAffineFitf32), fit<vsrGeomAffineFitf32C>(1)},
-    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32), prepareEvaluation<vsrGeomHomographyEvaluatef32C, false>},
-    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32_v2), prepareEvaluation<vsrGeomHomographyEvaluatef32_v2C, true>},
-    {VISORA_OPERATION(vsrGeomAffineEvaluatef32), prepareEvaluation<vsrGeomAffineEvaluatef32C, false>},
-    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(1)},
-    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(kPixels),
-     "pixels"},
-    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32_v2), robustFit<vsrGeomHomographyRobustFitf32_v2C, true>(1)},
+    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(1), "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(kTypicalPixels), "pixels", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyFitDPf32), fit<vsrGeomHomographyFitDPf32C>(kTypicalPixels), "", 0, true},
+    {VISORA_OPERATION(vsrGeomAffineFitf32), fit<vsrGeomAffineFitf32C>(1), "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32), prepareEvaluation<vsrGeomHomographyEvaluatef32C, false>, "", 0,
+     true},
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32_v2), prepareEvaluation<vsrGeomHomographyEvaluatef32_v2C, true>, "",
+     true},
+    {VISORA_OPERATION(vsrGeomAffineEvaluatef32), prepareEvaluation<vsrGeomAffineEvaluatef32C, false>, "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(1), "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(kTypicalPixels),
+     "pixels", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32_v2), robustFit<vsrGeomHomographyRobustFitf32_v2C, true>(1), "",
+     true},
     {"vsrSolveCholeskyf32", reinterpret_cast<VSR_FUNC>(vsrSolveCholeskyf32C),
-     reinterpret_cast<VSR_FUNC>(vsrSolveCholeskyf32C), prepareCholesky},
+     reinterpret_cast<VSR_FUNC>(vsrSolveCholeskyf32C), prepareCholesky, "", 0, true},
 });
 
 }  // namespace

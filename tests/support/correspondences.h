@@ -37,6 +37,23 @@ struct CorrespondenceRecipe
     uint32_t toStride = 2;
 };
 
+/** What benchmarks fit: half a pixel of noise in 640 pixels, in pixels or with coordinates of -1 to 1. */
+constexpr double kTypicalPixels = 320;
+constexpr double kTypicalNoise = 0.5 / kTypicalPixels;
+constexpr double kTypicalOutliers = 0.25;
+constexpr uint64_t kTypicalSeed = 1;
+
+inline CorrespondenceRecipe typicalRecipe(uint32_t count, double scale, double outliers)
+{
+    return {count, Layout::Plane, scale, kTypicalNoise, outliers};
+}
+
+/** Square of three standard deviations of the noise. */
+inline float typicalMaxSquaredError(double scale)
+{
+    return static_cast<float>(9 * kTypicalNoise * kTypicalNoise * scale * scale);
+}
+
 class CorrespondenceSet
 {
   public:

@@ -23,6 +23,8 @@ struct Operation
     std::string label = {};
     /** What the benchmarks divide times by, the pixels of the image when it is 0. */
     uint32_t items = 0;
+    /** It takes a list of points, as many as the shape is wide, instead of an image. */
+    bool takesPoints = false;
 };
 
 inline std::ostream& operator<<(std::ostream& out, const Operation& operation)

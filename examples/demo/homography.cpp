@@ -1,0 +1,342 @@
+// Two photographs of one plane: corners, matched by the correlation of the patches around them, a robust homography,
+// and the first photograph laid over the second.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <numeric>
+#include <stdexcept>
+
+#include "stages.h"
+#include "visora/corner.h"
+#include "visora/filter.h"
+#include "visora/geom.h"
+
+namespace demo
+{
+namespace
+{
+
+struct Point
+{
+    double x, y;
+};
+
+/** Row by row. */
+using Matrix = std::array<double, 9>;
+
+Matrix product(const Matrix& a, const Matrix& b)
+{
+    Matrix c{};
+    for (size_t i = 0; i < 9; ++i)
+    {
+        for (size_t k = 0; k < 3; ++k)
+        {
+            c[i] += a[i / 3 * 3 + k] * b[k * 3 + i % 3];
+        }
+    }
+    return c;
+}
+
+// But for a factor, which does not matter to a homography.
+Matrix inverse(const Matrix& m)
+{
+    return {m[4] * m[8] - m[5] * m[7], m[2] * m[7] - m[1] * m[8], m[1] * m[5] - m[2] * m[4],
+            m[5] * m[6] - m[3] * m[8], m[0] * m[8] - m[2] * m[6], m[2] * m[3] - m[0] * m[5],
+            m[3] * m[7] - m[4] * m[6], m[1] * m[6] - m[0] * m[7], m[0] * m[4] - m[1] * m[3]};
+}
+
+Point apply(const Matrix& h, Point p)
+{
+    const double w = h[6] * p.x + h[7] * p.y + h[8];
+    return {(h[0] * p.x + h[1] * p.y + h[2]) / w, (h[3] * p.x + h[4] * p.y + h[5]) / w};
+}
+
+bool isInside(const Picture& picture, Point p, double margin)
+{
+    return p.x >= margin && p.y >= margin && p.x <= picture.width - 1 - margin && p.y <= picture.height - 1 - margin;
+}
+
+// Between pixels, linearly; the point lies inside.
+double sample(const Picture& picture, Point p, uint32_t channel)
+{
+    const auto x = std::min(static_cast<uint32_t>(p.x), picture.width - 2);
+    const auto y = std::min(static_cast<uint32_t>(p.y), picture.height - 2);
+    const auto at = [&](uint32_t atX, uint32_t atY)
+    { return static_cast<double>(picture.data()[(size_t{atY} * picture.width + atX) * picture.channels + channel]); };
+    const double a = p.x - x;
+    const double b = p.y - y;
+    return (1 - b) * ((1 - a) * at(x, y) + a * at(x + 1, y)) + b * ((1 - a) * at(x, y + 1) + a * at(x + 1, y + 1));
+}
+
+// ---- Features ----
+
+constexpr int kPatchSide = 12;
+constexpr double kPatchStep = 2;
+constexpr double kOrientationRadius = 12;
+
+struct Feature
+{
+    Point place;
+    /** Grey values around it, turned upright, with mean 0 and length 1. */
+    std::array<float, kPatchSide * kPatchSide> patch;
+};
+
+// The direction in which the disc around a point gets brighter.
+double orientation(const Picture& gray, Point p)
+{
+    double momentX = 0;
+    double momentY = 0;
+    for (double y = -kOrientationRadius; y <= kOrientationRadius; ++y)
+    {
+        for (double x = -kOrientationRadius; x <= kOrientationRadius; ++x)
+        {
+            if (x * x + y * y <= kOrientationRadius * kOrientationRadius)
+            {
+                const double value = sample(gray, {p.x + x, p.y + y}, 0);
+                momentX += x * value;
+                momentY += y * value;
+            }
+        }
+    }
+    return std::atan2(momentY, momentX);
+}
+
+Feature describe(const Picture& gray, Point place)
+{
+    Feature feature{place, {}};
+    const double angle = orientation(gray, place);
+    const double c = kPatchStep * std::cos(angle);
+    const double s = kPatchStep * std::sin(angle);
+    for (int i = 0; i < kPatchSide * kPatchSide; ++i)
+    {
+        const double x = i % kPatchSide - (kPatchSide - 1) / 2.0;
+        const double y = i / kPatchSide - (kPatchSide - 1) / 2.0;
+        feature.patch[static_cast<size_t>(i)] =
+            static_cast<float>(sample(gray, {place.x + c * x - s * y, place.y + s * x + c * y}, 0));
+    }
+    auto& patch = feature.patch;
+    const float mean = std::accumulate(patch.begin(), patch.end(), 0.0f) / static_cast<float>(patch.size());
+    std::for_each(patch.begin(), patch.end(), [mean](float& value) { value -= mean; });
+    const float length = std::sqrt(std::inner_product(patch.begin(), patch.end(), patch.begin(), 1e-6f));
+    std::for_each(patch.begin(), patch.end(), [length](float& value) { value /= length; });
+    return feature;
+}
+
+// The strongest corners, far enough from the edges for a patch in any direction.
+std::vector<Feature> findFeatures(const Picture& gray)
+{
+    constexpr uint32_t kMaxCorners = 40000;
+    constexpr uint32_t kThreshold = 15;
+    constexpr uint32_t kBorder = 20;
+    constexpr size_t kFeatures = 1500;
+    Picture smooth(gray.width, gray.height, 1);
+    vsrFilterGaussian5x5u8(gray.data(), gray.width, gray.height, smooth.data(), 1);
+    std::vector<uint32_t> xy(size_t{kMaxCorners} * 2);
+    std::vector<uint32_t> scores(kMaxCorners);
+    std::vector<uint32_t> work(size_t{kMaxCorners} * 3 + gray.height);
+    uint32_t count = 0;
+    vsrCornerFast9Scoreu8_v2(smooth.data(), gray.width, gray.height, 0, kThreshold, kBorder, xy.data(), scores.data(),
+                             kMaxCorners, &count, 1, work.data());
+    std::vector<uint32_t> order(count);
+    std::iota(order.begin(), order.end(), 0u);
+    std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) { return scores[a] > scores[b]; });
+    order.resize(std::min(order.size(), kFeatures));
+    std::vector<Feature> features;
+    for (const uint32_t corner : order)
+    {
+        features.push_back(describe(
+            smooth, {static_cast<double>(xy[size_t{corner} * 2]), static_cast<double>(xy[size_t{corner} * 2 + 1])}));
+    }
+    return features;
+}
+
+// ---- Matches ----
+
+struct Match
+{
+    Point from, to;
+};
+
+// For each feature the place in the other list of the one whose patch correlates best.
+std::vector<size_t> mostAlike(const std::vector<Feature>& features, const std::vector<Feature>& others)
+{
+    std::vector<size_t> best;
+    for (const Feature& feature : features)
+    {
+        const auto correlation = [&feature](const Feature& other)
+        { return std::inner_product(feature.patch.begin(), feature.patch.end(), other.patch.begin(), 0.0f); };
+        size_t chosen = 0;
+        float highest = -2;
+        for (size_t i = 0; i < others.size(); ++i)
+        {
+            const float value = correlation(others[i]);
+            if (value > highest)
+            {
+                highest = value;
+                chosen = i;
+            }
+        }
+        best.push_back(chosen);
+    }
+    return best;
+}
+
+// Pairs of features that choose each other.
+std::vector<Match> matchFeatures(const std::vector<Feature>& first, const std::vector<Feature>& second)
+{
+    const std::vector<size_t> there = mostAlike(first, second);
+    const std::vector<size_t> back = mostAlike(second, first);
+    std::vector<Match> matches;
+    for (size_t i = 0; i < there.size(); ++i)
+    {
+        if (back[there[i]] == i)
+        {
+            matches.push_back({first[i].place, second[there[i]].place});
+        }
+    }
+    return matches;
+}
+
+// ---- The homography ----
+
+// Points of one photograph with coordinates of about 1 in size, and the matrix that makes them so.
+struct NormalisedPoints
+{
+    std::vector<float> xy;
+    Matrix transform;
+    double scale;
+
+    NormalisedPoints(const std::vector<Match>& matches, Point Match::*side)
+    {
+        std::vector<float> x;
+        std::vector<float> y;
+        for (const Match& match : matches)
+        {
+            x.push_back(static_cast<float>((match.*side).x));
+            y.push_back(static_cast<float>((match.*side).y));
+        }
+        float values[3] = {};
+        normalise2dpts(x.data(), y.data(), values, static_cast<int>(matches.size()));
+        for (size_t i = 0; i < x.size(); ++i)
+        {
+            xy.push_back(x[i]);
+            xy.push_back(y[i]);
+        }
+        scale = values[0];
+        transform = {values[0], 0, values[1], 0, values[0], values[2], 0, 0, 1};
+    }
+};
+
+struct Consensus
+{
+    Matrix homography;
+    std::vector<uint16_t> inliers;
+};
+
+Consensus fitHomography(const std::vector<Match>& matches, Runner& runner)
+{
+    constexpr double kMaxPixels = 3;
+    const NormalisedPoints from(matches, &Match::from);
+    const NormalisedPoints to(matches, &Match::to);
+    std::vector<uint16_t> indices(matches.size());
+    std::iota(indices.begin(), indices.end(), uint16_t{0});
+    const auto count = static_cast<uint32_t>(indices.size());
+    const vsrCorrespondences correspondences = {from.xy.data(), to.xy.data(), 2, 2, indices.data(), count};
+    const auto maxSquaredError = static_cast<float>(kMaxPixels * to.scale * kMaxPixels * to.scale);
+    Consensus result;
+    result.inliers.resize(count);
+    std::vector<uint16_t> scratch(count);
+    uint32_t inliers = 0;
+    float h[9];
+    runner.run(
+        "homography", count,
+        [&]
+        {
+            return vsrGeomHomographyRobustFitf32(&correspondences, h, maxSquaredError, result.inliers.data(), &inliers,
+                                                 scratch.data());
+        },
+        "match");
+    result.inliers.resize(inliers);
+    result.homography =
+        product(inverse(to.transform), product({h[0], h[1], h[2], h[3], h[4], h[5], h[6], h[7], h[8]}, from.transform));
+    std::printf("  %u of %u matches agree on one plane\n", inliers, count);
+    return result;
+}
+
+// ---- Pictures ----
+
+void drawLine(Picture& rgb, Point a, Point b, const std::array<uint8_t, 3>& color)
+{
+    const double steps = std::max(std::fabs(b.x - a.x), std::fabs(b.y - a.y)) + 1;
+    for (double i = 0; i <= steps; ++i)
+    {
+        const auto x = static_cast<size_t>(a.x + (b.x - a.x) * i / steps);
+        const auto y = static_cast<size_t>(a.y + (b.y - a.y) * i / steps);
+        std::copy(color.begin(), color.end(), rgb.data() + (y * rgb.width + x) * 3);
+    }
+}
+
+// Both photographs side by side, every agreeing match joined.
+Picture drawMatches(const Picture& first, const Picture& second, const std::vector<Match>& matches,
+                    const std::vector<uint16_t>& inliers)
+{
+    Picture both(first.width + second.width, std::max(first.height, second.height), 3);
+    for (const auto& [picture, left] : {std::pair(&first, 0u), std::pair(&second, first.width)})
+    {
+        for (size_t y = 0; y < picture->height; ++y)
+        {
+            std::copy_n(picture->data() + y * picture->width * 3, size_t{picture->width} * 3,
+                        both.data() + (y * both.width + left) * 3);
+        }
+    }
+    for (const uint16_t inlier : inliers)
+    {
+        const Match& match = matches[inlier];
+        const auto shade = static_cast<uint8_t>(inlier * 37);
+        drawLine(both, match.from, {match.to.x + first.width, match.to.y},
+                 {static_cast<uint8_t>(255 - shade), 255, shade});
+    }
+    return both;
+}
+
+// The second photograph, with the first, warped, in every other square.
+Picture overlay(const Picture& first, const Picture& second, const Matrix& homography)
+{
+    constexpr uint32_t kSquare = 80;
+    const Matrix back = inverse(homography);
+    Picture result = second;
+    for (uint32_t y = 0; y < second.height; ++y)
+    {
+        for (uint32_t x = 0; x < second.width; ++x)
+        {
+            const Point p = apply(back, {static_cast<double>(x), static_cast<double>(y)});
+            if ((x / kSquare + y / kSquare) % 2 == 0 && isInside(first, p, 0))
+            {
+                for (uint32_t channel = 0; channel < 3; ++channel)
+                {
+                    result.data()[(size_t{y} * second.width + x) * 3 + channel] =
+                        static_cast<uint8_t>(std::lround(sample(first, p, channel)));
+                }
+            }
+        }
+    }
+    return result;
+}
+
+std::vector<TitledPicture> layOver(const Photograph& first, const Photograph& second, Runner& runner)
+{
+    const std::vector<Match> matches = matchFeatures(findFeatures(first.gray), findFeatures(second.gray));
+    if (matches.size() < 4)
+    {
+        throw std::runtime_error("the photographs have too little in common");
+    }
+    const Consensus consensus = fitHomography(matches, runner);
+    return {{"matches that agree on one plane", drawMatches(first.rgb, second.rgb, matches, consensus.inliers)},
+            {"first warped onto second, every other square", overlay(first.rgb, second.rgb, consensus.homography)}};
+}
+
+const RegisterPairStages homography({layOver});
+
+}  // namespace
+}  // namespace demo
