@@ -1,91 +1,14 @@
 // Robust homography, vector variant: a batch of random samples is fitted at once, lanes are samples; each of them is
 // then evaluated on all points, lanes are points.
 #include <algorithm>
-#include <limits>
 
-#include "cpu/visoraGeom.h"
-#include "visora/memory.h"
+#include "vecta/visoraGeomPoints.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/visoraConsensusV.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraGeom-inl.h"
-
-#ifndef VISORA_VECTA_CONSENSUS_TYPES
-#define VISORA_VECTA_CONSENSUS_TYPES
-namespace visora
-{
-
-constexpr size_t kMaxBatch = 8;
-constexpr int kUnknowns = 8;
-
-/** The four correspondences of each sample of a batch. */
-struct alignas(64) Samples
-{
-    float x[kHomographyPoints][kMaxBatch];
-    float y[kHomographyPoints][kMaxBatch];
-    float u[kHomographyPoints][kMaxBatch];
-    float v[kHomographyPoints][kMaxBatch];
-};
-
-/** h0..h7 of each sample. */
-struct alignas(64) Models
-{
-    float h[kUnknowns][kMaxBatch];
-};
-
-/** The normal equations of as many samples as there are lanes. */
-template <class T>
-struct alignas(64) BatchEquations
-{
-    T A[kUnknowns][kUnknowns][kMaxBatch];
-    T b[kUnknowns][kMaxBatch];
-};
-
-/** All correspondences in the order of the indices, one array each of x, y, u and v. Borrowed; there may be none. */
-class GatheredPoints
-{
-  public:
-    /** The arrays end in points that fulfil no model, so that their length is a multiple of `lanes`. */
-    GatheredPoints(const vsrCorrespondences& corrs, size_t lanes)
-        : length_((size_t{corrs.numIndices} + lanes - 1) / lanes * lanes),
-          memory_(static_cast<float*>(vsrGetScratchBufferAligned_(4 * length_ * sizeof(float), 64)))
-    {
-        if (!memory_)
-        {
-            return;
-        }
-        for (size_t i = 0; i < length_; ++i)
-        {
-            constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
-            const bool isPoint = i < corrs.numIndices;
-            const Correspondence c =
-                isPoint ? correspondence(corrs, static_cast<uint32_t>(i)) : Correspondence{kNone, kNone, kNone, kNone};
-            memory_[i] = c.x;
-            memory_[length_ + i] = c.y;
-            memory_[2 * length_ + i] = c.u;
-            memory_[3 * length_ + i] = c.v;
-        }
-    }
-    ~GatheredPoints() { vsrReleaseScratchBuffer_(memory_); }
-    GatheredPoints(const GatheredPoints&) = delete;
-    GatheredPoints& operator=(const GatheredPoints&) = delete;
-
-    explicit operator bool() const { return memory_ != nullptr; }
-    size_t length() const { return length_; }
-    const float* x() const { return memory_; }
-    const float* y() const { return memory_ + length_; }
-    const float* u() const { return memory_ + 2 * length_; }
-    const float* v() const { return memory_ + 3 * length_; }
-
-  private:
-    size_t length_;
-    float* memory_;
-};
-
-}  // namespace visora
-#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace visora

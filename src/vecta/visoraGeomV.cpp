@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "cpu/visoraGeom.h"
+#include "vecta/visoraGeomPoints.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/visoraGeomV.cpp"
@@ -166,38 +166,23 @@ HWY_INLINE int evaluate(D d, const Error& error, const vsrCorrespondences& corrs
     const hn::RebindToSigned<D> di;
     const hn::Rebind<uint16_t, D> d16;
     const size_t lanes = hn::Lanes(d);
-    constexpr size_t kBlock = 128;
-    HWY_ALIGN float from[2 * kBlock];
-    HWY_ALIGN float to[2 * kBlock];
-    HWY_ALIGN int32_t numbers[kBlock];
-    uint16_t listed[kBlock + hn::MaxLanes(D())];
-    float listedErrors[kBlock + hn::MaxLanes(D())];
+    PointBlock block;
+    uint16_t listed[PointBlock::kSize + hn::MaxLanes(D())];
+    float listedErrors[PointBlock::kSize + hn::MaxLanes(D())];
     uint32_t count = 0;
-    for (size_t start = 0; start < corrs.numIndices; start += kBlock)
+    for (size_t start = 0; start < corrs.numIndices; start += PointBlock::kSize)
     {
-        const size_t size = std::min<size_t>(corrs.numIndices - start, kBlock);
-        for (size_t i = 0; i < size; ++i)
-        {
-            const size_t point = corrs.indices[start + i];
-            numbers[i] = static_cast<int32_t>(point);
-            std::memcpy(from + 2 * i, corrs.from + point * corrs.fromStride, 2 * sizeof(float));
-            std::memcpy(to + 2 * i, corrs.to + point * corrs.toStride, 2 * sizeof(float));
-        }
-        for (size_t i = size; i % lanes != 0; ++i)
-        {
-            numbers[i] = 0;
-            std::fill_n(from + 2 * i, 2, 0.0f);
-            std::fill_n(to + 2 * i, 2, 0.0f);
-        }
+        const size_t size = std::min<size_t>(corrs.numIndices - start, PointBlock::kSize);
+        block.gather(corrs, start, size, lanes);
         size_t found = 0;
         for (size_t i = 0; i < size; i += lanes)
         {
             Points<hn::Vec<D>> points;
-            hn::LoadInterleaved2(d, from + 2 * i, points.x, points.y);
-            hn::LoadInterleaved2(d, to + 2 * i, points.u, points.v);
+            hn::LoadInterleaved2(d, block.from + 2 * i, points.x, points.y);
+            hn::LoadInterleaved2(d, block.to + 2 * i, points.u, points.v);
             const auto errors = error(points);
             const auto isInlier = hn::And(hn::Lt(errors.squared, errors.limit), hn::FirstN(d, size - i));
-            const auto kept = hn::Compress(hn::Load(di, numbers + i), hn::RebindMask(di, isInlier));
+            const auto kept = hn::Compress(hn::Load(di, block.numbers + i), hn::RebindMask(di, isInlier));
             hn::StoreU(hn::DemoteTo(d16, kept), d16, listed + found);
             if (errinliers)
             {
