@@ -85,27 +85,42 @@ class GatheredPoints
 struct alignas(64) PointBlock
 {
     static constexpr size_t kSize = 128;
+    /** Behind the last point follow zeros for as many as a vector holds. */
+    static constexpr size_t kPadding = 16;
 
-    float from[2 * kSize];
-    float to[2 * kSize];
-    int32_t numbers[kSize];
+    float from[2 * (kSize + kPadding)];
+    float to[2 * (kSize + kPadding)];
+    uint16_t numbers[kSize + kPadding];
 
-    /** Takes `count` of them, and zeros up to a multiple of `lanes`. */
-    __attribute__((noinline)) void gather(const vsrCorrespondences& corrs, size_t start, size_t count, size_t lanes)
+    __attribute__((noinline)) void gather(const vsrCorrespondences& corrs, const uint16_t* indices, size_t count)
     {
+        const float* const allFrom = corrs.from;
+        const float* const allTo = corrs.to;
+        const size_t fromStride = corrs.fromStride;
+        const size_t toStride = corrs.toStride;
         for (size_t i = 0; i < count; ++i)
         {
-            const size_t point = corrs.indices[start + i];
-            numbers[i] = static_cast<int32_t>(point);
-            std::memcpy(from + 2 * i, corrs.from + point * corrs.fromStride, 2 * sizeof(float));
-            std::memcpy(to + 2 * i, corrs.to + point * corrs.toStride, 2 * sizeof(float));
+            const size_t point = indices[i];
+            numbers[i] = indices[i];
+            std::memcpy(from + 2 * i, allFrom + point * fromStride, 2 * sizeof(float));
+            std::memcpy(to + 2 * i, allTo + point * toStride, 2 * sizeof(float));
         }
-        const size_t padding = (lanes - count % lanes) % lanes;
-        std::fill_n(numbers + count, padding, 0);
-        std::fill_n(from + 2 * count, 2 * padding, 0.0f);
-        std::fill_n(to + 2 * count, 2 * padding, 0.0f);
+        std::memset(from + 2 * count, 0, 2 * kPadding * sizeof(float));
+        std::memset(to + 2 * count, 0, 2 * kPadding * sizeof(float));
+        std::memset(numbers + count, 0, kPadding * sizeof(uint16_t));
     }
 };
+
+/** True when the points follow each other in memory, without anything between them. */
+inline bool areInARow(const vsrCorrespondences& corrs, const uint16_t* indices, size_t count)
+{
+    uint32_t differences = (corrs.fromStride - 2) | (corrs.toStride - 2);
+    for (size_t i = 0; i < count; ++i)
+    {
+        differences |= indices[i] ^ static_cast<uint32_t>(indices[0] + i);
+    }
+    return differences == 0;
+}
 
 }  // namespace visora
 

@@ -157,45 +157,68 @@ vsrStatus fitAffine(const vsrCorrespondences* corrs, float* affine)
 
 // ---- Evaluation ----
 
-// Lanes are points. Those of a block are brought together first, then evaluated and listed, a vector at a time and
-// without a branch, and the list's part that counts is copied.
+// What a block's inliers are written to, without a branch: behind the last one is rubbish.
+template <class D>
+struct Listed
+{
+    uint16_t numbers[PointBlock::kSize + hn::MaxLanes(D())];
+    float errors[PointBlock::kSize + hn::MaxLanes(D())];
+    size_t count = 0;
+};
+
+// Adds the inliers among `size` points to the list; lanes are points. Reads whole vectors.
+template <class Error, class D>
+HWY_INLINE void listInliers(D d, const Error& error, const float* from, const float* to, const uint16_t* numbers,
+                            size_t size, bool withErrors, Listed<D>& listed)
+{
+    const hn::RebindToSigned<D> di;
+    const hn::Rebind<uint16_t, D> d16;
+    for (size_t i = 0; i < size; i += hn::Lanes(d))
+    {
+        Points<hn::Vec<D>> points;
+        hn::LoadInterleaved2(d, from + 2 * i, points.x, points.y);
+        hn::LoadInterleaved2(d, to + 2 * i, points.u, points.v);
+        const auto errors = error(points);
+        const auto isInlier = hn::And(hn::Lt(errors.squared, errors.limit), hn::FirstN(d, size - i));
+        const auto places = hn::PromoteTo(di, hn::LoadU(d16, numbers + i));
+        const auto kept = hn::Compress(places, hn::RebindMask(di, isInlier));
+        hn::StoreU(hn::DemoteTo(d16, kept), d16, listed.numbers + listed.count);
+        if (withErrors)
+        {
+            hn::StoreU(hn::Compress(errors.squared, isInlier), d, listed.errors + listed.count);
+        }
+        listed.count += hn::CountTrue(d, isInlier);
+    }
+}
+
 template <class Error, class D>
 HWY_INLINE int evaluate(D d, const Error& error, const vsrCorrespondences& corrs, uint16_t* inliers,
                         uint32_t* numInliers, float* errinliers)
 {
-    const hn::RebindToSigned<D> di;
-    const hn::Rebind<uint16_t, D> d16;
-    const size_t lanes = hn::Lanes(d);
+    static_assert(hn::MaxLanes(D()) <= PointBlock::kPadding);
     PointBlock block;
-    uint16_t listed[PointBlock::kSize + hn::MaxLanes(D())];
-    float listedErrors[PointBlock::kSize + hn::MaxLanes(D())];
+    Listed<D> listed;
     uint32_t count = 0;
     for (size_t start = 0; start < corrs.numIndices; start += PointBlock::kSize)
     {
+        const uint16_t* indices = corrs.indices + start;
         const size_t size = std::min<size_t>(corrs.numIndices - start, PointBlock::kSize);
-        block.gather(corrs, start, size, lanes);
-        size_t found = 0;
-        for (size_t i = 0; i < size; i += lanes)
+        // Whole vectors of points in a row are read where they are; others are brought together first.
+        const size_t direct = areInARow(corrs, indices, size) ? size - size % hn::Lanes(d) : 0;
+        listed.count = 0;
+        listInliers(d, error, corrs.from + size_t{indices[0]} * 2, corrs.to + size_t{indices[0]} * 2, indices, direct,
+                    errinliers != nullptr, listed);
+        if (direct != size)
         {
-            Points<hn::Vec<D>> points;
-            hn::LoadInterleaved2(d, block.from + 2 * i, points.x, points.y);
-            hn::LoadInterleaved2(d, block.to + 2 * i, points.u, points.v);
-            const auto errors = error(points);
-            const auto isInlier = hn::And(hn::Lt(errors.squared, errors.limit), hn::FirstN(d, size - i));
-            const auto kept = hn::Compress(hn::Load(di, block.numbers + i), hn::RebindMask(di, isInlier));
-            hn::StoreU(hn::DemoteTo(d16, kept), d16, listed + found);
-            if (errinliers)
-            {
-                hn::StoreU(hn::Compress(errors.squared, isInlier), d, listedErrors + found);
-            }
-            found += hn::CountTrue(d, isInlier);
+            block.gather(corrs, indices + direct, size - direct);
+            listInliers(d, error, block.from, block.to, block.numbers, size - direct, errinliers != nullptr, listed);
         }
-        std::memcpy(inliers + count, listed, found * sizeof(uint16_t));
+        std::memcpy(inliers + count, listed.numbers, listed.count * sizeof(uint16_t));
         if (errinliers)
         {
-            std::memcpy(errinliers + count, listedErrors, found * sizeof(float));
+            std::memcpy(errinliers + count, listed.errors, listed.count * sizeof(float));
         }
-        count += static_cast<uint32_t>(found);
+        count += static_cast<uint32_t>(listed.count);
     }
     *numInliers = count;
     return count == corrs.numIndices ? 0 : -1;
