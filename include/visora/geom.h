@@ -4,11 +4,10 @@
  *
  * Common to all:
  * - A homography is 9 floats h0..h8, row by row. It maps (x, y) to ((h0 x + h1 y + h2) / w, (h3 x + h4 y + h5) / w)
- * with w = h6 x + h7 y + h8. Fitted ones have h8 = 1. An affine map is the same with the last row (0, 0, 1).
+ *   with w = h6 x + h7 y + h8. Fitted ones have h8 = 1. An affine map is the same with the last row (0, 0, 1).
  * - Coordinates have any unit. The single-precision fits multiply up to four of them and do not rescale: coordinates of
  *   about 1 in size, as normalise2dpts makes them, suit them best. With larger ones they lose digits, and in the pixels
- *   of a whole image vsrGeomHomographyFitf32 nearly always ends in its double-precision fallback; an affine fit has
- * none.
+ *   of a whole image vsrGeomHomographyFitf32 nearly always ends in its double-precision fallback.
  * - Points are used in the order of the indices, and every sum is added up in that order, so that results are the same
  *   bits in every variant and on every processor. Coordinates must be finite.
  * - A failed check of the arguments leaves the outputs untouched. Unless it says otherwise, a function then logs
