@@ -127,18 +127,19 @@ std::function<void(Arguments&)> robustFit(double typicalScale)
 }
 
 const Register fits({
-    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(1), "", true},
-    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(kTypicalPixels), "pixels", true},
-    {VISORA_OPERATION(vsrGeomHomographyFitDPf32), fit<vsrGeomHomographyFitDPf32C>(kTypicalPixels), "", true},
-    {VISORA_OPERATION(vsrGeomAffineFitf32), fit<vsrGeomAffineFitf32C>(1), "", true},
-    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32), prepareEvaluation<vsrGeomHomographyEvaluatef32C, false>, "", true},
-    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32_v2), prepareEvaluation<vsrGeomHomographyEvaluatef32_v2C, true>, "",
+    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(1), "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(kTypicalPixels), "pixels", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyFitDPf32), fit<vsrGeomHomographyFitDPf32C>(kTypicalPixels), "", 0, true},
+    {VISORA_OPERATION(vsrGeomAffineFitf32), fit<vsrGeomAffineFitf32C>(1), "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32), prepareEvaluation<vsrGeomHomographyEvaluatef32C, false>, "", 0,
      true},
-    {VISORA_OPERATION(vsrGeomAffineEvaluatef32), prepareEvaluation<vsrGeomAffineEvaluatef32C, false>, "", true},
-    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(1), "", true},
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32_v2), prepareEvaluation<vsrGeomHomographyEvaluatef32_v2C, true>, "",
+     0, true},
+    {VISORA_OPERATION(vsrGeomAffineEvaluatef32), prepareEvaluation<vsrGeomAffineEvaluatef32C, false>, "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(1), "", 0, true},
     {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(kTypicalPixels),
-     "pixels", true},
-    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32_v2), robustFit<vsrGeomHomographyRobustFitf32_v2C, true>(1), "",
+     "pixels", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32_v2), robustFit<vsrGeomHomographyRobustFitf32_v2C, true>(1), "", 0,
      true},
 });
 
