@@ -73,7 +73,7 @@ double sample(const Picture& picture, Point p, uint32_t channel)
 
 constexpr int kPatchSide = 12;
 constexpr double kPatchStep = 2;
-constexpr double kOrientationRadius = 12;
+constexpr int kOrientationRadius = 12;
 
 struct Feature
 {
@@ -87,9 +87,9 @@ double orientation(const Picture& gray, Point p)
 {
     double momentX = 0;
     double momentY = 0;
-    for (double y = -kOrientationRadius; y <= kOrientationRadius; ++y)
+    for (int y = -kOrientationRadius; y <= kOrientationRadius; ++y)
     {
-        for (double x = -kOrientationRadius; x <= kOrientationRadius; ++x)
+        for (int x = -kOrientationRadius; x <= kOrientationRadius; ++x)
         {
             if (x * x + y * y <= kOrientationRadius * kOrientationRadius)
             {
@@ -110,8 +110,9 @@ Feature describe(const Picture& gray, Point place)
     const double s = kPatchStep * std::sin(angle);
     for (int i = 0; i < kPatchSide * kPatchSide; ++i)
     {
+        const int row = i / kPatchSide;
         const double x = i % kPatchSide - (kPatchSide - 1) / 2.0;
-        const double y = i / kPatchSide - (kPatchSide - 1) / 2.0;
+        const double y = row - (kPatchSide - 1) / 2.0;
         feature.patch[static_cast<size_t>(i)] =
             static_cast<float>(sample(gray, {place.x + c * x - s * y, place.y + s * x + c * y}, 0));
     }
@@ -143,6 +144,7 @@ std::vector<Feature> findFeatures(const Picture& gray)
     std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) { return scores[a] > scores[b]; });
     order.resize(std::min(order.size(), kFeatures));
     std::vector<Feature> features;
+    features.reserve(order.size());
     for (const uint32_t corner : order)
     {
         features.push_back(describe(
@@ -268,8 +270,8 @@ Consensus fitHomography(const std::vector<Match>& matches, Runner& runner)
 
 void drawLine(Picture& rgb, Point a, Point b, const std::array<uint8_t, 3>& color)
 {
-    const double steps = std::max(std::fabs(b.x - a.x), std::fabs(b.y - a.y)) + 1;
-    for (double i = 0; i <= steps; ++i)
+    const int steps = static_cast<int>(std::max(std::fabs(b.x - a.x), std::fabs(b.y - a.y))) + 1;
+    for (int i = 0; i <= steps; ++i)
     {
         const auto x = static_cast<size_t>(a.x + (b.x - a.x) * i / steps);
         const auto y = static_cast<size_t>(a.y + (b.y - a.y) * i / steps);

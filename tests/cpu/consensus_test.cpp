@@ -145,11 +145,9 @@ Robust stepByStep(const vsrCorrespondences& record, float maxsqerr)
         {
             break;
         }
-        std::vector<uint16_t> points;
-        for (const uint32_t place : places)
-        {
-            points.push_back(record.indices[place]);
-        }
+        std::vector<uint16_t> points(places.size());
+        std::transform(places.begin(), places.end(), points.begin(),
+                       [&](uint32_t place) { return record.indices[place]; });
         vsrCorrespondences sample = record;
         sample.indices = points.data();
         sample.numIndices = 4;
