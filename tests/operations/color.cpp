@@ -15,68 +15,41 @@ enum class Sampling
     k420
 };
 
-// The buffers of a conversion in the planar and pseudo-planar family. In 4:2:0 rows come in pairs: an odd height has
-// one more. With halved chroma a width of 1 ends the process.
-struct Family
-{
-    Family(const Shape& shape, Sampling sampling, uint32_t pixelBytes)
-        : possible(sampling == Sampling::k444 || shape.width > 1),
-          rows(sampling == Sampling::k420 ? shape.height + shape.height % 2 : shape.height),
-          chromaWidth(sampling == Sampling::k444 ? shape.width : (shape.width + 1) / 2),
-          chromaRows(sampling == Sampling::k420 ? rows / 2 : rows),
-          dstBytes(shape.width * pixelBytes)
-    {
-    }
-
-    bool possible;
-    uint32_t rows;
-    uint32_t chromaWidth;
-    uint32_t chromaRows;
-    uint32_t dstBytes;
-};
-
-template <auto kernel>
-std::function<void(Arguments&)> planar(Sampling sampling, uint32_t pixelBytes)
+// A conversion in the planar and pseudo-planar family. In 4:2:0 rows come in pairs: an odd height has one more. With
+// halved chroma a width of 1 ends the process.
+template <auto kernel, bool planar>
+std::function<void(Arguments&)> conversion(Sampling sampling, uint32_t pixelBytes)
 {
     return [=](Arguments& a)
     {
         const auto [width, height] = std::pair(a.shape().width, a.shape().height);
-        const Family family(a.shape(), sampling, pixelBytes);
-        if (!family.possible)
+        const bool halved = sampling != Sampling::k444;
+        if (halved && width == 1)
         {
             return;
         }
+        const uint32_t rows = sampling == Sampling::k420 ? height + height % 2 : height;
+        const uint32_t chromaRows = sampling == Sampling::k420 ? rows / 2 : rows;
+        const uint32_t chromaWidth = halved ? (width + 1) / 2 : width;
         const uint32_t yStride = a.srcStride(width);
-        const uint32_t cbStride = a.srcStride(family.chromaWidth);
-        const uint32_t crStride = family.chromaWidth + a.shape().dstPadding;
-        const uint32_t dstStride = a.dstStride(family.dstBytes);
-        const auto* y = a.input<uint8_t>(width, family.rows, yStride);
-        const auto* cb = a.input<uint8_t>(family.chromaWidth, family.chromaRows, cbStride);
-        const auto* cr = a.input<uint8_t>(family.chromaWidth, family.chromaRows, crStride);
-        auto* dst = a.output<uint8_t>(family.dstBytes, family.rows, dstStride);
-        a.call(kernel, y, cb, cr, width, height, yStride, cbStride, crStride, dst, dstStride);
-    };
-}
-
-template <auto kernel>
-std::function<void(Arguments&)> pseudoPlanar(Sampling sampling, uint32_t pixelBytes)
-{
-    return [=](Arguments& a)
-    {
-        const auto [width, height] = std::pair(a.shape().width, a.shape().height);
-        const Family family(a.shape(), sampling, pixelBytes);
-        if (!family.possible)
+        const uint32_t dstStride = a.dstStride(width * pixelBytes);
+        const auto* y = a.input<uint8_t>(width, rows, yStride);
+        auto* dst = a.output<uint8_t>(width * pixelBytes, rows, dstStride);
+        if constexpr (planar)
         {
-            return;
+            const uint32_t cbStride = a.srcStride(chromaWidth);
+            const uint32_t crStride = chromaWidth + a.shape().dstPadding;
+            const auto* cb = a.input<uint8_t>(chromaWidth, chromaRows, cbStride);
+            const auto* cr = a.input<uint8_t>(chromaWidth, chromaRows, crStride);
+            a.call(kernel, y, cb, cr, width, height, yStride, cbStride, crStride, dst, dstStride);
         }
-        const uint32_t yStride = a.srcStride(width);
-        // Packed rows of an odd width share a byte: the last pair reaches into the next row.
-        const uint32_t cStride = a.srcStride(sampling == Sampling::k444 ? 2 * width : width);
-        const uint32_t dstStride = a.dstStride(family.dstBytes);
-        const auto* y = a.input<uint8_t>(width, family.rows, yStride);
-        const auto* c = a.input<uint8_t>(size_t{family.chromaWidth} * 2, family.chromaRows, cStride);
-        auto* dst = a.output<uint8_t>(family.dstBytes, family.rows, dstStride);
-        a.call(kernel, y, c, width, height, yStride, cStride, dst, dstStride);
+        else
+        {
+            // Packed rows of an odd width share a byte: the last pair reaches into the next row.
+            const uint32_t cStride = a.srcStride(halved ? width : 2 * width);
+            const auto* c = a.input<uint8_t>(size_t{chromaWidth} * 2, chromaRows, cStride);
+            a.call(kernel, y, c, width, height, yStride, cStride, dst, dstStride);
+        }
     };
 }
 
@@ -123,12 +96,12 @@ void prepareTiles(Arguments& a)
     a.call(kernel, src, width, height, dst);
 }
 
-#define BOTH_LAYOUTS(sampling, format, pixelBytes)                                                                \
-    {VISORA_OPERATION(vsrColorYCbCr##sampling##PlanarTo##format##u8),                                             \
-     planar<vsrColorYCbCr##sampling##PlanarTo##format##u8C>(Sampling::k##sampling, pixelBytes)},                  \
-    {                                                                                                             \
-        VISORA_OPERATION(vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8),                                    \
-            pseudoPlanar<vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8C>(Sampling::k##sampling, pixelBytes) \
+#define BOTH_LAYOUTS(sampling, format, pixelBytes)                                                                     \
+    {VISORA_OPERATION(vsrColorYCbCr##sampling##PlanarTo##format##u8),                                                  \
+     conversion<vsrColorYCbCr##sampling##PlanarTo##format##u8C, true>(Sampling::k##sampling, pixelBytes)},             \
+    {                                                                                                                  \
+        VISORA_OPERATION(vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8),                                         \
+            conversion<vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8C, false>(Sampling::k##sampling, pixelBytes) \
     }
 
 const Register conversions({

@@ -37,24 +37,35 @@ void prepareFixed(Arguments& a)
     a.call(kernel, src, width, height, srcStride, dst, dstStride);
 }
 
-void callAnySize(Arguments& a, decltype(vsrScaleDownu8C)* kernel, uint32_t columns, uint32_t rows, uint32_t dstWidth,
-                 uint32_t dstHeight)
+// By any sizes.
+void call(Arguments& a, decltype(vsrScaleDownu8C)* kernel, uint32_t width, uint32_t height, uint32_t columns,
+          uint32_t rows, uint32_t dstWidth, uint32_t dstHeight)
 {
-    const uint32_t srcStride = a.srcStride(a.shape().width);
+    const uint32_t srcStride = a.srcStride(width);
     const uint32_t dstStride = a.dstStride(dstWidth);
     const uint8_t* src = a.input<uint8_t>(columns, rows, srcStride);
     uint8_t* dst = a.output<uint8_t>(dstWidth, dstHeight, dstStride);
-    a.call(kernel, src, a.shape().width, a.shape().height, srcStride, dst, dstWidth, dstHeight, dstStride);
+    a.call(kernel, src, width, height, srcStride, dst, dstWidth, dstHeight, dstStride);
+}
+
+void callBox(Arguments& a, uint32_t width, uint32_t height, uint32_t dstWidth, uint32_t dstHeight)
+{
+    call(a, vsrScaleDownu8C, width, height, width / dstWidth * dstWidth, height / dstHeight * dstHeight, dstWidth,
+         dstHeight);
+}
+
+void callWhole(Arguments& a, decltype(vsrScaleDownu8C)* kernel, uint32_t dstWidth, uint32_t dstHeight)
+{
+    const auto [width, height] = std::pair(a.shape().width, a.shape().height);
+    call(a, kernel, width, height, width, height, dstWidth, dstHeight);
 }
 
 // Box averages: by fx and fy when there is that much source, with columns and rows left over.
 template <uint32_t fx, uint32_t fy>
 void prepareBox(Arguments& a)
 {
-    const uint32_t dstWidth = std::max(a.shape().width / fx, 1u);
-    const uint32_t dstHeight = std::max(a.shape().height / fy, 1u);
-    callAnySize(a, vsrScaleDownu8C, a.shape().width / dstWidth * dstWidth, a.shape().height / dstHeight * dstHeight,
-                dstWidth, dstHeight);
+    const auto [width, height] = std::pair(a.shape().width, a.shape().height);
+    callBox(a, width, height, std::max(width / fx, 1u), std::max(height / fy, 1u));
 }
 
 // Boxes of any size, up to the whole image; now and then long columns, whose sums pass 16 bits.
@@ -69,12 +80,7 @@ void prepareAnyBox(Arguments& a)
     const uint32_t width = a.shape().width;
     const uint32_t height = tall ? 600 + a.shape().height : a.shape().height;
     const uint32_t dstWidth = a.random().between(1, width);
-    const uint32_t dstHeight = tall ? a.random().between(1, 2) : a.random().between(1, height);
-    const uint32_t srcStride = a.srcStride(width);
-    const uint32_t dstStride = a.dstStride(dstWidth);
-    const uint8_t* src = a.input<uint8_t>(width / dstWidth * dstWidth, height / dstHeight * dstHeight, srcStride);
-    uint8_t* dst = a.output<uint8_t>(dstWidth, dstHeight, dstStride);
-    a.call(vsrScaleDownu8C, src, width, height, srcStride, dst, dstWidth, dstHeight, dstStride);
+    callBox(a, width, height, dstWidth, tall ? a.random().between(1, 2) : a.random().between(1, height));
 }
 
 // The area average at a fixed ratio.
@@ -85,7 +91,7 @@ void prepareArea(Arguments& a)
     const uint32_t dstHeight = std::max(a.shape().height * n / m, 1u);
     if (dstWidth * 20 > a.shape().width && dstHeight * 20 > a.shape().height)
     {
-        callAnySize(a, vsrScaleDownMNu8C, a.shape().width, a.shape().height, dstWidth, dstHeight);
+        callWhole(a, vsrScaleDownMNu8C, dstWidth, dstHeight);
     }
 }
 
@@ -105,7 +111,7 @@ void prepareAnyArea(Arguments& a)
     const uint32_t height = a.shape().height;
     const uint32_t dstWidth = a.shape().typical ? width * 3 / 10 : anyAreaSize(a, width);
     const uint32_t dstHeight = a.shape().typical ? height * 3 / 10 : anyAreaSize(a, height);
-    callAnySize(a, vsrScaleDownMNu8C, width, height, dstWidth, dstHeight);
+    callWhole(a, vsrScaleDownMNu8C, dstWidth, dstHeight);
 }
 
 template <uint32_t m, uint32_t n>
@@ -113,7 +119,7 @@ void prepareNearest(Arguments& a)
 {
     const uint32_t dstWidth = std::max(a.shape().width * n / m, 1u);
     const uint32_t dstHeight = std::max(a.shape().height * n / m, 1u);
-    callAnySize(a, vsrScaleDownNNu8C, a.shape().width, a.shape().height, dstWidth, dstHeight);
+    callWhole(a, vsrScaleDownNNu8C, dstWidth, dstHeight);
 }
 
 // Any two sizes, equal or larger destinations among them: the kernel has to follow the index rule wherever it leads.
@@ -124,7 +130,7 @@ void prepareAnyNearest(Arguments& a)
     const bool same = a.random().oneIn(8);
     const uint32_t dstWidth = a.shape().typical ? width / 5 : same ? width : a.random().between(1, 2 * width);
     const uint32_t dstHeight = a.shape().typical ? height / 5 : same ? height : a.random().between(1, 2 * height);
-    callAnySize(a, vsrScaleDownNNu8C, width, height, dstWidth, dstHeight);
+    callWhole(a, vsrScaleDownNNu8C, dstWidth, dstHeight);
 }
 
 const Register downscalers({

@@ -58,7 +58,7 @@ Arguments::Buffer Arguments::makeBuffer(size_t rowBytes, size_t rows, size_t str
 uint8_t* Arguments::addInput(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes)
 {
     inputs_.push_back(makeBuffer(rowBytes, rows, stride, elementBytes));
-    fillInputs(Values::Uniform);
+    fill(inputs_.back(), Values::Uniform);
     return inputs_.back().memory->data() + inputs_.back().start;
 }
 
@@ -72,14 +72,26 @@ void Arguments::fillInputs(Values values)
 {
     for (const Buffer& input : inputs_)
     {
-        for (size_t i = 0; i < input.memory->size() && !input.isGiven; ++i)
+        if (!input.isGiven)
         {
-            const uint64_t r = random_.next();
-            const auto uniform = static_cast<uint8_t>(r);
-            input.memory->data()[i] = values == Values::Uniform    ? uniform
-                                      : values == Values::Extremes ? static_cast<uint8_t>((r & 1) ? 255 : 0)
-                                                                   : static_cast<uint8_t>(100 + r % 3);
+            fill(input, values);
         }
+    }
+}
+
+void Arguments::fill(const Buffer& input, Values values)
+{
+    uint64_t bits = 0;
+    for (size_t i = 0; i < input.memory->size(); ++i, bits >>= 8)
+    {
+        if (i % 8 == 0)
+        {
+            bits = random_.next();
+        }
+        const auto uniform = static_cast<uint8_t>(bits);
+        input.memory->data()[i] = values == Values::Uniform    ? uniform
+                                  : values == Values::Extremes ? static_cast<uint8_t>((uniform & 1) ? 255 : 0)
+                                                               : static_cast<uint8_t>(100 + uniform % 3);
     }
 }
 
@@ -129,14 +141,19 @@ std::string Arguments::strayWrite() const
     for (size_t index = 0; index < outputs_.size(); ++index)
     {
         const Buffer& output = outputs_[index];
-        for (size_t i = 0; i < output.memory->size(); ++i)
+        size_t i = 0;
+        for (size_t row = 0; row <= output.rows; ++row)
         {
-            const bool inRow = i >= output.start && (i - output.start) % output.stride < output.rowBytes;
-            if (!inRow && output.memory->data()[i] != patternAt(i))
+            const size_t gapEnd = row < output.rows ? output.start + row * output.stride : output.memory->size();
+            for (; i < gapEnd; ++i)
             {
-                return "output " + std::to_string(index) + ", byte " + std::to_string(i) + " of " +
-                       std::to_string(output.memory->size());
+                if (output.memory->data()[i] != patternAt(i))
+                {
+                    return "output " + std::to_string(index) + ", byte " + std::to_string(i) + " of " +
+                           std::to_string(output.memory->size());
+                }
             }
+            i = gapEnd + output.rowBytes;
         }
     }
     return {};

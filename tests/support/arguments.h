@@ -167,6 +167,7 @@ class Arguments
         bool isGiven = false;
     };
 
+    void fill(const Buffer& input, Values values);
     Buffer makeBuffer(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes);
     uint8_t* addInput(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes);
     uint8_t* addOutput(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes);

@@ -1,7 +1,5 @@
 #include "support/corner_members.h"
 
-#include <tuple>
-
 namespace visora::test
 {
 
@@ -11,22 +9,7 @@ namespace
 template <auto function, bool scores, bool masks, bool suppresses>
 vsrStatus callMember(const CornerCall& c)
 {
-    const auto pick = [](auto condition, auto... arguments)
-    {
-        if constexpr (decltype(condition)::value)
-        {
-            return std::tuple(arguments...);
-        }
-        else
-        {
-            return std::tuple<>();
-        }
-    };
-    return std::apply(function,
-                      std::tuple_cat(std::tuple(c.src, c.width, c.height, c.stride, c.threshold, c.border, c.xy),
-                                     pick(std::bool_constant<scores>(), c.scores), std::tuple(c.capacity, c.count),
-                                     pick(std::bool_constant<masks>(), c.mask, c.maskWidth, c.maskHeight),
-                                     pick(std::bool_constant<suppresses>(), c.suppress, c.workBuffer)));
+    return std::apply(function, cornerArguments<scores, masks, suppresses>(c));
 }
 
 #define VISORA_CORNER_MEMBER(operation, arc, scores, masks, suppresses)                                           \

@@ -4,6 +4,7 @@
 
 #include <ostream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "visora/corner.h"
@@ -30,6 +31,27 @@ struct CornerCall
     uint32_t suppress;
     uint32_t* workBuffer;
 };
+
+/** Those that a detector of this kind has, as a tuple in its order. */
+template <bool scores, bool masks, bool suppresses>
+auto cornerArguments(const CornerCall& c)
+{
+    const auto pick = [](auto condition, auto... arguments)
+    {
+        if constexpr (decltype(condition)::value)
+        {
+            return std::tuple(arguments...);
+        }
+        else
+        {
+            return std::tuple<>();
+        }
+    };
+    return std::tuple_cat(std::tuple(c.src, c.width, c.height, c.stride, c.threshold, c.border, c.xy),
+                          pick(std::bool_constant<scores>(), c.scores), std::tuple(c.capacity, c.count),
+                          pick(std::bool_constant<masks>(), c.mask, c.maskWidth, c.maskHeight),
+                          pick(std::bool_constant<suppresses>(), c.suppress, c.workBuffer));
+}
 
 using CornerFunction = vsrStatus (*)(const CornerCall&);
 

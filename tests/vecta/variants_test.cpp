@@ -33,6 +33,7 @@ class Variants : public testing::TestWithParam<Operation>
 TEST_P(Variants, GiveTheReferencesBytes)
 {
     const Operation& operation = GetParam();
+    ASSERT_FALSE(instructionSets().empty());
     constexpr uint64_t kRounds = 400;
     int calls = 0;
     for (uint64_t seed = 0; seed < kRounds; ++seed)
