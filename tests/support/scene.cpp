@@ -30,14 +30,7 @@ float objectRadius(Random& random, float smallest, float largest)
 // A rectangle or an ellipse, turned, with a gradient across it.
 struct Object
 {
-    float x;
-    float y;
-    float radius;
-    float narrowness;
-    float cosine;
-    float sine;
-    float gray;
-    float slope;
+    float x, y, radius, narrowness, cosine, sine, gray, slope;
     bool round;
 
     bool covers(float u, float v) const
