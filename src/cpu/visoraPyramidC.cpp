@@ -156,7 +156,10 @@ vsrStatus visora::createPyramid(const LevelKernels& kernels, const uint8_t* src,
         {
             return VISORA_EFAIL;
         }
-        std::memmove(base.ptr, src, size_t{srcStride} * srcHeight);
+        if (base.ptr != src)
+        {
+            std::memmove(base.ptr, src, size_t{srcStride} * srcHeight);
+        }
     }
     else
     {

@@ -42,7 +42,10 @@ struct LinearTaps
     uint32_t weight = 0;  // of `upper`; `lower` has the rest
 };
 
-/** The source pixels under an output pixel. Lengths are in parts of 1 / dstSize source pixels. */
+/**
+ * The source pixels under an output pixel. Lengths are in parts of 1 / dstSize source pixels; only the ratio of the
+ * sizes matters, so a common divisor may be left out.
+ */
 class AreaSpan
 {
   public:
@@ -59,7 +62,7 @@ class AreaSpan
     {
         const uint64_t from = std::max(begin_, pixel * dstSize_);
         const uint64_t to = std::min(end_, (uint64_t{pixel} + 1) * dstSize_);
-        return static_cast<uint32_t>(to - from);
+        return to > from ? static_cast<uint32_t>(to - from) : 0;
     }
 
   private:

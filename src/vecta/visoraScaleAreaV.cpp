@@ -11,6 +11,7 @@
 #define HWY_TARGET_INCLUDE "vecta/visoraScaleAreaV.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/visoraScaleBoxes.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -61,11 +62,13 @@ HWY_INLINE void sumColumns(const uint8_t* src, size_t stride, size_t rows, size_
 // q = s * m >> 16 >> shift with m = 2^(16 + shift) / n rounded up. The rounding adds less than n / 2^(16 + shift) per
 // unit of s <= 255 n, in all less than 1 / n, the distance of a quotient to the next whole number, as long as
 // 255 n^2 <= 2^(16 + shift). The shift is the largest with which m fits 16 bits for the smaller divisor, at least half
-// of it, so (larger divisor)^2 <= 128 * smaller divisor is enough.
+// of it, so (larger divisor)^2 <= 128 * smaller divisor is enough. Half of a divisor added to s, which rounds the
+// quotient, leaves it so: 255.5 * 128 is still below 2^15.
 struct Division
 {
-    Division(uint32_t smaller, uint32_t larger)
-        : shift(smaller > 2 ? static_cast<int>(std::bit_width(smaller - 1)) - 1 : 0),
+    Division(uint32_t smaller, uint32_t larger, uint32_t addedBefore = 0)
+        : added(static_cast<uint16_t>(addedBefore)),
+          shift(smaller > 2 ? static_cast<int>(std::bit_width(smaller - 1)) - 1 : 0),
           multiplier(multiplierOf(smaller)),
           difference(static_cast<uint16_t>(multiplier ^ multiplierOf(larger)))
     {
@@ -82,6 +85,7 @@ struct Division
         return n == 1 ? uint16_t{0xffff} : static_cast<uint16_t>(((uint32_t{1} << (16 + shift)) + n - 1) / n);
     }
 
+    uint16_t added;  // to every sum
     int shift;
     uint16_t multiplier;
     uint16_t difference;
@@ -225,6 +229,7 @@ class ColumnRuns
         const hn::Rebind<uint8_t, BlockTag> half;
         const auto multiplier = hn::Set(d, division.multiplier);
         const auto difference = hn::Set(d, division.difference);
+        const auto added = hn::Set(d, division.added);
         const uint8_t* lookup = lookups_;
         for (size_t block = 0; block < blocks(outputs_); ++block)
         {
@@ -238,7 +243,8 @@ class ColumnRuns
             lookup += vectors * 16;
             const size_t x = firstOutput(block);
             const auto chosen = hn::Xor(multiplier, hn::And(difference, hn::LoadU(d, longOutputs_ + x)));
-            const auto mean = hn::ShiftRightSame(hn::MulHigh(hn::BitCast(d, bytes), chosen), division.shift);
+            const auto sum = hn::Add(hn::BitCast(d, bytes), added);
+            const auto mean = hn::ShiftRightSame(hn::MulHigh(sum, chosen), division.shift);
             hn::StoreU(hn::DemoteTo(half, hn::BitCast(hn::RebindToSigned<BlockTag>(), mean)), half, out + x);
         }
     }
@@ -349,17 +355,26 @@ vsrStatus averageMN(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, u
     return VISORA_SUCCESS;
 }
 
-vsrStatus averageBoxes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                       uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+template <bool rounded>
+HWY_INLINE bool averageBoxesIfWide(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                   uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
 {
     const uint32_t fx = srcWidth / dstWidth;
     const uint32_t fy = srcHeight / dstHeight;
     const size_t columns = size_t{dstWidth} * fx;
     if (fx == fy && (fx == 2 || fx == 4))
     {
-        const auto byFactor = fx == 2 ? vsrScaleDownBy2u8V : vsrScaleDownBy4u8V;
-        byFactor(src, dstWidth * fx, dstHeight * fy, srcStride, dst, dstStride);
-        return VISORA_SUCCESS;
+        if constexpr (rounded)
+        {
+            return (fx == 2 ? roundedAverageBy2 : roundedAverageBy4)(src, dstWidth * fx, dstHeight * fy, srcStride, dst,
+                                                                     dstStride);
+        }
+        else
+        {
+            (fx == 2 ? vsrScaleDownBy2u8V : vsrScaleDownBy4u8V)(src, dstWidth * fx, dstHeight * fy, srcStride, dst,
+                                                                dstStride);
+            return true;
+        }
     }
     if (fx == 1 && fy == 1)
     {
@@ -367,7 +382,7 @@ vsrStatus averageBoxes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
         {
             std::memcpy(dst + y * dstStride, src + y * srcStride, dstWidth);
         }
-        return VISORA_SUCCESS;
+        return true;
     }
 
     const bool shortRuns = dstWidth >= kBlock && fx <= kMaxRun && uint64_t{fx} * fy <= kMaxDivisor;
@@ -376,14 +391,14 @@ vsrStatus averageBoxes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
                                                : longRunScratchBytes(columns, dstWidth));
     if (!wideEnough(columns) || !scratch.data())
     {
-        return vsrScaleDownu8C(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+        return false;
     }
     const auto lengths = [fx] { return fx; };
     const size_t boxRowBytes = size_t{fy} * srcStride;
     if (shortRuns)
     {
         const ColumnRuns runs(lengths, columns, dstWidth, fx, false, scratch.data());
-        const Division division(fx * fy, fx * fy);
+        const Division division(fx * fy, fx * fy, rounded ? fx * fy / 2 : 0);
         for (size_t y = 0; y < dstHeight; ++y)
         {
             runs.average(src + y * boxRowBytes, srcStride, fy, division, dst + y * dstStride);
@@ -395,8 +410,9 @@ vsrStatus averageBoxes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
         auto* sums = reinterpret_cast<uint16_t*>(totals + dstWidth);
         const auto divide = [fy](uint64_t sum, uint32_t length)
         {
+            const uint64_t count = uint64_t{length} * fy;
             // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): no caller has a destination larger than its source.
-            return static_cast<uint8_t>(sum / (uint64_t{length} * fy));
+            return static_cast<uint8_t>((sum + (rounded ? count / 2 : 0)) / count);
         };
         for (size_t y = 0; y < dstHeight; ++y)
         {
@@ -404,7 +420,19 @@ vsrStatus averageBoxes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
                             dst + y * dstStride);
         }
     }
-    return VISORA_SUCCESS;
+    return true;
+}
+
+bool averageBoxes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                  uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    return averageBoxesIfWide<false>(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+}
+
+bool averageBoxesRounded(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
+                         uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    return averageBoxesIfWide<true>(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -417,7 +445,15 @@ namespace visora
 {
 HWY_EXPORT(averageMN);
 HWY_EXPORT(averageBoxes);
+HWY_EXPORT(averageBoxesRounded);
 }  // namespace visora
+
+bool visora::roundedAverageBoxes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                 uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    return HWY_DYNAMIC_DISPATCH(averageBoxesRounded)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight,
+                                                     dstStride);
+}
 
 vsrStatus vsrScaleDownMNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
                             uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
@@ -430,7 +466,11 @@ vsrStatus vsrScaleDownu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHei
                           uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
 {
     using namespace visora;
-    return HWY_DYNAMIC_DISPATCH(averageBoxes)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+    if (HWY_DYNAMIC_DISPATCH(averageBoxes)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride))
+    {
+        return VISORA_SUCCESS;
+    }
+    return vsrScaleDownu8C(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
 }
 
 #endif

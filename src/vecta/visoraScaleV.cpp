@@ -8,6 +8,7 @@
 #define HWY_TARGET_INCLUDE "vecta/visoraScaleV.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/visoraScaleBoxes.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -59,35 +60,54 @@ HWY_INLINE hn::Vec<D32> sumsOfPairs([[maybe_unused]] D32 d32, V16 v)
 #endif
 }
 
-template <class D>
+template <bool rounded, class D>
 HWY_INLINE void averageRowBy2(D d, const uint8_t* upper, const uint8_t* lower, size_t dstWidth, uint8_t* out)
 {
     const size_t lanes = hn::Lanes(d);
     const auto means = [&](size_t x) HWY_ATTR
-    { return hn::ShiftRight<2>(hn::Add(pairSums(d, upper + x), pairSums(d, lower + x))); };
+    {
+        auto sum = hn::Add(pairSums(d, upper + x), pairSums(d, lower + x));
+        if constexpr (rounded)
+        {
+            sum = hn::Add(sum, hn::Set(hn::RepartitionToWide<D>(), 2));
+        }
+        return hn::ShiftRight<2>(sum);
+    };
     coverRange(0, dstWidth, lanes,
                [&](size_t x) HWY_ATTR
                { hn::StoreU(narrowInOrder(d, means(2 * x), means(2 * x + lanes)), d, out + x); });
 }
 
-int averageBy2(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
-               uint32_t dstStride)
+template <bool rounded>
+HWY_INLINE bool averageBy2IfWide(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                                 uint32_t dstStride)
 {
     const size_t stride = srcStride;
-    const bool done =
-        withFittingVector<uint8_t>(width / 2,
-                                   [&](auto d) HWY_ATTR
-                                   {
-                                       for (size_t y = 0; y < height / 2; ++y)
-                                       {
-                                           const uint8_t* rows = src + y * 2 * stride;
-                                           averageRowBy2(d, rows, rows + stride, width / 2, dst + y * dstStride);
-                                       }
-                                   });
-    return done ? 0 : vsrScaleDownBy2u8C(src, width, height, srcStride, dst, dstStride);
+    return withFittingVector<uint8_t>(width / 2,
+                                      [&](auto d) HWY_ATTR
+                                      {
+                                          for (size_t y = 0; y < height / 2; ++y)
+                                          {
+                                              const uint8_t* rows = src + y * 2 * stride;
+                                              averageRowBy2<rounded>(d, rows, rows + stride, width / 2,
+                                                                     dst + y * dstStride);
+                                          }
+                                      });
 }
 
-template <class D>
+bool averageBy2(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                uint32_t dstStride)
+{
+    return averageBy2IfWide<false>(src, width, height, srcStride, dst, dstStride);
+}
+
+bool averageBy2Rounded(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                       uint32_t dstStride)
+{
+    return averageBy2IfWide<true>(src, width, height, srcStride, dst, dstStride);
+}
+
+template <bool rounded, class D>
 HWY_INLINE void averageRowBy4(D d, const uint8_t* rows, size_t stride, size_t dstWidth, uint8_t* out)
 {
     const hn::RepartitionToWide<D> d16;
@@ -97,7 +117,12 @@ HWY_INLINE void averageRowBy4(D d, const uint8_t* rows, size_t stride, size_t ds
     {
         const auto pairs = hn::Add(hn::Add(pairSums(d, rows + x), pairSums(d, rows + stride + x)),
                                    hn::Add(pairSums(d, rows + 2 * stride + x), pairSums(d, rows + 3 * stride + x)));
-        return hn::ShiftRight<4>(sumsOfPairs(d32, pairs));
+        auto sum = sumsOfPairs(d32, pairs);
+        if constexpr (rounded)
+        {
+            sum = hn::Add(sum, hn::Set(d32, 8));
+        }
+        return hn::ShiftRight<4>(sum);
     };
     coverRange(0, dstWidth, lanes,
                [&](size_t x) HWY_ATTR
@@ -108,20 +133,32 @@ HWY_INLINE void averageRowBy4(D d, const uint8_t* rows, size_t stride, size_t ds
                });
 }
 
-int averageBy4(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
-               uint32_t dstStride)
+template <bool rounded>
+HWY_INLINE bool averageBy4IfWide(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                                 uint32_t dstStride)
 {
     const size_t stride = srcStride;
-    const bool done = withFittingVector<uint8_t>(width / 4,
-                                                 [&](auto d) HWY_ATTR
-                                                 {
-                                                     for (size_t y = 0; y < height / 4; ++y)
-                                                     {
-                                                         averageRowBy4(d, src + y * 4 * stride, stride, width / 4,
-                                                                       dst + y * dstStride);
-                                                     }
-                                                 });
-    return done ? 0 : vsrScaleDownBy4u8C(src, width, height, srcStride, dst, dstStride);
+    return withFittingVector<uint8_t>(width / 4,
+                                      [&](auto d) HWY_ATTR
+                                      {
+                                          for (size_t y = 0; y < height / 4; ++y)
+                                          {
+                                              averageRowBy4<rounded>(d, src + y * 4 * stride, stride, width / 4,
+                                                                     dst + y * dstStride);
+                                          }
+                                      });
+}
+
+bool averageBy4(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                uint32_t dstStride)
+{
+    return averageBy4IfWide<false>(src, width, height, srcStride, dst, dstStride);
+}
+
+bool averageBy4Rounded(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                       uint32_t dstStride)
+{
+    return averageBy4IfWide<true>(src, width, height, srcStride, dst, dstStride);
 }
 
 // ---- 3:2 ----
@@ -247,22 +284,40 @@ HWY_AFTER_NAMESPACE();
 namespace visora
 {
 HWY_EXPORT(averageBy2);
+HWY_EXPORT(averageBy2Rounded);
 HWY_EXPORT(averageBy4);
+HWY_EXPORT(averageBy4Rounded);
 HWY_EXPORT(reduce3To2);
 }  // namespace visora
+
+bool visora::roundedAverageBy2(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                               uint32_t dstStride)
+{
+    return HWY_DYNAMIC_DISPATCH(averageBy2Rounded)(src, width, height, srcStride, dst, dstStride);
+}
+
+bool visora::roundedAverageBy4(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                               uint32_t dstStride)
+{
+    return HWY_DYNAMIC_DISPATCH(averageBy4Rounded)(src, width, height, srcStride, dst, dstStride);
+}
 
 int vsrScaleDownBy2u8V(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
                        uint32_t dstStride)
 {
     using namespace visora;
-    return HWY_DYNAMIC_DISPATCH(averageBy2)(src, width, height, srcStride, dst, dstStride);
+    return HWY_DYNAMIC_DISPATCH(averageBy2)(src, width, height, srcStride, dst, dstStride)
+               ? 0
+               : vsrScaleDownBy2u8C(src, width, height, srcStride, dst, dstStride);
 }
 
 int vsrScaleDownBy4u8V(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
                        uint32_t dstStride)
 {
     using namespace visora;
-    return HWY_DYNAMIC_DISPATCH(averageBy4)(src, width, height, srcStride, dst, dstStride);
+    return HWY_DYNAMIC_DISPATCH(averageBy4)(src, width, height, srcStride, dst, dstStride)
+               ? 0
+               : vsrScaleDownBy4u8C(src, width, height, srcStride, dst, dstStride);
 }
 
 int vsrScaleDown3To2u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
