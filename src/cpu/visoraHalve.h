@@ -18,6 +18,14 @@ void halveReference(const GaussianImage<float>& image, uint32_t dstWidth, uint32
 void halveVector(const GaussianImage<uint8_t>& image, uint32_t dstWidth, uint32_t dstHeight);
 void halveVector(const GaussianImage<float>& image, uint32_t dstWidth, uint32_t dstHeight);
 
+/**
+ * Outputs from 1 up to this have all their columns inside the image, and one more to the right of them.
+ */
+constexpr size_t innerEnd(uint32_t width)
+{
+    return width < 4 ? 1 : width / 2 - 1;
+}
+
 /** One pixel of it. */
 uint8_t halvedPixel(const GaussianImage<uint8_t>& image, uint32_t x, uint32_t y);
 float halvedPixel(const GaussianImage<float>& image, uint32_t x, uint32_t y);

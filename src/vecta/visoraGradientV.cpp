@@ -43,18 +43,18 @@ HWY_INLINE void sobelRow(D d, const SobelRows& rows, T* dx, T* dy)
 {
     const hn::Rebind<uint8_t, D> d8;
     const auto pixels = [&](const uint8_t* row) HWY_ATTR { return hn::PromoteTo(d, hn::LoadU(d8, row)); };
-    coverRange(1, rows.width - 1, hn::Lanes(d),
-               [&](size_t x) HWY_ATTR
-               {
-                   const auto twice = [](auto v) HWY_ATTR { return hn::Add(v, v); };
-                   // The diagonals serve both directions.
-                   const auto falling = hn::Sub(pixels(rows.below + x + 1), pixels(rows.above + x - 1));
-                   const auto rising = hn::Sub(pixels(rows.above + x + 1), pixels(rows.below + x - 1));
-                   const auto across = hn::Sub(pixels(rows.centre + x + 1), pixels(rows.centre + x - 1));
-                   const auto down = hn::Sub(pixels(rows.below + x), pixels(rows.above + x));
-                   storeGradient(d, hn::Add(hn::Add(falling, rising), twice(across)), dx + x);
-                   storeGradient(d, hn::Add(hn::Sub(falling, rising), twice(down)), dy + x);
-               });
+    coverAligned(1, rows.width - 1, hn::Lanes(d), dx,
+                 [&](size_t x) HWY_ATTR
+                 {
+                     const auto twice = [](auto v) HWY_ATTR { return hn::Add(v, v); };
+                     // The diagonals serve both directions.
+                     const auto falling = hn::Sub(pixels(rows.below + x + 1), pixels(rows.above + x - 1));
+                     const auto rising = hn::Sub(pixels(rows.above + x + 1), pixels(rows.below + x - 1));
+                     const auto across = hn::Sub(pixels(rows.centre + x + 1), pixels(rows.centre + x - 1));
+                     const auto down = hn::Sub(pixels(rows.below + x), pixels(rows.above + x));
+                     storeGradient(d, hn::Add(hn::Add(falling, rising), twice(across)), dx + x);
+                     storeGradient(d, hn::Add(hn::Sub(falling, rising), twice(down)), dy + x);
+                 });
 }
 
 template <class T>

@@ -1,11 +1,10 @@
-// 5x5 Gaussian halves, vector variants.
+// 5x5 Gaussian half of bytes, vector variant.
 //
-// Bytes are summed along the row first, because that halves the work of all that follows, and each row only once: what
-// an output row shares with the next one, its last three rows, is carried down the image in two rows of partial sums.
-// Floats have to be summed down the columns first, by the definition of their result.
+// Sums along the rows come first, because that halves the work of all that follows, and each row is summed only once:
+// what an output row shares with the next one, its last three rows, is carried down the image in two rows of partial
+// sums.
 #include <algorithm>
 #include <array>
-#include <limits>
 
 #include "cpu/visoraHalve.h"
 #include "visora/scale.h"
@@ -26,12 +25,6 @@ namespace visora
 inline uint32_t halveWeight(uint32_t y, uint32_t height)
 {
     return binomialWeightAt<2>(Outside::LeftOut, 2 * y, height);
-}
-
-// Outputs from 1 up to this have all their columns inside the image, and one more to the right of them.
-constexpr size_t innerEnd(uint32_t width)
-{
-    return width < 4 ? 1 : width / 2 - 1;
 }
 
 // One output column at the image's edge, made while the rows pass by.
@@ -93,8 +86,6 @@ namespace visora
 {
 namespace HWY_NAMESPACE
 {
-
-// ---- Bytes ----
 
 // Lane i is the sum of pixels[2i .. 2i + 4], weighted. Reads two bytes for each lane and four behind them.
 template <class D>
@@ -271,162 +262,6 @@ bool halveBytesIfWide(const GaussianImage<uint8_t>& image, uint32_t dstWidth, ui
                                       [&](auto d) HWY_ATTR { halveBytes(d, image, dstWidth, dstHeight); });
 }
 
-// ---- Floats ----
-
-constexpr size_t kFloatTileOutputs = 512;
-
-// Weighted sums of the columns of one tile, even and odd ones apart.
-struct FloatColumns
-{
-    alignas(64) std::array<float, kFloatTileOutputs + 2> even;
-    alignas(64) std::array<float, kFloatTileOutputs + 2> odd;
-};
-
-// The rows of a window that lie inside the image.
-struct WindowRows
-{
-    std::array<const float*, 5> rows;
-    std::array<float, 5> weights;
-    size_t count = 0;
-    float weight = 0;
-};
-
-WindowRows windowRows(const GaussianImage<float>& image, uint32_t y)
-{
-    constexpr auto kWeights = binomialWeights<2>();
-    WindowRows window;
-    for (size_t tap = 0; tap < kWeights.size(); ++tap)
-    {
-        const size_t row = 2 * size_t{y} + tap;
-        if (row >= 2 && row - 2 < image.height)
-        {
-            window.rows[window.count] = image.src + (row - 2) * image.srcStep;
-            window.weights[window.count++] = static_cast<float>(kWeights[tap]);
-            window.weight += static_cast<float>(kWeights[tap]);
-        }
-    }
-    return window;
-}
-
-// `pairs` pairs of columns from `first` on.
-template <class D>
-HWY_INLINE void sumFloatColumns(D d, const WindowRows& window, size_t first, size_t pairs, FloatColumns& columns)
-{
-    const size_t lanes = hn::Lanes(d);
-    const auto sumOf = [&](size_t x, size_t count, const std::array<float, 5>& weights) HWY_ATTR
-    {
-        auto sum = hn::Mul(hn::Set(d, weights[0]), hn::LoadU(d, window.rows[0] + x));
-        for (size_t tap = 1; tap < count; ++tap)
-        {
-            sum = hn::Add(sum, hn::Mul(hn::Set(d, weights[tap]), hn::LoadU(d, window.rows[tap] + x)));
-        }
-        return sum;
-    };
-    const auto sumAll = [&](size_t count, const std::array<float, 5>& weights) HWY_ATTR
-    {
-        coverRange(0, pairs, lanes,
-                   [&](size_t i) HWY_ATTR
-                   {
-                       const auto low = sumOf(first + 2 * i, count, weights);
-                       const auto high = sumOf(first + 2 * i + lanes, count, weights);
-                       hn::StoreU(hn::ConcatEven(d, high, low), d, columns.even.data() + i);
-                       hn::StoreU(hn::ConcatOdd(d, high, low), d, columns.odd.data() + i);
-                   });
-    };
-    if (window.count == 5)
-    {
-        constexpr std::array<float, 5> kWhole = {1, 4, 6, 4, 1};
-        sumAll(5, kWhole);
-    }
-    else
-    {
-        sumAll(window.count, window.weights);
-    }
-}
-
-float oneNaN(float mean)
-{
-    return mean == mean ? mean : std::numeric_limits<float>::quiet_NaN();
-}
-
-template <class D>
-HWY_INLINE void combineFloatColumns(D d, const FloatColumns& columns, size_t count, float weight, float* out)
-{
-    const auto four = hn::Set(d, 4.0f);
-    const auto six = hn::Set(d, 6.0f);
-    const auto nan = hn::Set(d, std::numeric_limits<float>::quiet_NaN());
-    const auto combine = [&](auto normalise) HWY_ATTR
-    {
-        coverRange(0, count, hn::Lanes(d),
-                   [&](size_t x) HWY_ATTR
-                   {
-                       const float* even = columns.even.data() + x;
-                       const float* odd = columns.odd.data() + x;
-                       auto sum = hn::LoadU(d, even);
-                       sum = hn::Add(sum, hn::Mul(four, hn::LoadU(d, odd)));
-                       sum = hn::Add(sum, hn::Mul(six, hn::LoadU(d, even + 1)));
-                       sum = hn::Add(sum, hn::Mul(four, hn::LoadU(d, odd + 1)));
-                       sum = hn::Add(sum, hn::LoadU(d, even + 2));
-                       const auto mean = normalise(sum);
-                       hn::StoreU(hn::IfThenElse(hn::Eq(mean, mean), mean, nan), d, out + x);
-                   });
-    };
-    if (weight == 16.0f)
-    {
-        combine([d](auto sum) HWY_ATTR { return hn::Mul(sum, hn::Set(d, 1.0f / 256)); });
-    }
-    else
-    {
-        combine([d, weight](auto sum) HWY_ATTR { return hn::Div(sum, hn::Set(d, 16 * weight)); });
-    }
-}
-
-template <class D>
-HWY_INLINE void halveFloats(D d, const GaussianImage<float>& image, uint32_t dstWidth, uint32_t dstHeight)
-{
-    FloatColumns columns;
-    const size_t inner = innerEnd(image.width);
-    for (size_t begin = 1; begin < inner;)
-    {
-        const size_t count = std::min(kFloatTileOutputs, std::max(inner - begin, hn::Lanes(d)));
-        const size_t firstOutput = std::min(begin, inner - count);
-        const bool atLeft = begin == 1;
-        const bool atRight = firstOutput + count == inner;
-        for (uint32_t y = 0; y < dstHeight; ++y)
-        {
-            const WindowRows window = windowRows(image, y);
-            float* out = image.dst + y * image.dstStep;
-            sumFloatColumns(d, window, 2 * (firstOutput - 1), count + 2, columns);
-            combineFloatColumns(d, columns, count, window.weight, out + firstOutput);
-            if (atLeft)
-            {
-                const float sum = 6 * columns.even[0] + 4 * columns.odd[0] + columns.even[1];
-                out[0] = oneNaN(sum / (11 * window.weight));
-            }
-            if (atRight && image.width % 2 == 0)
-            {
-                const float sum = columns.even[count] + 4 * columns.odd[count] + 6 * columns.even[count + 1] +
-                                  4 * columns.odd[count + 1];
-                out[inner] = oneNaN(sum / (15 * window.weight));
-            }
-            else
-            {
-                for (size_t x = inner; atRight && x < dstWidth; ++x)
-                {
-                    out[x] = halvedPixel(image, static_cast<uint32_t>(x), y);
-                }
-            }
-        }
-        begin = firstOutput + count;
-    }
-}
-
-bool halveFloatsIfWide(const GaussianImage<float>& image, uint32_t dstWidth, uint32_t dstHeight)
-{
-    return withFittingVector<float>(innerEnd(image.width) - 1,
-                                    [&](auto d) HWY_ATTR { halveFloats(d, image, dstWidth, dstHeight); });
-}
-
 }  // namespace HWY_NAMESPACE
 }  // namespace visora
 HWY_AFTER_NAMESPACE();
@@ -436,7 +271,6 @@ HWY_AFTER_NAMESPACE();
 namespace visora
 {
 HWY_EXPORT(halveBytesIfWide);
-HWY_EXPORT(halveFloatsIfWide);
 }  // namespace visora
 
 void visora::halveVector(const GaussianImage<uint8_t>& image, uint32_t dstWidth, uint32_t dstHeight)
@@ -447,32 +281,11 @@ void visora::halveVector(const GaussianImage<uint8_t>& image, uint32_t dstWidth,
     }
 }
 
-void visora::halveVector(const GaussianImage<float>& image, uint32_t dstWidth, uint32_t dstHeight)
-{
-    if (!HWY_DYNAMIC_DISPATCH(halveFloatsIfWide)(image, dstWidth, dstHeight))
-    {
-        halveReference(image, dstWidth, dstHeight);
-    }
-}
-
 vsrStatus vsrScaleDownBy2Gaussian5x5u8V(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                                         uint8_t* dst, uint32_t dstStride)
 {
     visora::halveVector(visora::GaussianImage(src, width, height, srcStride, dst, dstStride), width / 2, height / 2);
     return VISORA_SUCCESS;
-}
-
-vsrStatus vsrScaleDownBy2Gaussian5x5f32_v2V(const float* src, uint32_t width, uint32_t height, uint32_t srcStride,
-                                            float* dst, uint32_t dstStride)
-{
-    visora::halveVector(visora::GaussianImage(src, width, height, srcStride, dst, dstStride), width / 2, height / 2);
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrScaleDownBy2Gaussian5x5f32V(const float* src, uint32_t width, uint32_t height, float* dst)
-{
-    constexpr uint32_t kBytes = sizeof(float);
-    return vsrScaleDownBy2Gaussian5x5f32_v2V(src, width, height, width * kBytes, dst, width / 2 * kBytes);
 }
 
 #endif

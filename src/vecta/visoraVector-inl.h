@@ -38,6 +38,25 @@ HWY_INLINE void coverRange(size_t begin, size_t end, size_t lanes, Body body)
 }
 
 /**
+ * As coverRange, with a second step that begins where `out + x` is aligned to a vector: stores that cross cache lines
+ * cost twice as much.
+ */
+template <class T, class Body>
+HWY_INLINE void coverAligned(size_t begin, size_t end, size_t lanes, const T* out, Body body)
+{
+    body(begin);
+    const size_t beyond = reinterpret_cast<uintptr_t>(out + begin) / sizeof(T) % lanes;
+    if (const size_t next = begin + lanes - beyond; next + lanes <= end)
+    {
+        return coverRange(next, end, lanes, body);
+    }
+    if (begin + lanes < end)
+    {
+        body(end - lanes);
+    }
+}
+
+/**
  * Runs body(tag) with the widest vector of T that `count` elements fill: the machine's own, up to kMaxBytes, else 128
  * bits.
  * @return false when not even that fits, and the scalar reference should do the work
