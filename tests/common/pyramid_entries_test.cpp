@@ -20,8 +20,10 @@ namespace
 
 // Allocations of at least so many bytes are counted, and one of them can be made to fail.
 constexpr size_t kLarge = 1000;
-thread_local int largeUntilFailure = -1;
 thread_local int largeBlocks = 0;
+#ifndef VISORA_TEST_SANITIZED
+thread_local int largeUntilFailure = -1;
+#endif
 
 }  // namespace
 
