@@ -92,6 +92,9 @@ const RegisterPeers libyuvScalers({
     {"vsrScaleDownNNu8", "4to1", "libyuv", libyuvScale(4, 1, libyuv::kFilterNone)},
     {"vsrScaleDownNNu8", "10to7", "libyuv", libyuvScale(10, 7, libyuv::kFilterNone)},
     {"vsrScaleDownNNu8", "any", "libyuv", libyuvScale(5, 1, libyuv::kFilterNone)},
+    {"vsrScaleu8", "nearest", "libyuv", libyuvScale(10, 7, libyuv::kFilterNone)},
+    {"vsrScaleu8", "bilinear", "libyuv", libyuvScale(10, 7, libyuv::kFilterBilinear)},
+    {"vsrScaleu8", "area_2to1", "libyuv", libyuvScale(2, 1, libyuv::kFilterBox)},
 });
 #endif
 
