@@ -77,7 +77,7 @@ vsrStatus vsrTrackLKOpticalFlowu8_v3(const uint8_t* src1, const uint8_t* src2, u
                    src1 && src2 && src1Pyr && src2Pyr && featureXY && featureXY_out && featureStatus &&
                        (windowWidth & 0x1) && (windowHeight & 0x1),
                    kCondition);
-    return call.run<vsrTrackLKOpticalFlowu8_v3C>(
+    return call.runOrFallBack<vsrTrackLKOpticalFlowu8_v3C>(
         src1, src2, width, height, stride, src1Pyr, src2Pyr, featureXY, featureXY_out, featureStatus, nFeatures,
         windowWidth, windowHeight, maxIterations, nPyramidLevels, criteriaType, epsilon, useInitialEstimate);
 }
