@@ -73,11 +73,11 @@ std::function<void(Arguments&)> fit(double typicalScale)
     };
 }
 
-template <auto kernel, bool withErrors>
+template <auto kernel, size_t coefficients, bool withErrors>
 void prepareEvaluation(Arguments& a)
 {
     const Given given = giveCorrespondences(a, 1, kTypicalOutliers);
-    std::vector<float> model(given.truth.begin(), given.truth.end());
+    std::vector<float> model(given.truth.begin(), given.truth.begin() + coefficients);
     for (float& value : model)
     {
         // Now and then a model that maps some points to infinity, or all.
@@ -131,11 +131,11 @@ const Register fits({
     {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(kTypicalPixels), "pixels", 0, true},
     {VISORA_OPERATION(vsrGeomHomographyFitDPf32), fit<vsrGeomHomographyFitDPf32C>(kTypicalPixels), "", 0, true},
     {VISORA_OPERATION(vsrGeomAffineFitf32), fit<vsrGeomAffineFitf32C>(1), "", 0, true},
-    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32), prepareEvaluation<vsrGeomHomographyEvaluatef32C, false>, "", 0,
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32), prepareEvaluation<vsrGeomHomographyEvaluatef32C, 9, false>, "", 0,
      true},
-    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32_v2), prepareEvaluation<vsrGeomHomographyEvaluatef32_v2C, true>, "",
-     0, true},
-    {VISORA_OPERATION(vsrGeomAffineEvaluatef32), prepareEvaluation<vsrGeomAffineEvaluatef32C, false>, "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32_v2), prepareEvaluation<vsrGeomHomographyEvaluatef32_v2C, 9, true>,
+     "", 0, true},
+    {VISORA_OPERATION(vsrGeomAffineEvaluatef32), prepareEvaluation<vsrGeomAffineEvaluatef32C, 6, false>, "", 0, true},
     {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(1), "", 0, true},
     {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(kTypicalPixels),
      "pixels", 0, true},
