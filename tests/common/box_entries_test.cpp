@@ -1,194 +1,90 @@
 // What the entry points of the box filters and of the M x N median refuse and which kind serves them.
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <string>
 
-#include "support/log_capture.h"
-#include "visora/dispatch.h"
+#include "support/entry_point.h"
 #include "visora/filter.h"
-#include "visora/runtime.h"
 
 namespace visora::test
 {
 namespace
 {
 
-using BoxFunction = vsrStatus (*)(const uint8_t*, uint32_t, uint32_t, uint32_t, uint8_t*, uint32_t);
-
 struct OlderBox
 {
-    const char* name;
-    BoxFunction entry;
+    EntryPoint entry;
     uint32_t row;
-    uint32_t size;
     const char* condition;
+    const char* refused;
 };
 
 const OlderBox kOlderBoxes[] = {
-    {"vsrBoxFilter3x3u8", vsrBoxFilter3x3u8, 19, 3,
+    {{VISORA_ENTRY(vsrBoxFilter3x3u8), "src width=3 height=3 srcStride=3 dst dstStride=3"},
+     19,
      "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth ) && srcWidth > 2 && "
-     "srcHeight > 2"},
-    {"vsrBoxFilter5x5u8", vsrBoxFilter5x5u8, 21, 5,
+     "srcHeight > 2",
+     "width=2, height=2, srcStride=2, width=2 srcStride=0"},
+    {{VISORA_ENTRY(vsrBoxFilter5x5u8), "src width=5 height=5 srcStride=5 dst dstStride=5"},
+     21,
      "src && dst && srcWidth && srcHeight && srcStride && dstStride && (srcStride >=srcWidth) && srcWidth > 4 && "
-     "srcHeight > 4"},
-    {"vsrBoxFilter11x11u8", vsrBoxFilter11x11u8, 18, 11,
+     "srcHeight > 4",
+     "width=4, height=4, srcStride=4, width=4 srcStride=0"},
+    {{VISORA_ENTRY(vsrBoxFilter11x11u8), "src width=11 height=11 srcStride=11 dst dstStride=11"},
+     18,
      "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth) && srcWidth > 10 && "
-     "srcHeight > 10"},
+     "srcHeight > 10",
+     "width=10, height=10, srcStride=10, width=10 srcStride=0"},
 };
+
+const EntryPoint kFloatBox = {VISORA_ENTRY(vsrBoxFilterNxNf32),
+                              "src width=8 height=8 srcStride=32 dst dstStride=32 N=3"};
 
 TEST(BoxEntries, OlderStyleLogsItsConditionAndPassesOnTheLogsResult)
 {
-    const std::vector<uint8_t> src(1024, 1);
-    std::vector<uint8_t> dst(1024, 2);
-    const std::vector<uint8_t> untouched = dst;
     for (const OlderBox& box : kOlderBoxes)
     {
-        const uint32_t n = box.size;
-        const struct
-        {
-            const uint8_t* src;
-            uint32_t width, height, srcStride;
-            uint8_t* dst;
-        } refused[] = {
-            {nullptr, n, n, n, dst.data()},        {src.data(), n, n, n, nullptr},
-            {src.data(), 0, n, n, dst.data()},     {src.data(), n, 0, n, dst.data()},
-            {src.data(), n - 1, n, n, dst.data()}, {src.data(), n, n - 1, n, dst.data()},
-            {src.data(), n, n, n - 1, dst.data()}, {src.data(), 0, 0, 0, dst.data()},
-            {src.data(), n - 1, n, 0, dst.data()},
-        };
-        for (const auto& call : refused)
-        {
-            LogCapture log(-17);
-            EXPECT_EQ(static_cast<vsrStatus>(-17),
-                      box.entry(call.src, call.width, call.height, call.srcStride, call.dst, n));
-            EXPECT_EQ((std::vector{refusal(box.name, box.condition)}), log.take()) << &call - refused;
-        }
-        EXPECT_EQ(untouched, dst);
-
-        LogCapture log;
-        EXPECT_EQ(0u, box.entry(src.data(), n, n, 0, dst.data(), 0)) << "the smallest image, packed";
-        EXPECT_EQ(std::vector<LogLine>(), log.take());
-        dst = untouched;
+        box.entry.expectRefusedLogging(box.condition, box.refused);
+        box.entry.expectRefusedLogging(box.condition, "src=0, dst=0, width=0, height=0, width=0 height=0 srcStride=0");
+        EXPECT_EQ(box.entry.output(), box.entry.output("srcStride=0 dstStride=0")) << box.entry.name();
     }
 }
 
 TEST(BoxEntries, StatusMembersRefuseSilently)
 {
-    const std::vector<uint8_t> bytes(64, 1);
-    const std::vector<int16_t> words(64, 1);
-    const std::vector<float> floats(64, 1);
-    std::vector<uint8_t> bytesOut(64, 2);
-    std::vector<int16_t> wordsOut(64, 2);
-    std::vector<float> floatsOut(64, 2);
-    const uint8_t* b = bytes.data();
-    uint8_t* bo = bytesOut.data();
-    const int16_t* w = words.data();
-    int16_t* wo = wordsOut.data();
-    const float* f = floats.data();
-    float* fo = floatsOut.data();
-    LogCapture log;
-    const vsrStatus results[] = {
-        vsrBoxFilter3x3u8_v2(nullptr, 8, 8, 8, bo, 8, 0, 0),
-        vsrBoxFilter3x3u8_v2(b, 8, 8, 8, nullptr, 8, 0, 0),
-        vsrBoxFilter3x3u8_v2(b, 0, 8, 8, bo, 8, 0, 0),
-        vsrBoxFilter3x3u8_v2(b, 8, 0, 8, bo, 8, 0, 0),
-        vsrBoxFilter3x3u8_v2(b, 8, 8, 7, bo, 8, 0, 0),
-        vsrBoxFilter3x3u8_v2(b, 8, 8, 8, bo, 7, 0, 0),
-        vsrBoxFilter3x3u8_v2(b, 8, 8, 8, bo, 8, 3, 0),
-        vsrBoxFilterNxNf32(nullptr, 8, 8, 32, fo, 32, 3),
-        vsrBoxFilterNxNf32(f, 8, 8, 32, nullptr, 32, 3),
-        vsrBoxFilterNxNf32(f, 4, 8, 32, fo, 32, 3),
-        vsrBoxFilterNxNf32(f, 8, 4, 32, fo, 32, 3),
-        vsrBoxFilterNxNf32(f, 8, 8, 31, fo, 32, 3),
-        vsrBoxFilterNxNf32(f, 8, 8, 32, fo, 28, 3),
-        vsrBoxFilterNxNf32(f, 8, 8, 32, fo, 32, 1),
-        vsrBoxFilterNxNf32(f, 8, 8, 32, fo, 32, 0),
-        vsrBoxFilterNxNf32(fo, 7, 8, 28, fo, 32, 3),
-        // A row longer than 32 bits can say: no stride holds it, packed or not.
-        vsrBoxFilterNxNf32(f, 0x40000001, 8, 0, fo, 0, 3),
-        vsrFilterMedianMxNs16(nullptr, 8, 8, 16, 3, 3, wo, 16),
-        vsrFilterMedianMxNs16(w, 8, 8, 16, 3, 3, nullptr, 16),
-        vsrFilterMedianMxNs16(w, 0, 8, 16, 3, 3, wo, 16),
-        vsrFilterMedianMxNs16(w, 8, 0, 16, 3, 3, wo, 16),
-        vsrFilterMedianMxNs16(w, 8, 8, 15, 3, 3, wo, 16),
-        vsrFilterMedianMxNs16(w, 8, 8, 16, 3, 3, wo, 15),
-        vsrFilterMedianMxNs16(w, 8, 8, 16, 0, 3, wo, 16),
-        vsrFilterMedianMxNs16(w, 8, 8, 16, 3, 0, wo, 16),
-        vsrFilterMedianMxNs16(w, 8, 8, 16, 3, 256, wo, 16),
-        vsrFilterMedianMxNs16(w, 0x80000001, 8, 0, 3, 3, wo, 0),
-    };
-    for (const vsrStatus& result : results)
-    {
-        EXPECT_EQ(3u, result) << "call " << &result - results;
-    }
-    EXPECT_EQ(std::vector<LogLine>(), log.take());
-    EXPECT_EQ(std::vector<uint8_t>(64, 2), bytesOut);
-    EXPECT_EQ(std::vector<int16_t>(64, 2), wordsOut);
-    EXPECT_EQ(std::vector<float>(64, 2), floatsOut);
+    // A row longer than 32 bits can say: no stride holds it, packed or not.
+    kFloatBox.expectRefused(3,
+                            "src=0, dst=0, width=4, height=4, srcStride=31, dstStride=28, N=1, N=0, "
+                            "width=7 srcStride=28 src=dst, width=0x40000001 srcStride=0 dstStride=0");
+    EXPECT_EQ(kFloatBox.output("N=2"), kFloatBox.output("N=2 srcStride=0 dstStride=0"));
 
-    EXPECT_EQ(0u, vsrBoxFilterNxNf32(f, 8, 8, 0, fo, 0, 2));
-    EXPECT_EQ(1.0f, floatsOut[63]);
-    EXPECT_EQ(0u, vsrFilterMedianMxNs16(w, 8, 8, 0, 3, 255, wo, 0)) << "a window higher than the image";
-    EXPECT_EQ(std::vector<int16_t>(64, 2), wordsOut);
-    EXPECT_EQ(0u, vsrFilterMedianMxNs16(w, 8, 8, 0, 3, 3, wo, 0));
-    EXPECT_EQ(1, wordsOut[9]);
+    const EntryPoint median = {VISORA_ENTRY(vsrFilterMedianMxNs16),
+                               "src width=8 height=8 srcStride=16 M=3 N=3 dst dstStride=16"};
+    median.expectRefused(3,
+                         "src=0, dst=0, width=0, height=0, srcStride=15, dstStride=15, M=0, N=0, N=256, "
+                         "width=0x80000001 srcStride=0 dstStride=0");
+    EXPECT_EQ(median.output(), median.output("srcStride=0 dstStride=0"));
+    EntryPoint::Block untouched;
+    untouched.fill(EntryPoint::kUntouched);
+    EXPECT_EQ(untouched, median.output("N=255")) << "a window higher than the image";
 }
-
-// Puts a row on a DSP for a while, with tracing.
-class OnDsp
-{
-  public:
-    explicit OnDsp(uint32_t row) : row_(row)
-    {
-        vsrImplTable[row] = VSR_IMPL_CDSP;
-        libLogPrint = 1;
-    }
-    ~OnDsp()
-    {
-        vsrImplTable[row_] = VSR_IMPL_CPU;
-        libLogPrint = 0;
-    }
-    OnDsp(const OnDsp&) = delete;
-    OnDsp& operator=(const OnDsp&) = delete;
-
-  private:
-    uint32_t row_;
-};
 
 TEST(BoxEntries, SmallOrLowImagesDoNotGoToTheDsp)
 {
-    alignas(16) static float src[8800 * 12];
-    alignas(16) static float dst[8800 * 12];
-    const auto* b = reinterpret_cast<const uint8_t*>(src);
-    auto* bo = reinterpret_cast<uint8_t*>(dst);
-    LogCapture log;
-    const auto expectServed = [&](const char* entry, const char* kind)
-    { EXPECT_EQ((std::vector{trace(entry, kind)}), log.take()); };
+    const std::string large = "width=176 height=144 dstStride=176 ";
     for (const OlderBox& box : kOlderBoxes)
     {
-        const OnDsp kind(box.row);
-        box.entry(b, 176, 144, 176, bo, 176);
-        expectServed(box.name, "VECTA");
-        box.entry(b, 176, 144, 184, bo, 176);
-        expectServed(box.name, "CDSP");
-        box.entry(b + 4, 176, 144, 184, bo, 176);
-        expectServed(box.name, "VECTA");
+        VSR_IMPL& row = vsrImplTable[box.row];
+        box.entry.expectLeft(row, VSR_IMPL_CDSP, large + "srcStride=176, " + large + "srcStride=184 src+4");
+        box.entry.expectKept(row, VSR_IMPL_CDSP, large + "srcStride=184");
     }
-    {
-        const OnDsp kind(20);
-        vsrBoxFilter3x3u8_v2(b, 8800, 3, 0, bo, 0, VISORA_BORDER_REPLICATE, 0);
-        expectServed("vsrBoxFilter3x3u8_v2", "VECTA");
-        vsrBoxFilter3x3u8_v2(b, 8800, 4, 0, bo, 0, VISORA_BORDER_REPLICATE, 0);
-        expectServed("vsrBoxFilter3x3u8_v2", "CDSP");
-    }
-    {
-        // Much work per pixel: 6337 pixels are enough.
-        const OnDsp kind(22);
-        vsrBoxFilterNxNf32(src, 88, 72, 0, dst, 0, 2);
-        expectServed("vsrBoxFilterNxNf32", "VECTA");
-        vsrBoxFilterNxNf32(src, 88, 73, 0, dst, 0, 2);
-        expectServed("vsrBoxFilterNxNf32", "CDSP");
-    }
+    const EntryPoint bordered = {VISORA_ENTRY(vsrBoxFilter3x3u8_v2),
+                                 "src width=8800 height=4 srcStride=0 dst dstStride=0 borderType=2 borderValue=0"};
+    bordered.expectLeft(vsrImplTable[20], VSR_IMPL_CDSP, "height=3");
+    bordered.expectKept(vsrImplTable[20], VSR_IMPL_CDSP, "height=4");
+    // Much work per pixel: 6337 pixels are enough.
+    kFloatBox.expectLeft(vsrImplTable[22], VSR_IMPL_CDSP, "N=2 width=88 height=72 srcStride=0 dstStride=0");
+    kFloatBox.expectKept(vsrImplTable[22], VSR_IMPL_CDSP, "N=2 width=88 height=73 srcStride=0 dstStride=0");
 }
 
 }  // namespace

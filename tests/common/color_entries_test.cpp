@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "common/visoraRows.h"
-#include "support/log_capture.h"
+#include "support/entry_point.h"
 #include "visora.h"
 
 namespace visora::test
@@ -14,321 +13,133 @@ namespace visora::test
 namespace
 {
 
-using Bytes = std::vector<uint8_t>;
-
-using Planar = vsrStatus (*)(const uint8_t*, const uint8_t*, const uint8_t*, uint32_t, uint32_t, uint32_t, uint32_t,
-                             uint32_t, uint8_t*, uint32_t);
-using PseudoPlanar = vsrStatus (*)(const uint8_t*, const uint8_t*, uint32_t, uint32_t, uint32_t, uint32_t, uint8_t*,
-                                   uint32_t);
-
-template <class Function>
+// A conversion of an image of 6 x 4 with strides of 0.
 struct Member
 {
-    const char* name;
-    Function entry;
-    uint32_t pixelBytes;
-    int sampling;
-    const char* more = "";
+    EntryPoint entry;
+    std::string condition;
+    std::string refused;
+    std::string packed;  // the strides of an image that is 7 pixels wide
+    bool stops;          // at a width of 1, by ending the process
 };
 
-#define MEMBER(name, pixelBytes, sampling) #name, name, pixelBytes, sampling
-
-const Member<Planar> kPlanar[] = {
-    {MEMBER(vsrColorYCbCr444PlanarToRGB565u8, 2, 444)},   {MEMBER(vsrColorYCbCr444PlanarToRGB888u8, 3, 444)},
-    {MEMBER(vsrColorYCbCr444PlanarToRGBA8888u8, 4, 444)}, {MEMBER(vsrColorYCbCr422PlanarToRGB565u8, 2, 422)},
-    {MEMBER(vsrColorYCbCr422PlanarToRGB888u8, 3, 422)},   {MEMBER(vsrColorYCbCr422PlanarToRGBA8888u8, 4, 422)},
-    {MEMBER(vsrColorYCbCr420PlanarToRGB565u8, 2, 420)},   {MEMBER(vsrColorYCbCr420PlanarToRGB888u8, 3, 420)},
-    {MEMBER(vsrColorYCbCr420PlanarToRGBA8888u8, 4, 420)},
-};
-
-const Member<PseudoPlanar> kPseudoPlanar[] = {
-    {MEMBER(vsrColorYCbCr444PseudoPlanarToRGB565u8, 2, 444)},
-    {MEMBER(vsrColorYCbCr444PseudoPlanarToRGB888u8, 3, 444)},
-    {MEMBER(vsrColorYCbCr444PseudoPlanarToRGBA8888u8, 4, 444)},
-    {MEMBER(vsrColorYCbCr422PseudoPlanarToRGB565u8, 2, 422)},
-    {MEMBER(vsrColorYCbCr422PseudoPlanarToRGB888u8, 3, 422), " && srcWidth > 1"},
-    {MEMBER(vsrColorYCbCr422PseudoPlanarToRGBA8888u8, 4, 422)},
-    {MEMBER(vsrColorYCbCr420PseudoPlanarToRGB565u8, 2, 420)},
-    {MEMBER(vsrColorYCbCr420PseudoPlanarToRGB888u8, 3, 420)},
-    {MEMBER(vsrColorYCbCr420PseudoPlanarToRGBA8888u8, 4, 420)},
-};
-
-// The contracts; # stands for the bytes of a destination pixel.
-constexpr char kPlanar444[] =
-    "srcY && srcCb && srcCr && dst && srcWidth && srcHeight && ( srcYStride == 0 || srcYStride >= "
-    "(srcWidth*sizeof(uint8_t)) ) && ( srcCbStride == 0 || srcCbStride >= (srcWidth*sizeof(uint8_t)) ) && ( "
-    "srcCrStride == 0 || srcCrStride >= (srcWidth*sizeof(uint8_t)) ) && ( dstStride == 0 || dstStride >= "
-    "(srcWidth*#*sizeof(uint8_t)))";
-constexpr char kPlanarHalved[] =
-    "srcY && srcCb && srcCr && dst && srcWidth && srcHeight && ( srcYStride == 0 || srcYStride >= "
-    "(srcWidth*sizeof(uint8_t)) ) && ( srcCbStride == 0 || srcCbStride >= ((srcWidth+1)/2*sizeof(uint8_t)) ) && ( "
-    "srcCrStride == 0 || srcCrStride >= ((srcWidth+1)/2*sizeof(uint8_t)) ) && ( dstStride == 0 || dstStride >= "
-    "(srcWidth*#*sizeof(uint8_t)))";
-constexpr char kPseudoPlanar444[] =
-    "srcY && srcC && dst && srcWidth && srcHeight && ( srcYStride == 0 || srcYStride >= (srcWidth*sizeof(uint8_t)) ) "
-    "&& ( srcCStride == 0 || srcCStride >= (srcWidth*2*sizeof(uint8_t)) ) && ( dstStride == 0 || dstStride >= "
-    "(srcWidth*#*sizeof(uint8_t)))";
-constexpr char kPseudoPlanarHalved[] =
-    "srcY && srcC && dst && srcWidth && srcHeight && ( srcYStride == 0 || srcYStride >= (srcWidth*sizeof(uint8_t)) ) "
-    "&& ( srcCStride == 0 || srcCStride >= (srcWidth*sizeof(uint8_t)) ) && ( dstStride == 0 || dstStride >= "
-    "(srcWidth*#*sizeof(uint8_t)))";
-
-std::string contract(std::string text, uint32_t pixelBytes, const char* more = "")
+template <class Function>
+Member member(const std::string& name, Function* function, uint32_t pixelBytes, bool halved)
 {
-    return text.replace(text.find('#'), 1, std::to_string(pixelBytes)) + more;
+    const auto number = [](uint32_t value) { return std::to_string(value); };
+    const bool planar = name.find("Pseudo") == std::string::npos;
+    const bool refusesOnePixel = name == "vsrColorYCbCr422PseudoPlanarToRGB888u8";
+    const auto chromaRow = [=](uint32_t width) {
+        return planar ? halved ? (width + 1) / 2 : width : halved ? width : width * 2;
+    };
+    const std::string chromaText = planar   ? halved ? "((srcWidth+1)/2*sizeof(uint8_t))" : "(srcWidth*sizeof(uint8_t))"
+                                   : halved ? "(srcWidth*sizeof(uint8_t))"
+                                            : "(srcWidth*2*sizeof(uint8_t))";
+    std::string pointers = "srcY";
+    std::string strides = "srcYStride=0";
+    std::string condition = "srcY";
+    std::string conditions = "( srcYStride == 0 || srcYStride >= (srcWidth*sizeof(uint8_t)) )";
+    std::string refused = "srcY=0, dst=0, width=0, height=0, srcYStride=5, dstStride=" + number(6 * pixelBytes - 1);
+    std::string packed = "width=7 srcYStride=7 dstStride=" + number(7 * pixelBytes);
+    for (const std::string plane : planar ? std::vector{"srcCb", "srcCr"} : std::vector{"srcC"})
+    {
+        pointers.append(" ").append(plane).append(plane == "srcCr" ? "+9" : "+3");
+        strides.append(" ").append(plane).append("Stride=0");
+        condition += " && " + plane;
+        const std::string stride = plane + "Stride";
+        conditions.append(" && ( ").append(stride).append(" == 0 || ").append(stride).append(" >= ");
+        conditions.append(chromaText).append(" )");
+        refused.append(", ").append(plane).append("=0, ").append(stride).append("=").append(number(chromaRow(6) - 1));
+        packed.append(" ").append(stride).append("=").append(number(chromaRow(7)));
+    }
+    // An odd width has half a sample more.
+    refused += planar ? ", width=5 srcCbStride=2" : "";
+    return {{name.c_str(), function, pointers + " width=6 height=4 " + strides + " dst dstStride=0"},
+            condition + " && dst && srcWidth && srcHeight && " + conditions +
+                " && ( dstStride == 0 || dstStride >= (srcWidth*" + number(pixelBytes) + "*sizeof(uint8_t)))" +
+                (refusesOnePixel ? " && srcWidth > 1" : ""),
+            refused + (refusesOnePixel ? ", width=1" : ""),
+            packed,
+            halved && !refusesOnePixel};
 }
 
-constexpr uint32_t kWidth = 6;
-constexpr uint32_t kHeight = 4;
-
-// Buffers that hold any of the members' images, and what must stay true of a refused call.
-struct Fixture
+std::vector<Member> members()
 {
-    Bytes src = Bytes(kWidth * kHeight * 4, 100);
-    Bytes dst = Bytes(kWidth * kHeight * 4, 7);
-    const Bytes untouched = dst;
-    static constexpr int kLogResult = -17;
-    LogCapture log{kLogResult};
-
-    void expectRefused(vsrStatus status, const std::string& name, const std::string& condition)
-    {
-        EXPECT_EQ(static_cast<vsrStatus>(kLogResult), status) << name;
-        EXPECT_EQ((std::vector{refusal(name, condition)}), log.take());
-        EXPECT_EQ(untouched, dst) << name;
-    }
-};
-
-TEST(ColorEntries, PlanarMembersRefuse)
-{
-    Fixture f;
-    const uint8_t* s = f.src.data();
-    uint8_t* d = f.dst.data();
-    for (const Member<Planar>& m : kPlanar)
-    {
-        const std::string text = contract(m.sampling == 444 ? kPlanar444 : kPlanarHalved, m.pixelBytes);
-        const uint32_t chroma = m.sampling == 444 ? kWidth : kWidth / 2;
-        const uint32_t row = kWidth * m.pixelBytes;
-        const auto refused = [&](vsrStatus status) { f.expectRefused(status, m.name, text); };
-        refused(m.entry(nullptr, s, s, kWidth, kHeight, 0, 0, 0, d, 0));
-        refused(m.entry(s, nullptr, s, kWidth, kHeight, 0, 0, 0, d, 0));
-        refused(m.entry(s, s, nullptr, kWidth, kHeight, 0, 0, 0, d, 0));
-        refused(m.entry(s, s, s, kWidth, kHeight, 0, 0, 0, nullptr, 0));
-        refused(m.entry(s, s, s, 0, kHeight, 0, 0, 0, d, 0));
-        refused(m.entry(s, s, s, kWidth, 0, 0, 0, 0, d, 0));
-        refused(m.entry(s, s, s, kWidth, kHeight, kWidth - 1, 0, 0, d, 0));
-        refused(m.entry(s, s, s, kWidth, kHeight, 0, chroma - 1, 0, d, 0));
-        refused(m.entry(s, s, s, kWidth, kHeight, 0, 0, chroma - 1, d, 0));
-        refused(m.entry(s, s, s, kWidth, kHeight, 0, 0, 0, d, row - 1));
-        // An odd width has half a sample more.
-        refused(m.entry(s, s, s, kWidth - 1, kHeight, 0, (kWidth - 1) / 2, 0, d, 0));
-    }
-}
-
-TEST(ColorEntries, PseudoPlanarMembersRefuse)
-{
-    Fixture f;
-    const uint8_t* s = f.src.data();
-    uint8_t* d = f.dst.data();
-    for (const Member<PseudoPlanar>& m : kPseudoPlanar)
-    {
-        const std::string text =
-            contract(m.sampling == 444 ? kPseudoPlanar444 : kPseudoPlanarHalved, m.pixelBytes, m.more);
-        const uint32_t chroma = m.sampling == 444 ? kWidth * 2 : kWidth;
-        const uint32_t row = kWidth * m.pixelBytes;
-        const auto refused = [&](vsrStatus status) { f.expectRefused(status, m.name, text); };
-        refused(m.entry(nullptr, s, kWidth, kHeight, 0, 0, d, 0));
-        refused(m.entry(s, nullptr, kWidth, kHeight, 0, 0, d, 0));
-        refused(m.entry(s, s, kWidth, kHeight, 0, 0, nullptr, 0));
-        refused(m.entry(s, s, 0, kHeight, 0, 0, d, 0));
-        refused(m.entry(s, s, kWidth, 0, 0, 0, d, 0));
-        refused(m.entry(s, s, kWidth, kHeight, kWidth - 1, 0, d, 0));
-        refused(m.entry(s, s, kWidth, kHeight, 0, chroma - 1, d, 0));
-        refused(m.entry(s, s, kWidth, kHeight, 0, 0, d, row - 1));
-        if (*m.more)
-        {
-            refused(m.entry(s, s, 1, kHeight, 0, 0, d, 0));
-        }
-    }
-}
-
-TEST(ColorEntries, OtherMembersRefuse)
-{
-    using Whole = vsrStatus (*)(const uint8_t*, uint32_t, uint32_t, uint32_t*);
-    using Tiles = vsrStatus (*)(const uint8_t*, uint32_t, uint32_t, uint8_t*);
-    const Member<Whole> wholeBuffers[] = {
-        {MEMBER(vsrColorYUV420toRGB565u8, 2, 420)},
-        {MEMBER(vsrColorYUV420toRGB565u8Rotate180, 2, 420)},
-        {MEMBER(vsrColorYUV420toRGB8888u8, 4, 420)},
-    };
-    const Member<Tiles> tiles[] = {
-        {MEMBER(vsrColorYCrCbH1V1toRGB888u8, 3, 0), "src && dst && width && height"},
-        {MEMBER(vsrColorYCrCbH2V2toRGB888u8, 3, 0), "y_src && dst && width && height"},
-        {MEMBER(vsrColorYCrCbH2V1toRGB888u8, 3, 0), "ysrc && dst && width && height"},
-        {MEMBER(vsrColorYCrCbH1V2toRGB888u8, 3, 0), "ysrc && dst && width && height"},
-    };
-    Fixture f;
-    const uint8_t* s = f.src.data();
-    const auto refuseAll = [&](const auto& member, auto* d, const char* text)
-    {
-        f.expectRefused(member.entry(nullptr, kWidth, kHeight, d), member.name, text);
-        f.expectRefused(member.entry(s, kWidth, kHeight, nullptr), member.name, text);
-        f.expectRefused(member.entry(s, 0, kHeight, d), member.name, text);
-        f.expectRefused(member.entry(s, kWidth, 0, d), member.name, text);
-    };
-    auto* words = reinterpret_cast<uint32_t*>(f.dst.data());
-    for (const Member<Whole>& member : wholeBuffers)
-    {
-        refuseAll(member, words, "src && dst && width && height");
-    }
-    for (const Member<Tiles>& member : tiles)
-    {
-        refuseAll(member, f.dst.data(), member.more);
-    }
-
-    constexpr char kName[] = "vsrColorYCrCb420PseudoPlanarToRGB8888u8";
-    const auto convert = vsrColorYCrCb420PseudoPlanarToRGB8888u8;
-    for (const vsrStatus status :
-         {convert(nullptr, 4, 2, 4, 4, words, 16), convert(s, 4, 2, 4, 4, nullptr, 16),
-          convert(s, 0, 2, 4, 4, words, 16), convert(s, 4, 0, 4, 4, words, 16), convert(s, 4, 2, 0, 4, words, 16),
-          convert(s, 4, 2, 4, 0, words, 16), convert(s, 4, 2, 4, 4, words, 0)})
-    {
-        EXPECT_EQ(static_cast<vsrStatus>(Fixture::kLogResult), status);
-    }
-    EXPECT_EQ(std::vector(7, refusal(kName,
-                                     "src && dst && srcWidth && srcHeight && srcYStride && srcCStride && "
-                                     "dstStride")),
-              f.log.take());
-    EXPECT_EQ(f.untouched, f.dst);
+#define FORMATS(layout, halved)                                                                               \
+    member(VISORA_ENTRY(layout##ToRGB565u8), 2, halved), member(VISORA_ENTRY(layout##ToRGB888u8), 3, halved), \
+        member(VISORA_ENTRY(layout##ToRGBA8888u8), 4, halved)
+    return {FORMATS(vsrColorYCbCr444Planar, false),      FORMATS(vsrColorYCbCr422Planar, true),
+            FORMATS(vsrColorYCbCr420Planar, true),       FORMATS(vsrColorYCbCr444PseudoPlanar, false),
+            FORMATS(vsrColorYCbCr422PseudoPlanar, true), FORMATS(vsrColorYCbCr420PseudoPlanar, true)};
+#undef FORMATS
 }
 
 // An odd width and an even height, so that every default differs from its neighbours.
-TEST(ColorEntries, AStrideOfZeroIsPacked)
+TEST(ColorEntries, PlanarAndPseudoPlanarMembersRefuseAndTakeStridesOfZeroAsPacked)
 {
-    constexpr uint32_t kOdd = 7;
-    Bytes src(kOdd * kHeight * 2 + 1);
-    for (size_t i = 0; i < src.size(); ++i)
+    for (const Member& m : members())
     {
-        src[i] = static_cast<uint8_t>(i * 37);
+        m.entry.expectRefusedLogging(m.condition, m.refused);
+        EXPECT_EQ(m.entry.output(m.packed), m.entry.output("width=7")) << m.entry.name();
     }
-    const uint8_t* s = src.data();
-    for (const Member<Planar>& m : kPlanar)
-    {
-        Bytes packed(kOdd * kHeight * m.pixelBytes);
-        Bytes zero = packed;
-        const uint32_t chroma = m.sampling == 444 ? kOdd : (kOdd + 1) / 2;
-        EXPECT_EQ(0u,
-                  m.entry(s, s + 3, s + 9, kOdd, kHeight, kOdd, chroma, chroma, packed.data(), kOdd * m.pixelBytes));
-        EXPECT_EQ(0u, m.entry(s, s + 3, s + 9, kOdd, kHeight, 0, 0, 0, zero.data(), 0));
-        EXPECT_EQ(packed, zero) << m.name;
-    }
-    for (const Member<PseudoPlanar>& m : kPseudoPlanar)
-    {
-        Bytes packed(kOdd * kHeight * m.pixelBytes);
-        Bytes zero = packed;
-        const uint32_t chroma = m.sampling == 444 ? kOdd * 2 : kOdd;
-        EXPECT_EQ(0u, m.entry(s, s, kOdd, kHeight, kOdd, chroma, packed.data(), kOdd * m.pixelBytes));
-        EXPECT_EQ(0u, m.entry(s, s, kOdd, kHeight, 0, 0, zero.data(), 0));
-        EXPECT_EQ(packed, zero) << m.name;
-    }
-    Bytes packed(kOdd * kHeight * 4);
-    Bytes whole = packed;
-    vsrColorYCrCb420PseudoPlanarToRGB8888u8(s, kOdd, kHeight, kOdd, kOdd, reinterpret_cast<uint32_t*>(packed.data()),
-                                            kOdd * 4);
-    vsrColorYUV420toRGB8888u8(s, kOdd, kHeight, reinterpret_cast<uint32_t*>(whole.data()));
-    EXPECT_EQ(packed, whole);
 }
 
-// Gives a row of either table a kind, switches tracing on, and puts everything back.
-class RowKind
+constexpr char kWhole[] = "src width=6 height=4 dst";
+const EntryPoint kRotating = {VISORA_ENTRY(vsrColorYUV420toRGB565u8Rotate180), kWhole};
+const EntryPoint kWhole8888 = {VISORA_ENTRY(vsrColorYUV420toRGB8888u8), kWhole};
+
+TEST(ColorEntries, OtherMembersRefuse)
 {
-  public:
-    RowKind(Row row, VSR_IMPL kind) : RowKind(vsrImplTable[static_cast<uint32_t>(row)], kind) {}
-    RowKind(InternalRow row, VSR_IMPL kind) : RowKind(vsrInternalImplTable[static_cast<uint32_t>(row)], kind) {}
-    ~RowKind()
+    const std::pair<EntryPoint, std::string> members[] = {
+        {{VISORA_ENTRY(vsrColorYUV420toRGB565u8), kWhole}, "src"},
+        {kRotating, "src"},
+        {kWhole8888, "src"},
+        {{VISORA_ENTRY(vsrColorYCrCbH1V1toRGB888u8), kWhole}, "src"},
+        {{VISORA_ENTRY(vsrColorYCrCbH2V2toRGB888u8), kWhole}, "y_src"},
+        {{VISORA_ENTRY(vsrColorYCrCbH2V1toRGB888u8), kWhole}, "ysrc"},
+        {{VISORA_ENTRY(vsrColorYCrCbH1V2toRGB888u8), kWhole}, "ysrc"},
+    };
+    for (const auto& [entry, source] : members)
     {
-        entry_ = VSR_IMPL_CPU;
-        libLogPrint = 0;
+        entry.expectRefusedLogging(source + " && dst && width && height", "src=0, dst=0, width=0, height=0");
     }
-    RowKind(const RowKind&) = delete;
-    RowKind& operator=(const RowKind&) = delete;
-
-  private:
-    RowKind(VSR_IMPL& entry, VSR_IMPL kind) : entry_(entry)
-    {
-        entry_ = kind;
-        libLogPrint = 1;
-    }
-
-    VSR_IMPL& entry_;
-};
+    const EntryPoint strided = {VISORA_ENTRY(vsrColorYCrCb420PseudoPlanarToRGB8888u8),
+                                "src width=7 height=4 srcYStride=7 srcCStride=7 dst dstStride=28"};
+    strided.expectRefusedLogging("src && dst && srcWidth && srcHeight && srcYStride && srcCStride && dstStride",
+                                 "src=0, dst=0, width=0, height=0, srcYStride=0, srcCStride=0, dstStride=0");
+    EXPECT_EQ(strided.output(), kWhole8888.output("width=7"));
+}
 
 TEST(ColorEntries, TheKindFollowsAlignmentAndSize)
 {
-    alignas(16) static uint8_t src[192 * 144 * 3];
-    alignas(16) static uint8_t dst[192 * 144 * 4 + 16];
-    auto* words = reinterpret_cast<uint32_t*>(dst);
-    const auto traced = [](const char* name, const char* kind, vsrStatus status, LogCapture& log)
+    const EntryPoint planar = {VISORA_ENTRY(vsrColorYCbCr444PlanarToRGB565u8),
+                               "srcY srcCb srcCr width=184 height=144 srcYStride=0 srcCbStride=0 srcCrStride=0 dst "
+                               "dstStride=0"};
+    planar.expectKept(vsrImplTable[120], VSR_IMPL_CDSP, "width=184, srcCb+8 width=176 srcYStride=184");
+    // 176 x 144 is one pixel short of being worth it.
+    planar.expectLeft(vsrImplTable[120], VSR_IMPL_CDSP,
+                      "width=176, srcCb+4, width=180 srcYStride=184 srcCbStride=184, srcCbStride=188");
+    kRotating.expectKept(vsrInternalImplTable[1], VSR_IMPL_CDSP, "width=192 height=144");
+    kRotating.expectLeft(vsrInternalImplTable[1], VSR_IMPL_CDSP, "src+4 width=192 height=144, width=64 height=64");
+    for (const VSR_IMPL kind : {VSR_IMPL_CDSP, VSR_IMPL_GPU})
     {
-        EXPECT_EQ(0u, status);
-        EXPECT_EQ((std::vector{trace(name, kind)}), log.take());
-    };
-    LogCapture log;
-    {
-        const RowKind kind(Row::vsrColorYCbCr444PlanarToRGB565u8, VSR_IMPL_CDSP);
-        const auto convert =
-            [&](const char* expected, size_t offset, uint32_t width, uint32_t yStride, uint32_t cbStride)
-        {
-            traced("vsrColorYCbCr444PlanarToRGB565u8", expected,
-                   vsrColorYCbCr444PlanarToRGB565u8(src, src + offset, src, width, 144, yStride, cbStride, 0, dst, 0),
-                   log);
-        };
-        convert("CDSP", 0, 184, 0, 0);
-        convert("CDSP", 8, 176, 184, 0);
-        // 176 x 144 is one pixel short of being worth it.
-        convert("VECTA", 0, 176, 0, 0);
-        convert("VECTA", 4, 184, 0, 0);
-        convert("VECTA", 0, 180, 184, 184);
-        convert("VECTA", 0, 184, 0, 188);
-    }
-    {
-        const RowKind kind(InternalRow::vsrColorYUV420toRGB565u8Rotate180, VSR_IMPL_CDSP);
-        constexpr char kName[] = "vsrColorYUV420toRGB565u8Rotate180";
-        traced(kName, "CDSP", vsrColorYUV420toRGB565u8Rotate180(src, 192, 144, words), log);
-        traced(kName, "VECTA", vsrColorYUV420toRGB565u8Rotate180(src + 4, 192, 144, words), log);
-        traced(kName, "VECTA", vsrColorYUV420toRGB565u8Rotate180(src, 64, 64, words), log);
-    }
-    for (const auto& [kindNumber, kindName] : {std::pair(VSR_IMPL_CDSP, "CDSP"), std::pair(VSR_IMPL_GPU, "GPU")})
-    {
-        const RowKind kind(Row::vsrColorYCrCb420PseudoPlanarToRGB8888u8, kindNumber);
-        constexpr char kName[] = "vsrColorYUV420toRGB8888u8";
-        traced(kName, kindName, vsrColorYUV420toRGB8888u8(src, 8, 2, words), log);
-        traced(kName, "VECTA", vsrColorYUV420toRGB8888u8(src, 12, 2, words), log);
-        traced(kName, "VECTA", vsrColorYUV420toRGB8888u8(src + 8, 8, 2, words), log);
-        traced(kName, "VECTA", vsrColorYUV420toRGB8888u8(src, 8, 2, words + 2), log);
+        kWhole8888.expectKept(vsrImplTable[136], kind, "width=8 height=2");
+        kWhole8888.expectLeft(vsrImplTable[136], kind, "width=12, width=8 src+8, width=8 dst+8");
     }
 }
 
 TEST(ColorEntriesDeathTest, AWidthOfOneEndsTheProcessWhereChromaIsHalved)
 {
     constexpr char kLine[] = "visora_lib_log: src/cpu/visoraColorC@[0-9]+: length > 1 Assertion failed";
-    const Bytes src(16);
-    Bytes dst(16);
-    const uint8_t* s = src.data();
-    uint8_t* d = dst.data();
-    for (const Member<Planar>& m : kPlanar)
+    for (const Member& m : members())
     {
-        if (m.sampling != 444)
+        if (m.stops)
         {
-            EXPECT_EXIT(m.entry(s, s, s, 1, 2, 0, 0, 0, d, 0), testing::ExitedWithCode(1), kLine) << m.name;
+            EXPECT_EXIT(m.entry.call("width=1 height=2"), testing::ExitedWithCode(1), kLine) << m.entry.name();
         }
     }
-    for (const Member<PseudoPlanar>& m : kPseudoPlanar)
-    {
-        if (m.sampling != 444 && !*m.more)
-        {
-            EXPECT_EXIT(m.entry(s, s, 1, 2, 0, 0, d, 0), testing::ExitedWithCode(1), kLine) << m.name;
-        }
-    }
+    const uint8_t s[16] = {};
+    uint8_t d[16];
     EXPECT_EXIT(vsrColorYCbCr422PlanarToRGB565u8V(s, s, s, 1, 2, 1, 1, 1, d, 2), testing::ExitedWithCode(1), kLine);
     EXPECT_EXIT(vsrColorYCbCr420PseudoPlanarToRGB888u8V(s, s, 1, 2, 1, 2, d, 3), testing::ExitedWithCode(1), kLine);
 }

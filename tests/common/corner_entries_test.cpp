@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -20,36 +20,33 @@ constexpr uint32_t kUntouched = 0xabababab;
 // A noisy image of 40 x 30, 44 bytes a row, and lists for its corners.
 struct Scene
 {
-    std::vector<uint8_t> pixels;
-    std::vector<uint8_t> mask;
-    std::vector<uint32_t> xy;
-    std::vector<uint32_t> scores;
-    std::vector<uint32_t> work;
+    std::vector<uint8_t> pixels = std::vector<uint8_t>(44 * 30);
+    std::vector<uint8_t> mask = std::vector<uint8_t>(5 * 30);
+    std::vector<uint32_t> xy = std::vector<uint32_t>(2400, kUntouched);
+    std::vector<uint32_t> scores = std::vector<uint32_t>(1200, kUntouched);
+    std::vector<uint32_t> work = std::vector<uint32_t>(3 * 1200 + 30, kUntouched);
     uint32_t count = kUntouched;
+    CornerCall call = {pixels.data(), 40,     30,          44, 20, 3, xy.data(),  scores.data(),
+                       1200,          &count, mask.data(), 40, 30, 1, work.data()};
 
     Scene()
-        : pixels(44 * 30), mask(5 * 30), xy(2400, kUntouched), scores(1200, kUntouched), work(3 * 1200 + 30, kUntouched)
     {
         Random random(4);
-        for (uint8_t& pixel : pixels)
+        std::generate(pixels.begin(), pixels.end(), [&] { return static_cast<uint8_t>(random.next()); });
+    }
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+
+    void expectListsUntouched(const std::string& where) const
+    {
+        for (const std::vector<uint32_t>& list : {xy, scores, work})
         {
-            pixel = static_cast<uint8_t>(random.next());
+            EXPECT_EQ(std::vector(list.size(), kUntouched), list) << where;
         }
     }
-
-    CornerCall call()
-    {
-        return {pixels.data(), 40,     30,          44, 20, 3, xy.data(),  scores.data(),
-                1200,          &count, mask.data(), 40, 30, 1, work.data()};
-    }
-
-    bool untouched() const
-    {
-        const auto all = [](const std::vector<uint32_t>& words)
-        { return std::all_of(words.begin(), words.end(), [](uint32_t word) { return word == kUntouched; }); };
-        return all(xy) && all(scores) && all(work) && count == kUntouched;
-    }
 };
+
+using Change = void (*)(CornerCall&);
 
 // The condition that a member logs when it refuses.
 std::string condition(const CornerMember& member)
@@ -65,19 +62,17 @@ std::string condition(const CornerMember& member)
 
 TEST(CornerEntries, RefuseBadArgumentsAndWriteNothing)
 {
-    struct Case
+    const struct
     {
-        const char* what;
-        std::function<void(CornerCall&)> spoil;
-        bool onlyScores = false;
-        bool onlyMasks = false;
-    };
-    const Case cases[] = {
+        std::string what;
+        Change spoil;
+        bool CornerMember::*only = nullptr;  // the members that have the argument
+    } cases[] = {
         {"no image", [](CornerCall& c) { c.src = nullptr; }},
         {"no list", [](CornerCall& c) { c.xy = nullptr; }},
         {"no count", [](CornerCall& c) { c.count = nullptr; }},
-        {"no scores", [](CornerCall& c) { c.scores = nullptr; }, true, false},
-        {"no mask", [](CornerCall& c) { c.mask = nullptr; }, false, true},
+        {"no scores", [](CornerCall& c) { c.scores = nullptr; }, &CornerMember::scores},
+        {"no mask", [](CornerCall& c) { c.mask = nullptr; }, &CornerMember::masks},
         {"stride below a row", [](CornerCall& c) { c.stride = 39; }},
         {"border as wide as half the height", [](CornerCall& c) { c.border = 15; }},
         {"border as wide as half the width", [](CornerCall& c) { c.border = 3, c.width = 6, c.stride = 6; }},
@@ -87,58 +82,47 @@ TEST(CornerEntries, RefuseBadArgumentsAndWriteNothing)
     };
     for (const CornerMember& member : cornerMembers())
     {
-        for (const Case& c : cases)
+        for (const auto& [what, spoil, only] : cases)
         {
-            if ((c.onlyScores && !member.scores) || (c.onlyMasks && !member.masks))
-            {
-                continue;
-            }
             for (const int result : {7, -5})
             {
+                if (only && !(member.*only))
+                {
+                    continue;
+                }
+                const std::string where = member.name + ", " + what;
                 Scene scene;
-                CornerCall call = scene.call();
-                c.spoil(call);
+                spoil(scene.call);
                 LogCapture log(result);
-                EXPECT_EQ(static_cast<vsrStatus>(result), member.entry(call)) << member << ", " << c.what;
-                EXPECT_EQ(std::vector{refusal(member.name, condition(member))}, log.take()) << c.what;
-                EXPECT_TRUE(scene.untouched()) << member << ", " << c.what;
+                EXPECT_EQ(static_cast<vsrStatus>(result), member.entry(scene.call)) << where;
+                EXPECT_EQ(std::vector{refusal(member.name, condition(member))}, log.take()) << where;
+                EXPECT_EQ(kUntouched, scene.count) << where;
+                scene.expectListsUntouched(where);
             }
         }
     }
 }
 
-TEST(CornerEntries, TakeSmallBordersAsThree)
+TEST(CornerEntries, TakeSmallBordersAsThreeAndStrideZeroAsPacked)
 {
+    const Change changes[][2] = {
+        {[](CornerCall&) {}, [](CornerCall& c) { c.border = 0; }},
+        {[](CornerCall&) {}, [](CornerCall& c) { c.border = 1; }},
+        {[](CornerCall&) {}, [](CornerCall& c) { c.border = 2; }},
+        {[](CornerCall& c) { c.stride = 40; }, [](CornerCall& c) { c.stride = 0; }},
+    };
     for (const CornerMember& member : cornerMembers())
     {
-        Scene three;
-        EXPECT_EQ(0u, member.entry(three.call()));
-        EXPECT_GT(three.count, 10u) << member;
-        for (const uint32_t border : {0u, 1u, 2u})
+        for (const auto& [change, defaulting] : changes)
         {
-            Scene scene;
-            CornerCall call = scene.call();
-            call.border = border;
-            EXPECT_EQ(0u, member.entry(call));
-            EXPECT_EQ(three.xy, scene.xy) << member << ", border " << border;
+            Scene expected, actual;
+            change(expected.call);
+            defaulting(actual.call);
+            EXPECT_EQ(0u, member.entry(expected.call)) << member;
+            EXPECT_EQ(0u, member.entry(actual.call)) << member;
+            EXPECT_EQ(expected.xy, actual.xy) << member;
+            EXPECT_GT(actual.count, 10u) << member;
         }
-    }
-}
-
-TEST(CornerEntries, TakeStrideZeroAsPacked)
-{
-    for (const CornerMember& member : cornerMembers())
-    {
-        Scene packed;
-        CornerCall call = packed.call();
-        call.stride = 40;
-        EXPECT_EQ(0u, member.entry(call));
-        Scene zero;
-        call = zero.call();
-        call.stride = 0;
-        EXPECT_EQ(0u, member.entry(call));
-        EXPECT_EQ(packed.xy, zero.xy) << member;
-        EXPECT_GT(zero.count, 10u) << member;
     }
 }
 
@@ -149,41 +133,36 @@ TEST(CornerEntries, WriteOnlyTheCountWithoutRoomForCorners)
         for (const CornerFunction function : {member.entry, member.vector})
         {
             Scene scene;
-            CornerCall call = scene.call();
-            call.capacity = 0;
-            EXPECT_EQ(0u, function(call));
+            scene.call.capacity = 0;
+            EXPECT_EQ(0u, function(scene.call));
             EXPECT_EQ(0u, scene.count) << member;
-            scene.count = kUntouched;
-            EXPECT_TRUE(scene.untouched()) << member;
+            scene.expectListsUntouched(member.name);
         }
     }
 }
 
 TEST(CornerEntries, SuppressionNeedsAWorkBuffer)
 {
-    const auto line = [](const std::string& name) -> std::string
-    {
-        return name == "vsrCornerFast9Scoreu8_v2"         ? "src/cpu/visoraFastC@3097"
-               : name == "vsrCornerFast9InMaskScoreu8_v2" ? "src/cpu/visoraFastC@3143"
-               : name == "vsrCornerFast10Scoreu8"         ? "src/cpu/visoraFast10C@1529"
-                                                          : "src/cpu/visoraFast10C@1653";
+    const std::map<std::string, std::string> lines = {
+        {"vsrCornerFast9Scoreu8_v2", "src/cpu/visoraFastC@3097"},
+        {"vsrCornerFast9InMaskScoreu8_v2", "src/cpu/visoraFastC@3143"},
+        {"vsrCornerFast10Scoreu8", "src/cpu/visoraFast10C@1529"},
+        {"vsrCornerFast10InMaskScoreu8", "src/cpu/visoraFast10C@1653"},
     };
     for (const CornerMember& member : cornerMembers())
     {
-        if (!member.suppresses)
-        {
-            continue;
-        }
-        Scene scene;
-        CornerCall call = scene.call();
-        call.workBuffer = nullptr;
         for (const CornerFunction function : {member.entry, member.reference, member.vector})
         {
-            call.suppress = 1;
-            EXPECT_EXIT(function(call), testing::ExitedWithCode(1),
-                        "visora_lib_log: " + line(member.name) + ": tempBuf Assertion failed");
-            call.suppress = 0;
-            EXPECT_EQ(0u, function(call)) << member;
+            if (!member.suppresses)
+            {
+                continue;
+            }
+            Scene scene;
+            scene.call.workBuffer = nullptr;
+            EXPECT_EXIT(function(scene.call), testing::ExitedWithCode(1),
+                        "visora_lib_log: " + lines.at(member.name) + ": tempBuf Assertion failed");
+            scene.call.suppress = 0;
+            EXPECT_EQ(0u, function(scene.call)) << member;
         }
     }
 }

@@ -1,10 +1,11 @@
-// What every entry point does around its kernel: choose the kind, trace, refuse.
+// What entry points do around their kernels: choose the kind, trace, refuse; those without a file of their own.
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <numeric>
 #include <vector>
 
-#include "support/log_capture.h"
+#include "support/entry_point.h"
 #include "visora.h"
 
 namespace visora::test
@@ -13,246 +14,113 @@ namespace
 {
 
 constexpr uint32_t kMedianRow = 216;
-constexpr uint32_t kMedianV3Row = 475;
+constexpr char kBordered[] = "src width=8 height=8 srcStride=8 dst dstStride=8 borderType=0 borderValue=255";
 
-// Gives a row a kind, switches tracing on, and puts everything back.
-class RowKind
+const EntryPoint kMedian = {VISORA_ENTRY(vsrFilterMedian3x3u8), "src width=8 height=8 dst"};
+const EntryPoint kMedianV2 = {VISORA_ENTRY(vsrFilterMedian3x3u8_v2),
+                              "src width=176 height=144 srcStride=184 dst dstStride=176"};
+
+struct BorderTypeMember
 {
-  public:
-    RowKind(uint32_t row, VSR_IMPL kind) : row_(row)
-    {
-        vsrImplTable[row] = kind;
-        libLogPrint = 1;
-    }
-    ~RowKind()
-    {
-        vsrImplTable[row_] = VSR_IMPL_CPU;
-        libLogPrint = 0;
-        HW_constraint_checks_enable = 1;
-    }
-    RowKind(const RowKind&) = delete;
-    RowKind& operator=(const RowKind&) = delete;
-
-  private:
-    uint32_t row_;
+    EntryPoint entry;
+    uint32_t row;
 };
-
-// Puts an implementation into a slot for a while.
-class SlotOverride
-{
-  public:
-    template <class Function>
-    SlotOverride(uint32_t row, VSR_IMPL kind, Function* function)
-        : slot_(vsrFuncTable[row * VSR_KIND_COUNT + kind]), before_(slot_)
-    {
-        slot_ = reinterpret_cast<VSR_FUNC>(function);
-    }
-    ~SlotOverride() { slot_ = before_; }
-    SlotOverride(const SlotOverride&) = delete;
-    SlotOverride& operator=(const SlotOverride&) = delete;
-
-  private:
-    VSR_FUNC& slot_;
-    VSR_FUNC before_;
-};
-
-struct MedianCase
-{
-    VSR_IMPL kind;
-    uint32_t width;
-    uint32_t height;
-    uint32_t srcStride;
-    uint32_t dstStride;
-    size_t srcOffset;
-    const char* served;
-};
+const BorderTypeMember kBorderTypeMembers[] = {{{VISORA_ENTRY(vsrFilterMedian3x3u8_v3), kBordered}, 475},
+                                               {{VISORA_ENTRY(vsrFilterGaussian3x3u8_v3), kBordered}, 474},
+                                               {{VISORA_ENTRY(vsrBoxFilter3x3u8_v2), kBordered}, 20}};
 
 TEST(EntryPoints, MedianChoosesTheKindByTheConstraintsOfTheCall)
 {
-    const MedianCase cases[] = {
-        {VSR_IMPL_CPU, 64, 64, 0, 0, 0, "CPU"},
-        {VSR_IMPL_VECTA, 64, 64, 0, 0, 1, "VECTA"},
-        // 176 x 144 is one pixel short of being worth the DSP; the stride counts, not the width.
-        {VSR_IMPL_CDSP, 176, 144, 176, 176, 0, "VECTA"},
-        {VSR_IMPL_CDSP, 176, 144, 184, 176, 0, "CDSP"},
-        {VSR_IMPL_KDSP, 176, 144, 184, 176, 0, "KDSP"},
-        {VSR_IMPL_ADSP, 176, 144, 184, 176, 0, "ADSP"},
-        {VSR_IMPL_MDSP, 176, 144, 184, 176, 0, "MDSP"},
-        {VSR_IMPL_MDSP, 176, 144, 184, 180, 0, "VECTA"},
-        {VSR_IMPL_MDSP, 172, 160, 184, 176, 0, "VECTA"},
-        {VSR_IMPL_MDSP, 176, 160, 188, 176, 0, "VECTA"},
-        {VSR_IMPL_ADSP, 176, 144, 184, 176, 4, "VECTA"},
-        {VSR_IMPL_ADSP, 176, 144, 184, 176, 8, "ADSP"},
-        {VSR_IMPL_ADSP, 8800, 3, 8800, 8800, 0, "VECTA"},
-        {VSR_IMPL_ADSP, 8800, 4, 8800, 8800, 0, "ADSP"},
-        {VSR_IMPL_GPU, 64, 8, 64, 64, 0, "GPU"},
-        {VSR_IMPL_GPU, 60, 8, 64, 64, 0, "GPU"},
-        {VSR_IMPL_GPU, 64, 8, 64, 68, 0, "VECTA"},
-        {VSR_IMPL_GPU, 64, 8, 64, 64, 8, "VECTA"},
-    };
-    alignas(16) static uint8_t src[8800 * 4 + 16];
-    alignas(16) static uint8_t dst[8800 * 4];
-    for (const MedianCase& c : cases)
+    VSR_IMPL& row = vsrImplTable[kMedianRow];
+    kMedianV2.expectKept(row, VSR_IMPL_CPU, "width=64 height=64 srcStride=0 dstStride=0");
+    kMedianV2.expectKept(row, VSR_IMPL_VECTA, "src+1 width=64 height=64 srcStride=0 dstStride=0");
+    for (const VSR_IMPL dsp : kDsps)
     {
-        const RowKind kind(kMedianRow, c.kind);
-        LogCapture log;
-        EXPECT_EQ(0u, vsrFilterMedian3x3u8_v2(src + c.srcOffset, c.width, c.height, c.srcStride, dst, c.dstStride));
-        EXPECT_EQ((std::vector{trace("vsrFilterMedian3x3u8_v2", c.served)}), log.take())
-            << c.width << "x" << c.height << " " << c.srcStride << " " << c.dstStride << " " << c.srcOffset;
+        // 176 x 144 is one pixel short of being worth the DSP; the stride counts, not the width.
+        kMedianV2.expectLeft(row, dsp, "srcStride=176, dstStride=180, width=172 height=160, height=160 srcStride=188");
+        kMedianV2.expectLeft(row, dsp, "src+4, width=8800 height=3 srcStride=8800 dstStride=8800");
+        kMedianV2.expectKept(row, dsp, "srcStride=184, src+8, width=8800 height=4 srcStride=8800 dstStride=8800");
     }
+    kMedianV2.expectKept(row, VSR_IMPL_GPU,
+                         "width=64 height=8 srcStride=64 dstStride=64, width=60 height=8 srcStride=64 dstStride=64");
+    kMedianV2.expectLeft(
+        row, VSR_IMPL_GPU,
+        "width=64 height=8 srcStride=64 dstStride=68, src+8 width=64 height=8 srcStride=64 dstStride=64");
 }
 
 TEST(EntryPoints, SwitchedOffConstraintChecksLeaveTheDspKind)
 {
-    const RowKind kind(kMedianRow, VSR_IMPL_CDSP);
-    const std::vector<uint8_t> src(25);
-    std::vector<uint8_t> dst(25);
-    LogCapture log;
-    HW_constraint_checks_enable = 0;
-    vsrFilterMedian3x3u8(src.data(), 5, 5, dst.data());
-    HW_constraint_checks_enable = 1;
-    vsrFilterMedian3x3u8(src.data(), 5, 5, dst.data());
-    EXPECT_EQ((std::vector{trace("vsrFilterMedian3x3u8", "CDSP"), trace("vsrFilterMedian3x3u8", "VECTA")}), log.take());
+    kMedian.expectLeft(vsrImplTable[kMedianRow], VSR_IMPL_CDSP, "width=5 height=5");
+    const Override checks(HW_constraint_checks_enable, 0);
+    kMedian.expectKept(vsrImplTable[kMedianRow], VSR_IMPL_CDSP, "width=5 height=5");
 }
 
 TEST(EntryPoints, OlderStyleLogsTheConditionAndPassesOnTheLogsResult)
 {
-    constexpr char kPlain[] = "src && dst && width && height";
-    constexpr char kStrided[] = "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride";
-    const std::vector<uint8_t> src(64, 1);
-    std::vector<uint8_t> dst(64, 2);
-    const std::vector<uint8_t> untouched = dst;
-    for (const int result : {1, 17, -11})
-    {
-        LogCapture log(result);
-        const auto refused = [&](vsrStatus status, const char* entry, const char* condition)
-        {
-            EXPECT_EQ(static_cast<vsrStatus>(result), status);
-            EXPECT_EQ((std::vector{refusal(entry, condition)}), log.take());
-            EXPECT_EQ(untouched, dst);
-        };
-        refused(vsrFilterMedian3x3u8(nullptr, 8, 8, dst.data()), "vsrFilterMedian3x3u8", kPlain);
-        refused(vsrFilterMedian3x3u8(src.data(), 8, 8, nullptr), "vsrFilterMedian3x3u8", kPlain);
-        refused(vsrFilterMedian3x3u8(src.data(), 0, 8, dst.data()), "vsrFilterMedian3x3u8", kPlain);
-        refused(vsrFilterMedian3x3u8(src.data(), 8, 0, dst.data()), "vsrFilterMedian3x3u8", kPlain);
-        refused(vsrFilterMedian3x3u8_v2(src.data(), 8, 8, 7, dst.data(), 8), "vsrFilterMedian3x3u8_v2", kStrided);
-        refused(vsrFilterMedian3x3u8_v2(src.data(), 8, 0, 8, dst.data(), 8), "vsrFilterMedian3x3u8_v2", kStrided);
-    }
-}
-
-TEST(EntryPoints, ARefusedCallStillLeavesItsTrace)
-{
-    const RowKind kind(kMedianRow, VSR_IMPL_VECTA);
-    const RowKind kindV3(kMedianV3Row, VSR_IMPL_VECTA);
-    LogCapture log;
-    EXPECT_EQ(1u, vsrFilterMedian3x3u8(nullptr, 8, 8, nullptr));
-    EXPECT_EQ(3u, vsrFilterMedian3x3u8_v3(nullptr, 8, 8, 8, nullptr, 8, 0, 0));
-    EXPECT_EQ((std::vector{trace("vsrFilterMedian3x3u8", "VECTA"),
-                           refusal("vsrFilterMedian3x3u8", "src && dst && width && height"),
-                           trace("vsrFilterMedian3x3u8_v3", "VECTA")}),
-              log.take());
+    kMedian.expectRefusedLogging("src && dst && width && height", "src=0, dst=0, width=0, height=0");
+    kMedianV2.expectRefusedLogging("src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride",
+                                   "srcStride=175, height=0");
 }
 
 TEST(EntryPoints, NewerStyleRefusesSilently)
 {
-    std::vector<uint8_t> src(256, 1);
-    std::vector<uint8_t> dst(256, 2);
-    const std::vector<uint8_t> untouched = dst;
-    const std::vector<uint8_t> table(256, 3);
-    const uint8_t* s = src.data();
-    uint8_t* d = dst.data();
-    const uint8_t* t = table.data();
-    LogCapture log;
-    const vsrStatus results[] = {
-        vsrFilterMedian3x3u8_v3(nullptr, 8, 8, 8, d, 8, 0, 0),
-        vsrFilterMedian3x3u8_v3(s, 8, 8, 8, nullptr, 8, 0, 0),
-        vsrFilterMedian3x3u8_v3(s, 0, 8, 8, d, 8, 0, 0),
-        vsrFilterMedian3x3u8_v3(s, 8, 0, 8, d, 8, 0, 0),
-        vsrFilterMedian3x3u8_v3(s, 8, 8, 7, d, 8, 0, 0),
-        vsrFilterMedian3x3u8_v3(s, 8, 8, 8, d, 7, 0, 0),
-        vsrFilterMedian3x3u8_v3(s, 8, 8, 8, d, 8, 3, 0),
-        vsrBitwiseNotu8(nullptr, 8, 8, 8, d, 8),
-        vsrBitwiseNotu8(s, 8, 8, 8, nullptr, 8),
-        vsrBitwiseNotu8(s, 0, 8, 8, d, 8),
-        vsrBitwiseNotu8(s, 8, 0, 8, d, 8),
-        vsrBitwiseNotu8(s, 8, 8, 7, d, 8),
-        vsrBitwiseNotu8(s, 8, 8, 8, d, 7),
-        vsrBitwiseNotu8(d, 8, 8, 8, d, 9),
-        vsrTableLookupu8(s, 8, 8, 8, nullptr, d, 8),
-        vsrTableLookupu8(nullptr, 8, 8, 8, t, d, 8),
-        vsrTableLookupu8(s, 8, 8, 7, t, d, 8),
-        vsrTableLookupu8(d, 8, 8, 8, t, d, 9),
-        vsrRotateImageInterleavedu8(s, 8, 4, 16, d, 8, 0),
-        vsrRotateImageInterleavedu8(s, 8, 4, 16, d, 8, 4),
-        vsrRotateImageInterleavedu8(s, 8, 4, 15, d, 8, 1),
-        vsrRotateImageInterleavedu8(s, 8, 4, 16, d, 7, 1),
-        vsrRotateImageInterleavedu8(s, 8, 4, 16, d, 15, 2),
-        vsrRotateImageInterleavedu8(s, 8, 4, 16, nullptr, 16, 2),
-        vsrRotateImageInterleavedu8(d, 8, 8, 16, d, 16, 2),
-    };
-    for (const vsrStatus& result : results)
+    for (const auto& [entry, row] : kBorderTypeMembers)
     {
-        EXPECT_EQ(3u, result) << "call " << &result - results;
+        entry.expectRefused(3, "src=0, dst=0, width=0, height=0, srcStride=7, dstStride=7, borderType=3");
     }
-    EXPECT_EQ(std::vector<LogLine>(), log.take());
-    EXPECT_EQ(untouched, dst);
+    const EntryPoint inversion = {VISORA_ENTRY(vsrBitwiseNotu8), "src width=8 height=8 srcStride=8 dst dstStride=8"};
+    inversion.expectRefused(3, "src=0, dst=0, width=0, height=0, srcStride=7, dstStride=7, src=dst dstStride=9");
+    const EntryPoint lookup = {VISORA_ENTRY(vsrTableLookupu8),
+                               "src width=8 height=8 srcStride=8 table dst dstStride=8"};
+    lookup.expectRefused(3, "table=0, src=0, srcStride=7, src=dst dstStride=9");
+    const EntryPoint rotation = {VISORA_ENTRY(vsrRotateImageInterleavedu8),
+                                 "src width=8 height=4 srcStride=16 dst dstStride=8 rotation=1"};
+    rotation.expectRefused(3,
+                           "rotation=0, rotation=4, srcStride=15, dstStride=7, rotation=2 dstStride=15, "
+                           "rotation=2 dstStride=16 dst=0, rotation=2 dstStride=16 height=8 src=dst");
 }
 
-vsrStatus decliningV3(const uint8_t*, uint32_t, uint32_t, uint32_t, uint8_t*, uint32_t, vsrBorderType, uint8_t)
+template <class... Parameters>
+VSR_FUNC declining(vsrStatus (*)(Parameters...))
 {
-    return VISORA_EFALLBACK;
+    return reinterpret_cast<VSR_FUNC>(+[](Parameters...) -> vsrStatus { return VISORA_EFALLBACK; });
 }
 
-vsrStatus declining(const uint8_t*, uint32_t, uint32_t, uint32_t, uint8_t*, uint32_t)
+TEST(EntryPoints, TheVectorVariantServesWhenAnAcceleratedOneDeclinesOrIsMissing)
 {
-    return VISORA_EFALLBACK;
-}
-
-TEST(EntryPoints, TheVectorVariantServesWhenAnAcceleratedOneDeclines)
-{
-    const RowKind kind(kMedianRow, VSR_IMPL_KDSP);
-    const RowKind kindV3(kMedianV3Row, VSR_IMPL_KDSP);
-    const SlotOverride slot(kMedianRow, VSR_IMPL_KDSP, declining);
-    const SlotOverride slotV3(kMedianV3Row, VSR_IMPL_KDSP, decliningV3);
-    HW_constraint_checks_enable = 0;
-    const std::vector<uint8_t> src(25, 7);
-    std::vector<uint8_t> dst(25, 0);
-    LogCapture log;
-    EXPECT_EQ(0u, vsrFilterMedian3x3u8_v3(src.data(), 5, 5, 0, dst.data(), 0, VISORA_BORDER_REPLICATE, 0));
-    EXPECT_EQ(src, dst);
+    const Override checks(HW_constraint_checks_enable, 0);
+    for (const VSR_IMPL kind : {VSR_IMPL_KDSP, VSR_IMPL_GPU})
+    {
+        for (const auto& [entry, row] : kBorderTypeMembers)
+        {
+            const Override slot(vsrFuncTable[row * VSR_KIND_COUNT + kind], declining(vsrFilterMedian3x3u8_v3));
+            entry.expectKept(vsrImplTable[row], kind, "borderType=1, borderType=2");
+        }
+    }
+    VSR_FUNC* const medians = vsrFuncTable + size_t{kMedianRow} * VSR_KIND_COUNT;
+    const Override empty(medians[VSR_IMPL_MDSP], nullptr);
+    kMedian.expectKept(vsrImplTable[kMedianRow], VSR_IMPL_MDSP, "width=3 height=3");
     // The older style hands the status on.
-    EXPECT_EQ(vsrStatus{VISORA_EFALLBACK}, vsrFilterMedian3x3u8(src.data(), 5, 5, dst.data()));
-}
-
-TEST(EntryPoints, AnEmptyDspColumnIsServedByTheVectorVariant)
-{
-    const RowKind kind(kMedianRow, VSR_IMPL_MDSP);
-    HW_constraint_checks_enable = 0;
-    const std::vector<uint8_t> src(9, 7);
-    std::vector<uint8_t> dst(9, 0);
-    LogCapture log;
-    EXPECT_EQ(0u, vsrFilterMedian3x3u8(src.data(), 3, 3, dst.data()));
-    EXPECT_EQ(7, dst[4]);
+    const Override slot(medians[VSR_IMPL_KDSP], declining(vsrFilterMedian3x3u8_v2));
+    const Override kind(vsrImplTable[kMedianRow], VSR_IMPL_KDSP);
+    EXPECT_EQ(int32_t{VISORA_EFALLBACK}, kMedian.call());
 }
 
 TEST(EntryPoints, InPlaceWorksWhereItIsAllowed)
 {
     std::vector<uint8_t> image(200, 0x0f);
     std::vector<uint8_t> reversal(256);
-    for (size_t i = 0; i < reversal.size(); ++i)
-    {
-        reversal[i] = static_cast<uint8_t>(255 - i);
-    }
+    std::iota(reversal.rbegin(), reversal.rend(), uint8_t{0});
+    uVTable(VSR_IMPL_VECTA);
     for (const VSR_IMPL kind : {VSR_IMPL_CPU, VSR_IMPL_VECTA})
     {
-        uVTable(VSR_IMPL_VECTA);
-        vsrImplTable[441] = vsrImplTable[496] = kind;
+        const Override inverting(vsrImplTable[441], kind);
+        const Override lookingUp(vsrImplTable[496], kind);
         EXPECT_EQ(0u, vsrBitwiseNotu8(image.data(), 67, 2, 100, image.data(), 100));
         EXPECT_EQ(0xf0, image[166]);
         EXPECT_EQ(0u, vsrTableLookupu8(image.data(), 67, 2, 100, reversal.data(), image.data(), 100));
         EXPECT_EQ(std::vector<uint8_t>(200, 0x0f), image);
     }
-    vsrImplTable[441] = vsrImplTable[496] = VSR_IMPL_CPU;
 }
 
 TEST(EntryPoints, RotationTurnsClockwise)
