@@ -1,32 +1,20 @@
 #include "common/hardware_double.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <utility>
+#include <thread>
 
+#include "support/next_function.h"
 #include "visora.h"
 
 namespace visora::test
 {
 namespace
 {
-
-DspDouble* current = nullptr;
-uint32_t alsoReported = 0;
-bool hasPlatformLibrary = false;
-int platformLibraryOpened = 0;
-
-// The library's own function of this name.
-template <class Function>
-Function* real(const char* name, Function* /*type*/)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 // The framework says nothing in a child.
 int tellFailures()
@@ -51,10 +39,24 @@ void inChild(const std::function<void()>& body)
 {
     EXPECT_EXIT(
         {
+            describeProcessor(kPhone);
             body();
             std::exit(tellFailures());
         },
         testing::ExitedWithCode(0), "");
+}
+
+void inThreads(int count, const std::function<void(int)>& body)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i)
+    {
+        threads.emplace_back(body, i);
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
 }
 
 void describeProcessor(const char* text)
@@ -68,21 +70,6 @@ void describeProcessor(const char* text)
         std::atexit([] { std::remove(path.c_str()); });
     }
     ivsrProcessorDescriptionPath = path.c_str();
-}
-
-DspDouble::DspDouble()
-{
-    current = this;
-}
-
-DspDouble::~DspDouble()
-{
-    current = nullptr;
-}
-
-std::vector<std::string> DspDouble::takeCalls()
-{
-    return std::exchange(calls_, {});
 }
 
 int32_t DspDouble::init(int32_t wanted, const char* version)
@@ -104,67 +91,41 @@ int32_t DspDouble::deinit()
     return deinitResult;
 }
 
-ReportAlso::ReportAlso(uint32_t bits)
-{
-    alsoReported = bits;
-}
-
-ReportAlso::~ReportAlso()
-{
-    alsoReported = 0;
-}
-
-PlatformLibraryDouble::PlatformLibraryDouble()
-{
-    hasPlatformLibrary = true;
-    platformLibraryOpened = 0;
-}
-
-PlatformLibraryDouble::~PlatformLibraryDouble()
-{
-    hasPlatformLibrary = false;
-}
-
-int PlatformLibraryDouble::opened() const
-{
-    return platformLibraryOpened;
-}
-
 }  // namespace visora::test
 
 // These are bound by the dynamic linker before the library's own.
 using visora::test::alsoReported;
-using visora::test::current;
-using visora::test::real;
+using visora::test::DspDouble;
+using visora::test::next;
 
 int32_t KCVAK6_init(int32_t mode, const char* version)
 {
-    return current ? current->init(mode, version) : real("KCVAK6_init", KCVAK6_init)(mode, version);
+    return DspDouble::living ? DspDouble::living->init(mode, version) : next("KCVAK6_init", KCVAK6_init)(mode, version);
 }
 
 int32_t KCVAK6_deinit(void)
 {
-    return current ? current->deinit() : real("KCVAK6_deinit", KCVAK6_deinit)();
+    return DspDouble::living ? DspDouble::living->deinit() : next("KCVAK6_deinit", KCVAK6_deinit)();
 }
 
 bool KCVAK6_is_ready(void)
 {
-    return current ? current->mode >= 0 : real("KCVAK6_is_ready", KCVAK6_is_ready)();
+    return DspDouble::living ? DspDouble::living->mode >= 0 : next("KCVAK6_is_ready", KCVAK6_is_ready)();
 }
 
 int32_t KCVAK6_get_current_mode(void)
 {
-    return current ? current->mode : real("KCVAK6_get_current_mode", KCVAK6_get_current_mode)();
+    return DspDouble::living ? DspDouble::living->mode : next("KCVAK6_get_current_mode", KCVAK6_get_current_mode)();
 }
 
 uint32_t vsrAvailableHardware(vsrOperationMode mode)
 {
-    return real("vsrAvailableHardware", vsrAvailableHardware)(mode) | alsoReported;
+    return next("vsrAvailableHardware", vsrAvailableHardware)(mode) | alsoReported;
 }
 
 void* dlopen(const char* path, int mode) noexcept
 {
     const bool isIt = visora::test::hasPlatformLibrary && path && std::string(path) == "/data/local/libvsropt.so";
     visora::test::platformLibraryOpened += isIt;
-    return real("dlopen", dlopen)(isIt ? nullptr : path, mode);
+    return next("dlopen", dlopen)(isIt ? nullptr : path, mode);
 }

@@ -1,20 +1,45 @@
-// What stands in for hardware: processor descriptions, a DSP session, a report.
+// What stands in for hardware: processor descriptions, a DSP session, a report, a platform library. They are the
+// process's, so that they are used in children only.
 #ifndef VISORA_TESTS_COMMON_HARDWARE_DOUBLE_H
 #define VISORA_TESTS_COMMON_HARDWARE_DOUBLE_H
 
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace visora::test
 {
 
 /**
- * Runs the body in a forked child and expects it to pass there: the machine is looked at once per process, and modes,
- * tables and sessions are the process's.
+ * Runs the body in a forked child, on the machine of kPhone, and expects it to pass there: the machine is looked at
+ * once per process, and modes, tables and sessions are the process's. Threads are started in children only: what forks
+ * must have none, not even one that is on its way out.
  */
 void inChild(const std::function<void()>& body);
+
+/** Runs the body on each of the cases, in a child each. */
+template <class Cases, class Body>
+void inChildren(const Cases& cases, const Body& body)
+{
+    for (const auto& one : cases)
+    {
+        inChild([&] { body(one); });
+    }
+}
+
+/** A test that runs in a child. */
+#define CHILD_TEST(suite, name)             \
+    void suite##name();                     \
+    TEST(suite, name)                       \
+    {                                       \
+        visora::test::inChild(suite##name); \
+    }                                       \
+    void suite##name()
+
+/** Runs the body in that many threads, with their numbers. */
+void inThreads(int count, const std::function<void(int)>& body);
 
 /** Makes the text the processor description of this process; null leaves the file missing. */
 void describeProcessor(const char* text);
@@ -25,52 +50,44 @@ constexpr char kPhone[] =
     "CPU implementer\t: 0x51\nCPU architecture: 8\nCPU variant\t: 0xc\n\nHardware\t: Some board\n";
 constexpr char kServer[] = "Features\t: fp asimd\nCPU implementer\t: 0x43\nCPU architecture: 8\n";
 
+using Calls = std::vector<std::string>;
+
+/** The calls that a double got since they were last taken. */
+#define EXPECT_CALLS(from, ...) EXPECT_EQ((visora::test::Calls{__VA_ARGS__}), (from).takeCalls())
+
 /** While it lives, a DSP session can be opened, or is refused. It notes the calls that it gets. */
 class DspDouble
 {
   public:
-    DspDouble();
-    ~DspDouble();
+    DspDouble() { living = this; }
+    ~DspDouble() { living = nullptr; }
     DspDouble(const DspDouble&) = delete;
     DspDouble& operator=(const DspDouble&) = delete;
+
+    static inline DspDouble* living = nullptr;
 
     bool refuses = false;
     /** Called when a session is opened. */
     std::function<void()> onOpen = [] {};
-
-    /** "init <mode> <version> <domain>", "deinit <domain>"; taking them leaves none. */
-    std::vector<std::string> takeCalls();
-
-    int32_t init(int32_t mode, const char* version);
-    int32_t deinit();
     int32_t mode = -1;
     int32_t deinitResult = 0;
 
+    /** "init <mode> <version> <domain>", "deinit <domain>"; taking them leaves none. */
+    Calls takeCalls() { return std::exchange(calls_, {}); }
+
+    int32_t init(int32_t mode, const char* version);
+    int32_t deinit();
+
   private:
-    std::vector<std::string> calls_;
+    Calls calls_;
 };
 
-/** While it lives, the hardware report has these bits too. */
-class ReportAlso
-{
-  public:
-    explicit ReportAlso(uint32_t bits);
-    ~ReportAlso();
-    ReportAlso(const ReportAlso&) = delete;
-    ReportAlso& operator=(const ReportAlso&) = delete;
-};
+/** Bits that the hardware report has too. */
+inline uint32_t alsoReported = 0;
 
-/** While it lives, the platform-optimisation library is there: the program itself. */
-class PlatformLibraryDouble
-{
-  public:
-    PlatformLibraryDouble();
-    ~PlatformLibraryDouble();
-    PlatformLibraryDouble(const PlatformLibraryDouble&) = delete;
-    PlatformLibraryDouble& operator=(const PlatformLibraryDouble&) = delete;
-
-    int opened() const;
-};
+/** Whether the platform-optimisation library is there (it is the program itself), and how often it was opened. */
+inline bool hasPlatformLibrary = false;
+inline int platformLibraryOpened = 0;
 
 }  // namespace visora::test
 

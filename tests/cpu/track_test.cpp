@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <thread>
 
+#include "common/hardware_double.h"
 #include "support/instruction_sets.h"
 #include "support/random.h"
 #include "support/track_judge.h"
@@ -409,34 +409,27 @@ TEST(Track, FloatImagesOfWholeNumbersGiveTheBitsOfByteImages)
     }
 }
 
-TEST(TrackThreads, MayTrackAtOnce)
+CHILD_TEST(TrackThreads, MayTrackAtOnce)
 {
     const FramePair& frames = film(kMotions[3]);
+    const auto points = [](size_t i) { return gridPoints(320, 240, 20 + static_cast<float>(i), 41); };
     for (const Variant& variant : kVariants)
     {
         std::vector<Tracks> expected(4);
         std::vector<Tracks> found(4);
-        std::vector<std::thread> threads;
-        const auto points = [](size_t i) { return gridPoints(320, 240, 20 + static_cast<float>(i), 41); };
         for (size_t i = 0; i < found.size(); ++i)
         {
             expected[i] = run(variant.track, frames.first, frames.second, points(i), {});
         }
-        for (size_t i = 0; i < found.size(); ++i)
-        {
-            threads.emplace_back(
-                [&, i]
-                {
-                    for (int round = 0; round < 2; ++round)
-                    {
-                        found[i] = run(variant.track, frames.first, frames.second, points(i), {});
-                    }
-                });
-        }
-        for (std::thread& thread : threads)
-        {
-            thread.join();
-        }
+        inThreads(4,
+                  [&](int thread)
+                  {
+                      const auto i = static_cast<size_t>(thread);
+                      for (int round = 0; round < 2; ++round)
+                      {
+                          found[i] = run(variant.track, frames.first, frames.second, points(i), {});
+                      }
+                  });
         EXPECT_EQ(expected, found) << variant.name;
     }
 }

@@ -1,9 +1,9 @@
 // The processor's description, the hardware report and the bring-up of the DSP.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <atomic>
-#include <thread>
+#include <map>
+#include <regex>
 
 #include "common/hardware_double.h"
 #include "support/log_capture.h"
@@ -52,7 +52,8 @@ const Description kDescriptions[] = {
     {"empty", "", 0, 0},
     {"only-CPU machine 1", std::string(kServer) + "Hardware\t: Vendor PLTA01 rev 2\n", 7, 0x43, true},
     {"only-CPU machine 2", std::string(kServer) + "Hardware\t: PLTA02", 7, 0x43, true},
-    {"neighbouring machine", std::string(kServer) + "Hardware\t: PLTA03\nModel : PLTA01\n", 7, 0x43, false},
+    {"a machine's name without line feed", std::string(kPhone) + "\nHardware : no", 7, 0x51},
+    {"neighbouring machine", std::string(kServer) + "Hardware\t: PLTA03\nModel : PLTA01\n", 7, 0x43},
     {"last word ends at 4096 bytes", std::string(4096 - 19, '\n') + "Features : fp asimd more", kFloat | kVector, 0},
     {"word cut at 4096 bytes", std::string(4096 - 18, '\n') + "Features : fp asimd\n", kFloat, 0},
     {"field behind 4096 bytes", "CPU architecture: 8\n" + std::string(4096, '\n') + "Features : fp asimd\n",
@@ -74,210 +75,168 @@ void expectDescription(const Description& expected)
 
 TEST(Processor, IsWhatItsDescriptionSays)
 {
-    for (const Description& description : kDescriptions)
-    {
-        inChild(
-            [&]
-            {
-                describeProcessor(description.text.c_str());
-                expectDescription(description);
-            });
-    }
+    inChildren(kDescriptions,
+               [&](const Description& description)
+               {
+                   describeProcessor(description.text.c_str());
+                   expectDescription(description);
+               });
 }
 
-TEST(Processor, HasNoFeaturesWhenTheDescriptionCannotBeRead)
+CHILD_TEST(Processor, HasNoFeaturesWhenItsDescriptionIsMissing)
 {
-    inChild(
-        []
-        {
-            describeProcessor(nullptr);
-            expectDescription({"missing file", "", 0, 0});
-        });
-    inChild(
-        []
-        {
-            ivsrProcessorDescriptionPath = "/";
-            expectDescription({"a folder", "", 0, 0});
-        });
+    describeProcessor(nullptr);
+    expectDescription({"missing file", "", 0, 0});
 }
 
-TEST(Processor, IsLookedAtOnce)
+CHILD_TEST(Processor, HasNoFeaturesWhenItsDescriptionCannotBeRead)
 {
-    inChild(
-        []
-        {
-            describeProcessor(kServer);
-            EXPECT_EQ(7u, ivsrProcessorFeatures());
-            describeProcessor("Features : fp\nHardware : PLTA01\n");
-            EXPECT_EQ(7u, ivsrProcessorFeatures());
-            EXPECT_FALSE(vsr_check_only_cpu());
-        });
+    ivsrProcessorDescriptionPath = "/";
+    expectDescription({"a folder", "", 0, 0});
 }
 
-TEST(ProcessorThreads, MayAllBeTheFirstToLook)
+CHILD_TEST(Processor, IsLookedAtOnce)
 {
-    inChild(
-        []
-        {
-            describeProcessor(kPhone);
-            std::atomic<int> right = 0;
-            std::array<std::thread, 8> threads;
-            for (std::thread& thread : threads)
-            {
-                thread = std::thread([&] { right += ivsrProcessorFeatures() == 7 && !vsr_check_only_cpu(); });
-            }
-            for (std::thread& thread : threads)
-            {
-                thread.join();
-            }
-            EXPECT_EQ(8, right);
-        });
+    EXPECT_EQ(7u, ivsrProcessorFeatures());
+    describeProcessor("Features : fp\nHardware : PLTA01\n");
+    EXPECT_EQ(7u, ivsrProcessorFeatures());
+    EXPECT_FALSE(vsr_check_only_cpu());
+}
+
+CHILD_TEST(ProcessorThreads, MayAllBeTheFirstToLook)
+{
+    std::atomic<int> right = 0;
+    inThreads(8, [&](int) { right += ivsrProcessorFeatures() == 7 && !vsr_check_only_cpu(); });
+    EXPECT_EQ(8, right);
 }
 
 TEST(HardwareReport, KnowsMobileChipsByTheirFamily)
 {
-    const std::pair<const char*, bool> families[] = {{"hst", true},      {"hst1234", true}, {"exynos", true},
-                                                     {"kirin970", true}, {"mt6893", true},  {"mt8173", false},
-                                                     {"", false},        {"hs", false},     {"xhst", false}};
-    for (const auto& [platform, mobile] : families)
+    const std::map<bool, std::vector<std::string>> families = {
+        {true, {"hst", "hst1234", "exynos", "kirin970", "mt6893"}}, {false, {"mt8173", "", "hs", "xhst"}}};
+    for (const bool mobile : {true, false})
     {
-        inChild(
-            [&, family = platform, expected = mobile]
-            {
-                describeProcessor(kServer);
-                const PropertyOverride property("ro.board.platform", family);
-                EXPECT_EQ(expected, (vsrAvailableHardware(VISORA_OP_CPU_PERFORMANCE) & 0x800) != 0) << family;
-                EXPECT_EQ(expected ? 0x51 : 0x43, ivsrProcessorImplementer()) << family;
-            });
+        inChildren(families.at(mobile),
+                   [&](const std::string& family)
+                   {
+                       describeProcessor(kServer);
+                       const PropertyOverride property("ro.board.platform", family);
+                       EXPECT_EQ(mobile, (vsrAvailableHardware(VISORA_OP_CPU_PERFORMANCE) & 0x800) != 0) << family;
+                       EXPECT_EQ(mobile ? 0x51 : 0x43, ivsrProcessorImplementer()) << family;
+                   });
     }
 }
 
 TEST(HardwareReport, BringsTheDspUpForTheModesThatWantIt)
 {
-    // Session mode, -1 for none.
-    const std::pair<vsrOperationMode, int> modes[] = {{VISORA_OP_LOW_POWER, 0},
-                                                      {VISORA_OP_PERFORMANCE, 2},
-                                                      {VISORA_OP_CPU_OFFLOAD, 1},
-                                                      {VISORA_OP_CPU_PERFORMANCE, -1},
-                                                      {4, 1},
-                                                      {0x7fffffff, 1},
-                                                      {VISORA_OP_EXT_ADSP, -1},
-                                                      {VISORA_OP_EXT_CDSP, -1},
-                                                      {VISORA_OP_EXT_MDSP, -1},
-                                                      {VISORA_OP_EXT_DSP_PINNED, 2},
-                                                      {VISORA_OP_EXT_GPU, 2},
-                                                      {VISORA_OP_EXT_KDSP, 2}};
-    for (const auto& [mode, session] : modes)
+    // By session mode, -1 for none.
+    const std::map<int, std::vector<vsrOperationMode>> modesOf = {
+        {-1, {VISORA_OP_CPU_PERFORMANCE, VISORA_OP_EXT_ADSP, VISORA_OP_EXT_CDSP, VISORA_OP_EXT_MDSP}},
+        {0, {VISORA_OP_LOW_POWER}},
+        {1, {VISORA_OP_CPU_OFFLOAD, 4, 0x7fffffff}},
+        {2, {VISORA_OP_PERFORMANCE, VISORA_OP_EXT_DSP_PINNED, VISORA_OP_EXT_GPU, VISORA_OP_EXT_KDSP}}};
+    for (const auto& entry : modesOf)
     {
-        inChild(
-            [&, wanted = mode, expected = session]
-            {
-                describeProcessor(kPhone);
-                DspDouble dsp;
-                const uint32_t report = vsrAvailableHardware(wanted);
-                EXPECT_EQ(expected >= 0 ? 0x198eu : 0x1986u, report) << std::hex << wanted;
-                EXPECT_EQ(expected, dsp.mode) << std::hex << wanted;
-                EXPECT_EQ(expected >= 0 ? 1 : 0, KDSP_initflag) << std::hex << wanted;
-            });
+        inChildren(entry.second,
+                   [&](const vsrOperationMode mode)
+                   {
+                       const DspDouble dsp;
+                       EXPECT_EQ(entry.first >= 0 ? 0x198eu : 0x1986u, vsrAvailableHardware(mode)) << std::hex << mode;
+                       EXPECT_EQ(entry.first, dsp.mode) << std::hex << mode;
+                       EXPECT_EQ(entry.first >= 0, KDSP_initflag) << std::hex << mode;
+                   });
     }
-    inChild(
-        []
-        {
-            describeProcessor(kServer);
-            DspDouble dsp;
-            EXPECT_EQ(0x1186u, vsrAvailableHardware(VISORA_OP_LOW_POWER)) << "not a mobile platform";
-            EXPECT_EQ(std::vector<std::string>{}, dsp.takeCalls());
-            dsp.mode = 0;
-            EXPECT_EQ(0x118eu, vsrAvailableHardware(VISORA_OP_LOW_POWER)) << "a session that somebody else opened";
-            EXPECT_EQ(1, KDSP_initflag);
-        });
 }
 
-TEST(DspBringUp, KeepsReplacesOrOpensTheSession)
+CHILD_TEST(HardwareReport, TellsOfASessionThatSomebodyElseOpened)
 {
-    using Calls = std::vector<std::string>;
-    inChild(
-        []
+    describeProcessor(kServer);
+    DspDouble dsp;
+    EXPECT_EQ(0x1186u, vsrAvailableHardware(VISORA_OP_LOW_POWER)) << "not a mobile platform";
+    EXPECT_CALLS(dsp);
+    dsp.mode = 0;
+    EXPECT_EQ(0x118eu, vsrAvailableHardware(VISORA_OP_LOW_POWER));
+    EXPECT_EQ(1, KDSP_initflag);
+}
+
+CHILD_TEST(DspBringUp, KeepsReplacesOrOpensTheSession)
+{
+    struct Step
+    {
+        const char* what;
+        int32_t domain;  // set before; -1 leaves it
+        vsrOperationMode mode;
+        Calls calls;
+    };
+    const Step steps[] = {
+        {"opened", -1, VISORA_OP_LOW_POWER, {"init 0 1.7.1 1"}},
+        {"kept", -1, VISORA_OP_LOW_POWER, {}},
+        {"another session mode", -1, VISORA_OP_PERFORMANCE, {"deinit 1", "init 2 1.7.1 1"}},
+        {"another domain", 2, VISORA_OP_PERFORMANCE, {"deinit 1", "init 2 1.7.1 2"}},
+        {"both", 0, VISORA_OP_CPU_OFFLOAD, {"deinit 2", "init 1 1.7.1 0"}},
+        {"opening changes the domain itself", 3, VISORA_OP_LOW_POWER, {"deinit 0", "init 0 1.7.1 3"}},
+        {"and the change is known", -1, VISORA_OP_LOW_POWER, {}},
+    };
+    DspDouble dsp;
+    dsp.refuses = true;
+    EXPECT_EQ(0u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER)) << "nothing to open";
+    EXPECT_CALLS(dsp, "init 0 1.7.1 1");
+    EXPECT_EQ(0, KDSP_initflag);
+    dsp.refuses = false;
+    for (const Step& step : steps)
+    {
+        if (step.domain >= 0)
         {
-            DspDouble dsp;
-            EXPECT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER));
-            EXPECT_EQ((Calls{"init 0 1.7.1 1"}), dsp.takeCalls());
-            EXPECT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER)) << "kept";
-            EXPECT_EQ(Calls{}, dsp.takeCalls());
-            EXPECT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_PERFORMANCE)) << "another session mode";
-            EXPECT_EQ((Calls{"deinit 1", "init 2 1.7.1 1"}), dsp.takeCalls());
-            setDefaultDSPValue(2);
-            EXPECT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_PERFORMANCE)) << "another domain";
-            EXPECT_EQ((Calls{"deinit 1", "init 2 1.7.1 2"}), dsp.takeCalls());
-            EXPECT_EQ(2, defaultDSP);
-            setDefaultDSPValue(0);
-            EXPECT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_CPU_OFFLOAD)) << "both";
-            EXPECT_EQ((Calls{"deinit 2", "init 1 1.7.1 0"}), dsp.takeCalls());
-            dsp.onOpen = [] { setDefaultDSPValue(1); };
-            EXPECT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER)) << "opening may change the domain itself";
-            EXPECT_EQ((Calls{"deinit 0", "init 0 1.7.1 0"}), dsp.takeCalls());
-            EXPECT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER));
-            EXPECT_EQ(Calls{}, dsp.takeCalls());
-        });
-    inChild(
-        []
-        {
-            DspDouble dsp;
-            dsp.refuses = true;
-            EXPECT_EQ(0u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER)) << "nothing to open";
-            EXPECT_EQ((Calls{"init 0 1.7.1 1"}), dsp.takeCalls());
-            EXPECT_EQ(0, KDSP_initflag);
-        });
+            setDefaultDSPValue(step.domain);
+        }
+        const int32_t after = defaultDSP == 3 ? 1 : defaultDSP;
+        dsp.onOpen = [after] { setDefaultDSPValue(after); };
+        EXPECT_EQ(8u, vsrAvailableHWComponent(step.mode)) << step.what;
+        EXPECT_EQ(step.calls, dsp.takeCalls()) << step.what;
+        EXPECT_EQ(after, defaultDSP) << step.what;
+    }
+}
+
+// The one line; its text is the pattern's.
+void expectLine(const Lines& lines, const std::string& tag, const std::string& pattern)
+{
+    ASSERT_EQ(1u, lines.size());
+    EXPECT_EQ(6, lines[0].priority);
+    EXPECT_EQ(tag, lines[0].tag);
+    EXPECT_TRUE(std::regex_match(lines[0].text, std::regex(pattern))) << lines[0].text;
 }
 
 TEST(DspBringUp, TellsWhichDomainCouldNotBeEntered)
 {
-    const std::array<std::string, 4> texts = {
-        "Failed to open channel on ADSP!! ADSP does not support Domains on this target ",
-        "Failed to open channel on CDSP!! CDSP does not support Domains on this target ",
-        "Failed to open channel on MDSP!! MDSP does not support Domains on this target ", "Unknown DSP type selected."};
-    for (int domain = 0; domain < 4; ++domain)
-    {
-        inChild(
-            [&]
-            {
-                DspDouble dsp;
-                setDefaultDSPValue(domain == 0 ? 1 : 0);
-                ASSERT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER));
-                setDefaultDSPValue(domain);
-                dsp.refuses = true;
-                LogCapture log;
-                EXPECT_EQ(0u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER));
-                const std::vector<LogLine> lines = log.take();
-                ASSERT_EQ(1u, lines.size());
-                EXPECT_EQ(6, lines[0].priority);
-                EXPECT_EQ("visora_lib_log", lines[0].tag);
-                const std::string& start = texts[static_cast<size_t>(domain)];
-                ASSERT_EQ(start, lines[0].text.substr(0, start.size()));
-                size_t digits = 0;
-                EXPECT_GT(std::stoi(lines[0].text.substr(start.size()), &digits), 0);
-                EXPECT_EQ(" src/platform/android/visoraHwAndroid", lines[0].text.substr(start.size() + digits));
-            });
-    }
+    const std::string open = "Failed to open channel on ";
+    const std::string unsupported = " does not support Domains on this target ";
+    const std::pair<int32_t, std::string> refusals[] = {{0, open + "ADSP!! ADSP" + unsupported},
+                                                        {1, open + "CDSP!! CDSP" + unsupported},
+                                                        {2, open + "MDSP!! MDSP" + unsupported},
+                                                        {3, "Unknown DSP type selected\\."}};
+    inChildren(refusals,
+               [](const auto& refusal)
+               {
+                   DspDouble dsp;
+                   setDefaultDSPValue(refusal.first == 0 ? 1 : 0);
+                   ASSERT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER));
+                   setDefaultDSPValue(refusal.first);
+                   dsp.refuses = true;
+                   LogCapture log;
+                   EXPECT_EQ(0u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER));
+                   expectLine(log.take(), kLibTag, refusal.second + "[1-9][0-9]* src/platform/android/visoraHwAndroid");
+               });
 }
 
-TEST(DspBringUp, TellsItsTimeWhenTracing)
+CHILD_TEST(DspBringUp, TellsItsTimeWhenTracing)
 {
-    inChild(
-        []
-        {
-            DspDouble dsp;
-            LogCapture log;
-            vsrAvailableHWComponent(VISORA_OP_LOW_POWER);
-            EXPECT_EQ(std::vector<LogLine>{}, log.take());
-            libLogPrint = 1;
-            vsrAvailableHWComponent(VISORA_OP_PERFORMANCE);
-            const std::vector<LogLine> lines = log.take();
-            ASSERT_EQ(1u, lines.size());
-            EXPECT_EQ("visora_runtime_log", lines[0].tag);
-            EXPECT_EQ(0u, lines[0].text.find(" K6 Initialization Time : ")) << lines[0].text;
-            EXPECT_GE(std::stoll(lines[0].text.substr(26)), 0);
-        });
+    const DspDouble dsp;
+    LogCapture log;
+    vsrAvailableHWComponent(VISORA_OP_LOW_POWER);
+    EXPECT_LOG(log);
+    libLogPrint = 1;
+    vsrAvailableHWComponent(VISORA_OP_PERFORMANCE);
+    expectLine(log.take(), "visora_runtime_log", " K6 Initialization Time : [0-9]+");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Aligned blocks and the scratch pool.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstring>
@@ -13,16 +14,14 @@
 #include "visora.h"
 
 // Sizes that no machine has are refused by the sanitizers' allocators too, as the system's does.
-extern "C" const char* __asan_default_options();
-extern "C" const char* __asan_default_options()
-{
-    return "allocator_may_return_null=1";
-}
-extern "C" const char* __tsan_default_options();
-extern "C" const char* __tsan_default_options()
-{
-    return "allocator_may_return_null=1";
-}
+#define VSR_REFUSING_ALLOCATOR(options)       \
+    extern "C" const char* options();         \
+    extern "C" const char* options()          \
+    {                                         \
+        return "allocator_may_return_null=1"; \
+    }
+VSR_REFUSING_ALLOCATOR(__asan_default_options)
+VSR_REFUSING_ALLOCATOR(__tsan_default_options)
 
 namespace visora::test
 {
@@ -30,6 +29,7 @@ namespace
 {
 
 constexpr size_t kTooMuch = size_t{1} << 60;
+constexpr size_t kMost = std::numeric_limits<size_t>::max();
 constexpr uint64_t kPoolMarker = 0xcdcdcdcd;
 constexpr uint64_t kPlainMarker = 0xabababab;
 
@@ -49,7 +49,7 @@ uint64_t markerOf(const void* buffer)
 
 TEST(AlignedBlock, IsAlignedWholeAndKnowsItsAllocation)
 {
-    for (uint32_t alignment = 0; alignment < 255; alignment = alignment == 0 ? 1 : alignment * 2)
+    for (const uint32_t alignment : {0u, 1u, 2u, 4u, 8u, 16u, 32u, 64u, 128u})
     {
         for (const uint32_t size : {0u, 1u, 100u, 4096u, 100001u})
         {
@@ -58,9 +58,9 @@ TEST(AlignedBlock, IsAlignedWholeAndKnowsItsAllocation)
             ASSERT_TRUE(aligned && block);
             for (uint8_t* p : {aligned, block})
             {
-                EXPECT_TRUE(isAligned(p, alignment == 0 ? 1 : alignment)) << alignment;
+                EXPECT_TRUE(isAligned(p, std::max(alignment, 1u))) << alignment;
                 EXPECT_GE(p[-1], 1);
-                EXPECT_LE(p[-1], alignment == 0 ? 1 : alignment);
+                EXPECT_LE(p[-1], std::max(alignment, 1u));
                 std::memset(p, 0xee, size);
             }
             vsrMemAlignFree(aligned);
@@ -69,25 +69,24 @@ TEST(AlignedBlock, IsAlignedWholeAndKnowsItsAllocation)
     }
     vsrMemAlignFree(nullptr);
     vsrMemFree(nullptr);
+    EXPECT_EQ(nullptr, vsrMemAlign(kTooMuch, 16));
+    EXPECT_EQ(nullptr, vsrMemAlign(kMost, 128)) << "the sum must not wrap";
 }
 
 TEST(AlignedBlock, StopsTheProcessOnABadAlignment)
 {
     const std::string path = "src/platform/android/visoraMemAndroid:[0-9]+: .*";
-    const std::string tooLarge = "Assertion 'byteAlignment < 255' failed";
-    const std::string notAPower = "Assertion '\\(byteAlignment & \\(byteAlignment-1\\)\\) == 0' failed";
+    const std::string tooLarge = ".*Assertion 'byteAlignment < 255' failed";
+    const std::string notAPower = ".*Assertion '\\(byteAlignment & \\(byteAlignment-1\\)\\) == 0' failed";
     const auto aborts = testing::KilledBySignal(SIGABRT);
-    EXPECT_EXIT(vsrMemAlign(100, 255), aborts, path + "vsrMemAlign.*" + tooLarge);
-    EXPECT_EXIT(vsrMemAlign(100, 256), aborts, path + "vsrMemAlign.*" + tooLarge);
-    EXPECT_EXIT(vsrMemAlign(100, 24), aborts, path + "vsrMemAlign.*" + notAPower);
-    EXPECT_EXIT(vsrMemAlloc(100, 0xffffffff), aborts, path + "vsrMemAlloc.*" + tooLarge);
-    EXPECT_EXIT(vsrMemAlloc(100, 3), aborts, path + "vsrMemAlloc.*" + notAPower);
-}
-
-TEST(AlignedBlock, IsNullWithoutMemory)
-{
-    EXPECT_EQ(nullptr, vsrMemAlign(kTooMuch, 16));
-    EXPECT_EQ(nullptr, vsrMemAlign(std::numeric_limits<size_t>::max(), 128)) << "the sum must not wrap";
+    for (const auto& [alignment, message] : {std::pair{255u, tooLarge}, {256u, tooLarge}, {24u, notAPower}})
+    {
+        EXPECT_EXIT(vsrMemAlign(100, alignment), aborts, path + "vsrMemAlign" + message);
+    }
+    for (const auto& [alignment, message] : {std::pair{0xffffffffu, tooLarge}, {3u, notAPower}})
+    {
+        EXPECT_EXIT(vsrMemAlloc(100, alignment), aborts, path + "vsrMemAlloc" + message);
+    }
 }
 
 // An allocator of shared memory that has one block.
@@ -97,54 +96,41 @@ bool sharedLent;
 
 void* allocateShared(uint32_t size, uint32_t byteAlignment)
 {
-    if (sharedLent || size > sizeof(sharedBlock))
-    {
-        return nullptr;
-    }
     sharedAlignment = byteAlignment;
-    sharedLent = true;
-    return sharedBlock;
+    return sharedLent || size > sizeof(sharedBlock) ? nullptr : (sharedLent = true, sharedBlock);
 }
 
 int32_t freeShared(void* block)
 {
-    if (block != sharedBlock)
-    {
-        return -1;
-    }
-    sharedLent = false;
-    return 0;
+    sharedLent = sharedLent && block != sharedBlock;
+    return block == sharedBlock ? 0 : -1;
 }
 
-TEST(AlignedBlock, ComesFromTheSharedAllocatorWhereOneIsInstalled)
+CHILD_TEST(AlignedBlock, ComesFromTheSharedAllocatorWhereOneIsInstalled)
 {
-    inChild(
-        []
-        {
-            *ppvsrSharedMemAlloc = allocateShared;
-            void* plain = vsrMemAlloc(8, 8);
-            EXPECT_NE(sharedBlock, plain) << "an allocator without its free is none";
-            *ppvsrSharedMemFree = freeShared;
-            EXPECT_EQ(vsrSharedMemFree_, freeShared);
+    *ppvsrSharedMemAlloc = allocateShared;
+    void* plain = vsrMemAlloc(8, 8);
+    EXPECT_NE(sharedBlock, plain) << "an allocator without its free is none";
+    *ppvsrSharedMemFree = freeShared;
+    EXPECT_EQ(vsrSharedMemFree_, freeShared);
 
-            EXPECT_EQ(sharedBlock, vsrMemAlloc(200, 32));
-            EXPECT_EQ(32u, sharedAlignment);
-            void* second = vsrMemAlloc(200, 32);
-            EXPECT_NE(sharedBlock, second) << "the heap serves when the allocator has nothing left";
-            EXPECT_TRUE(second && isAligned(second, 32));
-            vsrMemFree(second);
-            EXPECT_TRUE(sharedLent);
-            vsrMemFree(sharedBlock);
-            EXPECT_FALSE(sharedLent);
-            vsrMemFree(plain);
+    EXPECT_EQ(sharedBlock, vsrMemAlloc(200, 32));
+    EXPECT_EQ(32u, sharedAlignment);
+    void* second = vsrMemAlloc(200, 32);
+    EXPECT_NE(sharedBlock, second) << "the heap serves when the allocator has nothing left";
+    EXPECT_TRUE(second && isAligned(second, 32));
+    vsrMemFree(second);
+    EXPECT_TRUE(sharedLent);
+    vsrMemFree(sharedBlock);
+    EXPECT_FALSE(sharedLent);
+    vsrMemFree(plain);
 
-            void* aligned = vsrMemAlign(200, 32);
-            EXPECT_NE(sharedBlock, aligned) << "vsrMemAlign is the heap's alone";
-            vsrMemAlignFree(aligned);
-            vsrCleanUp();
-            EXPECT_EQ(nullptr, vsrSharedMemAlloc_);
-            EXPECT_EQ(nullptr, vsrSharedMemFree_);
-        });
+    void* aligned = vsrMemAlign(200, 32);
+    EXPECT_NE(sharedBlock, aligned) << "vsrMemAlign is the heap's alone";
+    vsrMemAlignFree(aligned);
+    vsrCleanUp();
+    EXPECT_EQ(nullptr, vsrSharedMemAlloc_);
+    EXPECT_EQ(nullptr, vsrSharedMemFree_);
 }
 
 // ---- Scratch memory ----
@@ -156,18 +142,35 @@ class ScratchPool : public testing::Test
     ~ScratchPool() override { vsrMemDeInit(); }
 };
 
+// A buffer with that marker, every byte of it written.
+void* borrow(size_t size, uint32_t alignment, uint64_t marker)
+{
+    void* const buffer = vsrGetScratchBufferAligned_(size, alignment);
+    if (!buffer || !isAligned(buffer, alignment) || markerOf(buffer) != marker)
+    {
+        ADD_FAILURE() << "wrong buffer of " << size << " bytes at a multiple of " << alignment;
+        return nullptr;
+    }
+    return std::memset(buffer, 0x55, size);
+}
+
+void borrowOnce(size_t size, uint32_t alignment, uint64_t marker)
+{
+    vsrReleaseScratchBuffer_(borrow(size, alignment, marker));
+}
+
+void* giveBackAndBorrow(void* lent, size_t size)
+{
+    vsrReleaseScratchBuffer_(lent);
+    return vsrGetScratchBufferAligned_(size, 16);
+}
+
 TEST(Scratch, WithoutThePoolIsAnAllocationOfItsOwn)
 {
     std::set<void*> buffers;
     for (uint32_t i = 0; i < 64; ++i)
     {
-        const uint32_t alignment = 1u << (i % 13);
-        void* buffer = vsrGetScratchBufferAligned_(1000, alignment);
-        ASSERT_NE(nullptr, buffer);
-        EXPECT_TRUE(isAligned(buffer, alignment));
-        EXPECT_EQ(kPlainMarker, markerOf(buffer));
-        std::memset(buffer, 1, 1000);
-        buffers.insert(buffer);
+        buffers.insert(borrow(1000, 1u << (i % 13), kPlainMarker));
     }
     void* unaligned = vsrGetScratchBufferUnaligned_(77);
     ASSERT_NE(nullptr, unaligned);
@@ -175,12 +178,9 @@ TEST(Scratch, WithoutThePoolIsAnAllocationOfItsOwn)
     std::memset(unaligned, 1, 77);
     buffers.insert(unaligned);
     EXPECT_EQ(65u, buffers.size());
-    for (void* buffer : buffers)
-    {
-        vsrReleaseScratchBuffer_(buffer);
-    }
+    std::for_each(buffers.begin(), buffers.end(), vsrReleaseScratchBuffer_);
     EXPECT_EQ(nullptr, vsrGetScratchBufferAligned_(kTooMuch, 16));
-    EXPECT_EQ(nullptr, vsrGetScratchBufferUnaligned_(std::numeric_limits<size_t>::max() - 8));
+    EXPECT_EQ(nullptr, vsrGetScratchBufferUnaligned_(kMost - 8));
 }
 
 TEST_F(ScratchPool, AlignsEveryBuffer)
@@ -188,14 +188,7 @@ TEST_F(ScratchPool, AlignsEveryBuffer)
     Random random(1);
     for (int round = 0; round < 500; ++round)
     {
-        const uint32_t alignment = 1u << random.between(0, 12);
-        const size_t size = random.between(0, 5000);
-        void* buffer = vsrGetScratchBufferAligned_(size, alignment);
-        ASSERT_NE(nullptr, buffer);
-        ASSERT_TRUE(isAligned(buffer, alignment)) << alignment;
-        ASSERT_EQ(kPoolMarker, markerOf(buffer));
-        std::memset(buffer, 0x55, size);
-        vsrReleaseScratchBuffer_(buffer);
+        borrowOnce(random.between(0, 5000), 1u << random.between(0, 12), kPoolMarker);
     }
     for (const uint32_t notAPower : {0u, 3u, 24u, 0xffffffffu})
     {
@@ -207,19 +200,16 @@ TEST_F(ScratchPool, AlignsEveryBuffer)
 
 TEST_F(ScratchPool, KeepsABuffersMemoryAndGrowsIt)
 {
-    void* small = vsrGetScratchBufferAligned_(1000, 16);
+    void* small = borrow(1000, 16, kPoolMarker);
+    EXPECT_EQ(small, giveBackAndBorrow(small, 900));
     vsrReleaseScratchBuffer_(small);
-    void* same = vsrGetScratchBufferAligned_(900, 16);
-    EXPECT_EQ(small, same);
-    vsrReleaseScratchBuffer_(same);
     EXPECT_EQ(small, vsrGetScratchBufferUnaligned_(1000));
     vsrReleaseScratchBuffer_(small);
 
     void* grown = vsrGetScratchBufferUnaligned_(1 << 20);
     ASSERT_NE(nullptr, grown);
     std::memset(grown, 2, 1 << 20);
-    vsrReleaseScratchBuffer_(grown);
-    EXPECT_EQ(grown, vsrGetScratchBufferAligned_(1 << 20, 16)) << "the slot keeps the larger allocation";
+    EXPECT_EQ(grown, giveBackAndBorrow(grown, 1 << 20)) << "the slot keeps the larger allocation";
     vsrReleaseScratchBuffer_(grown);
 }
 
@@ -228,35 +218,30 @@ TEST_F(ScratchPool, LendsEachOf32BuffersOnceAndThenNone)
     std::set<void*> lent;
     for (int i = 0; i < 32; ++i)
     {
-        void* buffer = i % 2 ? vsrGetScratchBufferAligned_(64, 64) : vsrGetScratchBufferUnaligned_(64);
-        ASSERT_NE(nullptr, buffer);
-        lent.insert(buffer);
+        lent.insert(i % 2 ? vsrGetScratchBufferAligned_(64, 64) : vsrGetScratchBufferUnaligned_(64));
     }
     EXPECT_EQ(32u, lent.size());
+    EXPECT_FALSE(lent.contains(nullptr));
     EXPECT_EQ(nullptr, vsrGetScratchBufferAligned_(64, 64));
     EXPECT_EQ(nullptr, vsrGetScratchBufferUnaligned_(1));
 
     void* one = *std::next(lent.begin(), 17);
     vsrReleaseScratchBuffer_(one);
     EXPECT_EQ(one, vsrGetScratchBufferAligned_(64, 1));
-    for (void* buffer : lent)
-    {
-        vsrReleaseScratchBuffer_(buffer);
-    }
+    std::for_each(lent.begin(), lent.end(), vsrReleaseScratchBuffer_);
 }
 
 TEST_F(ScratchPool, SurvivesAFailedAllocation)
 {
-    void* kept = vsrGetScratchBufferAligned_(500, 16);
-    std::memset(kept, 0x5a, 500);
+    void* kept = borrow(500, 16, kPoolMarker);
     vsrReleaseScratchBuffer_(kept);
     for (int i = 0; i < 40; ++i)
     {
         ASSERT_EQ(nullptr, vsrGetScratchBufferAligned_(kTooMuch, 16));
-        ASSERT_EQ(nullptr, vsrGetScratchBufferUnaligned_(std::numeric_limits<size_t>::max()));
+        ASSERT_EQ(nullptr, vsrGetScratchBufferUnaligned_(kMost));
     }
     EXPECT_EQ(kept, vsrGetScratchBufferAligned_(500, 16)) << "the slot and its old memory are free again";
-    EXPECT_EQ(0x5a, static_cast<uint8_t*>(kept)[499]);
+    EXPECT_EQ(0x55, static_cast<uint8_t*>(kept)[499]);
     vsrReleaseScratchBuffer_(kept);
 }
 
@@ -276,76 +261,48 @@ TEST_F(ScratchPool, IgnoresForeignPointers)
 TEST_F(ScratchPool, LentBufferIsReleasedThoughItsPoolCameLater)
 {
     vsrMemDeInit();
-    void* plain = vsrGetScratchBufferAligned_(100, 16);
-    EXPECT_EQ(kPlainMarker, markerOf(plain));
+    void* plain = borrow(100, 16, kPlainMarker);
     vsrMemInit();
     vsrReleaseScratchBuffer_(plain);
-    void* pooled = vsrGetScratchBufferAligned_(100, 16);
-    EXPECT_EQ(kPoolMarker, markerOf(pooled));
-    vsrReleaseScratchBuffer_(pooled);
+    borrowOnce(100, 16, kPoolMarker);
 }
 
-TEST(ScratchLifecycle, CountsItsSetUps)
+CHILD_TEST(ScratchLifecycle, CountsItsSetUps)
 {
-    inChild(
-        []
-        {
-            const auto pooled = []
-            {
-                void* buffer = vsrGetScratchBufferAlignedC(10, 1);
-                const bool result = markerOf(buffer) == kPoolMarker;
-                vsrReleaseScratchBufferC(buffer);
-                return result;
-            };
-            vsrMemDeInit();
-            EXPECT_FALSE(pooled());
-            vsrMemInit();
-            EXPECT_EQ(1, CPU_initflag);
-            vsrMemInit();
-            vsrMemDeInit();
-            EXPECT_EQ(0, CPU_initflag);
-            EXPECT_TRUE(pooled()) << "one set-up is left";
-            vsrMemDeInit();
-            EXPECT_TRUE(pooled()) << "nothing is taken back while the flag is clear";
-            vsrMemInit();
-            vsrMemDeInit();
-            vsrMemInit();
-            vsrMemInit();
-            EXPECT_EQ(1, CPU_initflag);
-        });
-    inChild(
-        []
-        {
-            for (int round = 0; round < 3; ++round)
-            {
-                vsrMemInit();
-                void* buffer = vsrGetScratchBufferAlignedC(100, 16);
-                EXPECT_EQ(kPoolMarker, markerOf(buffer));
-                vsrReleaseScratchBufferC(buffer);
-                vsrMemDeInit();
-                buffer = vsrGetScratchBufferAlignedC(100, 16);
-                EXPECT_EQ(kPlainMarker, markerOf(buffer)) << "torn down";
-                vsrReleaseScratchBufferC(buffer);
-                vsrMemDeInit();
-                EXPECT_EQ(0, CPU_initflag) << "one too many changes no count";
-            }
-        });
+    vsrMemDeInit();
+    borrowOnce(100, 16, kPlainMarker);
+    for (int round = 0; round < 3; ++round)
+    {
+        vsrMemInit();
+        borrowOnce(100, 16, kPoolMarker);
+        vsrMemDeInit();
+        borrowOnce(100, 16, kPlainMarker);
+        vsrMemDeInit();
+        EXPECT_EQ(0, CPU_initflag) << "one too many changes no count";
+    }
+    vsrMemInit();
+    EXPECT_EQ(1, CPU_initflag);
+    vsrMemInit();
+    vsrMemDeInit();
+    EXPECT_EQ(0, CPU_initflag);
+    borrowOnce(10, 1, kPoolMarker);  // one set-up is left
+    vsrMemDeInit();
+    borrowOnce(10, 1, kPoolMarker);  // nothing is taken back while the flag is clear
+    vsrMemInit();
+    vsrMemDeInit();
+    vsrMemInit();
+    vsrMemInit();
+    EXPECT_EQ(1, CPU_initflag);
 }
 
-TEST(ScratchLifecycle, EndsThoughTheLastCallerStillHoldsABuffer)
+CHILD_TEST(ScratchLifecycle, EndsThoughTheLastCallerStillHoldsABuffer)
 {
-    inChild(
-        []
-        {
-            vsrMemInit();
-            EXPECT_NE(nullptr, vsrGetScratchBufferAlignedC(100, 16));
-            vsrMemDeInit();
-            vsrMemInit();
-            void* buffer = vsrGetScratchBufferAlignedC(100, 16);
-            EXPECT_NE(nullptr, buffer);
-            vsrReleaseScratchBufferC(buffer);
-            vsrMemDeInit();
-        });
+    vsrMemInit();
+    borrow(100, 16, kPoolMarker);
+    vsrMemDeInit();
+    vsrMemInit();
+    borrowOnce(100, 16, kPoolMarker);
+    vsrMemDeInit();
 }
 
 TEST(ScratchLifecycle, PreallocationIsZeroedCappedAndKept)
@@ -359,16 +316,9 @@ TEST(ScratchLifecycle, PreallocationIsZeroedCappedAndKept)
         ASSERT_NE(nullptr, buffer);
         EXPECT_TRUE(isAligned(buffer, 16));
         EXPECT_EQ(kPoolMarker, markerOf(buffer));
-        uint8_t any = 0;
-        for (size_t i = 0; i < given; ++i)
-        {
-            any |= buffer[i];
-        }
-        EXPECT_EQ(0, any);
-        vsrReleaseScratchBuffer_(buffer);
-        EXPECT_EQ(buffer, vsrGetScratchBufferAligned_(given, 16)) << "the slot keeps the capacity";
-        vsrReleaseScratchBuffer_(buffer);
-        void* larger = vsrGetScratchBufferAligned_(given + 1, 16);
+        EXPECT_TRUE(buffer[0] == 0 && std::memcmp(buffer, buffer + 1, given - 1) == 0);
+        EXPECT_EQ(buffer, giveBackAndBorrow(buffer, given)) << "the slot keeps the capacity";
+        void* larger = giveBackAndBorrow(buffer, given + 1);
         EXPECT_NE(buffer, larger) << "and no more than that";
         vsrReleaseScratchBuffer_(larger);
         vsrMemDeInit();
@@ -381,71 +331,45 @@ TEST(ScratchLifecycle, PreallocationIsZeroedCappedAndKept)
 // ---- Threads ----
 
 // Borrows, writes, checks that nobody else wrote, and gives back.
-void useScratch(uint64_t seed, std::atomic<int>& faults)
+void useScratch(int thread)
 {
-    Random random(seed);
-    const auto mine = static_cast<uint8_t>(seed + 1);
+    Random random(static_cast<uint64_t>(thread));
     for (int round = 0; round < 300; ++round)
     {
         const size_t size = random.between(1, 4000);
-        auto* buffer = static_cast<uint8_t*>(random.oneIn(2) ? vsrGetScratchBufferAligned_(size, 64)
-                                                             : vsrGetScratchBufferUnaligned_(size));
-        if (!buffer)
-        {
-            ++faults;
-            continue;
-        }
-        std::memset(buffer, mine, size);
+        void* const buffer =
+            random.oneIn(2) ? vsrGetScratchBufferAligned_(size, 64) : vsrGetScratchBufferUnaligned_(size);
+        ASSERT_NE(nullptr, buffer);
+        const std::vector<uint8_t> mine(size, static_cast<uint8_t>(thread + 1));
+        std::memcpy(buffer, mine.data(), size);
         std::this_thread::yield();
-        for (size_t i = 0; i < size; ++i)
-        {
-            faults += buffer[i] != mine;
-        }
+        EXPECT_EQ(0, std::memcmp(buffer, mine.data(), size));
         vsrReleaseScratchBuffer_(buffer);
     }
 }
 
-void expectNoFaults(void (*body)(uint64_t, std::atomic<int>&))
-{
-    std::atomic<int> faults = 0;
-    std::vector<std::thread> threads;
-    for (uint64_t seed = 0; seed < 16; ++seed)
-    {
-        threads.emplace_back([&faults, body, seed] { body(seed, faults); });
-    }
-    for (std::thread& thread : threads)
-    {
-        thread.join();
-    }
-    EXPECT_EQ(0, faults);
-}
-
-TEST(ScratchThreads, NeverShareABuffer)
+CHILD_TEST(ScratchThreads, NeverShareABuffer)
 {
     vsrMemInit();
-    expectNoFaults(useScratch);
+    inThreads(16, useScratch);
     vsrMemDeInit();
-    expectNoFaults(useScratch);
+    inThreads(16, useScratch);
 }
 
-TEST(ScratchThreads, MaySetUpAndTearDownAtOnce)
+CHILD_TEST(ScratchThreads, MaySetUpAndTearDownAtOnce)
 {
-    inChild(
-        []
-        {
-            expectNoFaults(
-                [](uint64_t /*seed*/, std::atomic<int>& faults)
-                {
-                    for (int round = 0; round < 200; ++round)
-                    {
-                        faults += vsrMemInit() != 0;
-                        vsrMemDeInit();
-                    }
-                });
-        });
+    inThreads(16,
+              [](int)
+              {
+                  for (int round = 0; round < 200; ++round)
+                  {
+                      EXPECT_EQ(0, vsrMemInit());
+                      vsrMemDeInit();
+                  }
+              });
 }
 
-TEST(ScratchThreads, TeardownWaitsForABufferThatAnotherHolds)
+CHILD_TEST(ScratchThreads, TeardownWaitsForABufferThatAnotherHolds)
 {
     vsrMemInit();
     std::atomic<bool> borrowed = false;
@@ -453,7 +377,7 @@ TEST(ScratchThreads, TeardownWaitsForABufferThatAnotherHolds)
     std::thread borrower(
         [&]
         {
-            auto* buffer = static_cast<uint8_t*>(vsrGetScratchBufferAlignedC(1000, 16));
+            void* const buffer = vsrGetScratchBufferAlignedC(1000, 16);
             borrowed = true;
             for (int round = 0; round < 1000; ++round)
             {

@@ -48,6 +48,16 @@ std::ostream& operator<<(std::ostream& out, const LogLine& line)
     return out << line.priority << " " << line.tag << ": " << line.text;
 }
 
+LogLine debugLine(const std::string& text)
+{
+    return {3, kLibTag, text};
+}
+
+LogLine errorLine(const std::string& text)
+{
+    return {6, kLibTag, text};
+}
+
 LogCapture::LogCapture(int result)
 {
     const std::lock_guard lock(state().mutex);
@@ -62,7 +72,7 @@ LogCapture::~LogCapture()
     state().capturing = false;
 }
 
-std::vector<LogLine> LogCapture::take()
+Lines LogCapture::take()
 {
     const std::lock_guard lock(state().mutex);
     return std::exchange(state().lines, {});
@@ -70,12 +80,12 @@ std::vector<LogLine> LogCapture::take()
 
 LogLine refusal(const std::string& entry, const std::string& condition)
 {
-    return {6, "visora_lib_log", "Assertion failed @" + entry + ": " + condition + "\n"};
+    return errorLine("Assertion failed @" + entry + ": " + condition + "\n");
 }
 
 LogLine rangeRefusal(const std::string& entry)
 {
-    return {6, "visora_lib_log", "Error at " + entry + "\n"};
+    return errorLine("Error at " + entry + "\n");
 }
 
 LogLine trace(const std::string& entry, const std::string& kind)

@@ -20,6 +20,17 @@ struct LogLine
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
+using Lines = std::vector<LogLine>;
+
+constexpr char kLibTag[] = "visora_lib_log";
+
+/** Lines of the library's own. */
+LogLine debugLine(const std::string& text);
+LogLine errorLine(const std::string& text);
+
+/** The lines that were logged since they were last taken. */
+#define EXPECT_LOG(log, ...) EXPECT_EQ((visora::test::Lines{__VA_ARGS__}), (log).take())
+
 /** Collects the log while it lives. Without one, lines go to standard error, where death tests look for them. */
 class LogCapture
 {
@@ -31,7 +42,7 @@ class LogCapture
     LogCapture& operator=(const LogCapture&) = delete;
 
     /** The lines so far; taking them leaves none. */
-    std::vector<LogLine> take();
+    Lines take();
 };
 
 /** The line of a failed argument check. */
