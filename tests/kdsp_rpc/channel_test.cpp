@@ -1,8 +1,10 @@
 // Channels to the DSP domains: reference counts, what is called, every log line.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
-#include <functional>
+#include <deque>
+#include <map>
 
 #include "common/hardware_double.h"
 #include "kdsp_rpc/domains.h"
@@ -13,223 +15,170 @@ namespace visora::test
 namespace
 {
 
-using Calls = std::vector<std::string>;
-
-// What a domain says. "@" stands for the handle's address, "#" for its value.
+// What a domain says, by a letter each. "@" stands for the handle's address, "#" for its value.
 struct Words
 {
     const Domain& domain;
     void (*open)();
     void (*close)();
-    const char* uri;
-    const char* openBegin;
-    const char* openFailed;
-    const char* opened;
-    const char* openEnd;
-    const char* closeBegin;
-    const char* deinitFailed;
-    const char* closeFailed;
-    const char* closed;
-    const char* closeEnd;
+    std::map<char, std::string> texts;
 };
 
-const Words kWords[] = {
-    {kDomains[0], domain_channel_open_adsp, domain_channel_close_adsp,
-     "file:///libvisoradsp_skel.so?visoradsp_skel_handle_invoke&_modver=1.0&_dom=adsp",
-     "Begin of domain_channel_open address of adsp_domain_handle=@  value of adsp_domain_handle=#\n",
-     "\nError: visoraadsp domain open failed on ADSP",
-     "Domain open is successful on ADSP. adsp_domain_handle address=@  adsp_domain_handle value=#\n",
-     "End of domain_channel_open \n",
-     "Begin of domain_channel_close adsp_domain_handle address=@  adsp_domain_handle=#\n",
-     "Error while calling visoradsp_deinitK6 for ADSP", "\nError: error in closing adsp_domain_handle",
-     "Succesfully closed channel for adsp_domain_handle \n", "End of domain_channel_close for ADSP \n"},
-    {kDomains[1], domain_channel_open_cdsp, domain_channel_close_cdsp,
-     "file:///libvisoradsp_skel.so?visoradsp_skel_handle_invoke&_modver=1.0&_dom=cdsp",
-     "Begin of domain_channel_open cdsp_domain_handle=@  value of cdsp_domain_handle=#\n",
-     "\nError: visoradsp domain open failed on CDSP",
-     "Domain open is successful on CDSP. cdsp_domain_handle address=@  cdsp_domain_handle value=#\n",
-     "End of domain_channel_open for CDSP \n",
-     "Begin of domain_channel_close cdsp_domain_handle=@ cdsp_domain_handle=#\n",
-     "Error while calling visoradsp_deinitK6 for CDSP", "\nError: error in closing cdsp_domain_handle",
-     "Succesfully closed channel for cdsp_domain_handle \n", "End of domain_channel_close for CDSP \n"},
-    {kDomains[2], domain_channel_open_mdsp, domain_channel_close_mdsp,
-     "file:///libvisoradsp_skel.so?visoradsp_skel_handle_invoke&_modver=1.0&_dom=mdsp",
-     "Begin of domain_channel_open mdsp_domain_handle=@ value of mdsp_domain_handle=#\n",
-     "\nError: visoradsp domain open failed on MDSP",
-     "Domain open is successful on MDSP. mdsp_domain_handle address=@  mdsp_domain_handle value=#\n",
-     "End of domain_channel_open \n", "Begin of domain_channel_close mdsp_domain_handle=@ mdsp_domain_handle=#\n",
-     "Error while calling visoradsp_deinitK6 for MDSP", "\nError: error in closing mdsp_domain_handle",
-     "Succesfully closed channel for mdsp_domain_handle \n", "End of domain_channel_close for MDSP \n"}};
-
-LogLine line(int priority, const Words& words, std::string text, uint64_t handle)
+Words wordsOf(const Domain& domain, void (*open)(), void (*close)(), std::map<char, std::string> texts)
 {
-    const auto fill = [&](char mark, const std::string& value)
+    const std::string upper = std::array{"ADSP", "CDSP", "MDSP"}[static_cast<size_t>(domain.number)];
+    const std::string handle = std::string(domain.name) + "_domain_handle";
+    texts['o'] = "Domain open is successful on " + upper + ". " + handle + " address=@  " + handle + " value=#\n";
+    texts['D'] = "Error while calling visoradsp_deinitK6 for " + upper;
+    texts['C'] = "\nError: error in closing " + handle;
+    texts['z'] = "Succesfully closed channel for " + handle + " \n";
+    texts['y'] = "End of domain_channel_close for " + upper + " \n";
+    return {domain, open, close, std::move(texts)};
+}
+
+const Words kWords[] = {
+    wordsOf(kDomains[0], domain_channel_open_adsp, domain_channel_close_adsp,
+            {{'b', "Begin of domain_channel_open address of adsp_domain_handle=@  value of adsp_domain_handle=#\n"},
+             {'O', "\nError: visoraadsp domain open failed on ADSP"},
+             {'e', "End of domain_channel_open \n"},
+             {'c', "Begin of domain_channel_close adsp_domain_handle address=@  adsp_domain_handle=#\n"}}),
+    wordsOf(kDomains[1], domain_channel_open_cdsp, domain_channel_close_cdsp,
+            {{'b', "Begin of domain_channel_open cdsp_domain_handle=@  value of cdsp_domain_handle=#\n"},
+             {'O', "\nError: visoradsp domain open failed on CDSP"},
+             {'e', "End of domain_channel_open for CDSP \n"},
+             {'c', "Begin of domain_channel_close cdsp_domain_handle=@ cdsp_domain_handle=#\n"}}),
+    wordsOf(kDomains[2], domain_channel_open_mdsp, domain_channel_close_mdsp,
+            {{'b', "Begin of domain_channel_open mdsp_domain_handle=@ value of mdsp_domain_handle=#\n"},
+             {'O', "\nError: visoradsp domain open failed on MDSP"},
+             {'e', "End of domain_channel_open \n"},
+             {'c', "Begin of domain_channel_close mdsp_domain_handle=@ mdsp_domain_handle=#\n"}})};
+
+// The line of a letter; those in capitals are errors.
+LogLine line(const Words& words, char letter, uint64_t handle)
+{
+    std::string text = words.texts.at(letter);
+    for (const auto& [mark, value] : {std::pair{'@', textOf(&words.domain.handle)}, {'#', textOf(handle)}})
     {
-        const size_t at = text.find(mark);
-        if (at != std::string::npos)
+        if (const size_t at = text.find(mark); at != std::string::npos)
         {
             text.replace(at, 1, value);
         }
-    };
-    fill('@', textOf(&words.domain.handle));
-    fill('#', textOf(handle));
-    return {priority, kLibTag, text};
+    }
+    return letter < 'a' ? errorLine(text) : debugLine(text);
 }
 
-// Every test of a domain runs through the domain's own functions and through those that look for the domain in use.
-struct Way
+enum Event
 {
-    std::function<void()> open;
-    std::function<void()> close;
+    Open,
+    Close
 };
 
-void onEveryDomain(const std::function<void(const Words&, const Way&, ScriptedDsp&, LogCapture&)>& body)
+struct Step
 {
-    for (const Words& words : kWords)
+    Event event;
+    Calls calls;  // "open" stands for the opening with the domain's URI
+    const char* lines;
+    uint64_t handle;  // afterwards, as the count
+    int32_t count;
+};
+
+struct Sequence
+{
+    const char* what;
+    std::map<std::string, std::deque<int32_t>> answers;
+    std::vector<Step> steps;
+};
+
+const Sequence kSequences[] = {
+    {"opened by the first and closed by the last; the session ends with every close",
+     {},
+     {{Open, {"open"}, "boe", 7, 1},
+      {Open, {}, "be", 7, 2},
+      {Close, {"deinitK6 7"}, "cy", 7, 1},
+      {Close, {"deinitK6 7", "close 7"}, "czy", 0, 0}}},
+    {"counts as opened when it cannot be; counts are not held at zero",
+     {{"open", {5, 0}}, {"deinitK6", {-3}}},
+     {{Open, {"open"}, "bO", 0, 1},
+      {Open, {}, "be", 0, 2},
+      {Close, {"deinitK6 0"}, "cDy", 0, 1},
+      {Close, {"deinitK6 0"}, "cDy", 0, 0},
+      {Close, {"deinitK6 0"}, "cDy", 0, -1},
+      {Open, {}, "be", 0, 0},
+      {Open, {"open"}, "boe", 7, 1}}},
+    {"keeps its handle when it cannot be closed",
+     {{"close", {1}}},
+     {{Open, {"open"}, "boe", 7, 1}, {Close, {"deinitK6 7", "close 7"}, "cC", 7, 0}, {Open, {}, "be", 7, 1}}}};
+
+// Through the domain's own functions, or through those that look for the domain in use.
+void follow(const Sequence& sequence, const Words& words, bool ownFunctions)
+{
+    const Domain& domain = words.domain;
+    setDefaultDSPValue(domain.number);
+    ScriptedDsp dsp;
+    LogCapture log;
+    for (const auto& [function, answers] : sequence.answers)
     {
-        const Way ways[] = {{words.open, words.close},
-                            {[] { domain_channel_open(99); }, [] { domain_channel_close(99); }}};
-        for (const Way& way : ways)
+        dsp.answer(function, answers);
+    }
+    setenv("ADSP_LIBRARY_PATH", "elsewhere", 1);
+    for (size_t i = 0; i < sequence.steps.size(); ++i)
+    {
+        const auto& [event, calls, letters, handle, count] = sequence.steps[i];
+        const std::string where = textOf(sequence.what, i, domain.name);
+        const uint64_t before = domain.handle;
+        if (event == Open)
         {
-            inChild(
-                [&]
-                {
-                    setDefaultDSPValue(words.domain.number);
-                    ScriptedDsp dsp;
-                    LogCapture log;
-                    body(words, way, dsp, log);
-                    for (const Domain& other : kDomains)
-                    {
-                        if (other.number != words.domain.number)
-                        {
-                            EXPECT_EQ(0u, other.handle) << other.name;
-                            EXPECT_EQ(0, other.count) << other.name;
-                        }
-                    }
-                });
+            ownFunctions ? words.open() : domain_channel_open(99);
+            EXPECT_STREQ("/usr/lib/rfsa/adsp;/dsp", std::getenv("ADSP_LIBRARY_PATH")) << "set by every open";
+            unsetenv("ADSP_LIBRARY_PATH");
+        }
+        else
+        {
+            ownFunctions ? words.close() : domain_channel_close(99);
+        }
+        EXPECT_EQ(calls == Calls{"open"} ? Calls{"open " + uriOf(domain)} : calls, dsp.takeCalls()) << where;
+        Lines lines;
+        for (const char letter : std::string(letters))
+        {
+            lines.push_back(line(words, letter, letter == 'o' ? handle : before));
+        }
+        EXPECT_EQ(lines, log.take()) << where;
+        EXPECT_EQ(handle, domain.handle) << where;
+        EXPECT_EQ(count, domain.count) << where;
+    }
+    for (const Domain& other : kDomains)
+    {
+        EXPECT_TRUE(other.number == domain.number || (other.handle == 0 && other.count == 0)) << other.name;
+    }
+}
+
+TEST(Channel, FollowsOpensAndCloses)
+{
+    for (const Sequence& sequence : kSequences)
+    {
+        for (const Words& words : kWords)
+        {
+            for (const bool ownFunctions : {true, false})
+            {
+                inChild([&] { follow(sequence, words, ownFunctions); });
+            }
         }
     }
 }
 
-TEST(Channel, IsOpenedByTheFirstAndClosedByTheLast)
+CHILD_TEST(Channel, NeedsADomain)
 {
-    onEveryDomain(
-        [](const Words& words, const Way& way, ScriptedDsp& dsp, LogCapture& log)
-        {
-            const Domain& domain = words.domain;
-            setenv("ADSP_LIBRARY_PATH", "elsewhere", 1);
-            way.open();
-            EXPECT_EQ(Calls{std::string("open ") + words.uri}, dsp.takeCalls());
-            EXPECT_EQ((std::vector<LogLine>{line(3, words, words.openBegin, 0), line(3, words, words.opened, 7),
-                                            line(3, words, words.openEnd, 7)}),
-                      log.take());
-            EXPECT_EQ(7u, domain.handle);
-            EXPECT_EQ(1, domain.count);
-            EXPECT_STREQ("/usr/lib/rfsa/adsp;/dsp", std::getenv("ADSP_LIBRARY_PATH"));
-
-            unsetenv("ADSP_LIBRARY_PATH");
-            way.open();
-            EXPECT_EQ(Calls{}, dsp.takeCalls());
-            EXPECT_EQ((std::vector<LogLine>{line(3, words, words.openBegin, 7), line(3, words, words.openEnd, 7)}),
-                      log.take());
-            EXPECT_EQ(2, domain.count);
-            EXPECT_STREQ("/usr/lib/rfsa/adsp;/dsp", std::getenv("ADSP_LIBRARY_PATH")) << "set by every open";
-
-            way.close();
-            EXPECT_EQ(Calls{"deinitK6 7"}, dsp.takeCalls()) << "the session ends with every close";
-            EXPECT_EQ((std::vector<LogLine>{line(3, words, words.closeBegin, 7), line(3, words, words.closeEnd, 7)}),
-                      log.take());
-            EXPECT_EQ(7u, domain.handle);
-            EXPECT_EQ(1, domain.count);
-
-            way.close();
-            EXPECT_EQ((Calls{"deinitK6 7", "close 7"}), dsp.takeCalls());
-            EXPECT_EQ((std::vector<LogLine>{line(3, words, words.closeBegin, 7), line(3, words, words.closed, 0),
-                                            line(3, words, words.closeEnd, 0)}),
-                      log.take());
-            EXPECT_EQ(0u, domain.handle);
-            EXPECT_EQ(0, domain.count);
-        });
-}
-
-TEST(Channel, ThatCannotBeOpenedCountsAsOpened)
-{
-    onEveryDomain(
-        [](const Words& words, const Way& way, ScriptedDsp& dsp, LogCapture& log)
-        {
-            const Domain& domain = words.domain;
-            dsp.answer("open", {5, 0});
-            way.open();
-            EXPECT_EQ(0u, domain.handle);
-            EXPECT_EQ(1, domain.count);
-            EXPECT_EQ((std::vector<LogLine>{line(3, words, words.openBegin, 0), line(6, words, words.openFailed, 0)}),
-                      log.take());
-
-            dsp.takeCalls();
-            way.open();
-            EXPECT_EQ(Calls{}, dsp.takeCalls()) << "not the first any more";
-            EXPECT_EQ((std::vector<LogLine>{line(3, words, words.openBegin, 0), line(3, words, words.openEnd, 0)}),
-                      log.take());
-
-            dsp.answer("deinitK6", {-3});
-            way.close();
-            way.close();
-            EXPECT_EQ((Calls{"deinitK6 0", "deinitK6 0"}), dsp.takeCalls());
-            EXPECT_EQ((std::vector<LogLine>{line(3, words, words.closeBegin, 0), line(6, words, words.deinitFailed, 0),
-                                            line(3, words, words.closeEnd, 0), line(3, words, words.closeBegin, 0),
-                                            line(6, words, words.deinitFailed, 0), line(3, words, words.closeEnd, 0)}),
-                      log.take());
-            way.close();
-            EXPECT_EQ(-1, domain.count) << "counts are not held at zero";
-            dsp.takeCalls();
-            way.open();
-            EXPECT_EQ(Calls{}, dsp.takeCalls());
-            way.open();
-            EXPECT_EQ(7u, domain.handle);
-        });
-}
-
-TEST(Channel, ThatCannotBeClosedKeepsItsHandle)
-{
-    onEveryDomain(
-        [](const Words& words, const Way& way, ScriptedDsp& dsp, LogCapture& log)
-        {
-            const Domain& domain = words.domain;
-            way.open();
-            dsp.answer("close", {1});
-            log.take();
-            dsp.takeCalls();
-            way.close();
-            EXPECT_EQ((Calls{"deinitK6 7", "close 7"}), dsp.takeCalls());
-            EXPECT_EQ((std::vector<LogLine>{line(3, words, words.closeBegin, 7), line(6, words, words.closeFailed, 7)}),
-                      log.take());
-            EXPECT_EQ(7u, domain.handle);
-            EXPECT_EQ(0, domain.count);
-            way.open();
-            EXPECT_EQ(Calls{}, dsp.takeCalls()) << "the handle is still there";
-            EXPECT_EQ((std::vector<LogLine>{line(3, words, words.openBegin, 7), line(3, words, words.openEnd, 7)}),
-                      log.take());
-        });
-}
-
-TEST(Channel, NeedsADomain)
-{
-    inChild(
-        []
-        {
-            ScriptedDsp dsp;
-            for (const int32_t domain : {3, -1, 25})
-            {
-                setDefaultDSPValue(domain);
-                LogCapture log;
-                domain_channel_open(1);
-                domain_channel_close(1);
-                EXPECT_EQ((std::vector<LogLine>{noDomain("domain_channel_open"), noDomain("domain_channel_close")}),
-                          log.take());
-            }
-            EXPECT_EQ(Calls{}, dsp.takeCalls());
-            EXPECT_EQ(0, load_stub_symbols());
-        });
+    ScriptedDsp dsp;
+    LogCapture log;
+    for (const int32_t domain : {3, -1, 25})
+    {
+        setDefaultDSPValue(domain);
+        domain_channel_open(1);
+        domain_channel_close(1);
+        EXPECT_LOG(log, noDomain("domain_channel_open"), noDomain("domain_channel_close"));
+    }
+    EXPECT_CALLS(dsp);
+    EXPECT_EQ(0, load_stub_symbols());
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // The allocator of memory shared with the DSP: what it asks of the system, its table, what it undoes when something
 // fails.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <linux/dma-buf.h>
 #include <sys/ioctl.h>
@@ -13,20 +12,17 @@
 #include <cstdarg>
 #include <cstring>
 #include <filesystem>
-#include <thread>
 
 #include "common/hardware_double.h"
 #include "kdsp_rpc/domains.h"
 #include "platform/linux/visoraHostPlatform.h"
+#include "support/next_function.h"
 #include "support/scripted_dsp.h"
 
 namespace visora::test
 {
 namespace
 {
-
-using Calls = std::vector<std::string>;
-using Lines = std::vector<LogLine>;
 
 /** While it lives, an ION device whose descriptors are numbers from 5000 on, and which fails as it is told. */
 class ScriptedIon
@@ -59,36 +55,23 @@ class ScriptedIon
 
 ScriptedIon* ScriptedIon::living = nullptr;
 
-template <class Function>
-Function* next(const char* name, Function* /*type*/)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace
 }  // namespace visora::test
 
 // These are bound by the dynamic linker before the system's.
-using visora::test::next;
 using visora::test::ScriptedIon;
 
 int ion_open(void)
 {
     ScriptedIon* const ion = ScriptedIon::living;
-    if (!ion)
-    {
-        return next("ion_open", ion_open)();
-    }
+    VSR_NEXT_UNLESS(ion, ion_open)
     ion->note("ion_open");
     return ion->openResult < 0 ? ion->openResult : ion->nextFd++;
 }
 
 int ion_close(int fd)
 {
-    if (!ScriptedIon::owns(fd))
-    {
-        return next("ion_close", ion_close)(fd);
-    }
+    VSR_NEXT_UNLESS(ScriptedIon::owns(fd), ion_close, fd)
     ScriptedIon::living->note("ion_close", fd);
     return 0;
 }
@@ -96,10 +79,7 @@ int ion_close(int fd)
 int ion_alloc_fd(int fd, size_t len, size_t align, unsigned heap_mask, unsigned flags, int* handle_fd)
 {
     ScriptedIon* const ion = ScriptedIon::living;
-    if (!ScriptedIon::owns(fd))
-    {
-        return next("ion_alloc_fd", ion_alloc_fd)(fd, len, align, heap_mask, flags, handle_fd);
-    }
+    VSR_NEXT_UNLESS(ScriptedIon::owns(fd), ion_alloc_fd, fd, len, align, heap_mask, flags, handle_fd)
     ion->note("ion_alloc_fd", fd, len, align, heap_mask, flags);
     *handle_fd = ion->nextFd++;
     return ion->allocResult;
@@ -107,10 +87,7 @@ int ion_alloc_fd(int fd, size_t len, size_t align, unsigned heap_mask, unsigned 
 
 extern "C" void* mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) noexcept
 {
-    if (!ScriptedIon::owns(fd))
-    {
-        return next("mmap", mmap)(address, length, protection, flags, fd, offset);
-    }
+    VSR_NEXT_UNLESS(ScriptedIon::owns(fd), mmap, address, length, protection, flags, fd, offset)
     ScriptedIon* const ion = ScriptedIon::living;
     ion->note("mmap", length, protection == (PROT_READ | PROT_WRITE), flags == MAP_SHARED, fd, offset);
     errno = 77;
@@ -122,10 +99,7 @@ extern "C" int munmap(void* address, size_t length) noexcept
     // The scripted mappings are in a range of addresses that the system does not give out.
     const bool scripted = ScriptedIon::living && reinterpret_cast<uintptr_t>(address) >> 40 == 0x70 &&
                           reinterpret_cast<uintptr_t>(address) % 4096 == 0;
-    if (!scripted)
-    {
-        return next("munmap", munmap)(address, length);
-    }
+    VSR_NEXT_UNLESS(scripted, munmap, address, length)
     ScriptedIon::living->note("munmap", address, length);
     return 0;
 }
@@ -136,10 +110,7 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    if (!ScriptedIon::owns(fd))
-    {
-        return next("ioctl", ioctl)(fd, request, argument);
-    }
+    VSR_NEXT_UNLESS(ScriptedIon::owns(fd), ioctl, fd, request, argument)
     ScriptedIon* const ion = ScriptedIon::living;
     const uint64_t flags = static_cast<dma_buf_sync*>(argument)->flags;
     ion->note("ioctl", fd, request, flags);
@@ -149,10 +120,7 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept
 
 extern "C" int close(int fd)
 {
-    if (!ScriptedIon::owns(fd))
-    {
-        return next("close", close)(fd);
-    }
+    VSR_NEXT_UNLESS(ScriptedIon::owns(fd), close, fd)
     ScriptedIon::living->note("close", fd);
     return 0;
 }
@@ -162,7 +130,7 @@ namespace visora::test
 namespace
 {
 
-const LogLine kEndFailed = {6, kLibTag, "mem_free_ion : failed to end DMA_BUF_IOCTL_SYNC\n"};
+const LogLine kEndFailed = errorLine("mem_free_ion : failed to end DMA_BUF_IOCTL_SYNC\n");
 
 void withIon(const std::function<void(ScriptedIon&, LogCapture&)>& body)
 {
@@ -175,6 +143,14 @@ void withIon(const std::function<void(ScriptedIon&, LogCapture&)>& body)
             body(ion, log);
         });
 }
+
+#define ION_TEST(name)                                                              \
+    void name([[maybe_unused]] ScriptedIon& ion, [[maybe_unused]] LogCapture& log); \
+    TEST(SharedMemory, name)                                                        \
+    {                                                                               \
+        withIon(name);                                                              \
+    }                                                                               \
+    void name([[maybe_unused]] ScriptedIon& ion, [[maybe_unused]] LogCapture& log)
 
 // What allocating `pages` asks for, with the descriptors of an allocation that begins at `fd`.
 Calls acquires(int fd, size_t pages)
@@ -195,68 +171,58 @@ Calls operator+(Calls first, const Calls& second)
     return first;
 }
 
-TEST(SharedMemory, IsWholePagesThatAreFreedOnce)
+ION_TEST(IsWholePagesThatAreFreedOnce)
 {
-    withIon(
-        [](ScriptedIon& ion, LogCapture& log)
-        {
-            for (const auto& [size, pages] : {std::pair<uint32_t, size_t>{1, 1},
-                                              {4095, 1},
-                                              {4096, 1},
-                                              {4097, 2},
-                                              {0xfffff000, 0xfffff},
-                                              {0xffffffff, 0x100000}})
-            {
-                const int fd = ion.nextFd;
-                void* const block = vsrSharedMemAllocK(size, 4096);
-                EXPECT_EQ(ion.mapping, block);
-                EXPECT_EQ(acquires(fd, pages), ion.takeCalls());
-                const SharedMemRecord& record = sharedMemTable[0];
-                EXPECT_EQ(block, record.address);
-                EXPECT_EQ(block, record.mappedAddress);
-                EXPECT_EQ(size, record.size);
-                EXPECT_EQ(fd, record.ionFd);
-                EXPECT_EQ(fd + 1, record.bufferFd);
+    for (const auto& [size, pages] : {std::pair<uint32_t, size_t>{1, 1},
+                                      {4095, 1},
+                                      {4096, 1},
+                                      {4097, 2},
+                                      {0xfffff000, 0xfffff},
+                                      {0xffffffff, 0x100000}})
+    {
+        const int fd = ion.nextFd;
+        void* const block = vsrSharedMemAllocK(size, 4096);
+        EXPECT_EQ(ion.mapping, block);
+        EXPECT_EQ(acquires(fd, pages), ion.takeCalls());
+        const SharedMemRecord& record = sharedMemTable[0];
+        EXPECT_EQ(block, record.address);
+        EXPECT_EQ(block, record.mappedAddress);
+        EXPECT_EQ(size, record.size);
+        EXPECT_EQ(fd, record.ionFd);
+        EXPECT_EQ(fd + 1, record.bufferFd);
 
-                EXPECT_EQ(0, vsrSharedMemFreeK(block));
-                EXPECT_EQ(releases(fd, block, pages), ion.takeCalls());
-                EXPECT_EQ(nullptr, record.address);
-                EXPECT_EQ(-1, vsrSharedMemFreeK(block)) << "it was freed";
-            }
-            EXPECT_EQ(-1, vsrSharedMemFreeK(nullptr));
-            EXPECT_EQ(-1, vsrSharedMemFreeK(&ion));
-            EXPECT_EQ(nullptr, vsrSharedMemAllocK(0, 16));
-            EXPECT_EQ(nullptr, vsrSharedMemAllocK(64, 4097));
-            EXPECT_EQ(Calls{}, ion.takeCalls()) << "none of these asks the system";
-            EXPECT_EQ(Lines{}, log.take());
-        });
+        EXPECT_EQ(0, vsrSharedMemFreeK(block));
+        EXPECT_EQ(releases(fd, block, pages), ion.takeCalls());
+        EXPECT_EQ(nullptr, record.address);
+        EXPECT_EQ(-1, vsrSharedMemFreeK(block)) << "it was freed";
+    }
+    EXPECT_EQ(-1, vsrSharedMemFreeK(nullptr));
+    EXPECT_EQ(-1, vsrSharedMemFreeK(&ion));
+    EXPECT_EQ(nullptr, vsrSharedMemAllocK(0, 16));
+    EXPECT_EQ(nullptr, vsrSharedMemAllocK(64, 4097));
+    EXPECT_CALLS(ion) << "none of these asks the system";
+    EXPECT_LOG(log);
 }
 
 TEST(SharedMemory, ThatCannotBeHadIsNull)
 {
-    const auto line = [](const char* text) { return Lines{{6, kLibTag, text}}; };
     struct Case
     {
-        const char* what;
         std::function<void(ScriptedIon&)> fail;
         Calls calls;
-        Lines lines;
+        const char* error;
     };
     const Calls acquired = acquires(5000, 2);
     const auto first = [&](long count) { return Calls(acquired.begin(), acquired.begin() + count); };
+    const Calls closed = {"close 5001", "ion_close 5000"};
     const Case cases[] = {
-        {"no device", [](ScriptedIon& ion) { ion.openResult = -13; }, first(1),
-         line("mem_alloc_ion : Open ion device failed\n")},
-        {"no buffer", [](ScriptedIon& ion) { ion.allocResult = -12; }, first(2) + Calls{"ion_close 5000"},
-         line("mem_alloc_ion : ION alloc length 8192\n")},
-        {"null mapping", [](ScriptedIon& ion) { ion.mapping = nullptr; },
-         first(3) + Calls{"close 5001", "ion_close 5000"}, line("mem_alloc_ion : mmap call failed 77\n")},
-        {"no synchronisation", [](ScriptedIon& ion) { ion.startResult = EIO; },
-         acquired + Calls{"close 5001", "ion_close 5000"},
-         line("mem_alloc_ion : failed to start DMA_BUF_IOCTL_SYNC\n")},
-        // The failed mapping is found by its address, and then nothing is undone.
-        {"failed mapping", [](ScriptedIon& ion) { ion.mapping = MAP_FAILED; }, acquired, {}},
-        {"crooked mapping", [](ScriptedIon& ion) { ion.mapping = static_cast<char*>(ion.mapping) + 64; }, acquired, {}},
+        {[](ScriptedIon& ion) { ion.openResult = -13; }, first(1), "Open ion device failed"},
+        {[](ScriptedIon& ion) { ion.allocResult = -12; }, first(2) + Calls{"ion_close 5000"}, "ION alloc length 8192"},
+        {[](ScriptedIon& ion) { ion.mapping = nullptr; }, first(3) + closed, "mmap call failed 77"},
+        {[](ScriptedIon& ion) { ion.startResult = EIO; }, acquired + closed, "failed to start DMA_BUF_IOCTL_SYNC"},
+        // A failed and a crooked mapping are found by their address, and then nothing is undone.
+        {[](ScriptedIon& ion) { ion.mapping = MAP_FAILED; }, acquired, nullptr},
+        {[](ScriptedIon& ion) { ion.mapping = static_cast<char*>(ion.mapping) + 64; }, acquired, nullptr},
     };
     for (const Case& c : cases)
     {
@@ -264,147 +230,119 @@ TEST(SharedMemory, ThatCannotBeHadIsNull)
             [&](ScriptedIon& ion, LogCapture& log)
             {
                 c.fail(ion);
-                EXPECT_EQ(nullptr, vsrSharedMemAllocK(8000, 16)) << c.what;
-                EXPECT_EQ(c.calls, ion.takeCalls()) << c.what;
-                EXPECT_EQ(c.lines, log.take()) << c.what;
-                EXPECT_EQ(nullptr, sharedMemTable[0].address) << c.what;
+                EXPECT_EQ(nullptr, vsrSharedMemAllocK(8000, 16)) << &c - cases;
+                EXPECT_EQ(c.calls, ion.takeCalls()) << &c - cases;
+                const auto line = [](const char* error) { return errorLine(textOf("mem_alloc_ion :", error) + "\n"); };
+                EXPECT_EQ(c.error ? Lines{line(c.error)} : Lines{}, log.take()) << &c - cases;
+                EXPECT_EQ(nullptr, sharedMemTable[0].address) << &c - cases;
             });
     }
 }
 
-TEST(SharedMemory, OfAnonymousKindNeedsNoSynchronisation)
+ION_TEST(NeedsNoSynchronisation)
 {
-    withIon(
-        [](ScriptedIon& ion, LogCapture& log)
-        {
-            ion.startResult = ion.endResult = ENOTTY;
-            void* const block = vsrSharedMemAllocK(1, 1);
-            EXPECT_NE(nullptr, block);
-            EXPECT_EQ(0, vsrSharedMemFreeK(block));
-            EXPECT_EQ(Lines{}, log.take());
-        });
+    struct Case
+    {
+        int startResult;
+        int endResult;
+        Lines lines;
+    };
+    for (const Case& c : {Case{ENOTTY, ENOTTY, {}}, {0, EIO, {kEndFailed}}})
+    {
+        const int fd = ion.nextFd;
+        ion.startResult = c.startResult;
+        ion.endResult = c.endResult;
+        void* const block = vsrSharedMemAllocK(100, 0);
+        EXPECT_NE(nullptr, block);
+        EXPECT_EQ(0, vsrSharedMemFreeK(block));
+        EXPECT_EQ(acquires(fd, 1) + releases(fd, block, 1), ion.takeCalls());
+        EXPECT_EQ(c.lines, log.take());
+    }
 }
 
-TEST(SharedMemory, IsFreedThoughItsSynchronisationFails)
+// What cannot be recorded is given back.
+void expectNotRecorded(ScriptedIon& ion)
 {
-    withIon(
-        [](ScriptedIon& ion, LogCapture& log)
-        {
-            void* const block = vsrSharedMemAllocK(100, 0);
-            ion.endResult = EIO;
-            ion.takeCalls();
-            EXPECT_EQ(0, vsrSharedMemFreeK(block));
-            EXPECT_EQ(releases(5000, block, 1), ion.takeCalls());
-            EXPECT_EQ(Lines{kEndFailed}, log.take());
-        });
+    ion.takeCalls();
+    const int fd = ion.nextFd;
+    EXPECT_EQ(nullptr, vsrSharedMemAllocK(5000, 8));
+    EXPECT_EQ(acquires(fd, 2) + releases(fd, ion.mapping, 2), ion.takeCalls());
 }
 
-TEST(SharedMemory, Holds128Blocks)
+ION_TEST(Holds128Blocks)
 {
-    withIon(
-        [](ScriptedIon& ion, LogCapture& log)
-        {
-            const auto address = [](uintptr_t i) { return reinterpret_cast<void*>(0x700000000000 + i * 8192); };
-            for (uintptr_t i = 0; i < 128; ++i)
-            {
-                ion.mapping = address(i);
-                ASSERT_EQ(address(i), vsrSharedMemAllocK(5000, 8)) << i;
-                ASSERT_EQ(address(i), sharedMemTable[i].address);
-            }
-            ion.takeCalls();
-            ion.mapping = address(128);
-            int fd = ion.nextFd;
-            EXPECT_EQ(nullptr, vsrSharedMemAllocK(5000, 8));
-            EXPECT_EQ(acquires(fd, 2) + releases(fd, address(128), 2), ion.takeCalls());
-            EXPECT_EQ(Lines{}, log.take());
-            ion.endResult = EIO;
-            EXPECT_EQ(nullptr, vsrSharedMemAllocK(5000, 8));
-            EXPECT_EQ(Lines{kEndFailed}, log.take());
-            ion.endResult = 0;
+    const auto address = [](uintptr_t i) { return reinterpret_cast<void*>(0x700000000000 + i * 8192); };
+    for (uintptr_t i = 0; i < 128; ++i)
+    {
+        ion.mapping = address(i);
+        ASSERT_EQ(address(i), vsrSharedMemAllocK(5000, 8)) << i;
+        ASSERT_EQ(address(i), sharedMemTable[i].address);
+    }
+    ion.mapping = address(128);
+    expectNotRecorded(ion);
+    EXPECT_LOG(log);
+    ion.endResult = EIO;
+    expectNotRecorded(ion);
+    EXPECT_LOG(log, kEndFailed);
+    ion.endResult = 0;
 
-            EXPECT_EQ(0, vsrSharedMemFreeK(address(77)));
-            EXPECT_EQ(0, vsrSharedMemFreeK(address(5)));
-            EXPECT_EQ(address(128), vsrSharedMemAllocK(5000, 8));
-            EXPECT_EQ(address(128), sharedMemTable[5].address) << "the first free record";
-        });
+    EXPECT_EQ(0, vsrSharedMemFreeK(address(77)));
+    EXPECT_EQ(0, vsrSharedMemFreeK(address(5)));
+    EXPECT_EQ(address(128), vsrSharedMemAllocK(5000, 8));
+    EXPECT_EQ(address(128), sharedMemTable[5].address) << "the first free record";
 }
 
-TEST(SharedMemory, NeedsItsLock)
+ION_TEST(NeedsItsLock)
 {
-    withIon(
-        [](ScriptedIon& ion, LogCapture& log)
-        {
-            void* const block = vsrSharedMemAllocK(10, 0);
-            pthread_mutexattr_t checked;
-            pthread_mutexattr_init(&checked);
-            pthread_mutexattr_settype(&checked, PTHREAD_MUTEX_ERRORCHECK);
-            pthread_mutex_init(&sharedMemMutex, &checked);
-            pthread_mutex_lock(&sharedMemMutex);
-            ion.takeCalls();
-            const int fd = ion.nextFd;
-            EXPECT_EQ(nullptr, vsrSharedMemAllocK(10, 0));
-            EXPECT_EQ(acquires(fd, 1) + releases(fd, ion.mapping, 1), ion.takeCalls());
-            EXPECT_EQ(-1, vsrSharedMemFreeK(block));
-            EXPECT_EQ(EBUSY, vsrDeInitSharedMem_Kdsp());
-            EXPECT_EQ(Calls{}, ion.takeCalls());
-            EXPECT_EQ(Lines{}, log.take());
-        });
+    void* const block = vsrSharedMemAllocK(10, 0);
+    holdChecked(sharedMemMutex);
+    expectNotRecorded(ion);
+    EXPECT_EQ(-1, vsrSharedMemFreeK(block));
+    EXPECT_EQ(EBUSY, vsrDeInitSharedMem_Kdsp());
+    EXPECT_CALLS(ion);
+    EXPECT_LOG(log);
 }
 
-TEST(SharedMemory, LivesFromSetUpToEnd)
+ION_TEST(LivesFromSetUpToEnd)
 {
-    withIon(
-        [](ScriptedIon& ion, LogCapture&)
-        {
-            void* const block = vsrSharedMemAllocK(10, 0);
-            EXPECT_EQ(0, vsrInitSharedMem_Kdsp()) << "once more";
-            EXPECT_EQ(block, sharedMemTable[0].address) << "nothing is cleared";
-            EXPECT_EQ(0, vsrDeInitSharedMem_Kdsp());
-            EXPECT_EQ(block, sharedMemTable[0].address) << "live allocations stay";
-            EXPECT_EQ(-1, vsrSharedMemFreeK(block));
-            ion.takeCalls();
-            const int fd = ion.nextFd;
-            EXPECT_EQ(nullptr, vsrSharedMemAllocK(10, 0));
-            EXPECT_EQ(acquires(fd, 1) + releases(fd, ion.mapping, 1), ion.takeCalls());
-
-            EXPECT_EQ(0, vsrInitSharedMem_Kdsp());
-            EXPECT_EQ(-1, vsrSharedMemFreeK(block)) << "forgotten";
-        });
+    void* const block = vsrSharedMemAllocK(10, 0);
+    EXPECT_EQ(0, vsrInitSharedMem_Kdsp()) << "once more";
+    EXPECT_EQ(block, sharedMemTable[0].address) << "nothing is cleared";
+    EXPECT_EQ(0, vsrDeInitSharedMem_Kdsp());
+    EXPECT_EQ(block, sharedMemTable[0].address) << "live allocations stay";
+    EXPECT_EQ(-1, vsrSharedMemFreeK(block));
+    expectNotRecorded(ion);
+    EXPECT_EQ(0, vsrInitSharedMem_Kdsp());
+    EXPECT_EQ(-1, vsrSharedMemFreeK(block)) << "forgotten";
 }
 
-TEST(SharedMemory, IsInstalledForADspWithoutAGpu)
+CHILD_TEST(SharedMemory, IsInstalledForADspWithoutAGpu)
 {
-    inChild(
-        []
-        {
-            const auto installed = []
-            {
-                const bool all = vsrSharedMemAlloc_ == vsrSharedMemAllocK &&
-                                 vsrSharedMemAllocR_ == vsrSharedMemAllocK && vsrSharedMemFree_ == vsrSharedMemFreeK &&
-                                 vsrSharedMemFreeR_ == vsrSharedMemFreeK;
-                const bool none =
-                    !vsrSharedMemAlloc_ && !vsrSharedMemAllocR_ && !vsrSharedMemFree_ && !vsrSharedMemFreeR_;
-                return all ? 1 : none ? 0 : -1;
-            };
-            for (const uint32_t hardware : {0u, 32u, 40u, ~8u, ~0u})
-            {
-                vsrInitSharedMem(hardware);
-                EXPECT_EQ(0, installed()) << hardware;
-            }
-            for (const uint32_t hardware : {8u, ~32u})
-            {
-                vsrInitSharedMem(hardware);
-                EXPECT_EQ(1, installed()) << hardware;
-                vsrInitSharedMem(40);
-                EXPECT_EQ(1, installed()) << "another report changes nothing";
-                vsrDeInitSharedMem();
-                EXPECT_EQ(0, installed()) << hardware;
-            }
-            EXPECT_EQ(0, vsrInitSharedMem_Kdsp());
-            vsrDeInitSharedMem();
-            EXPECT_EQ(EBUSY, (pthread_mutex_lock(&sharedMemMutex), vsrDeInitSharedMem_Kdsp()))
-                << "not ended, because it was not the one installed";
-        });
+    const auto installed = []
+    {
+        const bool all = vsrSharedMemAlloc_ == vsrSharedMemAllocK && vsrSharedMemAllocR_ == vsrSharedMemAllocK &&
+                         vsrSharedMemFree_ == vsrSharedMemFreeK && vsrSharedMemFreeR_ == vsrSharedMemFreeK;
+        const bool none = !vsrSharedMemAlloc_ && !vsrSharedMemAllocR_ && !vsrSharedMemFree_ && !vsrSharedMemFreeR_;
+        return all ? 1 : none ? 0 : -1;
+    };
+    for (const uint32_t hardware : {0u, 32u, 40u, ~8u, ~0u})
+    {
+        vsrInitSharedMem(hardware);
+        EXPECT_EQ(0, installed()) << hardware;
+    }
+    for (const uint32_t hardware : {8u, ~32u})
+    {
+        vsrInitSharedMem(hardware);
+        EXPECT_EQ(1, installed()) << hardware;
+        vsrInitSharedMem(40);
+        EXPECT_EQ(1, installed()) << "another report changes nothing";
+        vsrDeInitSharedMem();
+        EXPECT_EQ(0, installed()) << hardware;
+    }
+    EXPECT_EQ(0, vsrInitSharedMem_Kdsp());
+    vsrDeInitSharedMem();
+    EXPECT_EQ(EBUSY, (pthread_mutex_lock(&sharedMemMutex), vsrDeInitSharedMem_Kdsp()))
+        << "not ended, because it was not the one installed";
 }
 
 // ---- On the system's own memory ----
@@ -415,72 +353,55 @@ long openDescriptors()
     return std::distance(begin(descriptors), end(descriptors));
 }
 
-TEST(SharedMemory, ServesTheApplicationsAllocations)
+CHILD_TEST(SharedMemory, ServesTheApplicationsAllocations)
 {
-    inChild(
-        []
-        {
-            describeProcessor(kPhone);
-            ScriptedDsp dsp;
-            LogCapture log;
-            ASSERT_EQ(VISORA_SUCCESS, vsrSetOperationMode(VISORA_OP_LOW_POWER));
-            const long before = openDescriptors();
-            auto* const block = static_cast<uint8_t*>(vsrMemAlloc(5000, 64));
-            ASSERT_EQ(block, sharedMemTable[0].address);
-            EXPECT_EQ(before + 2, openDescriptors());
-            std::memset(block, 0x5a, 8192);
-            auto* const other =
-                static_cast<uint8_t*>(mmap(nullptr, 8192, PROT_READ, MAP_SHARED, sharedMemTable[0].bufferFd, 0));
-            ASSERT_NE(MAP_FAILED, other);
-            EXPECT_EQ(0, std::memcmp(block, other, 8192)) << "who has the descriptor sees the same memory";
-            munmap(other, 8192);
-            vsrMemFree(block);
-            EXPECT_EQ(before, openDescriptors());
-            EXPECT_EQ(nullptr, sharedMemTable[0].address);
-            vsrMemFree(vsrMemAlloc(0, 16));
-            vsrCleanUp();
-        });
+    ScriptedDsp dsp;
+    LogCapture log;
+    ASSERT_EQ(VISORA_SUCCESS, vsrSetOperationMode(VISORA_OP_LOW_POWER));
+    const long before = openDescriptors();
+    auto* const block = static_cast<uint8_t*>(vsrMemAlloc(5000, 64));
+    ASSERT_EQ(block, sharedMemTable[0].address);
+    EXPECT_EQ(before + 2, openDescriptors());
+    std::memset(block, 0x5a, 8192);
+    auto* const other =
+        static_cast<uint8_t*>(mmap(nullptr, 8192, PROT_READ, MAP_SHARED, sharedMemTable[0].bufferFd, 0));
+    ASSERT_NE(MAP_FAILED, other);
+    EXPECT_EQ(0, std::memcmp(block, other, 8192)) << "who has the descriptor sees the same memory";
+    munmap(other, 8192);
+    vsrMemFree(block);
+    EXPECT_EQ(before, openDescriptors());
+    EXPECT_EQ(nullptr, sharedMemTable[0].address);
+    vsrMemFree(vsrMemAlloc(0, 16));
+    vsrCleanUp();
 }
 
-TEST(SharedMemoryThreads, AllocateAndFreeTogether)
+CHILD_TEST(SharedMemoryThreads, AllocateAndFreeTogether)
 {
-    inChild(
-        []
-        {
-            ASSERT_EQ(0, vsrInitSharedMem_Kdsp());
-            const long before = openDescriptors();
-            std::array<std::thread, 8> threads;
-            for (std::thread& thread : threads)
-            {
-                thread = std::thread(
-                    []
-                    {
-                        std::array<void*, 24> blocks{};  // 192 in all: the table is full at times
-                        for (int round = 0; round < 10; ++round)
-                        {
-                            for (void*& block : blocks)
-                            {
-                                block = vsrSharedMemAllocK(100, 64);
-                                if (block)
-                                {
-                                    std::memset(block, round, 100);
-                                }
-                            }
-                            for (void* const block : blocks)
-                            {
-                                EXPECT_EQ(block ? 0 : -1, vsrSharedMemFreeK(block));
-                            }
-                        }
-                    });
-            }
-            for (std::thread& thread : threads)
-            {
-                thread.join();
-            }
-            EXPECT_EQ(before, openDescriptors());
-            EXPECT_TRUE(std::all_of(std::begin(sharedMemTable), std::end(sharedMemTable),
-                                    [](const SharedMemRecord& record) { return !record.address; }));
-        });
+    ASSERT_EQ(0, vsrInitSharedMem_Kdsp());
+    const long before = openDescriptors();
+    inThreads(8,
+              [](int)
+              {
+                  std::array<void*, 24> blocks{};  // 192 in all: the table is full at times
+                  for (int round = 0; round < 10; ++round)
+                  {
+                      for (void*& block : blocks)
+                      {
+                          block = vsrSharedMemAllocK(100, 64);
+                          if (block)
+                          {
+                              std::memset(block, round, 100);
+                          }
+                      }
+                      for (void* const block : blocks)
+                      {
+                          EXPECT_EQ(block ? 0 : -1, vsrSharedMemFreeK(block));
+                      }
+                  }
+              });
+    EXPECT_EQ(before, openDescriptors());
+    EXPECT_TRUE(std::all_of(std::begin(sharedMemTable), std::end(sharedMemTable),
+                            [](const SharedMemRecord& record) { return !record.address; }));
 }
 
 }  // namespace

@@ -23,13 +23,13 @@ namespace visora::test
 class ScriptedDsp
 {
   public:
-    ScriptedDsp();
-    ~ScriptedDsp();
+    ScriptedDsp() { current = this; }
+    ~ScriptedDsp() { current = nullptr; }
     ScriptedDsp(const ScriptedDsp&) = delete;
     ScriptedDsp& operator=(const ScriptedDsp&) = delete;
 
     /** The one that lives, or null. */
-    static ScriptedDsp* current();
+    static inline ScriptedDsp* current = nullptr;
 
     /** The next answers of a function, named without "visoradsp_"; the last one stays. */
     void answer(const std::string& function, std::deque<int32_t> answers);
