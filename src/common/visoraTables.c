@@ -41,17 +41,7 @@ enum
     GPU = VSR_MODE_GPU
 };
 
-// The DSP routines of an operation. Until an operation has some, its DSP columns stay empty.
-#define DECLARE_ROUTINES_NO_DSP(operation)
-#define DECLARE_ROUTINES_DSP(operation)                                  \
-    extern __typeof__(operation##C) operation##K __attribute__((weak));  \
-    extern __typeof__(operation##C) operation##Ka __attribute__((weak)); \
-    extern __typeof__(operation##C) operation##Kc __attribute__((weak)); \
-    extern __typeof__(operation##C) operation##Km __attribute__((weak));
-#define VSR_OPERATION(row, operation, variant, dsp, modes) DECLARE_ROUTINES_##dsp(operation)
-#define VSR_INTERNAL(row, operation, variant, dsp) DECLARE_ROUTINES_##dsp(operation)
-#include "common/operations/all.def"
-
+// The DSP routines of an operation.
 #define ROUTINES_NO_DSP(operation) \
     {                              \
         NULL                       \

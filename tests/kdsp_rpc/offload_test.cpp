@@ -281,6 +281,21 @@ TEST_F(Offload, LengthsAreInElementsAndZeroStridesPacked)
                                        at<const float, F>, at<float, F>, at<int32_t, F>, 0, 5, 5, 9, 0);
          },
          {A, 60, B, 60, 10, 5, 48, D, 0, E, 0, F, 0, F, 0, F, 0, 0, 5, 5, 9, 0}},
+        {[&] { vsrScaleDownBy2Gaussian5x5u8K(a, 11, 7, 0, d, 0); }, {A, 77, 11, 7, 0, D, 15, 0}},
+        {[&] { vsrScaleDownBy2Gaussian5x5f32K(at<const float, A>, 11, 7, at<float, D>); }, {A, 77, 11, 7, D, 15}},
+        {[&] { vsrScaleDownBy2Gaussian5x5f32_v2K(at<const float, A>, 11, 7, 48, at<float, D>, 0); },
+         {A, 84, 11, 7, 48, D, 15, 0}},
+        {[&] { vsrImageGradientSobelPlanars16K(a, 10, 5, 0, at<int16_t, D>, at<int16_t, E>, 24); },
+         {A, 50, 10, 5, 0, D, 60, E, 60, 24}},
+        {[&] { vsrPyramidCreatef32K(at<const float, A>, 16, 8, 3, at<vsrPyramidLevel, D>); }, {A, 128, 16, 8, 3, D, 3}},
+        {[&] { vsrPyramidCreatef32_v2K(at<const float, A>, 16, 8, 80, 3, at<vsrPyramidLevel_v2, D>); },
+         {A, 160, 16, 8, 80, 3, D, 3}},
+        {[&] { vsrPyramidCreateu8_v3K(a, 16, 8, 0, 5, 1, at<vsrPyramidLevel_v2, D>); }, {A, 128, 16, 8, 0, 5, 1, D, 5}},
+        {[&] {
+             vsrPyramidSobelGradientCreatei8K(at<const vsrPyramidLevel, A>, at<vsrPyramidLevel, D>,
+                                              at<vsrPyramidLevel, E>, 4);
+         },
+         {A, 4, D, 4, E, 4, 4}},
         {[&] { vsrCornerFast9u8K(a, 10, 6, 0, 20, 3, xy, 8, count); }, {A, 60, 10, 6, 0, 20, 3, D, 16, 8, F, 1}},
         {[&] { vsrCornerFast9Scoreu8_v2K(a, 10, 6, 16, 20, 3, xy, scores, 8, count, 1, work); },
          {A, 96, 10, 6, 16, 20, 3, D, 16, E, 8, 8, F, 1, 1, B, 30}},

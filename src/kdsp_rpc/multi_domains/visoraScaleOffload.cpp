@@ -12,6 +12,9 @@ constexpr auto reduced =
     [](const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, auto* dst, uint32_t dstStride)
 { return anySize(src, width, height, srcStride, dst, width / from * to, height / from * to, dstStride); };
 
+constexpr auto packedHalf = [](const auto* src, uint32_t width, uint32_t height, auto* dst)
+{ return reduced<2, 1>(src, width, height, 0, dst, 0); };
+
 }  // namespace
 }  // namespace visora
 
