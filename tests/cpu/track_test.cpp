@@ -94,7 +94,8 @@ std::vector<float> gridPoints(uint32_t width, uint32_t height, float from, float
     for (int i = 0; i < count(width) * count(height); ++i)
     {
         points.push_back(from + static_cast<float>(i % count(width)) * step);
-        points.push_back(from + static_cast<float>(i / count(width)) * step);
+        const int row = i / count(width);
+        points.push_back(from + static_cast<float>(row) * step);
     }
     return points;
 }
