@@ -68,8 +68,9 @@ bool synchronise(int bufferFd, uint64_t flags)
     dma_buf_sync request{};
     request.flags = flags | DMA_BUF_SYNC_RW;
     errno = 0;
-    // Anonymous shared memory, which stands in for ION on plain Linux, knows no such request and needs none.
-    return ioctl(bufferFd, DMA_BUF_IOCTL_SYNC, &request) == 0 || errno == ENOTTY;
+    // Anonymous shared memory, which stands in for ION on plain Linux, knows no such request and needs none. Emulators
+    // of a processor pass on no request that they do not know, and say so in another way.
+    return ioctl(bufferFd, DMA_BUF_IOCTL_SYNC, &request) == 0 || errno == ENOTTY || errno == ENOSYS;
 }
 
 void release(const SharedMemRecord& record)
