@@ -21,10 +21,11 @@
 namespace visora
 {
 
-// Sum of the weights of a window's rows (or columns) inside the image.
+// Sum of the weights of a window's rows (or columns) inside the image. The middle one always is.
 inline uint32_t halveWeight(uint32_t y, uint32_t height)
 {
-    return binomialWeightAt<2>(Outside::LeftOut, 2 * y, height);
+    constexpr uint32_t kMiddle = 6;
+    return std::max(kMiddle, binomialWeightAt<2>(Outside::LeftOut, 2 * y, height));
 }
 
 // One output column at the image's edge, made while the rows pass by.

@@ -51,7 +51,9 @@ Window windowAt(const std::vector<T>& src, int width, int height, int x, int y)
             if (column >= 0 && column < width && row >= 0 && row < height)
             {
                 window.sum +=
-                    kWeights[j + 2][i + 2] * static_cast<double>(src[static_cast<size_t>(row * width + column)]);
+                    kWeights[j + 2][i + 2] *
+                    static_cast<double>(
+                        src[static_cast<size_t>(row) * static_cast<size_t>(width) + static_cast<size_t>(column)]);
                 window.weights += kWeights[j + 2][i + 2];
             }
         }
@@ -243,8 +245,9 @@ TEST(Scale, NearestTakesThePixelUnderTheCentre)
                         {
                             // Source pixel j lies under centre c when j <= c < j + 1; in doubles, halves and small
                             // products are exact.
-                            const double x = (2 * (i % r.dstWidth) + 1) * double{1.0} * r.width;
-                            const double y = (2 * (i / r.dstWidth) + 1) * double{1.0} * r.height;
+                            const uint32_t outX = i % r.dstWidth, outY = i / r.dstWidth;
+                            const double x = (2 * outX + 1) * double{1.0} * r.width;
+                            const double y = (2 * outY + 1) * double{1.0} * r.height;
                             uint32_t column = 0, row = 0;
                             for (; (column + 1) * 2.0 * r.dstWidth <= x; ++column)
                             {
@@ -270,8 +273,9 @@ TEST(Scale, BilinearLiesWithinItsWeightsPrecision)
                         };
                         for (uint32_t i = 0; i < dst.size(); ++i)
                         {
-                            const double x = (i % r.dstWidth + 0.5) * r.width / r.dstWidth - 0.5;
-                            const double y = (i / r.dstWidth + 0.5) * r.height / r.dstHeight - 0.5;
+                            const uint32_t outX = i % r.dstWidth, outY = i / r.dstWidth;
+                            const double x = (outX + 0.5) * r.width / r.dstWidth - 0.5;
+                            const double y = (outY + 0.5) * r.height / r.dstHeight - 0.5;
                             const double left = std::floor(x), top = std::floor(y), a = x - left, b = y - top;
                             const double exact = (1 - a) * (1 - b) * at(left, top) + a * (1 - b) * at(left + 1, top) +
                                                  (1 - a) * b * at(left, top + 1) + a * b * at(left + 1, top + 1);
