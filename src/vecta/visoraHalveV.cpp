@@ -21,11 +21,10 @@
 namespace visora
 {
 
-// Sum of the weights of a window's rows (or columns) inside the image. The middle one always is.
+// Sum of the weights of a window's rows (or columns) inside the image; never 0, for the middle one always is.
 inline uint32_t halveWeight(uint32_t y, uint32_t height)
 {
-    constexpr uint32_t kMiddle = 6;
-    return std::max(kMiddle, binomialWeightAt<2>(Outside::LeftOut, 2 * y, height));
+    return binomialWeightAt<2>(Outside::LeftOut, 2 * y, height);
 }
 
 // One output column at the image's edge, made while the rows pass by.
@@ -53,6 +52,7 @@ class EdgeColumn
         const uint32_t third = below ? 4 * sumOf(below) : 0;
         const uint32_t fourth = last ? sumOf(last) : 0;
         const uint32_t weights = rowWeight * weight_;
+        // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): the window's centre has a weight
         out[x_] = static_cast<uint8_t>((pending_ + third + fourth + weights / 2) / weights);
         pending_ = centre_ + third + 6 * fourth;
         centre_ = fourth;
@@ -239,6 +239,7 @@ HWY_INLINE void halveBytes(D d, const GaussianImage<uint8_t>& image, uint32_t ds
                 // 15: the error of the rounded-up reciprocal, below weight / 2^16 for each unit, stays below 1 /
                 // weight.
                 const auto rounding = hn::Set(d16, static_cast<uint16_t>(8 * weight));
+                // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): the window's centre has a weight
                 const auto reciprocal = hn::Set(d16, static_cast<uint16_t>(65536 / weight + 1));
                 halveRow(d, columnsOf(below), columnsOf(last), count, sums, out + firstOutput,
                          [&](auto sum) HWY_ATTR
