@@ -1,0 +1,287 @@
+// Nearest neighbour, whatever its rule: rows of pixels picked at columns that are worked out once.
+#if defined(VISORA_VECTA_PICK_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VISORA_VECTA_PICK_INL_H
+#undef VISORA_VECTA_PICK_INL_H
+#else
+#define VISORA_VECTA_PICK_INL_H
+#endif
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "cpu/visoraScratch.h"
+#include "hwy/cache_control.h"
+#include "hwy/highway.h"
+#include "vecta/visoraVector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+// The odd bytes of two vectors, in order.
+template <class D, class V>
+HWY_INLINE V oddBytes(D d, V low, V high)
+{
+    const hn::RepartitionToWide<D> d16;
+    return narrowInOrder(d, hn::ShiftRight<8>(hn::BitCast(d16, low)), hn::ShiftRight<8>(hn::BitCast(d16, high)));
+}
+
+// Every second pixel from pixels[1] on.
+template <class D>
+HWY_INLINE hn::Vec<D> everySecond(D d, const uint8_t* pixels)
+{
+    return oddBytes(d, hn::LoadU(d, pixels), hn::LoadU(d, pixels + hn::Lanes(d)));
+}
+
+// Every fourth pixel from pixels[3] on.
+template <class D>
+HWY_INLINE hn::Vec<D> everyFourth(D d, const uint8_t* pixels)
+{
+    return oddBytes(d, everySecond(d, pixels), everySecond(d, pixels + 2 * hn::Lanes(d)));
+}
+
+// Takes one row's pixels at the columns that were worked out once for the image. Sixteen outputs at a time come out of
+// byte lookups in the few registers that their columns lie in.
+class ColumnPicker
+{
+  public:
+    static constexpr size_t kBlock = 16;
+    // With more source registers per block than this, pixels are copied one by one.
+    static constexpr size_t kMaxRegisters = 8;
+
+    static size_t scratchBytes(uint32_t dstWidth)
+    {
+        const size_t blocks = (dstWidth + kBlock - 1) / kBlock;
+        return blocks * kBlock * (kMaxRegisters + sizeof(uint32_t)) + blocks * sizeof(uint32_t);
+    }
+
+    // `columns` tells the source column of an output; `scratch` is aligned to a register.
+    template <class Columns>
+    ColumnPicker(const Columns& columns, uint32_t dstWidth, uint8_t* scratch)
+        : dstWidth_(dstWidth),
+          blocks_((dstWidth + kBlock - 1) / kBlock),
+          lookups_(scratch),
+          columns_(reinterpret_cast<uint32_t*>(scratch + blocks_ * kBlock * kMaxRegisters)),
+          starts_(columns_ + blocks_ * kBlock)
+    {
+        for (uint32_t x = 0; x < dstWidth; ++x)
+        {
+            columns_[x] = columns(x);
+        }
+        step_ = evenStep();
+        if (step_ == 0 && dstWidth >= kBlock)
+        {
+            planRegisters();
+        }
+    }
+
+    // `next` is the row that will be asked for next.
+    HWY_INLINE void pick(const uint8_t* row, const uint8_t* next, uint8_t* out) const
+    {
+        if (step_ != 0)
+        {
+            return pickEvenly(row, next, out);
+        }
+        switch (registers_)
+        {
+            case 0:
+                for (size_t x = 0; x < dstWidth_; ++x)
+                {
+                    out[x] = row[columns_[x]];
+                }
+                break;
+            case 1:
+                return pickFrom(row, out, 1);
+            case 2:
+                return pickFrom(row, out, 2);
+            case 3:
+                return pickFrom(row, out, 3);
+            case 4:
+                return pickFrom(row, out, 4);
+            default:
+                return pickFrom(row, out, registers_);
+        }
+    }
+
+  private:
+    // First output of a block; the last block overlaps the one before it.
+    size_t firstOutput(size_t block) const { return std::min(block * kBlock, dstWidth_ - kBlock); }
+
+    // The distance of the columns where it is the same from the second output on, and one that wide vectors can take:
+    // two or four. The first output of such a ratio often lies elsewhere. 0 for all others.
+    uint32_t evenStep() const
+    {
+        if (dstWidth_ <= hn::Lanes(hn::ScalableTag<uint8_t>()))
+        {
+            return 0;
+        }
+        const uint32_t step = columns_[2] - columns_[1];
+        bool even = (step == 2 || step == 4) && columns_[1] >= step - 1;
+        for (size_t x = 2; x < dstWidth_ && even; ++x)
+        {
+            even = columns_[x] - columns_[x - 1] == step;
+        }
+        return even ? step : 0;
+    }
+
+    HWY_INLINE void pickEvenly(const uint8_t* row, const uint8_t* next, uint8_t* out) const
+    {
+        const hn::ScalableTag<uint8_t> d;
+        out[0] = row[columns_[0]];
+        if (step_ == 2)
+        {
+            pickEvery<2>(row, next, out, [=](const uint8_t* pixels) HWY_ATTR { return everySecond(d, pixels); });
+        }
+        else
+        {
+            pickEvery<4>(row, next, out, [=](const uint8_t* pixels) HWY_ATTR { return everyFourth(d, pixels); });
+        }
+    }
+
+    // The pixel that is taken comes last among those that a lane is cut from, so nothing behind the last one is read.
+    // Rows in between are left out, which the processor does not foresee: the next row is fetched here.
+    template <size_t kStep, class Load>
+    HWY_INLINE void pickEvery(const uint8_t* row, const uint8_t* next, uint8_t* out, Load load) const
+    {
+        constexpr size_t kLineBytes = 64;
+        const hn::ScalableTag<uint8_t> d;
+#if HWY_ARCH_ARM
+        (void)load;
+        const uint8_t* from = row + columns_[1] + 1 - kStep;
+        uint8_t* to = out + 1;
+        const uint8_t* ahead = next + kStep;
+        size_t left = dstWidth_ - 1;
+        const auto one = [](const uint8_t* pixels) HWY_ATTR
+        {
+            if constexpr (kStep == 2)
+                return vld2q_u8(pixels).val[1];
+            else
+                return vld4q_u8(pixels).val[3];
+        };
+        for (; left >= 32; left -= 32, from += 32 * kStep, to += 32, ahead += 32 * kStep)
+        {
+            for (size_t i = 0; i < 32 * kStep; i += kLineBytes)
+                hwy::Prefetch(ahead + i);
+            const auto first = one(from);
+            const auto second = one(from + 16 * kStep);
+            vst1q_u8(to, first);
+            vst1q_u8(to + 16, second);
+        }
+        (void)d;
+        coverRange(0, left, 16, [&](size_t x) HWY_ATTR { vst1q_u8(to + x, one(from + x * kStep)); });
+        return;
+#endif
+        const uint8_t* lane = row + columns_[1] + 1 - kStep;  // where the lane of output 1 begins
+        coverRange(1, dstWidth_, hn::Lanes(d),
+                   [&](size_t x) HWY_ATTR
+                   {
+                       for (size_t ahead = 0; ahead < kStep * hn::Lanes(d); ahead += kLineBytes)
+                       {
+                           hwy::Prefetch(next + kStep * x + ahead);
+                       }
+                       hn::StoreU(load(lane + (x - 1) * kStep), d, out + x);
+                   });
+    }
+
+    void planRegisters()
+    {
+        size_t span = 0;
+        size_t needed = 0;  // columns up to the last one that an output takes
+        for (size_t block = 0; block < blocks_; ++block)
+        {
+            // Wrapped indices may go back, so both ends are looked for.
+            const uint32_t* first = columns_ + firstOutput(block);
+            const auto [low, high] = std::minmax_element(first, first + kBlock);
+            starts_[block] = *low;
+            span = std::max<size_t>(span, *high - *low + 1);
+            needed = std::max<size_t>(needed, *high + 1);
+        }
+        registers_ = (span + kBlock - 1) / kBlock;
+        if (registers_ > kMaxRegisters || registers_ * kBlock > needed)
+        {
+            registers_ = 0;
+            return;
+        }
+        for (size_t block = 0; block < blocks_; ++block)
+        {
+            // No register reaches beyond them.
+            starts_[block] = std::min(starts_[block], static_cast<uint32_t>(needed - registers_ * kBlock));
+            uint8_t* lookups = lookups_ + block * registers_ * kBlock;
+            for (size_t i = 0; i < kBlock; ++i)
+            {
+                const size_t at = columns_[firstOutput(block) + i] - starts_[block];
+                for (size_t r = 0; r < registers_; ++r)
+                {
+                    // A lookup with the top bit set gives 0.
+                    lookups[r * kBlock + i] = at / kBlock == r ? static_cast<uint8_t>(at % kBlock) : 0x80;
+                }
+            }
+        }
+    }
+
+    HWY_INLINE void pickFrom(const uint8_t* row, uint8_t* out, size_t registers) const
+    {
+        const hn::FixedTag<uint8_t, kBlock> d;
+        const uint8_t* lookups = lookups_;
+        for (size_t block = 0; block < blocks_; ++block)
+        {
+            const uint8_t* pixels = row + starts_[block];
+            auto picked = hn::TableLookupBytesOr0(hn::LoadU(d, pixels), hn::Load(d, lookups));
+            for (size_t r = 1; r < registers; ++r)
+            {
+                picked = hn::Or(picked, hn::TableLookupBytesOr0(hn::LoadU(d, pixels + r * kBlock),
+                                                                hn::Load(d, lookups + r * kBlock)));
+            }
+            lookups += registers * kBlock;
+            hn::StoreU(picked, d, out + firstOutput(block));
+        }
+    }
+
+    size_t dstWidth_;
+    size_t blocks_;
+    uint32_t step_ = 0;
+    size_t registers_ = 0;
+    uint8_t* lookups_;   // per block and register, sixteen positions
+    uint32_t* columns_;  // source column of every output
+    uint32_t* starts_;   // per block, the column where its first register begins
+};
+
+// An image whose pixel (x, y) is source pixel (columns(x), rows(y)). @return false without scratch memory
+template <class Columns, class Rows>
+HWY_INLINE bool pickPixels(const uint8_t* src, uint32_t srcStride, uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight,
+                           uint32_t dstStride, const Columns& columns, const Rows& rows)
+{
+    const Scratch scratch(ColumnPicker::scratchBytes(dstWidth));
+    if (!scratch.data())
+    {
+        return false;
+    }
+    const ColumnPicker picker(columns, dstWidth, scratch.data());
+    uint32_t rowBefore = UINT32_MAX;
+    for (uint32_t y = 0; y < dstHeight; ++y)
+    {
+        const uint32_t row = rows(y);
+        uint8_t* out = dst + size_t{y} * dstStride;
+        if (row == rowBefore)
+        {
+            std::memcpy(out, out - dstStride, dstWidth);
+        }
+        else
+        {
+            const uint32_t next = rows(std::min(y + 1, dstHeight - 1));
+            picker.pick(src + size_t{row} * srcStride, src + size_t{next} * srcStride, out);
+        }
+        rowBefore = row;
+    }
+    return true;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#endif
