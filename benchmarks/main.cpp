@@ -6,13 +6,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <map>
-#include <memory>
-#include <set>
 
+#include "contests.h"
 #include "peers.h"
-#include "support/operations.h"
 #include "visora/filter.h"
 
 #ifdef VISORA_HAVE_OPENCV
@@ -22,79 +19,16 @@
 namespace visora::bench
 {
 
-std::vector<Peer>& peers()
-{
-    static std::vector<Peer> list;
-    return list;
-}
-
-RegisterPeers::RegisterPeers(std::initializer_list<Peer> list)
-{
-    peers().insert(peers().end(), list);
-}
-
-std::vector<Report>& reports()
-{
-    static std::vector<Report> list;
-    return list;
-}
-
-RegisterReports::RegisterReports(std::initializer_list<Report> list)
-{
-    reports().insert(reports().end(), list);
-}
-
 namespace
 {
 
-using test::Arguments;
-using test::Operation;
-using test::Shape;
-
-struct Size
-{
-    int width;
-    int height;
-};
-constexpr Size kImageSizes[] = {{640, 480}, {1920, 1080}, {3840, 2160}};
-constexpr Size kPointCounts[] = {{50, 1}, {200, 1}, {1000, 1}};
-
-// What a benchmark measures; benchmark names cannot carry it.
-struct Contest
-{
-    std::string operation;   // with the label, if any
-    std::string contestant;  // "reference", "vector", "memcpy" or a library
-    Size size;
-    double items;  // that times are divided by
-};
-
-std::map<std::string, Contest> contests;
-
-std::string title(const std::string& operation, const std::string& label)
-{
-    return label.empty() ? operation : operation + "/" + label;
-}
-
-// Pixels, unless the operation works on something else.
-double itemsOf(const std::string& operation, Size size)
-{
-    for (const Operation& known : test::operations())
-    {
-        if (known.items != 0 && title(known.name, known.label) == operation)
-        {
-            return known.items;
-        }
-    }
-    return static_cast<double>(size.width) * size.height;
-}
+std::map<std::string, Contest> contestsByName;
 
 template <class Body>
 void add(const Contest& contest, Body body)
 {
-    const std::string name = contest.operation + "/" + contest.contestant + "/" + std::to_string(contest.size.width) +
-                             "x" + std::to_string(contest.size.height);
-    contests[name] = contest;
-    benchmark::RegisterBenchmark(name.c_str(), body)->Unit(benchmark::kMicrosecond);
+    contestsByName[contest.name()] = contest;
+    benchmark::RegisterBenchmark(contest.name().c_str(), body)->Unit(benchmark::kMicrosecond);
 }
 
 void timeWork(benchmark::State& state, const std::function<void()>& work)
@@ -107,54 +41,15 @@ void timeWork(benchmark::State& state, const std::function<void()>& work)
     }
 }
 
-std::unique_ptr<Arguments> argumentsFor(const Operation& operation, Size size)
+void addContest(const Contest& contest)
 {
-    Shape shape{static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height)};
-    shape.typical = true;
-    auto arguments = std::make_unique<Arguments>(shape, 1);
-    operation.prepare(*arguments);
-    return arguments;
-}
-
-void addOperation(const Operation& operation, Size size)
-{
-    const std::string name = title(operation.name, operation.label);
-    for (const auto& [contestant, implementation] :
-         {std::pair("reference", operation.reference), std::pair("vector", operation.vector)})
-    {
-        add({name, contestant, size, itemsOf(name, size)},
-            [&operation, size, implementation = implementation](benchmark::State& state)
-            {
-                const auto arguments = argumentsFor(operation, size);
-                if (!arguments->hasCall())
-                {
-                    state.SkipWithError("no call at this size");
-                    return;
-                }
-                timeWork(state, [&] { arguments->run(implementation); });
-            });
-    }
-    // A copy reads and writes as many bytes as the operation.
-    add({name, "memcpy", size, itemsOf(name, size)},
-        [&operation, size](benchmark::State& state)
+    add(contest,
+        [prepare = contest.prepare](benchmark::State& state)
         {
-            const size_t bytes = argumentsFor(operation, size)->bytesTouched() / 2;
-            const std::vector<uint8_t> from(bytes, 1);
-            std::vector<uint8_t> to(bytes);
-            timeWork(state, [&] { std::memcpy(to.data(), from.data(), bytes); });
-        });
-}
-
-void addPeer(const Peer& peer, Size size)
-{
-    const std::string name = title(peer.operation, peer.label);
-    add({name, peer.library, size, itemsOf(name, size)},
-        [&peer, size](benchmark::State& state)
-        {
-            const std::function<void()> work = peer.prepare(size.width, size.height);
+            const std::function<void()> work = prepare();
             if (!work)
             {
-                state.SkipWithError("not offered");
+                state.SkipWithError("no work at this size");
                 return;
             }
             timeWork(state, work);
@@ -167,9 +62,9 @@ constexpr char kDispatch[] = "dispatch";
 void addDispatch()
 {
     static uint8_t pixels[4] = {};
-    add({kDispatch, "entry", {2, 2}, 1},
+    add({kDispatch, "entry", {2, 2}, false, 1, {}},
         [](benchmark::State& state) { timeWork(state, [] { vsrFilterMedian3x3u8(pixels, 2, 2, pixels); }); });
-    add({kDispatch, "kernel", {2, 2}, 1},
+    add({kDispatch, "kernel", {2, 2}, false, 1, {}},
         [](benchmark::State& state)
         {
             const auto kernel = vsrFilterMedian3x3u8_;
@@ -200,7 +95,7 @@ class Table : public benchmark::BenchmarkReporter
         std::map<std::pair<std::string, int>, std::map<std::string, double>> lines;
         for (auto& [name, times] : times_)
         {
-            const Contest& contest = contests.at(name);
+            const Contest& contest = contestsByName.at(name);
             std::sort(times.begin(), times.end());
             if (contest.operation == kDispatch)
             {
@@ -300,24 +195,9 @@ int main(int argc, char** argv)
     {
         return 1;
     }
-    std::set<std::string> ofPoints;
-    for (const auto& operation : visora::test::operations())
+    for (const Contest& contest : contests())
     {
-        if (operation.takesPoints)
-        {
-            ofPoints.insert(operation.name);
-        }
-        for (const Size size : operation.takesPoints ? kPointCounts : kImageSizes)
-        {
-            addOperation(operation, size);
-        }
-    }
-    for (const Peer& peer : peers())
-    {
-        for (const Size size : ofPoints.count(peer.operation) != 0 ? kPointCounts : kImageSizes)
-        {
-            addPeer(peer, size);
-        }
+        addContest(contest);
     }
     addDispatch();
     Table table;

@@ -1,8 +1,17 @@
-# Cross build for 64-bit ARM with Debian's cross compiler and the arm64 packages; tests run under qemu.
+# Cross build for 64-bit ARM with clang, or with Debian's cross gcc where VISORA_CROSS_GCC is set, and the arm64 packages;
+# tests run under qemu. clang takes libraries, headers and linker of the cross gcc.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
-set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
-set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VISORA_CROSS_GCC)
+if(VISORA_CROSS_GCC)
+    set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
+    set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+else()
+    set(CMAKE_C_COMPILER clang)
+    set(CMAKE_CXX_COMPILER clang++)
+    set(CMAKE_C_COMPILER_TARGET aarch64-linux-gnu)
+    set(CMAKE_CXX_COMPILER_TARGET aarch64-linux-gnu)
+endif()
 set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu /usr/lib/aarch64-linux-gnu)
 set(CMAKE_PREFIX_PATH /usr/lib/aarch64-linux-gnu/cmake)

@@ -71,3 +71,21 @@ install_aarch64_packages() {
 install_peer_packages() {
     install_packages libopencv-dev libyuv-dev
 }
+
+# What the instruction counts of 64-bit ARM compare with, and what estimates cycles. The names of these packages carry
+# versions: they are those of the libraries that this machine's development packages link to.
+install_aarch64_peer_packages() {
+    local library file packages=()
+    for library in opencv_core opencv_imgproc opencv_features2d opencv_video opencv_calib3d yuv; do
+        file=$(readlink -f "/usr/lib/$(cc -print-multiarch)/lib$library.so")
+        packages+=("$(dpkg-query -S "$file" | cut -d: -f1):arm64")
+    done
+    install_packages "${packages[@]}"
+    if ! ls /usr/bin/llvm-mca-* >/dev/null 2>&1 || [ "$(ls /usr/bin/llvm-mca-* | sort -V | sed -n '$s/.*-//p')" -lt 19 ]; then
+        if apt-cache show llvm-19 >/dev/null 2>&1; then
+            install_packages llvm-19
+        else
+            say "No cycles: they need llvm-mca of LLVM 19 or newer"
+        fi
+    fi
+}
