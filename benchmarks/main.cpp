@@ -10,7 +10,7 @@
 
 #include "contests.h"
 #include "peers.h"
-#include "visora/filter.h"
+#include "visora/variants/filter.h"
 
 #ifdef VISORA_HAVE_OPENCV
 #include <opencv2/core.hpp>

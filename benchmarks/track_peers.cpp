@@ -6,8 +6,8 @@
 #include "peers.h"
 #include "support/motion.h"
 #include "support/operations.h"
-#include "visora/corner.h"
-#include "visora/track.h"
+#include "visora/variants/corner.h"
+#include "visora/variants/track.h"
 
 #ifdef VISORA_HAVE_OPENCV
 #include <opencv2/video/tracking.hpp>

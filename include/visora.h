@@ -24,6 +24,7 @@
 #include "visora/shared_memory.h"
 #include "visora/track.h"
 #include "visora/types.h"
+#include "visora/variants.h"
 #include "visora/warp.h"
 
 #endif

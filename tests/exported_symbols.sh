@@ -10,9 +10,10 @@ trap 'rm -r "$folder"' EXIT
 # One declaration a line; the name is the one in parentheses for a pointer, else the last one before an argument list,
 # an array bound or the end.
 for folder_of_headers; do set -- "$@" -I "$folder_of_headers" && shift; done
-echo "#include \"$header\"" | "$compiler" -E -P "$@" -x c - | tr '\n' ' ' | tr ';{}' '\n\n\n' |
+echo "#include \"$header\"" | "$compiler" -E -P "$@" -x c++ - | tr '\n' ' ' | tr ';{}' '\n\n\n' |
     grep -F '__attribute__((visibility("default")))' |
-    sed -E 's/.*__attribute__\(\(visibility\("default"\)\)\)//' |
+    sed -E -e 's/.*__attribute__\(\(visibility\("default"\)\)\)//' -e 's/__typeof__\([A-Za-z0-9_]+\)\**//' \
+        -e 's/vsrBehindHandle< *>::type//' |
     sed -E -e 's/^[^(]*\(\*+ *([A-Za-z0-9_]+) *\).*/\1/;t' \
         -e 's/^[^(]*[ *]([A-Za-z0-9_]+) *(\[.*|\(.*|)$/\1/' | sort -u >"$folder/declared"
 "$nm" -D --defined-only "$library" | awk '{print $3}' | sed 's/@.*//' | sort -u >"$folder/exported"

@@ -50,9 +50,7 @@ enum
 #define VSR_COLOR_PSEUDO_PLANAR(operation)                                                                        \
     VSR_COLOR_MEMBER(operation, (const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight, \
                                  uint32_t srcYStride, uint32_t srcCStride, uint8_t* dst, uint32_t dstStride))
-#define VSR_COLOR_MEMBER(operation, parameters) \
-    VSR_API vsrStatus operation parameters;     \
-    VSR_DSP_VARIANTS(vsrStatus, operation, parameters)
+#define VSR_COLOR_MEMBER(operation, parameters) VSR_API vsrStatus operation parameters
 
 /**
  * Three planes to RGB:
@@ -131,9 +129,8 @@ VSR_API vsrStatus vsrColorYUV420toRGB8888u8(const uint8_t* src, uint32_t width, 
 
 /* ---- Coding-unit tiles ---- */
 
-#define VSR_COLOR_TILES(operation, source)                                                             \
-    VSR_API vsrStatus operation(const uint8_t* source, uint32_t width, uint32_t height, uint8_t* dst); \
-    VSR_VARIANTS(vsrStatus, operation, (const uint8_t* source, uint32_t width, uint32_t height, uint8_t* dst))
+#define VSR_COLOR_TILES(operation, source) \
+    VSR_API vsrStatus operation(const uint8_t* source, uint32_t width, uint32_t height, uint8_t* dst)
 
 /**
  * Coding units, as a block codec decodes them, to packed RGB888. A unit covers 8 h x 8 v pixels: h * v luma blocks of
@@ -153,14 +150,6 @@ VSR_COLOR_TILES(vsrColorYCrCbH2V1toRGB888u8, ysrc);
 VSR_COLOR_TILES(vsrColorYCrCbH1V2toRGB888u8, ysrc);
 
 #undef VSR_COLOR_TILES
-
-VSR_DSP_VARIANTS(vsrStatus, vsrColorYUV420toRGB565u8,
-                 (const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst));
-VSR_DSP_VARIANTS(vsrStatus, vsrColorYUV420toRGB565u8Rotate180,
-                 (const uint8_t* src, uint32_t width, uint32_t height, uint32_t* dst));
-VSR_DSP_VARIANTS(vsrStatus, vsrColorYCrCb420PseudoPlanarToRGB8888u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
-                  uint32_t* dst, uint32_t dstStride));
 
 VSR_END_DECLARATIONS
 

@@ -131,46 +131,6 @@ VSR_API void score_9(const uint8_t* src, uint32_t srcStride, const uint32_t* xy,
 VSR_API void nms_processing(const uint32_t* rawXy, const uint32_t* rawScores, uint32_t* rowStarts, uint32_t rawCount,
                             uint32_t* xy, uint32_t* scores, uint32_t* numcorners);
 
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast9u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* numcorners));
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast9Scoreu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax, uint32_t* numcorners));
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast9Scoreu8_v2,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax, uint32_t* numcorners,
-                  uint32_t nmsEnabled, uint32_t* tempBuf));
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast9InMasku8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* numcorners, const uint8_t* bitMask,
-                  uint32_t maskWidth, uint32_t maskHeight));
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast9InMaskScoreu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax, uint32_t* numcorners,
-                  const uint8_t* bitMask, uint32_t maskWidth, uint32_t maskHeight));
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast9InMaskScoreu8_v2,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax, uint32_t* numcorners,
-                  const uint8_t* bitMask, uint32_t maskWidth, uint32_t maskHeight, uint32_t nmsEnabled,
-                  uint32_t* tempBuf));
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast10u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* nCorners));
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast10Scoreu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax, uint32_t* nCorners,
-                  uint32_t nmsEnabled, uint32_t* tempBuf));
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast10InMasku8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* nCorners, const uint8_t* mask,
-                  uint32_t maskWidth, uint32_t maskHeight));
-VSR_DSP_VARIANTS(vsrStatus, vsrCornerFast10InMaskScoreu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
-                  uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax, uint32_t* nCorners,
-                  const uint8_t* mask, uint32_t maskWidth, uint32_t maskHeight, uint32_t nmsEnabled,
-                  uint32_t* tempBuf));
-
 VSR_END_DECLARATIONS
 
 #endif

@@ -25,13 +25,6 @@ VSR_API vsrStatus vsrBitwiseNotu8(const uint8_t* src, uint32_t srcWidth, uint32_
 VSR_API vsrStatus vsrTableLookupu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                    const uint8_t* table, uint8_t* dst, uint32_t dstStride);
 
-VSR_DSP_VARIANTS(vsrStatus, vsrBitwiseNotu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrTableLookupu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, const uint8_t* table,
-                  uint8_t* dst, uint32_t dstStride));
-
 VSR_END_DECLARATIONS
 
 #endif

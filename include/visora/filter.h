@@ -47,13 +47,6 @@ VSR_API void sortColumeWiseInWindow3x3(uint8_t window[9]);
 /** Median of a 3x3 window whose columns are sorted. */
 VSR_API uint8_t findMedianInSortedWindow3x3(const uint8_t window[9]);
 
-VSR_DSP_VARIANTS(vsrStatus, vsrFilterMedian3x3u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrFilterMedian3x3u8_v3,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue));
-
 /**
  * M x N median of an s16 image (M columns, N rows): each pixel becomes the element of rank (M * N - 1) / 2, from 0, of
  * its window in ascending order, which for an even count is the lower median. The window begins M / 2 columns left of
@@ -69,10 +62,6 @@ VSR_API vsrStatus vsrFilterMedianMxNs16(const int16_t* src, uint32_t srcWidth, u
  * a median-of-three pivot). Puts the values into another order. `count` is at least 1.
  */
 VSR_API int16_t fast_median_sort(int16_t* values, int32_t count);
-
-VSR_DSP_VARIANTS(vsrStatus, vsrFilterMedianMxNs16,
-                 (const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t M, uint32_t N,
-                  int16_t* dst, uint32_t dstStride));
 
 /* ---- Box mean ---- */
 
@@ -111,22 +100,6 @@ VSR_API vsrStatus vsrBoxFilter11x11u8(const uint8_t* src, uint32_t srcWidth, uin
  */
 VSR_API vsrStatus vsrBoxFilterNxNf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                      float* dst, uint32_t dstStride, uint32_t N);
-
-VSR_DSP_VARIANTS(vsrStatus, vsrBoxFilter3x3u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrBoxFilter3x3u8_v2,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue));
-VSR_DSP_VARIANTS(vsrStatus, vsrBoxFilter5x5u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrBoxFilter11x11u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrBoxFilterNxNf32,
-                 (const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,
-                  uint32_t dstStride, uint32_t N));
 
 /* ---- Binomial Gaussian ---- */
 
@@ -199,25 +172,6 @@ VSR_API vsrStatus vsrFilterGaussian11x11u8(const uint8_t* src, uint32_t width, u
 /** As vsrFilterGaussian11x11u8 with strides; logs and refuses a source stride below a row too. */
 VSR_API vsrStatus vsrFilterGaussian11x11u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                               uint32_t srcStride, uint8_t* dst, uint32_t dstStride, int32_t blurBorder);
-
-VSR_DSP_VARIANTS(vsrStatus, vsrFilterGaussian3x3u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride, int32_t blurBorder));
-VSR_DSP_VARIANTS(vsrStatus, vsrFilterGaussian3x3u8_v3,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue));
-VSR_DSP_VARIANTS(vsrStatus, vsrFilterGaussian5x5u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride, int32_t blurBorder));
-VSR_DSP_VARIANTS(vsrStatus, vsrFilterGaussian5x5s16,
-                 (const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, int16_t* dst,
-                  uint32_t dstStride, int32_t blurBorder));
-VSR_DSP_VARIANTS(vsrStatus, vsrFilterGaussian5x5s32,
-                 (const int32_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, int32_t* dst,
-                  uint32_t dstStride, int32_t blurBorder));
-VSR_DSP_VARIANTS(vsrStatus, vsrFilterGaussian11x11u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride, int32_t blurBorder));
 
 VSR_END_DECLARATIONS
 

@@ -151,26 +151,6 @@ VSR_API void normalise2dpts(float* x, float* y, float* transform, int n);
  */
 VSR_API int vsrSolveCholeskyf32(float* A, const float* b, float* diag, uint32_t n, float* x);
 
-VSR_DSP_VARIANTS(vsrStatus, vsrGeomHomographyFitf32, (const vsrCorrespondences* corrs, float* homography));
-VSR_VARIANTS(vsrStatus, vsrGeomHomographyFitDPf32, (const vsrCorrespondences* corrs, float* homography));
-VSR_VARIANTS(vsrStatus, vsrGeomAffineFitf32, (const vsrCorrespondences* corrs, float* affine));
-VSR_DSP_VARIANTS(int, vsrGeomHomographyEvaluatef32,
-                 (const vsrCorrespondences* corrs, const float* homography, float maxsqerr, uint16_t* inliers,
-                  uint32_t* numInliers));
-VSR_DSP_VARIANTS(int, vsrGeomHomographyEvaluatef32_v2,
-                 (const vsrCorrespondences* corrs, const float* homography, float maxsqerr, uint16_t* inliers,
-                  uint32_t* numInliers, float* errinliers));
-VSR_DSP_VARIANTS(int, vsrGeomAffineEvaluatef32,
-                 (const vsrCorrespondences* corrs, const float* affine, float maxsqerr, uint16_t* inliers,
-                  uint32_t* numInliers));
-VSR_VARIANTS(vsrStatus, vsrGeomHomographyRobustFitf32,
-             (const vsrCorrespondences* corrs, float* homography, float maxsqerr, uint16_t* inliers,
-              uint32_t* numInliers, uint16_t* scratchInliers));
-VSR_VARIANTS(vsrStatus, vsrGeomHomographyRobustFitf32_v2,
-             (const vsrCorrespondences* corrs, float* homography, float maxsqerr, uint16_t* inliers,
-              uint32_t* numInliers, uint16_t* scratchInliers, float* errinliers));
-VSR_REFERENCE(int, vsrSolveCholeskyf32, (float* A, const float* b, float* diag, uint32_t n, float* x));
-
 VSR_END_DECLARATIONS
 
 #endif

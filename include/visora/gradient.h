@@ -45,16 +45,6 @@ VSR_API vsrStatus vsrImageGradientSobelPlanarf32(const uint8_t* src, uint32_t sr
 VSR_API vsrStatus vsrImageGradientSobelPlanarf32_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                                     uint32_t srcStride, float* dx, float* dy, uint32_t gradStride);
 
-VSR_DSP_VARIANTS(vsrStatus, vsrImageGradientSobelPlanars16,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, int16_t* dx,
-                  int16_t* dy, uint32_t gradStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrImageGradientSobelPlanars8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, int8_t* dx, int8_t* dy,
-                  uint32_t gradStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrImageGradientSobelPlanarf32,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dx, float* dy,
-                  uint32_t gradStride));
-
 VSR_END_DECLARATIONS
 
 #endif

@@ -122,10 +122,6 @@ VSR_API uint64_t vsrK6GetClkK_abstractionLayer(uint64_t handle);
  * variant
  */
 VSR_API uint64_t probeK6TimeC(uint32_t a, uint32_t b);
-VSR_DSP_ROUTINES(uint64_t, probeK6Time, uint32_t a, uint32_t b);
-extern VSR_API uint64_t (*probeK6Time_)(uint32_t a, uint32_t b);
-extern VSR_API uint64_t (*probeK6TimeR_)(uint32_t a, uint32_t b);
-extern VSR_API uint64_t (**ppprobeK6Time)(uint32_t a, uint32_t b);
 
 /** Switches the DSP's own messages. @return the DSP's answer, 1 when there is none */
 VSR_DSP_ROUTINES(uint32_t, vsrUpdateDSPMsgFlag, uint32_t flag);

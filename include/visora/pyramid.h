@@ -147,38 +147,6 @@ VSR_API vsrStatus vsrPyramidSobelGradientCreatef32(const vsrPyramidLevel* imgPyr
 
 /* ---- Variants ---- */
 
-VSR_REFERENCE(vsrStatus, vsrPyramidAllocate,
-              (vsrPyramidLevel * pyr, uint32_t baseWidth, uint32_t baseHeight, uint32_t bytesPerPixel,
-               uint32_t numLevels, uint32_t allocateBase));
-VSR_REFERENCE(vsrStatus, vsrPyramidAllocate_v2,
-              (vsrPyramidLevel_v2 * pyr, uint32_t baseWidth, uint32_t baseHeight, uint32_t baseStride,
-               uint32_t bytesPerPixel, uint32_t numLevels, uint32_t allocateBase));
-VSR_REFERENCE(vsrStatus, vsrPyramidAllocate_v3,
-              (vsrPyramidLevel_v2 * pyr, uint32_t baseWidth, uint32_t baseHeight, uint32_t baseStride,
-               uint32_t bytesPerPixel, uint32_t alignment, uint32_t numLevels, uint32_t scaleBy2,
-               uint32_t allocateBase));
-VSR_DSP_VARIANTS(vsrStatus, vsrPyramidCreateu8,
-                 (const uint8_t* base, uint32_t baseWidth, uint32_t baseHeight, uint32_t numLevels,
-                  vsrPyramidLevel* pyr));
-VSR_DSP_VARIANTS(vsrStatus, vsrPyramidCreatef32,
-                 (const float* base, uint32_t baseWidth, uint32_t baseHeight, uint32_t numLevels,
-                  vsrPyramidLevel* pyr));
-VSR_DSP_VARIANTS(vsrStatus, vsrPyramidCreateu8_v2,
-                 (const uint8_t* base, uint32_t baseWidth, uint32_t baseHeight, uint32_t baseStride, uint32_t numLevels,
-                  vsrPyramidLevel_v2* pyr));
-VSR_DSP_VARIANTS(vsrStatus, vsrPyramidCreatef32_v2,
-                 (const float* base, uint32_t baseWidth, uint32_t baseHeight, uint32_t baseStride, uint32_t numLevels,
-                  vsrPyramidLevel_v2* pyr));
-VSR_DSP_VARIANTS(vsrStatus, vsrPyramidCreateu8_v3,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t numLevels,
-                  uint32_t scaleBy2, vsrPyramidLevel_v2* pyr));
-VSR_DSP_VARIANTS(vsrStatus, vsrPyramidSobelGradientCreatei16,
-                 (const vsrPyramidLevel* imgPyr, vsrPyramidLevel* dxPyr, vsrPyramidLevel* dyPyr, uint32_t numLevels));
-VSR_DSP_VARIANTS(vsrStatus, vsrPyramidSobelGradientCreatei8,
-                 (const vsrPyramidLevel* imgPyr, vsrPyramidLevel* dxPyr, vsrPyramidLevel* dyPyr, uint32_t numLevels));
-VSR_DSP_VARIANTS(vsrStatus, vsrPyramidSobelGradientCreatef32,
-                 (const vsrPyramidLevel* imgPyr, vsrPyramidLevel* dxPyr, vsrPyramidLevel* dyPyr, uint32_t numLevels));
-
 VSR_END_DECLARATIONS
 
 #endif

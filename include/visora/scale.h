@@ -154,37 +154,6 @@ VSR_API uint32_t vsrGetMaxNumTrail0s(uint32_t value);
 
 /* ---- Variants ---- */
 
-VSR_DSP_VARIANTS(int, vsrScaleDownBy2u8,
-                 (const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(int, vsrScaleDownBy4u8,
-                 (const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(int, vsrScaleDown3To2u8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrScaleDownu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrScaleDownMNu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrScaleDownNNu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride));
-
-VSR_DSP_VARIANTS(vsrStatus, vsrScaleDownBy2Gaussian5x5u8,
-                 (const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrScaleDownBy2Gaussian5x5f32,
-                 (const float* src, uint32_t width, uint32_t height, float* dst));
-VSR_DSP_VARIANTS(vsrStatus, vsrScaleDownBy2Gaussian5x5f32_v2,
-                 (const float* src, uint32_t width, uint32_t height, uint32_t srcStride, float* dst,
-                  uint32_t dstStride));
-VSR_DSP_VARIANTS(vsrStatus, vsrScaleu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, vsrInterpolation interpolation));
-
 VSR_END_DECLARATIONS
 
 #endif

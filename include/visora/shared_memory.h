@@ -71,11 +71,6 @@ VSR_API int32_t vsrSharedMemFreeK(void* block);
  * @return 0, the DSP side's error, or 6 when no domain is in use
  */
 VSR_API vsrStatus vsrRegisterBuf(void* buffer, uint32_t size, int32_t fd);
-VSR_API vsrStatus vsrRegisterBufC(void* buffer, uint32_t size, int32_t fd);
-VSR_DSP_ROUTINES(vsrStatus, vsrRegisterBuf, void* buffer, uint32_t size, int32_t fd);
-extern VSR_API vsrStatus (*vsrRegisterBuf_)(void* buffer, uint32_t size, int32_t fd);
-extern VSR_API vsrStatus (*vsrRegisterBufR_)(void* buffer, uint32_t size, int32_t fd);
-extern VSR_API vsrStatus (**ppvsrRegisterBuf)(void* buffer, uint32_t size, int32_t fd);
 
 /* ---- Cache maintenance. Lengths are in bytes; the result is the DSP side's, 6 when no domain is in use. ---- */
 

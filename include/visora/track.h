@@ -133,28 +133,6 @@ VSR_API void calcIxIy_32fV(const float* patch, float* Ix, float* Iy, uint32_t pa
 extern VSR_API void (*calcIxIy_32f_)(const float* patch, float* Ix, float* Iy, uint32_t patchWidth,
                                      uint32_t patchHeight);
 
-VSR_DSP_VARIANTS(vsrStatus, vsrTrackLKOpticalFlowu8,
-                 (const uint8_t* src1, const uint8_t* src2, uint32_t width, uint32_t height,
-                  const vsrPyramidLevel* src1Pyr, const vsrPyramidLevel* src2Pyr, const float* featureXY,
-                  float* featureXY_out, int32_t* featureStatus, int32_t nFeatures, int32_t windowWidth,
-                  int32_t windowHeight, int32_t maxIterations, int32_t nPyramidLevels));
-VSR_DSP_VARIANTS(vsrStatus, vsrTrackLKOpticalFlowu8_v2,
-                 (const uint8_t* src1, const uint8_t* src2, uint32_t width, uint32_t height, uint32_t stride,
-                  const vsrPyramidLevel_v2* src1Pyr, const vsrPyramidLevel_v2* src2Pyr, const float* featureXY,
-                  float* featureXY_out, int32_t* featureStatus, int32_t nFeatures, int32_t windowWidth,
-                  int32_t windowHeight, int32_t maxIterations, int32_t nPyramidLevels));
-VSR_DSP_VARIANTS(vsrStatus, vsrTrackLKOpticalFlowu8_v3,
-                 (const uint8_t* src1, const uint8_t* src2, uint32_t width, uint32_t height, uint32_t stride,
-                  const vsrPyramidLevel_v2* src1Pyr, const vsrPyramidLevel_v2* src2Pyr, const float* featureXY,
-                  float* featureXY_out, int32_t* featureStatus, int32_t nFeatures, int32_t windowWidth,
-                  int32_t windowHeight, int32_t maxIterations, int32_t nPyramidLevels, int32_t criteriaType,
-                  float epsilon, int32_t useInitialEstimate));
-VSR_DSP_VARIANTS(vsrStatus, vsrTrackLKOpticalFlowf32,
-                 (const float* src1, const float* src2, uint32_t width, uint32_t height, uint32_t stride,
-                  const vsrPyramidLevel_v2* src1Pyr, const vsrPyramidLevel_v2* src2Pyr, const float* featureXY,
-                  float* featureXY_out, int32_t* featureStatus, int32_t nFeatures, int32_t windowWidth,
-                  int32_t windowHeight, int32_t maxIterations, int32_t nPyramidLevels));
-
 VSR_END_DECLARATIONS
 
 #endif

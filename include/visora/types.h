@@ -23,43 +23,9 @@
 #define VSR_API __attribute__((visibility("default")))
 
 /**
- * Declares what stands behind the entry points of one dispatched operation:
- * - `<operation>C`, the scalar reference, which defines the result;
- * - `<operation>V`, the vector variant, which gives the same bytes;
- * - `<operation>_`, the implementation that the library's own callers use (the reference until a mode is set);
- * - `pp<operation>`, the address of that pointer, to read or replace the implementation in use;
- * - `<operation>R_`, the DSP variant for remote use, null while there is none.
- * They all take the full argument list with explicit strides and check nothing.
+ * Declares the DSP routines of a service: on the domain in use (K), on the application, compute and modem DSP (Ka, Kc,
+ * Km), and over an open channel (K_abstractionLayer).
  */
-#define VSR_VARIANTS(result, operation, parameters) \
-    VSR_API result operation##V parameters;         \
-    VSR_REFERENCE(result, operation, parameters)
-
-/** As VSR_VARIANTS for an operation without a vector variant: the reference serves in its place. */
-#define VSR_REFERENCE(result, operation, parameters)  \
-    VSR_API result operation##C parameters;           \
-    extern VSR_API result(*operation##_) parameters;  \
-    extern VSR_API result(*operation##R_) parameters; \
-    extern VSR_API result(**pp##operation) parameters
-
-/**
- * As VSR_VARIANTS for an operation that a DSP can do, with its DSP routines:
- * - `<operation>K`, on the domain that is in use when it is called; without one it logs, does nothing and returns
- *   VISORA_EHWFAIL;
- * - `<operation>Ka`, `Kc` and `Km`, on the application, the compute and the modem DSP;
- * - `<operation>K_abstractionLayer`, over the open channel `handle`. It makes the remote call, brings a DSP back that
- *   restarted meanwhile, and leaves the call to the vector variant when the DSP cannot do it.
- */
-#define VSR_DSP_VARIANTS(result, operation, parameters) \
-    VSR_VARIANTS(result, operation, parameters);        \
-    VSR_DSP_ROUTINES(result, operation, VSR_BARE parameters)
-
-/** As VSR_DSP_VARIANTS for an operation without a vector variant. */
-#define VSR_DSP_REFERENCE(result, operation, parameters) \
-    VSR_REFERENCE(result, operation, parameters);        \
-    VSR_DSP_ROUTINES(result, operation, VSR_BARE parameters)
-
-#define VSR_BARE(...) __VA_ARGS__
 #define VSR_DSP_ROUTINES(result, operation, ...) \
     VSR_API result operation##K(__VA_ARGS__);    \
     VSR_API result operation##Ka(__VA_ARGS__);   \

@@ -20,10 +20,6 @@ VSR_BEGIN_DECLARATIONS
 VSR_API vsrStatus vsrRotateImageInterleavedu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                               uint32_t srcStride, uint8_t* dst, uint32_t dstStride, uint32_t rotation);
 
-VSR_DSP_VARIANTS(vsrStatus, vsrRotateImageInterleavedu8,
-                 (const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                  uint32_t dstStride, uint32_t rotation));
-
 VSR_END_DECLARATIONS
 
 #endif

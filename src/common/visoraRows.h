@@ -58,16 +58,16 @@ namespace visora
 /** Rows of the main table, by operation. */
 enum class Row : uint32_t
 {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) operation = (row),
-#include "common/operations/all.def"
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) operation = (row),
+#include "visora/operations/all.def"
 };
 
 /** Rows of the internal table that the library itself names. */
 enum class InternalRow : uint32_t
 {
-#define VSR_INTERNAL(row, operation, variant, dsp) operation = (row),
-#define VSR_INTERNAL_RESERVED(row, operation, dsp) operation = (row),
-#include "common/operations/all.def"
+#define VSR_INTERNAL(row, operation, entry, variant, dsp) operation = (row),
+#define VSR_INTERNAL_RESERVED(row, operation, entry, dsp) operation = (row),
+#include "visora/operations/all.def"
 };
 
 }  // namespace visora

@@ -15,14 +15,14 @@
                             [(row)*VSR_KIND_COUNT + VSR_IMPL_GPU] = (VSR_FUNC)operation##C,
 
 VSR_FUNC_TABLE vsrFuncTable = {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) COLUMNS_AT_LOAD(row, operation)
-#include "common/operations/all.def"
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) COLUMNS_AT_LOAD(row, operation)
+#include "visora/operations/all.def"
 };
 
 VSR_INTERNAL_FUNC_TABLE vsrInternalFuncTable = {
-#define VSR_INTERNAL(row, operation, variant, dsp) COLUMNS_AT_LOAD(row, operation)
-#define VSR_INTERNAL_RESERVED(row, operation, dsp) [(row)*VSR_KIND_COUNT] = NULL,
-#include "common/operations/all.def"
+#define VSR_INTERNAL(row, operation, entry, variant, dsp) COLUMNS_AT_LOAD(row, operation)
+#define VSR_INTERNAL_RESERVED(row, operation, entry, dsp) [(row)*VSR_KIND_COUNT] = NULL,
+#include "visora/operations/all.def"
 };
 
 VSR_IMPL vsrImplTable[VSR_ROW_COUNT];
@@ -63,25 +63,25 @@ enum
     }
 
 const VisoraRow visoraRows[VSR_ROW_COUNT] = {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) [row] = BUILT(operation, variant, dsp, modes),
-#define VSR_RESERVED(row, operation, dsp, modes) [row] = NOT_BUILT(operation, dsp, modes),
-#include "common/operations/all.def"
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) [row] = BUILT(operation, variant, dsp, modes),
+#define VSR_RESERVED(row, operation, entry, dsp, modes) [row] = NOT_BUILT(operation, dsp, modes),
+#include "visora/operations/all.def"
 };
 
 const VisoraRow visoraInternalRows[VSR_INTERNAL_ROW_COUNT] = {
-#define VSR_INTERNAL(row, operation, variant, dsp) [row] = BUILT(operation, variant, dsp, NONE),
-#define VSR_INTERNAL_RESERVED(row, operation, dsp) [row] = NOT_BUILT(operation, dsp, NONE),
-#include "common/operations/all.def"
+#define VSR_INTERNAL(row, operation, entry, variant, dsp) [row] = BUILT(operation, variant, dsp, NONE),
+#define VSR_INTERNAL_RESERVED(row, operation, entry, dsp) [row] = NOT_BUILT(operation, dsp, NONE),
+#include "visora/operations/all.def"
 };
 
 // The pointers of every operation.
-#define POINTERS(operation)                                \
+#define POINTERS(operation, entry)                         \
     __typeof__(&operation##C) operation##_ = operation##C; \
-    __typeof__(&operation##C) operation##R_ = NULL;        \
+    __typeof__(&operation##C) entry##R_ = NULL;            \
     __typeof__(&operation##_) pp##operation = &operation##_;
-#define VSR_OPERATION(row, operation, variant, dsp, modes) POINTERS(operation)
-#define VSR_INTERNAL(row, operation, variant, dsp) POINTERS(operation)
-#include "common/operations/all.def"
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) POINTERS(operation, entry)
+#define VSR_INTERNAL(row, operation, entry, variant, dsp) POINTERS(operation, entry)
+#include "visora/operations/all.def"
 
 void* (*vsrGetScratchBufferAligned_)(size_t size, uint32_t alignment) = vsrGetScratchBufferAlignedC;
 void* (*vsrGetScratchBufferUnaligned_)(size_t size) = vsrGetScratchBufferUnalignedC;
@@ -97,9 +97,9 @@ void (*calcIxIy_32f_)(const float* patch, float* Ix, float* Iy, uint32_t patchWi
 
 void uCHelper(void)
 {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) VSR_STORE(operation##_, operation##C);
-#define VSR_INTERNAL(row, operation, variant, dsp) VSR_STORE(operation##_, operation##C);
-#include "common/operations/all.def"
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) VSR_STORE(operation##_, operation##C);
+#define VSR_INTERNAL(row, operation, entry, variant, dsp) VSR_STORE(operation##_, operation##C);
+#include "visora/operations/all.def"
     VSR_STORE(vsrGetScratchBufferAligned_, vsrGetScratchBufferAlignedC);
     VSR_STORE(vsrGetScratchBufferUnaligned_, vsrGetScratchBufferUnalignedC);
     VSR_STORE(vsrReleaseScratchBuffer_, vsrReleaseScratchBufferC);
@@ -110,9 +110,9 @@ void uCHelper(void)
 
 void uVHelper(void)
 {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) VSR_STORE(operation##_, operation##variant);
-#define VSR_INTERNAL(row, operation, variant, dsp) VSR_STORE(operation##_, operation##variant);
-#include "common/operations/all.def"
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) VSR_STORE(operation##_, operation##variant);
+#define VSR_INTERNAL(row, operation, entry, variant, dsp) VSR_STORE(operation##_, operation##variant);
+#include "visora/operations/all.def"
     VSR_STORE(fast9_corner_score_, fast9_corner_scoreV);
     VSR_STORE(fast10_corner_score_, fast10_corner_scoreV);
     VSR_STORE(calcIxIy_32f_, calcIxIy_32fV);
@@ -123,15 +123,15 @@ void uRNull(void)
     visoraSetRemotePointers(VSR_MODE_NONE);
 }
 
-#define ROUTINE_NO_DSP(operation) (__typeof__(operation##R_))NULL
+#define ROUTINE_NO_DSP(operation) (__typeof__(&operation##C))NULL
 #define ROUTINE_DSP(operation) operation##K
 
 void visoraSetRemotePointers(uint8_t list)
 {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) \
-    VSR_STORE(operation##R_, (list & (modes)) ? ROUTINE_##dsp(operation) : NULL);
-#define VSR_INTERNAL(row, operation, variant, dsp) VSR_STORE(operation##R_, list ? ROUTINE_##dsp(operation) : NULL);
-#include "common/operations/all.def"
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) \
+    VSR_STORE(entry##R_, (list & (modes)) ? ROUTINE_##dsp(operation) : NULL);
+#define VSR_INTERNAL(row, operation, entry, variant, dsp) VSR_STORE(entry##R_, list ? ROUTINE_##dsp(operation) : NULL);
+#include "visora/operations/all.def"
 }
 
 static const char* nameOfBuilt(const VisoraRow* rows, uint32_t count, uint32_t row)

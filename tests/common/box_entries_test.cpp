@@ -4,7 +4,7 @@
 #include <string>
 
 #include "support/entry_point.h"
-#include "visora/filter.h"
+#include "visora/variants/filter.h"
 
 namespace visora::test
 {

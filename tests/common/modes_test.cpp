@@ -64,13 +64,13 @@ std::set<uint32_t> dspCapableRows()
         DSP
     };
     std::set<uint32_t> rows;
-#define VSR_OPERATION(row, operation, variant, dsp, modes) \
-    if ((dsp) == DSP)                                      \
-    {                                                      \
-        rows.insert(row);                                  \
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) \
+    if ((dsp) == DSP)                                             \
+    {                                                             \
+        rows.insert(row);                                         \
     }
-#define VSR_RESERVED(row, operation, dsp, modes) VSR_OPERATION(row, operation, , dsp, modes)
-#include "common/operations/all.def"
+#define VSR_RESERVED(row, operation, entry, dsp, modes) VSR_OPERATION(row, operation, entry, , dsp, modes)
+#include "visora/operations/all.def"
     return rows;
 }
 
@@ -369,7 +369,7 @@ TEST(ModesRemote, SetKindsAndLeaveTheOtherColumnsAlone)
                    DspDouble dsp;
                    vsrSetDefaultDspEXT(0);
                    dsp.mode = 0;
-                   vsrFilterMedian3x3u8R_ = vsrFilterMedian3x3u8C;
+                   vsrFilterMedian3x3u8_v2R_ = vsrFilterMedian3x3u8C;
                    const Functions table = functions();
                    LogCapture log;
                    EXPECT_EQ(VISORA_SUCCESS, vsrSetOperationModeRemoteLib(given.mode)) << std::hex << given.mode;
@@ -377,7 +377,7 @@ TEST(ModesRemote, SetKindsAndLeaveTheOtherColumnsAlone)
                    EXPECT_EQ(kindsBut(given.rows, VSR_IMPL_ADSP, VSR_IMPL_CPU), kinds()) << std::hex << given.mode;
                    EXPECT_EQ(given.checks, HW_constraint_checks_enable);
                    EXPECT_EQ(given.checks, k6AbstractionConstraintFlag);
-                   EXPECT_NE(vsrFilterMedian3x3u8C, vsrFilterMedian3x3u8R_);
+                   EXPECT_NE(vsrFilterMedian3x3u8C, vsrFilterMedian3x3u8_v2R_);
                    for (size_t at = 0; at < table.size(); ++at)
                    {
                        ASSERT_TRUE(at % VSR_KIND_COUNT >= VSR_IMPL_ADSP || table[at] == vsrFuncTable[at]) << at;

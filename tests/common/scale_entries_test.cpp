@@ -4,7 +4,7 @@
 #include <string>
 
 #include "support/entry_point.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 namespace visora::test
 {

@@ -7,7 +7,7 @@
 
 #include "support/log_capture.h"
 #include "visora/memory.h"
-#include "visora/track.h"
+#include "visora/variants/track.h"
 
 namespace visora::test
 {

@@ -6,8 +6,8 @@
 #include <limits>
 
 #include "support/images.h"
-#include "visora/filter.h"
 #include "visora/memory.h"
+#include "visora/variants/filter.h"
 
 namespace visora::test
 {

@@ -1,5 +1,5 @@
 // What the conversions from luma and chroma to RGB compute.
-#include "visora/color.h"
+#include "visora/variants/color.h"
 
 #include <gtest/gtest.h>
 

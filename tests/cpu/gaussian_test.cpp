@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "support/images.h"
-#include "visora/filter.h"
+#include "visora/variants/filter.h"
 
 namespace visora::test
 {

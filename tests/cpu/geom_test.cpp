@@ -1,5 +1,5 @@
 // Known answers and properties of the model fits.
-#include "visora/geom.h"
+#include "visora/variants/geom.h"
 
 #include <gtest/gtest.h>
 

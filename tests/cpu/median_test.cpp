@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "support/images.h"
-#include "visora/filter.h"
+#include "visora/variants/filter.h"
 
 namespace visora::test
 {

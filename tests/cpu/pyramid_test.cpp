@@ -1,5 +1,5 @@
 // Known answers of the pyramids and of what fills them, and judges that share no code with them.
-#include "visora/pyramid.h"
+#include "visora/variants/pyramid.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "support/random.h"
-#include "visora/filter.h"
-#include "visora/gradient.h"
-#include "visora/scale.h"
+#include "visora/variants/filter.h"
+#include "visora/variants/scale.h"
+#include "visora/variants/statistics.h"
 
 namespace visora::test
 {

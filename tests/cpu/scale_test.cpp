@@ -1,5 +1,5 @@
 // Known answers of the downscalers, and judges that share no code with them.
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What the trackers find, and what their parts compute.
-#include "visora/track.h"
+#include "visora/variants/track.h"
 
 #include <gtest/gtest.h>
 

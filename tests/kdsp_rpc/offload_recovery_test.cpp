@@ -252,13 +252,13 @@ TEST(OffloadDispatch, RemotePointersFollowTheModesLists)
             {
                 ASSERT_EQ(0u, vsrSetOperationMode(one.mode));
                 EXPECT_EQ(one.table, isSet(vsrTableLookupu8R_, vsrTableLookupu8K)) << one.mode;
-                EXPECT_EQ(one.gaussian, isSet(vsrFilterGaussian5x5u8R_, vsrFilterGaussian5x5u8K)) << one.mode;
-                EXPECT_EQ(one.median, isSet(vsrFilterMedian3x3u8R_, vsrFilterMedian3x3u8K)) << one.mode;
+                EXPECT_EQ(one.gaussian, isSet(vsrFilterGaussian5x5u8_v2R_, vsrFilterGaussian5x5u8K)) << one.mode;
+                EXPECT_EQ(one.median, isSet(vsrFilterMedian3x3u8_v2R_, vsrFilterMedian3x3u8K)) << one.mode;
                 EXPECT_EQ(one.internal, isSet(vsrColorYUV420toRGB565u8Rotate180R_, vsrColorYUV420toRGB565u8Rotate180K))
                     << one.mode;
             }
             uRNull();
-            EXPECT_FALSE(vsrTableLookupu8R_ || vsrFilterGaussian5x5u8R_ || vsrColorYUV420toRGB565u8Rotate180R_);
+            EXPECT_FALSE(vsrTableLookupu8R_ || vsrFilterGaussian5x5u8_v2R_ || vsrColorYUV420toRGB565u8Rotate180R_);
         });
 }
 

@@ -1,4 +1,4 @@
-#include "visora/color.h"
+#include "visora/variants/color.h"
 
 #include "support/operations.h"
 

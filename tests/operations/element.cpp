@@ -1,6 +1,5 @@
-#include "visora/element.h"
-
 #include "support/operations.h"
+#include "visora/variants/arithmetic.h"
 
 namespace visora::test
 {

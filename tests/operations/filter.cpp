@@ -1,4 +1,4 @@
-#include "visora/filter.h"
+#include "visora/variants/filter.h"
 
 #include "support/operations.h"
 

@@ -1,4 +1,4 @@
-#include "visora/geom.h"
+#include "visora/variants/geom.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,11 +1,11 @@
-#include "visora/pyramid.h"
+#include "visora/variants/pyramid.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "support/operations.h"
-#include "visora/gradient.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
+#include "visora/variants/statistics.h"
 
 namespace visora::test
 {

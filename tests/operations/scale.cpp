@@ -1,4 +1,4 @@
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 #include <algorithm>
 

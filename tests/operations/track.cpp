@@ -1,5 +1,5 @@
 // How to call the trackers.
-#include "visora/track.h"
+#include "visora/variants/track.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "visora/warp.h"
+#include "visora/variants/warp.h"
 
 #include "support/operations.h"
 

@@ -7,7 +7,7 @@
 #include <tuple>
 #include <vector>
 
-#include "visora/corner.h"
+#include "visora/variants/corner.h"
 
 namespace visora::test
 {

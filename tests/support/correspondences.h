@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "support/random.h"
-#include "visora/geom.h"
+#include "visora/variants/geom.h"
 
 namespace visora::test
 {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "visora/pyramid.h"
+#include "visora/variants/pyramid.h"
 
 namespace visora::test
 {

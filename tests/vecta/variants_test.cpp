@@ -88,9 +88,9 @@ TEST(VariantList, HasEveryOperationWithAVectorVariant)
             built.insert(operation);
         }
     };
-#define VSR_OPERATION(row, operation, variant, dsp, modes) add(#operation, #variant);
-#define VSR_INTERNAL(row, operation, variant, dsp) add(#operation, #variant);
-#include "common/operations/all.def"
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) add(#operation, #variant);
+#define VSR_INTERNAL(row, operation, entry, variant, dsp) add(#operation, #variant);
+#include "visora/operations/all.def"
     // Services of the DSP rather than kernels.
     built.erase("probeK6Time");
     built.erase("vsrRegisterBuf");

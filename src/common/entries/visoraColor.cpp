@@ -1,6 +1,6 @@
 // Entry points of the conversions from luma and chroma to RGB.
 #include "common/visoraCall.h"
-#include "visora/color.h"
+#include "visora/variants/color.h"
 
 using visora::aligned;
 using visora::Call;

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "common/visoraCall.h"
-#include "visora/corner.h"
+#include "visora/variants/corner.h"
 
 using visora::aligned;
 using visora::Call;

@@ -1,6 +1,6 @@
 // Entry points of the operations on single elements.
 #include "common/visoraCall.h"
-#include "visora/element.h"
+#include "visora/variants/arithmetic.h"
 
 using visora::aligned;
 using visora::Call;

@@ -1,6 +1,6 @@
 // Entry points of the box filters.
 #include "common/visoraCall.h"
-#include "visora/filter.h"
+#include "visora/variants/filter.h"
 
 using visora::aligned;
 using visora::Call;

@@ -1,6 +1,6 @@
 // Entry points of the model fits and of the linear equations.
 #include "common/visoraCall.h"
-#include "visora/geom.h"
+#include "visora/variants/geom.h"
 
 using visora::Call;
 using visora::Row;

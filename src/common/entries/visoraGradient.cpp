@@ -1,6 +1,6 @@
 // Entry points of the gradients.
 #include "common/visoraCall.h"
-#include "visora/gradient.h"
+#include "visora/variants/statistics.h"
 
 using visora::aligned;
 using visora::Call;

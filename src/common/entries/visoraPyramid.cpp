@@ -1,7 +1,7 @@
 // Entry points of the pyramids.
 #include "common/visoraCall.h"
 #include "visora/memory.h"
-#include "visora/pyramid.h"
+#include "visora/variants/pyramid.h"
 
 using visora::aligned;
 using visora::Call;

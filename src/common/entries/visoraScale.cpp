@@ -1,6 +1,6 @@
 // Entry points of the scalers.
 #include "common/visoraCall.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 using visora::aligned;
 using visora::Call;

@@ -1,6 +1,6 @@
 // Entry points of the trackers.
 #include "common/visoraCall.h"
-#include "visora/track.h"
+#include "visora/variants/track.h"
 
 using visora::aligned;
 using visora::Call;

@@ -1,6 +1,6 @@
 // Entry points of the operations that move pixels.
 #include "common/visoraCall.h"
-#include "visora/warp.h"
+#include "visora/variants/warp.h"
 
 using visora::aligned;
 using visora::Call;

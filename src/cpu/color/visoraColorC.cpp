@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "common/visoraLog.h"
-#include "visora/color.h"
+#include "visora/variants/color.h"
 
 namespace
 {

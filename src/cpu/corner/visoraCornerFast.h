@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "common/visoraLog.h"
-#include "visora/corner.h"
+#include "visora/variants/corner.h"
 
 namespace visora
 {

@@ -1,5 +1,5 @@
 // Operations on single elements, reference variants.
-#include "visora/element.h"
+#include "visora/variants/arithmetic.h"
 
 vsrStatus vsrBitwiseNotu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
                            uint32_t dstStride)

@@ -4,7 +4,7 @@
 #include "common/visoraLog.h"
 #include "cpu/filter/visoraFilterBorder.h"
 #include "cpu/filter/visoraFilterGaussian.h"
-#include "visora/filter.h"
+#include "visora/variants/filter.h"
 
 const uint32_t knl5x5[25] = {
     // clang-format off

@@ -3,8 +3,8 @@
 #include <limits>
 
 #include "cpu/filter/visoraFilterBorder.h"
-#include "visora/filter.h"
 #include "visora/memory.h"
+#include "visora/variants/filter.h"
 
 namespace
 {

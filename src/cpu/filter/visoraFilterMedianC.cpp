@@ -4,8 +4,8 @@
 
 #include "cpu/filter/visoraFilterBorder.h"
 #include "cpu/filter/visoraFilterMedian.h"
-#include "visora/filter.h"
 #include "visora/memory.h"
+#include "visora/variants/filter.h"
 
 namespace
 {

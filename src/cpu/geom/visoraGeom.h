@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "visora/geom.h"
+#include "visora/variants/geom.h"
 
 namespace visora
 {

@@ -1,7 +1,7 @@
 // Linear equations, reference variants.
 #include <cmath>
 
-#include "visora/geom.h"
+#include "visora/variants/geom.h"
 
 int vsrSolveCholeskyf32C(float* A, const float* b, float* diag, uint32_t n, float* x)
 {

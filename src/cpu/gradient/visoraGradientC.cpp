@@ -1,6 +1,6 @@
 // Gradients, reference variants.
 #include "cpu/gradient/visoraGradientSobel.h"
-#include "visora/gradient.h"
+#include "visora/variants/statistics.h"
 
 namespace
 {

@@ -5,9 +5,9 @@
 #include <cmath>
 
 #include "cpu/filter/visoraFilterGaussian.h"
-#include "visora/filter.h"
-#include "visora/pyramid.h"
-#include "visora/scale.h"
+#include "visora/variants/filter.h"
+#include "visora/variants/pyramid.h"
+#include "visora/variants/scale.h"
 
 namespace visora
 {

@@ -5,8 +5,8 @@
 #include "cpu/pyramid/visoraPyramid.h"
 #include "cpu/scale/visoraScaleHalve.h"
 #include "cpu/visoraScratch.h"
-#include "visora/gradient.h"
 #include "visora/memory.h"
+#include "visora/variants/statistics.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 
 #include "cpu/scale/visoraScaleMap.h"
 #include "visora/memory.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 namespace
 {

@@ -2,7 +2,7 @@
 #include <limits>
 
 #include "cpu/scale/visoraScaleHalve.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 namespace
 {

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 namespace visora
 {

@@ -2,7 +2,7 @@
 #include <cstddef>
 
 #include "cpu/scale/visoraScaleResize.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 namespace
 {

@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "cpu/visoraScratch.h"
-#include "visora/track.h"
+#include "visora/variants/track.h"
 
 namespace visora
 {

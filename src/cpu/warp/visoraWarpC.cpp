@@ -1,7 +1,7 @@
 // Operations that move pixels, reference variants.
 #include <cstring>
 
-#include "visora/warp.h"
+#include "visora/variants/warp.h"
 
 vsrStatus vsrRotateImageInterleavedu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                        uint8_t* dst, uint32_t dstStride, uint32_t rotation)

@@ -2,7 +2,7 @@
 #include "common/visoraCall.h"
 #include "kdsp_rpc/multi_domains/visoraDomain.h"
 #include "visora/dsp_stub.h"
-#include "visora/shared_memory.h"
+#include "visora/variants/runtime.h"
 
 vsrStatus vsrRegisterBuf(void* buffer, uint32_t size, int32_t fd)
 {

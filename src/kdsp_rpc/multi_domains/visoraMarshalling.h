@@ -134,11 +134,11 @@ struct Marshalling<R(A...)>
 /** Slots of the vector variants, by operation. */
 namespace vectorSlot
 {
-#define VSR_OPERATION(row, operation, variant, dsp, modes) \
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) \
     constexpr VSR_FUNC* operation = &vsrFuncTable[(row)*VSR_KIND_COUNT + VSR_IMPL_VECTA];
-#define VSR_INTERNAL(row, operation, variant, dsp) \
+#define VSR_INTERNAL(row, operation, entry, variant, dsp) \
     constexpr VSR_FUNC* operation = &vsrInternalFuncTable[(row)*VSR_KIND_COUNT + VSR_IMPL_VECTA];
-#include "common/operations/all.def"
+#include "visora/operations/all.def"
 }  // namespace vectorSlot
 
 }  // namespace visora
@@ -146,7 +146,7 @@ namespace vectorSlot
 /** Defines the DSP routines of an operation. See operations/all.def. */
 #define VSR_OFFLOADED(operation, answer, kind, ...)                                                                    \
     VSR_DECLARE(visoradsp_##operation##K, visora::Remote<decltype(operation##C), visora::Answer::answer>);             \
-    VSR_DEFINE(operation##K_abstractionLayer, visora::BehindHandle<decltype(operation##C)>, {                          \
+    VSR_DEFINE(operation##K_abstractionLayer, vsrBehindHandle<decltype(operation##C)>::type, {                         \
         return visora::Marshalling<decltype(operation##C)>::run<visora::kind, visora::Answer::answer>(                 \
             #operation "K_abstractionLayer", *visora::vectorSlot::operation, visoradsp_##operation##K,                 \
             visora::__VA_ARGS__, arguments...);                                                                        \

@@ -2,6 +2,7 @@
 #include "common/visoraRelaxed.h"
 #include "kdsp_rpc/multi_domains/visoraDomain.h"
 #include "kdsp_rpc/multi_domains/visoraRemoteCall.h"
+#include "visora/variants/runtime.h"
 
 int32_t K6_constraint_checks_enable = 1;
 int32_t k6AbstractionConstraintFlag = 1;

@@ -14,6 +14,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "common/visoraDefine.h"
 #include "visora/types.h"
 
 namespace visora
@@ -35,7 +36,6 @@ struct Kernel<R(A...)>
 {
     using Result = R;
     using Arguments = std::tuple<A...>;
-    using BehindHandle = R(uint64_t, A...);
     static constexpr size_t kBuffers = (size_t{std::is_pointer_v<A>} + ... + 0);
     static constexpr size_t kRemoteArguments = sizeof...(A) + kBuffers;
 
@@ -84,31 +84,6 @@ struct RemoteType<Function, answer, std::index_sequence<place...>>
 template <class Function, Answer answer>
 using Remote = typename RemoteType<Function, answer>::type;
 
-template <class Function>
-using BehindHandle = typename Kernel<Function>::BehindHandle;
-
 }  // namespace visora
-
-/** Declares a C function of the given type that this library exports or another one provides. */
-#define VSR_DECLARE(name, ...) extern "C" VSR_API std::type_identity_t<__VA_ARGS__> name
-
-/**
- * Defines the C function `name` of the given type. The body, `...`, in braces, finds the arguments in the pack
- * `arguments` and the result's type in `Result`. Only at global scope.
- *
- * The preprocessor knows neither the number nor the types of an operation's arguments, and a function template has no
- * C name. A friend that is defined inside a class template has both: its parameters may be a pack, yet it is an
- * ordinary function. It comes to life when it is used, hence the pointer to it.
- */
-#define VSR_DEFINE(name, type, ...)                                                                               \
-    VSR_DECLARE(name, type);                                                                                      \
-    template <class>                                                                                              \
-    struct name##_definition;                                                                                     \
-    template <class Result, class... Arguments>                                                                   \
-    struct name##_definition<Result(Arguments...)>                                                                \
-    {                                                                                                             \
-        [[gnu::used]] friend Result name(Arguments... arguments) __VA_ARGS__ static constexpr auto* kUse = &name; \
-    };                                                                                                            \
-    template struct name##_definition<type>
 
 #endif

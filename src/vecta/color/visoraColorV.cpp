@@ -1,5 +1,5 @@
 // Conversions from luma and chroma to RGB, vector variants.
-#include "visora/color.h"
+#include "visora/variants/color.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/color/visoraColorV.cpp"

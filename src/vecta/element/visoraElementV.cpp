@@ -1,5 +1,5 @@
 // Operations on single elements, vector variants.
-#include "visora/element.h"
+#include "visora/variants/arithmetic.h"
 
 // With its byte permutations AVX-512 looks a table up in two steps.
 #define HWY_WANT_AVX3_DL

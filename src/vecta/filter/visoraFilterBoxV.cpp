@@ -1,8 +1,8 @@
 // Box filters, vector variants.
 #include <algorithm>
 
-#include "visora/filter.h"
 #include "visora/memory.h"
+#include "visora/variants/filter.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterBoxV.cpp"

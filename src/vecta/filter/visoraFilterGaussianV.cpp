@@ -3,7 +3,7 @@
 // The image is worked through in tiles whose sums stay in the first-level cache: first the weighted sums of the columns
 // of some rows, then the weighted sums of these along each row. A sum is kPlanes times as wide as a pixel; so that no
 // lane has to move, sums are kept in as many planes, those of column x in plane x % kPlanes.
-#include "visora/filter.h"
+#include "visora/variants/filter.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterGaussianV.cpp"

@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "cpu/filter/visoraFilterMedian.h"
-#include "visora/filter.h"
 #include "visora/memory.h"
+#include "visora/variants/filter.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterMedianV.cpp"

@@ -1,5 +1,5 @@
 // Gradients, vector variants.
-#include "visora/gradient.h"
+#include "visora/variants/statistics.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/gradient/visoraGradientV.cpp"

@@ -1,7 +1,7 @@
 // Creation of pyramids with the vector kernels.
 #include "cpu/pyramid/visoraPyramid.h"
 #include "cpu/scale/visoraScaleHalve.h"
-#include "visora/gradient.h"
+#include "visora/variants/statistics.h"
 
 vsrStatus vsrPyramidCreateu8V(const uint8_t* base, uint32_t baseWidth, uint32_t baseHeight, uint32_t numLevels,
                               vsrPyramidLevel* pyr)

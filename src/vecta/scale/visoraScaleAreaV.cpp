@@ -5,7 +5,7 @@
 
 #include "cpu/scale/visoraScaleMap.h"
 #include "cpu/visoraScratch.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/scale/visoraScaleAreaV.cpp"

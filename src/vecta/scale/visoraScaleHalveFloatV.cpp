@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "cpu/scale/visoraScaleHalve.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/scale/visoraScaleHalveFloatV.cpp"

@@ -7,7 +7,7 @@
 #include <array>
 
 #include "cpu/scale/visoraScaleHalve.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/scale/visoraScaleHalveV.cpp"

@@ -1,6 +1,6 @@
 // Nearest-neighbour downscaler, vector variant.
 #include "cpu/scale/visoraScaleMap.h"
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/scale/visoraScaleNearestV.cpp"

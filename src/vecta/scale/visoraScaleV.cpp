@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "visora/scale.h"
+#include "visora/variants/scale.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/scale/visoraScaleV.cpp"

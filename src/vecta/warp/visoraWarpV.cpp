@@ -1,5 +1,5 @@
 // Operations that move pixels, vector variants.
-#include "visora/warp.h"
+#include "visora/variants/warp.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/warp/visoraWarpV.cpp"

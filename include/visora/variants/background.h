@@ -1,0 +1,10 @@
+/** @file Variants of the operations of background.def, see visora/variants.h. */
+#ifndef VISORA_VARIANTS_BACKGROUND_H
+#define VISORA_VARIANTS_BACKGROUND_H
+
+#include "visora/types.h"
+
+#define VISORA_LIST "visora/operations/background.def"
+#include "visora/variants/list.h"
+
+#endif

@@ -1,0 +1,10 @@
+/** @file Variants of the operations of corner.def, see visora/variants.h. */
+#ifndef VISORA_VARIANTS_CORNER_H
+#define VISORA_VARIANTS_CORNER_H
+
+#include "visora/corner.h"
+
+#define VISORA_LIST "visora/operations/corner.def"
+#include "visora/variants/list.h"
+
+#endif

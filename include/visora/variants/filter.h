@@ -1,0 +1,10 @@
+/** @file Variants of the operations of filter.def, see visora/variants.h. */
+#ifndef VISORA_VARIANTS_FILTER_H
+#define VISORA_VARIANTS_FILTER_H
+
+#include "visora/filter.h"
+
+#define VISORA_LIST "visora/operations/filter.def"
+#include "visora/variants/list.h"
+
+#endif
