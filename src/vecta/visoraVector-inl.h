@@ -26,12 +26,13 @@ namespace hn = hwy::HWY_NAMESPACE;
 template <class Body>
 HWY_INLINE void coverRange(size_t begin, size_t end, size_t lanes, Body body)
 {
-    size_t x = begin;
-    for (; x + lanes <= end; x += lanes)
+    // Where whole steps end is compared with the index itself: compilers then keep no second one.
+    const size_t stop = end - (end - begin) % lanes;
+    for (size_t x = begin; x != stop; x += lanes)
     {
         body(x);
     }
-    if (x < end)
+    if (stop != end)
     {
         body(end - lanes);
     }
