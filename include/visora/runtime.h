@@ -67,7 +67,7 @@ VSR_API int32_t vsrSetOperationModeExt(int32_t choice);
  */
 VSR_API vsrStatus vsrSetOperationModeRemoteLib(vsrOperationMode mode);
 
-/** The mode last asked for with vsrSetOperationMode. */
+/** The mode last asked for, with vsrSetOperationMode or vsrSetOperationModeRemoteLib. */
 extern VSR_API vsrOperationMode mode_globalVar;
 
 /* ---- What the machine offers ---- */
@@ -97,6 +97,9 @@ VSR_API const char* ivsrVectorInstructionSet(void);
  * looked at once per process, when the machine is first looked at.
  */
 extern VSR_API const char* ivsrProcessorDescriptionPath;
+
+/** Bits that the hardware report has whatever was found: what only the platform's maker knows of. Initially none. */
+extern VSR_API uint32_t ivsrFurtherHardware;
 
 /** Processors found online when the mode was applied. */
 extern VSR_API int32_t nVsrAvailableProc;

@@ -46,6 +46,15 @@ size_t slotIndex(uint32_t row, VSR_IMPL kind)
     return static_cast<size_t>(row) * VSR_KIND_COUNT + kind;
 }
 
+// Writes a row's slot; what a program put into a row that has nothing to write stays.
+void fill(VSR_FUNC* table, uint32_t row, VSR_IMPL kind, VSR_FUNC variant)
+{
+    if (variant)
+    {
+        VSR_STORE(table[slotIndex(row, kind)], variant);
+    }
+}
+
 // Fills a column of the master manager's tables, before there is one that of the library's own.
 void fillColumn(VSR_IMPL kind, VSR_FUNC VisoraRow::*variant)
 {
@@ -56,11 +65,11 @@ void fillColumn(VSR_IMPL kind, VSR_FUNC VisoraRow::*variant)
     }
     for (uint32_t row = 0; row < mainRows(manager); ++row)
     {
-        VSR_STORE((*manager.funcTable)[slotIndex(row, kind)], visoraRows[row].*variant);
+        fill(*manager.funcTable, row, kind, visoraRows[row].*variant);
     }
     for (uint32_t row = 0; row < internalRows(manager); ++row)
     {
-        VSR_STORE((*manager.internalFuncTable)[slotIndex(row, kind)], visoraInternalRows[row].*variant);
+        fill(*manager.internalFuncTable, row, kind, visoraInternalRows[row].*variant);
     }
 }
 
@@ -90,17 +99,11 @@ vsrStatus fillOffloadColumn(VSR_FUNC_MANAGER* manager, VSR_IMPL kind, size_t rou
     }
     for (uint32_t row = 0; row < mainRows(*manager); ++row)
     {
-        if (visoraRows[row].routines[routine])
-        {
-            VSR_STORE((*manager->funcTable)[slotIndex(row, kind)], visoraRows[row].routines[routine]);
-        }
+        fill(*manager->funcTable, row, kind, visoraRows[row].routines[routine]);
     }
     for (uint32_t row = 0; row < internalRows(*manager); ++row)
     {
-        if (visoraInternalRows[row].routines[routine])
-        {
-            VSR_STORE((*manager->internalFuncTable)[slotIndex(row, kind)], visoraInternalRows[row].routines[routine]);
-        }
+        fill(*manager->internalFuncTable, row, kind, visoraInternalRows[row].routines[routine]);
     }
     return status;
 }
@@ -180,7 +183,7 @@ vsrStatus applyModeTable(VSR_FUNC_MANAGER* manager, uint32_t mode, uint8_t list,
 
 VSR_IMPL visora::kindOfDefaultDomain()
 {
-    switch (defaultDSP)
+    switch (VSR_LOAD(defaultDSP))
     {
         case 0:
             return VSR_IMPL_ADSP;
@@ -272,7 +275,7 @@ vsrStatus vsrTableHWInit(VSR_FUNC_TABLE* funcTable, VSR_INTERNAL_FUNC_TABLE* int
     vsrStatus status = 0;
     if (dspPresent)
     {
-        switch (defaultDSP)
+        switch (VSR_LOAD(defaultDSP))
         {
             case 0:
                 logLibrary(visora::kLogDebug, "%s", "ADSP is available");
@@ -304,7 +307,7 @@ void setVSR_IMPL_defaultDSP(int32_t domain)
     constexpr VSR_IMPL kKindOfDomain[] = {VSR_IMPL_ADSP, VSR_IMPL_CDSP, VSR_IMPL_MDSP, VSR_IMPL_CDSP};
     if (static_cast<uint32_t>(domain) < std::size(kKindOfDomain))
     {
-        defaultDspImplKind = kKindOfDomain[domain];
+        VSR_STORE(defaultDspImplKind, kKindOfDomain[domain]);
     }
 }
 

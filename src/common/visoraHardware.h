@@ -2,6 +2,8 @@
 #ifndef VISORA_COMMON_HARDWARE_H
 #define VISORA_COMMON_HARDWARE_H
 
+#include <optional>
+
 #include "visora/runtime.h"
 
 namespace visora
@@ -20,8 +22,8 @@ constexpr uint32_t kHardwareAlways = 0x1000;
 /** Extended modes have this bit; the others say which. */
 constexpr vsrOperationMode kExtendedMode = 0x80000000;
 
-/** The next bring-up knows of no session of an earlier one. */
-void forgetDspSession();
+/** Domain whose channel the DSP session holds; none while there is no session. */
+std::optional<int32_t> sessionDomain();
 
 }  // namespace visora
 

@@ -1,9 +1,13 @@
 // Operation modes, the version and the end of the library's work.
+#include "common/visoraModes.h"
+
 #include <glib.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
 
 #include "common/visoraFunctionManager.h"
 #include "common/visoraHardware.h"
@@ -39,6 +43,11 @@ bool isTooPlain(uint32_t hardware)
            (hardware & (visora::kHardwareRead | visora::kHardwareVector)) == visora::kHardwareRead;
 }
 
+bool isPinned(vsrOperationMode mode)
+{
+    return mode == VISORA_OP_EXT_DSP_PINNED || mode == VISORA_OP_EXT_KDSP;
+}
+
 // Whether entry points and the offload routines test the DSP's constraints.
 void setConstraintChecks(bool enable)
 {
@@ -46,11 +55,17 @@ void setConstraintChecks(bool enable)
     vsrUpdateK6ConstraintCheckFlag(enable);
 }
 
-void prepareTables(uint32_t hardware)
+// Columns 0 to 3 with the first mode, with every later one that of the DSP whose domain is chosen per call.
+void fillColumns(uint32_t hardware)
 {
     const bool vectorUnit = hardware & visora::kHardwareVector;
     if (!VSR_LOAD(tablesBuilt))
     {
+        // First of all, so that the fillers work on the library's own tables even if a program registered others.
+        if (vsrInitializeMasterFuncManager(&visora::wholeTables) != VISORA_SUCCESS)
+        {
+            logLibrary(kLogError, "%s", "vsrInitializeMasterFuncManager is failed");
+        }
         for (const VSR_IMPL kind : {VSR_IMPL_CPU, VSR_IMPL_VECTA, VSR_IMPL_KDSP, VSR_IMPL_GPU})
         {
             uCTable(kind);
@@ -59,10 +74,7 @@ void prepareTables(uint32_t hardware)
                 uVTable(kind);
             }
         }
-        if (vsrInitializeMasterFuncManager(&visora::wholeTables) != VISORA_SUCCESS)
-        {
-            logLibrary(kLogError, "%s", "vsrInitializeMasterFuncManager is failed");
-        }
+        VSR_STORE(tablesBuilt, true);
     }
     else if (vectorUnit)
     {
@@ -72,9 +84,6 @@ void prepareTables(uint32_t hardware)
     {
         uCTable(VSR_IMPL_KDSP);
     }
-    vsrTableHWInit(&vsrFuncTable, &vsrInternalFuncTable, hardware & visora::kHardwareDsp,
-                   hardware & visora::kHardwareGpu);
-    VSR_STORE(tablesBuilt, true);
 }
 
 // Rows whose kind numbers outlive every mode change: the two placeholders and the registration of buffers.
@@ -88,45 +97,31 @@ bool keepsInternalKind(uint32_t row)
     return row == static_cast<uint32_t>(visora::InternalRow::vsrRegisterBuf);
 }
 
-void resetKinds()
+// Every row's kind to `kind`, or with `builtOnly` that of the rows that have an operation.
+void setKinds(VSR_IMPL kind, bool builtOnly)
 {
     for (uint32_t row = 0; row < VSR_ROW_COUNT; ++row)
     {
-        if (!keepsKind(row))
+        if (!keepsKind(row) && (!builtOnly || visoraRows[row].reference))
         {
-            VSR_STORE(vsrImplTable[row], VSR_IMPL{VSR_IMPL_CPU});
+            VSR_STORE(vsrImplTable[row], kind);
         }
     }
     for (uint32_t row = 0; row < VSR_INTERNAL_ROW_COUNT; ++row)
     {
-        if (!keepsInternalKind(row))
+        if (!keepsInternalKind(row) && (!builtOnly || visoraInternalRows[row].reference))
         {
-            VSR_STORE(vsrInternalImplTable[row], VSR_IMPL{VSR_IMPL_CPU});
+            VSR_STORE(vsrInternalImplTable[row], kind);
         }
     }
 }
 
-void useVectorUnit(uint32_t hardware)
+bool usesVectorUnit(vsrOperationMode mode, uint32_t hardware)
 {
-    if (!(hardware & visora::kHardwareVector))
-    {
-        return;
-    }
-    uVHelper();
-    for (uint32_t row = 0; row < VSR_ROW_COUNT; ++row)
-    {
-        if (visoraRows[row].reference && !keepsKind(row))
-        {
-            VSR_STORE(vsrImplTable[row], VSR_IMPL{VSR_IMPL_VECTA});
-        }
-    }
-    for (uint32_t row = 0; row < VSR_INTERNAL_ROW_COUNT; ++row)
-    {
-        if (visoraInternalRows[row].reference && !keepsInternalKind(row))
-        {
-            VSR_STORE(vsrInternalImplTable[row], VSR_IMPL{VSR_IMPL_VECTA});
-        }
-    }
+    const bool wanted = mode & visora::kExtendedMode
+                            ? mode != VISORA_OP_EXT_CDSP
+                            : mode <= VISORA_OP_CPU_PERFORMANCE && (hardware & visora::kHardwareMobile);
+    return wanted && (hardware & visora::kHardwareVector);
 }
 
 // Gives every DSP-capable row to the domain in use; `otherwise` is logged when there is no such domain.
@@ -143,10 +138,6 @@ void pinToDefaultDomain(const char* otherwise)
 
 void applyExtendedMode(vsrOperationMode mode, uint32_t hardware)
 {
-    if (mode != VISORA_OP_EXT_CDSP)
-    {
-        useVectorUnit(hardware);
-    }
     switch (mode)
     {
         case VISORA_OP_EXT_ADSP:
@@ -175,15 +166,12 @@ void applyExtendedMode(vsrOperationMode mode, uint32_t hardware)
 // The DSP's and the GPU's part of modes 0 to 2.
 void applyOffloadMode(vsrOperationMode mode, uint32_t hardware)
 {
-    const bool dsp = hardware & visora::kHardwareDsp;
     switch (mode)
     {
         case VISORA_OP_LOW_POWER:
-            visoraSetRemotePointers(dsp ? VSR_MODE_LOW : VSR_MODE_NONE);
             uHWLowPowerModeTable(&visora::wholeTables);
             break;
         case VISORA_OP_PERFORMANCE:
-            visoraSetRemotePointers(dsp ? VSR_MODE_PERF : VSR_MODE_NONE);
             uHWPerformanceModeTable(&visora::wholeTables);
             break;
         case VISORA_OP_CPU_OFFLOAD:
@@ -191,9 +179,8 @@ void applyOffloadMode(vsrOperationMode mode, uint32_t hardware)
             {
                 uGIndex(&visora::wholeTables);
             }
-            if (dsp)
+            if (hardware & visora::kHardwareDsp)
             {
-                visoraSetRemotePointers(VSR_MODE_OFFLOAD);
                 uKCpuOffloadModeTable(&visora::wholeTables);
             }
             break;
@@ -202,10 +189,135 @@ void applyOffloadMode(vsrOperationMode mode, uint32_t hardware)
     }
 }
 
+// The remote pointers are set for the rows that the mode gives to the DSP.
+void setRemotePointers(vsrOperationMode mode, uint32_t hardware)
+{
+    constexpr uint8_t kLists[] = {VSR_MODE_LOW, VSR_MODE_PERF, VSR_MODE_OFFLOAD};
+    uint8_t list = VSR_MODE_NONE;
+    if ((hardware & visora::kHardwareDsp) && isPinned(mode))
+    {
+        list = VSR_MODE_PINNED;
+    }
+    else if ((hardware & visora::kHardwareDsp) && (hardware & visora::kHardwareMobile) && mode < std::size(kLists))
+    {
+        list = kLists[mode];
+    }
+    visoraSetRemotePointers(list);
+}
+
+// After a restart of the DSP a mode is applied for the sake of the kinds and of the DSP's column alone: columns,
+// implementation pointers and scratch services stay what the program made of them meanwhile.
+enum class Applied
+{
+    ByProgram,
+    AfterRestart
+};
+
+vsrStatus applyMode(vsrOperationMode mode, Applied applied)
+{
+    const uint32_t hardware = vsrAvailableHardware(mode);
+    if (isTooPlain(hardware))
+    {
+        return VISORA_MODE_REFUSED;
+    }
+    const bool vectorUnit = usesVectorUnit(mode, hardware);
+    if (applied == Applied::ByProgram)
+    {
+        fillColumns(hardware);
+        uCHelper();
+        if (vectorUnit)
+        {
+            uVHelper();
+        }
+    }
+    vsrTableHWInit(&vsrFuncTable, &vsrInternalFuncTable, hardware & visora::kHardwareDsp,
+                   hardware & visora::kHardwareGpu);
+    setKinds(VSR_IMPL_CPU, false);
+    if (vectorUnit)
+    {
+        setKinds(VSR_IMPL_VECTA, true);
+    }
+    setRemotePointers(mode, hardware);
+    if (mode & visora::kExtendedMode)
+    {
+        applyExtendedMode(mode, hardware);
+    }
+    else if (hardware & visora::kHardwareMobile)
+    {
+        applyOffloadMode(mode, hardware);
+    }
+    return VISORA_SUCCESS;
+}
+
+vsrStatus applyRemoteMode(vsrOperationMode mode)
+{
+    visora::readTraceSwitch();
+    const uint32_t hardware = vsrAvailableHardware(mode);
+    if (isTooPlain(hardware))
+    {
+        return VISORA_MODE_REFUSED;
+    }
+    if (!VSR_LOAD(tablesBuilt))
+    {
+        // The column fillers work on the master manager; nothing else of the tables is this setter's affair.
+        vsrInitializeMasterFuncManager(&visora::wholeTables);
+    }
+    const bool dsp = hardware & visora::kHardwareDsp;
+    if (dsp && visora::kindOfDefaultDomain() == visora::kNoKind)
+    {
+        logLibrary(kLogError, "defaultDSP flag is not set. Hence unable to set memory pointers for Visora functions");
+    }
+    else
+    {
+        vsrTableHWInit(&vsrFuncTable, &vsrInternalFuncTable, dsp, false);
+    }
+    setRemotePointers(mode, hardware);
+    if (isPinned(mode) && dsp)
+    {
+        VSR_STORE(HW_constraint_checks_enable, 0);
+        vsrUpdateK6ConstraintCheckFlagK(0);
+        pinToDefaultDomain("defaultDSP flag is not set. Hence unable to set index for Visora functions");
+    }
+    else if (!(mode & visora::kExtendedMode) && (hardware & visora::kHardwareMobile))
+    {
+        applyOffloadMode(mode, hardware & ~visora::kHardwareGpu);
+    }
+    return VISORA_SUCCESS;
+}
+
+// The setter that was asked last.
+bool remoteSetter = false;
+
+// The kinds before the library withdrew to the CPU.
+VSR_IMPL kindsBefore[VSR_ROW_COUNT];
+VSR_IMPL internalKindsBefore[VSR_INTERNAL_ROW_COUNT];
+
+// Keeps the program's switches as they are while it lives: applying a mode sets them.
+class KeptSwitches
+{
+  public:
+    KeptSwitches() = default;
+    ~KeptSwitches()
+    {
+        VSR_STORE(libLogPrint, trace_);
+        VSR_STORE(HW_constraint_checks_enable, checks_);
+        VSR_STORE(K6_constraint_checks_enable, dspChecks_);
+        VSR_STORE(k6AbstractionConstraintFlag, offloadChecks_);
+    }
+    KeptSwitches(const KeptSwitches&) = delete;
+    KeptSwitches& operator=(const KeptSwitches&) = delete;
+
+  private:
+    uint8_t trace_ = VSR_LOAD(libLogPrint);
+    int32_t checks_ = VSR_LOAD(HW_constraint_checks_enable);
+    int32_t dspChecks_ = VSR_LOAD(K6_constraint_checks_enable);
+    int32_t offloadChecks_ = VSR_LOAD(k6AbstractionConstraintFlag);
+};
+
 void storeDomain(int32_t domain)
 {
-    defaultDSP = domain;
-    logLibrary(kLogDebug, "defaultDSP is reset to=%d", defaultDSP);
+    VSR_STORE(defaultDSP, domain);
+    logLibrary(kLogDebug, "defaultDSP is reset to=%d", domain);
 }
 
 void readDomainProperty()
@@ -241,6 +353,7 @@ vsrStatus vsrSetOperationMode(vsrOperationMode mode)
         mode = VISORA_OP_CPU_PERFORMANCE;
     }
     mode_globalVar = mode;
+    remoteSetter = false;
     return vsrSetOperationMode_internal(mode);
 }
 
@@ -249,24 +362,7 @@ vsrStatus vsrSetOperationMode_internal(vsrOperationMode mode)
     setConstraintChecks(true);
     VSR_STORE(nVsrAvailableProc, vsrAvailableProcessors());
     visora::readTraceSwitch();
-    const uint32_t hardware = vsrAvailableHardware(mode);
-    if (isTooPlain(hardware))
-    {
-        return VISORA_MODE_REFUSED;
-    }
-    prepareTables(hardware);
-    uCHelper();
-    resetKinds();
-    if (mode & visora::kExtendedMode)
-    {
-        applyExtendedMode(mode, hardware);
-    }
-    else if (mode <= VISORA_OP_CPU_PERFORMANCE && (hardware & visora::kHardwareMobile))
-    {
-        useVectorUnit(hardware);
-        applyOffloadMode(mode, hardware);
-    }
-    return VISORA_SUCCESS;
+    return applyMode(mode, Applied::ByProgram);
 }
 
 int32_t vsrSetOperationModeExt(int32_t choice)
@@ -294,39 +390,36 @@ int32_t vsrSetOperationModeExt(int32_t choice)
 
 vsrStatus vsrSetOperationModeRemoteLib(vsrOperationMode mode)
 {
-    visora::readTraceSwitch();
-    const uint32_t hardware = vsrAvailableHardware(mode);
-    if (isTooPlain(hardware))
+    mode_globalVar = mode;
+    remoteSetter = true;
+    return applyRemoteMode(mode);
+}
+
+void visora::withdrawToCpu()
+{
+    const KeptSwitches kept;
+    std::copy(std::begin(vsrImplTable), std::end(vsrImplTable), kindsBefore);
+    std::copy(std::begin(vsrInternalImplTable), std::end(vsrInternalImplTable), internalKindsBefore);
+    applyMode(VISORA_OP_CPU_PERFORMANCE, Applied::AfterRestart);
+}
+
+vsrStatus visora::returnToMode()
+{
+    const KeptSwitches kept;
+    if (!remoteSetter)
     {
-        return VISORA_MODE_REFUSED;
+        return applyMode(mode_globalVar, Applied::AfterRestart);
     }
-    uRNull();
-    if (!tablesBuilt)
+    // That setter leaves alone what it does not give to the DSP.
+    for (uint32_t row = 0; row < VSR_ROW_COUNT; ++row)
     {
-        // The column fillers work on the master manager; nothing else of the tables is this setter's affair.
-        vsrInitializeMasterFuncManager(&visora::wholeTables);
+        VSR_STORE(vsrImplTable[row], kindsBefore[row]);
     }
-    const bool dsp = hardware & visora::kHardwareDsp;
-    if (dsp && visora::kindOfDefaultDomain() == visora::kNoKind)
+    for (uint32_t row = 0; row < VSR_INTERNAL_ROW_COUNT; ++row)
     {
-        logLibrary(kLogError, "defaultDSP flag is not set. Hence unable to set memory pointers for Visora functions");
+        VSR_STORE(vsrInternalImplTable[row], internalKindsBefore[row]);
     }
-    else
-    {
-        vsrTableHWInit(&vsrFuncTable, &vsrInternalFuncTable, dsp, false);
-    }
-    const bool pins = mode == VISORA_OP_EXT_DSP_PINNED || mode == VISORA_OP_EXT_KDSP;
-    if (pins && dsp)
-    {
-        HW_constraint_checks_enable = 0;
-        vsrUpdateK6ConstraintCheckFlagK(0);
-        pinToDefaultDomain("defaultDSP flag is not set. Hence unable to set index for Visora functions");
-    }
-    else if (!(mode & visora::kExtendedMode) && (hardware & visora::kHardwareMobile))
-    {
-        applyOffloadMode(mode, hardware & ~visora::kHardwareGpu);
-    }
-    return VISORA_SUCCESS;
+    return applyRemoteMode(mode_globalVar);
 }
 
 int32_t vsrSetDefaultDspEXT(int32_t domain)
@@ -341,13 +434,13 @@ int32_t vsrSetDefaultDspEXT(int32_t domain)
         logLibrary(kLogDebug, "%s", "Calling vsrSetDefaultDSP with default_dsp!=DEFAULT_DSP~~~~~~~~~~~~~~~~~~~~~>>");
         storeDomain(domain);
     }
-    setVSR_IMPL_defaultDSP(defaultDSP);
+    setVSR_IMPL_defaultDSP(VSR_LOAD(defaultDSP));
     return 0;
 }
 
 void setDefaultDSPValue(int32_t domain)
 {
-    defaultDSP = domain;
+    VSR_STORE(defaultDSP, domain);
 }
 
 int32_t vsrCleanUp(void)
@@ -361,7 +454,6 @@ int32_t vsrCleanUp(void)
 int32_t vsrCleanUpHW(void)
 {
     int32_t result = KCVAK6_deinit();
-    visora::forgetDspSession();
     if (vsrSharedMemAllocR_ == vsrSharedMemAllocK)
     {
         result = vsrDeInitSharedMem_Kdsp();

@@ -19,7 +19,8 @@ extern "C"
         VSR_MODE_LOW = 1,      // low power, to the DSP
         VSR_MODE_PERF = 2,     // performance, to the DSP
         VSR_MODE_OFFLOAD = 4,  // CPU offload, to the DSP
-        VSR_MODE_GPU = 8       // performance, to the GPU
+        VSR_MODE_GPU = 8,      // performance, to the GPU
+        VSR_MODE_PINNED = 16   // no list: every row that a DSP can serve
     };
 
     // The DSP routines of a row.
@@ -45,8 +46,8 @@ extern "C"
     extern const VisoraRow visoraRows[VSR_ROW_COUNT];
     extern const VisoraRow visoraInternalRows[VSR_INTERNAL_ROW_COUNT];
 
-    // Points the remote pointers of the rows on a mode table's list, and of the internal rows, at the DSP routines;
-    // empties those of the others, and all of them when the list is none.
+    // Points the remote pointers of the rows that a mode table gives to the DSP at their DSP routines, and empties
+    // those of the others.
     void visoraSetRemotePointers(uint8_t list);
 
 #ifdef __cplusplus

@@ -126,11 +126,22 @@ void uRNull(void)
 #define ROUTINE_NO_DSP(operation) (__typeof__(&operation##C))NULL
 #define ROUTINE_DSP(operation) operation##K
 
+// Of the internal rows every mode table has these two.
+enum
+{
+    LISTED_PROBE = 10,
+    LISTED_REGISTRATION = 11
+};
+
 void visoraSetRemotePointers(uint8_t list)
 {
+    const bool all = list == VSR_MODE_PINNED;
 #define VSR_OPERATION(row, operation, entry, variant, dsp, modes) \
-    VSR_STORE(entry##R_, (list & (modes)) ? ROUTINE_##dsp(operation) : NULL);
-#define VSR_INTERNAL(row, operation, entry, variant, dsp) VSR_STORE(entry##R_, list ? ROUTINE_##dsp(operation) : NULL);
+    VSR_STORE(entry##R_, all || (list & (modes)) ? ROUTINE_##dsp(operation) : NULL);
+#define VSR_INTERNAL(row, operation, entry, variant, dsp)                                         \
+    VSR_STORE(entry##R_, all || (list && ((row) == LISTED_PROBE || (row) == LISTED_REGISTRATION)) \
+                             ? ROUTINE_##dsp(operation)                                           \
+                             : NULL);
 #include "visora/operations/all.def"
 }
 

@@ -8,6 +8,7 @@
 #include "common/hardware_double.h"
 #include "common/rows.h"
 #include "support/log_capture.h"
+#include "support/scripted_dsp.h"
 #include "visora.h"
 
 namespace visora::test
@@ -96,7 +97,7 @@ TEST(FunctionManager, ResultsTellWhatIsMissing)
 
 CHILD_TEST(FunctionManager, CountsAreLimits)
 {
-    const DspDouble dsp;
+    ScriptedDsp dsp;
     for (const auto& [rows, internalRows] :
          {std::pair<uint32_t, uint32_t>{200, 11}, {0, 0}, {1, 12}, {363, 3}, {505, 16}, {506, 10}})
     {
@@ -134,12 +135,26 @@ CHILD_TEST(FunctionManager, FillersWriteOneColumnOfRowsThatHaveAnOperation)
     uVTable(2);
     for (uint32_t row = 0; row < VSR_ROW_COUNT; ++row)
     {
-        EXPECT_EQ(vsrFuncTable[row * 7], tables->functions[row * 7 + 6]) << row;
-        EXPECT_EQ(ivsrOperationName(row) != nullptr, tables->functions[row * 7 + 2] != nullptr) << row;
+        const bool built = ivsrOperationName(row) != nullptr;
+        EXPECT_EQ(built ? vsrFuncTable[row * 7] : poison, tables->functions[row * 7 + 6]) << row;
+        EXPECT_NE(built, tables->functions[row * 7 + 2] == poison) << "what a program put there stays in row " << row;
         EXPECT_EQ(poison, tables->functions[row * 7 + 4]) << row;
     }
     EXPECT_EQ(reinterpret_cast<VSR_FUNC>(vsrFilterMedian3x3u8V), tables->functions[216 * 7 + 2]);
-    EXPECT_EQ(nullptr, tables->functions[362 * 7 + 6]);
+}
+
+CHILD_TEST(FunctionManager, FirstModeFillsTheLibrarysOwnTablesAndTakesThemOver)
+{
+    Tables own;
+    ASSERT_EQ(0u, vsrInitializeMasterFuncManager(&own.manager));
+    vsrFuncTable[7 * 362 + 1] = poison;  // a row without an operation is the program's
+    ASSERT_EQ(VISORA_SUCCESS, vsrSetOperationMode(VISORA_OP_CPU_PERFORMANCE));
+    EXPECT_EQ(reinterpret_cast<VSR_FUNC>(vsrFilterMedian3x3u8V), vsrFuncTable[216 * 7 + vsrImplTable[216]]);
+    EXPECT_EQ(poison, vsrFuncTable[7 * 362 + 1]);
+    uCTable(5);
+    EXPECT_EQ(reinterpret_cast<VSR_FUNC>(vsrFilterMedian3x3u8C), vsrFuncTable[216 * 7 + 5]);
+    EXPECT_TRUE(Tables::isUntouched(own.functions));
+    EXPECT_TRUE(Tables::isUntouched(own.kinds));
 }
 
 CHILD_TEST(FunctionManager, MasterIsReplacedOnlyByAWholeOne)
@@ -175,8 +190,8 @@ CHILD_TEST(FunctionManager, ModeTablesNeedAManagerADspAndItsKind)
     EXPECT_EQ(0u, uHWPerformanceModeTable(&tables.manager));
     EXPECT_TRUE(Tables::isUntouched(tables.kinds)) << "no DSP";
 
-    const DspDouble dsp;
-    alsoReported = 0x20;
+    ScriptedDsp dsp;
+    ivsrFurtherHardware = 0x20;
     tables.manager.kindCount = 5;
     EXPECT_EQ(0u, uHWLowPowerModeTable(&tables.manager));
     EXPECT_TRUE(Tables::isUntouched(tables.kinds)) << "kind 5 is none of five";
@@ -194,7 +209,8 @@ CHILD_TEST(FunctionManager, ModeTablesNeedAManagerADspAndItsKind)
 
 CHILD_TEST(FunctionManager, DomainChoosesTheKindOfModeTables)
 {
-    const DspDouble dsp;
+    ScriptedDsp dsp;
+    vsrAvailableHWComponent(VISORA_OP_LOW_POWER);  // starting a session chooses too
     const std::pair<int32_t, VSR_IMPL> choices[] = {{0, 4}, {2, 6}, {1, 5}, {0, 4}, {3, 5}, {9, 5}, {-1, 5}, {4, 5}};
     for (const auto& [domain, kind] : choices)
     {

@@ -72,56 +72,10 @@ void describeProcessor(const char* text)
     ivsrProcessorDescriptionPath = path.c_str();
 }
 
-int32_t DspDouble::init(int32_t wanted, const char* version)
-{
-    calls_.push_back("init " + std::to_string(wanted) + " " + version + " " + std::to_string(defaultDSP));
-    if (refuses)
-    {
-        return -1;
-    }
-    onOpen();
-    mode = wanted;
-    return 0;
-}
-
-int32_t DspDouble::deinit()
-{
-    calls_.push_back("deinit " + std::to_string(defaultDSP));
-    mode = -1;
-    return deinitResult;
-}
-
 }  // namespace visora::test
 
-// These are bound by the dynamic linker before the library's own.
-using visora::test::alsoReported;
-using visora::test::DspDouble;
+// This is bound by the dynamic linker before the system's.
 using visora::test::next;
-
-int32_t KCVAK6_init(int32_t mode, const char* version)
-{
-    return DspDouble::living ? DspDouble::living->init(mode, version) : next("KCVAK6_init", KCVAK6_init)(mode, version);
-}
-
-int32_t KCVAK6_deinit(void)
-{
-    return DspDouble::living ? DspDouble::living->deinit() : next("KCVAK6_deinit", KCVAK6_deinit)();
-}
-
-bool KCVAK6_is_ready(void)
-{
-    return DspDouble::living ? DspDouble::living->mode >= 0 : next("KCVAK6_is_ready", KCVAK6_is_ready)();
-}
-
-int32_t KCVAK6_get_current_mode(void)
-{
-    return DspDouble::living ? DspDouble::living->mode : next("KCVAK6_get_current_mode", KCVAK6_get_current_mode)();
-}
-
-uint32_t vsrAvailableHardware(vsrOperationMode mode)
-{
-    return next("vsrAvailableHardware", vsrAvailableHardware)(mode) | alsoReported;
-}
 
 void* dlopen(const char* path, int mode) noexcept
 {

@@ -1,5 +1,5 @@
-// What stands in for hardware: processor descriptions, a DSP session, a report, a platform library. They are the
-// process's, so that they are used in children only.
+// What stands in for hardware: processor descriptions, a platform library. They are the process's, so that they are
+// used in children only.
 #ifndef VISORA_TESTS_COMMON_HARDWARE_DOUBLE_H
 #define VISORA_TESTS_COMMON_HARDWARE_DOUBLE_H
 
@@ -54,36 +54,6 @@ using Calls = std::vector<std::string>;
 
 /** The calls that a double got since they were last taken. */
 #define EXPECT_CALLS(from, ...) EXPECT_EQ((visora::test::Calls{__VA_ARGS__}), (from).takeCalls())
-
-/** While it lives, a DSP session can be opened, or is refused. It notes the calls that it gets. */
-class DspDouble
-{
-  public:
-    DspDouble() { living = this; }
-    ~DspDouble() { living = nullptr; }
-    DspDouble(const DspDouble&) = delete;
-    DspDouble& operator=(const DspDouble&) = delete;
-
-    static inline DspDouble* living = nullptr;
-
-    bool refuses = false;
-    /** Called when a session is opened. */
-    std::function<void()> onOpen = [] {};
-    int32_t mode = -1;
-    int32_t deinitResult = 0;
-
-    /** "init <mode> <version> <domain>", "deinit <domain>"; taking them leaves none. */
-    Calls takeCalls() { return std::exchange(calls_, {}); }
-
-    int32_t init(int32_t mode, const char* version);
-    int32_t deinit();
-
-  private:
-    Calls calls_;
-};
-
-/** Bits that the hardware report has too. */
-inline uint32_t alsoReported = 0;
 
 /** Whether the platform-optimisation library is there (it is the program itself), and how often it was opened. */
 inline bool hasPlatformLibrary = false;

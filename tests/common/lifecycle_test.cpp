@@ -1,8 +1,11 @@
 // The DSP domain, the version, clean-up and the platform-optimisation library.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "common/hardware_double.h"
 #include "support/log_capture.h"
+#include "support/scripted_dsp.h"
 #include "visora.h"
 
 namespace visora::test
@@ -83,23 +86,24 @@ TEST(Version, FitsOrIsZeros)
 
 CHILD_TEST(CleanUp, EndsTheSessionAndKeepsTheTables)
 {
-    DspDouble dsp;
+    ScriptedDsp dsp;
     vsrSetOperationMode(VISORA_OP_LOW_POWER);
     EXPECT_EQ(1, KDSP_initflag);
     vsrSharedMemAlloc_ = vsrSharedMemAllocR_ = [](uint32_t, uint32_t) -> void* { return nullptr; };
     vsrSharedMemFree_ = vsrSharedMemFreeR_ = [](void*) { return -1; };
     GPU_initflag = 1;
     dsp.takeCalls();
-    dsp.deinitResult = 16;
-    EXPECT_EQ(16, vsrCleanUp());
-    EXPECT_CALLS(dsp, "deinit 1");
+    pthread_mutex_lock(&k6SessionMutex);
+    EXPECT_EQ(EBUSY, vsrCleanUp());
+    pthread_mutex_unlock(&k6SessionMutex);
+    EXPECT_CALLS(dsp, "deinitK6 7", "close 7");
     EXPECT_EQ(0, KDSP_initflag);
     EXPECT_EQ(0, GPU_initflag);
     EXPECT_TRUE(!vsrSharedMemAlloc_ && !vsrSharedMemAllocR_ && !vsrSharedMemFree_ && !vsrSharedMemFreeR_);
     EXPECT_EQ(VSR_IMPL_CDSP, vsrImplTable[1]);
 
     vsrSharedMemAllocR_ = vsrSharedMemAllocK;
-    EXPECT_NE(16, vsrCleanUpHW()) << "the result of ending the shared memory";
+    EXPECT_EQ(0, vsrCleanUpHW()) << "the result of ending the shared memory";
     EXPECT_EQ(nullptr, vsrSharedMemAllocR_);
 }
 

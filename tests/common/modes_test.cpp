@@ -7,6 +7,7 @@
 #include "common/hardware_double.h"
 #include "common/rows.h"
 #include "support/log_capture.h"
+#include "support/scripted_dsp.h"
 #include "visora.h"
 
 namespace visora::test
@@ -91,6 +92,21 @@ const Given kGiven[] = {{VISORA_OP_LOW_POWER, rowsOf(kLowPowerRows), 1},
                         {VISORA_OP_EXT_GPU, {}, 1},
                         {0x80000003u, {}, 1}};  // by the remote entry alone
 
+// Whether the remote pointers of these rows, and no others, lead to the DSP.
+void expectRemotePointers(const std::set<uint32_t>& rows, bool pinned, vsrOperationMode mode)
+{
+    const auto expect = [&](const char* operation, bool expected, auto pointer, auto routine)
+    { EXPECT_TRUE(pointer == (expected ? routine : nullptr)) << operation << " " << std::hex << mode; };
+#define ROUTINE_NO_DSP(operation) static_cast<decltype(operation##_)>(nullptr)
+#define ROUTINE_DSP(operation) operation##K
+#define VSR_OPERATION(row, operation, entry, variant, dsp, modes) \
+    expect(#operation, rows.contains(row), entry##R_, ROUTINE_##dsp(operation));
+#define VSR_INTERNAL(row, operation, entry, variant, dsp)                                                  \
+    expect(#operation, pinned || (!rows.empty() && ((row) == kProbe || (row) == kRegisterBuf)), entry##R_, \
+           ROUTINE_##dsp(operation));
+#include "visora/operations/all.def"
+}
+
 TEST(Modes, ListRowsThatTheDspIsCapableOf)
 {
     const std::set<uint32_t>& capable = kGiven[3].rows;
@@ -125,14 +141,16 @@ TEST(Modes, GiveTheirRowsToTheDsp)
             inChild(
                 [&]
                 {
-                    const DspDouble dsp;
+                    ScriptedDsp dsp;
                     vsrSetDefaultDspEXT(domain);
                     const VSR_IMPL kind = VSR_IMPL_ADSP + static_cast<VSR_IMPL>(domain);
                     expectKinds(kindsBut(given.rows, kind), given.mode);
                     EXPECT_EQ(kind, vsrInternalImplTable[kProbe]);
                     EXPECT_EQ(kind, vsrInternalImplTable[kRegisterBuf]);
                     expectChecks(given.checks, given.mode);
+                    expectRemotePointers(given.rows, given.checks == 0, given.mode);
                     EXPECT_EQ(VISORA_SUCCESS, vsrSetOperationMode(VISORA_OP_CPU_PERFORMANCE));
+                    expectRemotePointers({}, false, VISORA_OP_CPU_PERFORMANCE);
                     expectChecks(1, VISORA_OP_CPU_PERFORMANCE);
                 });
         }
@@ -187,8 +205,8 @@ TEST(Modes, UseTheReferenceWhereTheyMeanNothing)
 
 CHILD_TEST(Modes, GpuWinsOverTheDspInPerformanceMode)
 {
-    const DspDouble dsp;
-    alsoReported = 0x20;
+    ScriptedDsp dsp;
+    ivsrFurtherHardware = 0x20;
     LogCapture log;
     Kinds expected = kindsBut(rowsOf(kPerformanceRows), VSR_IMPL_CDSP);
     for (const uint32_t row : rowsOf(kGpuRows))
@@ -196,7 +214,7 @@ CHILD_TEST(Modes, GpuWinsOverTheDspInPerformanceMode)
         expected[row] = VSR_IMPL_GPU;
     }
     expectKinds(expected, VISORA_OP_PERFORMANCE);
-    EXPECT_LOG(log, debugLine("CDSP is available"), debugLine("GPU is available"));
+    EXPECT_EQ((Lines{debugLine("CDSP is available"), debugLine("GPU is available")}), log.takeWith("is available"));
     expectKinds(kVectorKinds, VISORA_OP_EXT_GPU);
 }
 
@@ -238,7 +256,7 @@ CHILD_TEST(Modes, FillColumnsOnceAndTheDspColumnAfresh)
 
 CHILD_TEST(Modes, RepeatedChangesEndWhereOneDoes)
 {
-    const DspDouble dsp;
+    ScriptedDsp dsp;
     vsrMemInit();
     std::vector<Kinds> once;
     for (const vsrOperationMode mode : kAllModes)
@@ -308,7 +326,7 @@ TEST(Modes, AreRefusedOnAMachineWithoutVectorOrFloatingPointUnit)
 CHILD_TEST(Modes, AreAllTheCpuOnesOnAnOnlyCpuMachine)
 {
     describeProcessor("Features : fp asimd\nCPU implementer : 0x51\nHardware : Board PLTA02\n");
-    DspDouble dsp;
+    ScriptedDsp dsp;
     LogCapture log;
     for (const vsrOperationMode mode : {VISORA_OP_LOW_POWER, VISORA_OP_EXT_KDSP, 0x80000003u})
     {
@@ -366,18 +384,19 @@ TEST(ModesRemote, SetKindsAndLeaveTheOtherColumnsAlone)
     inChildren(kGiven,
                [&](const Given& given)
                {
-                   DspDouble dsp;
+                   ScriptedDsp dsp;
                    vsrSetDefaultDspEXT(0);
-                   dsp.mode = 0;
+                   KCVAK6_init(0, "1.7.1");
                    vsrFilterMedian3x3u8_v2R_ = vsrFilterMedian3x3u8C;
                    const Functions table = functions();
                    LogCapture log;
                    EXPECT_EQ(VISORA_SUCCESS, vsrSetOperationModeRemoteLib(given.mode)) << std::hex << given.mode;
-                   EXPECT_LOG(log, debugLine("ADSP is available"));
+                   EXPECT_EQ(Lines{debugLine("ADSP is available")}, log.takeWith("is available"));
+                   EXPECT_EQ(given.mode, mode_globalVar);
                    EXPECT_EQ(kindsBut(given.rows, VSR_IMPL_ADSP, VSR_IMPL_CPU), kinds()) << std::hex << given.mode;
                    EXPECT_EQ(given.checks, HW_constraint_checks_enable);
                    EXPECT_EQ(given.checks, k6AbstractionConstraintFlag);
-                   EXPECT_NE(vsrFilterMedian3x3u8C, vsrFilterMedian3x3u8_v2R_);
+                   expectRemotePointers(given.rows, given.checks == 0, given.mode);
                    for (size_t at = 0; at < table.size(); ++at)
                    {
                        ASSERT_TRUE(at % VSR_KIND_COUNT >= VSR_IMPL_ADSP || table[at] == vsrFuncTable[at]) << at;
@@ -398,7 +417,10 @@ CHILD_TEST(ModesRemote, WithoutADspSetNoKind)
 CHILD_TEST(Modes, TellThatTheDomainIsUnknown)
 {
     const auto unset = [](const std::string& rest) { return errorLine("defaultDSP flag " + rest); };
-    const DspDouble dsp;
+    // A platform on which the modes leave the running session as it is.
+    describeProcessor(kServer);
+    ScriptedDsp dsp;
+    KCVAK6_init(0, "1.7.1");
     setDefaultDSPValue(9);
     LogCapture log;
     EXPECT_EQ(VISORA_SUCCESS, vsrSetOperationMode(VISORA_OP_EXT_KDSP));

@@ -227,41 +227,6 @@ TEST(OffloadDispatch, ADeclinedCallRunsTheVectorVariant)
         });
 }
 
-TEST(OffloadDispatch, RemotePointersFollowTheModesLists)
-{
-    inChild(
-        []
-        {
-            Phone phone;
-            const auto isSet = [](auto pointer, auto routine)
-            {
-                EXPECT_TRUE(!pointer || pointer == routine);
-                return pointer != nullptr;
-            };
-            const struct
-            {
-                vsrOperationMode mode;
-                bool table, gaussian, median, internal;
-            } cases[] = {
-                // vsrTableLookupu8 is listed for low power and CPU offload, the Gaussian for all three.
-                {VISORA_OP_LOW_POWER, true, true, false, true},
-                {VISORA_OP_PERFORMANCE, false, true, false, true},
-                {VISORA_OP_CPU_OFFLOAD, true, true, false, true},
-            };
-            for (const auto& one : cases)
-            {
-                ASSERT_EQ(0u, vsrSetOperationMode(one.mode));
-                EXPECT_EQ(one.table, isSet(vsrTableLookupu8R_, vsrTableLookupu8K)) << one.mode;
-                EXPECT_EQ(one.gaussian, isSet(vsrFilterGaussian5x5u8_v2R_, vsrFilterGaussian5x5u8K)) << one.mode;
-                EXPECT_EQ(one.median, isSet(vsrFilterMedian3x3u8_v2R_, vsrFilterMedian3x3u8K)) << one.mode;
-                EXPECT_EQ(one.internal, isSet(vsrColorYUV420toRGB565u8Rotate180R_, vsrColorYUV420toRGB565u8Rotate180K))
-                    << one.mode;
-            }
-            uRNull();
-            EXPECT_FALSE(vsrTableLookupu8R_ || vsrFilterGaussian5x5u8_v2R_ || vsrColorYUV420toRGB565u8Rotate180R_);
-        });
-}
-
 // The calls of eight threads, some of which find the DSP restarted, and now and then dead. Modes are applied all the
 // while: the kinds, slots and switches that calls read change under them, one word at a time.
 TEST(OffloadThreads, EveryCallIsServedWhileTheDspRestarts)
@@ -314,6 +279,58 @@ TEST(OffloadThreads, EveryCallIsServedWhileTheDspRestarts)
             EXPECT_NE(0, std::count(seen.begin(), seen.end(), "sleep 1")) << "the DSP was dead once";
             EXPECT_GT(calls, 2u * kThreads);
         });
+}
+
+CHILD_TEST(OffloadThreads, MeetARestartTogetherAfterTheDomainWasChanged)
+{
+    constexpr int kThreads = 8;
+    Phone phone;
+    vsrSetDefaultDspEXT(0);
+    std::atomic<int> calls = 0;
+    std::atomic<int> sleeps = 15;
+    std::atomic<int> intrusions = 0;
+    phone.dsp.decide = [&]
+    {
+        // The first call of every thread finds the DSP restarted, once all are on their way.
+        if (calls.fetch_add(1) >= kThreads)
+        {
+            return 0;
+        }
+        while (calls < kThreads)
+        {
+            std::this_thread::yield();
+        }
+        return 104;
+    };
+    phone.dsp.answer("vsrK6GetClk", {1, 0});
+    phone.dsp.onCall = [&](std::string_view function)
+    {
+        const bool waits = function == "sleep" || function == "initK6_with_attributes";
+        sleeps = function == "open" && cdspDomainHandle_count == 1 ? 0 : sleeps + (function == "sleep");
+        intrusions += (sleeps > 0 && sleeps < 15 && !waits) || defaultDSP != 0;
+    };
+    const Image src = randomImage(6);
+    Image expected(src.size());
+    vsrFilterMedian3x3u8C(src.data(), kSide, kSide, kSide, expected.data(), kSide);
+    std::atomic<int> wrong = 0;
+    inThreads(kThreads,
+              [&](int)
+              {
+                  Image dst(src.size());
+                  wrong += vsrFilterMedian3x3u8(src.data(), kSide, kSide, dst.data()) != 0 || dst != expected;
+              });
+    EXPECT_EQ(0, wrong);
+    EXPECT_EQ(0, intrusions) << "nothing happens in the waiting time, and the chosen domain is the chosen one";
+    const Calls seen = phone.dsp.takeCalls();
+    EXPECT_EQ(15, std::count(seen.begin(), seen.end(), "sleep 1"));
+    EXPECT_EQ(1, std::count(seen.begin(), seen.end(), "initK6_with_attributes 9 3=2 1")) << "in the new domain";
+    EXPECT_EQ(1, std::count_if(seen.begin(), seen.end(),
+                               [](const std::string& call) { return call.find("3=2 1") != std::string::npos; }));
+    EXPECT_EQ(0, cdspDomainHandle_count);
+    EXPECT_EQ(0u, cdsp_domain_handle);
+    EXPECT_EQ(1, adspDomainHandle_count);
+    EXPECT_EQ(9u, adsp_domain_handle);
+    EXPECT_EQ(VSR_IMPL_ADSP, vsrImplTable[kMedianRow]);
 }
 
 }  // namespace

@@ -202,6 +202,59 @@ TEST(RestartedProbe, IsTriedAgainInTheModeOfTheCpu)
                });
 }
 
+// What the program can see of a mode, and what it may have put there itself.
+auto state()
+{
+    return std::tuple(std::vector(std::begin(vsrImplTable), std::end(vsrImplTable)),
+                      std::vector(std::begin(vsrInternalImplTable), std::end(vsrInternalImplTable)),
+                      std::vector(std::begin(vsrFuncTable), std::end(vsrFuncTable)), mode_globalVar, libLogPrint,
+                      HW_constraint_checks_enable, K6_constraint_checks_enable, k6AbstractionConstraintFlag,
+                      vsrFilterMedian3x3u8_, vsrTableLookupu8_, vsrTableLookupu8R_, vsrRegisterBufR_,
+                      vsrGetScratchBufferAligned_, vsrGetScratchBufferUnaligned_, vsrReleaseScratchBuffer_);
+}
+
+TEST(RestartedProbe, LeavesTheModeAndWhatTheProgramSetUpAsTheyWere)
+{
+    struct Case
+    {
+        vsrStatus (*setter)(vsrOperationMode);
+        vsrOperationMode mode;
+        bool changes;
+    };
+    const Case cases[] = {{vsrSetOperationMode, VISORA_OP_LOW_POWER, true},
+                          {vsrSetOperationMode, VISORA_OP_EXT_KDSP, false},
+                          {vsrSetOperationMode, VISORA_OP_EXT_KDSP, true},
+                          {vsrSetOperationModeRemoteLib, VISORA_OP_EXT_KDSP, false},
+                          {vsrSetOperationModeRemoteLib, VISORA_OP_LOW_POWER, false},
+                          {vsrSetOperationModeRemoteLib, VISORA_OP_PERFORMANCE, true}};
+    inChildren(cases,
+               [](const Case& c)
+               {
+                   ScriptedDsp dsp;
+                   LogCapture log;
+                   ASSERT_EQ(VISORA_SUCCESS, c.setter(c.mode));
+                   if (c.changes)
+                   {
+                       libLogPrint = 1;
+                       HW_constraint_checks_enable = !HW_constraint_checks_enable;
+                       k6AbstractionConstraintFlag = 5;
+                       vsrFilterMedian3x3u8_ = vsrFilterMedian3x3u8K;
+                       vsrGetScratchBufferUnaligned_ = [](size_t) -> void* { return nullptr; };
+                       vsrReleaseScratchBuffer_ = [](void*) {};
+                   }
+                   const auto before = state();
+                   dsp.answer("probeK6Time", {104, 104, 0});
+                   int withdrawn = 0;
+                   dsp.onCall = [&](std::string_view function) {
+                       withdrawn +=
+                           function == "vsrK6GetClk" && vsrImplTable[18] == VSR_IMPL_VECTA && !vsrFilterGaussian5x5u8_v2R_;
+                   };
+                   probeK6TimeK(3, 4);
+                   EXPECT_EQ(2, withdrawn);
+                   EXPECT_EQ(before, state()) << std::hex << c.mode << " " << c.changes;
+               });
+}
+
 // ---- Selectors, wrappers, and what they call ----
 
 uint8_t block[6];

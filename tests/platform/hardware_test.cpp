@@ -7,6 +7,7 @@
 
 #include "common/hardware_double.h"
 #include "support/log_capture.h"
+#include "support/scripted_dsp.h"
 #include "visora.h"
 
 namespace visora::test
@@ -140,9 +141,9 @@ TEST(HardwareReport, BringsTheDspUpForTheModesThatWantIt)
         inChildren(entry.second,
                    [&](const vsrOperationMode mode)
                    {
-                       const DspDouble dsp;
+                       ScriptedDsp dsp;
                        EXPECT_EQ(entry.first >= 0 ? 0x198eu : 0x1986u, vsrAvailableHardware(mode)) << std::hex << mode;
-                       EXPECT_EQ(entry.first, dsp.mode) << std::hex << mode;
+                       EXPECT_EQ(entry.first, KCVAK6_get_current_mode()) << std::hex << mode;
                        EXPECT_EQ(entry.first >= 0, KDSP_initflag) << std::hex << mode;
                    });
     }
@@ -151,12 +152,34 @@ TEST(HardwareReport, BringsTheDspUpForTheModesThatWantIt)
 CHILD_TEST(HardwareReport, TellsOfASessionThatSomebodyElseOpened)
 {
     describeProcessor(kServer);
-    DspDouble dsp;
+    ScriptedDsp dsp;
     EXPECT_EQ(0x1186u, vsrAvailableHardware(VISORA_OP_LOW_POWER)) << "not a mobile platform";
     EXPECT_CALLS(dsp);
-    dsp.mode = 0;
+    KCVAK6_init(0, "1.7.1");
     EXPECT_EQ(0x118eu, vsrAvailableHardware(VISORA_OP_LOW_POWER));
     EXPECT_EQ(1, KDSP_initflag);
+}
+
+// Which channels were closed and opened, and the session modes that were started.
+Calls sessions(ScriptedDsp& dsp)
+{
+    Calls calls;
+    for (const std::string& call : dsp.takeCalls())
+    {
+        if (call.starts_with("close"))
+        {
+            calls.push_back("close");
+        }
+        else if (call.starts_with("open"))
+        {
+            calls.push_back("open " + call.substr(call.size() - 4));
+        }
+        else if (call.starts_with("init"))
+        {
+            calls.push_back(call.substr(call.find("3="), 3));
+        }
+    }
+    return calls;
 }
 
 CHILD_TEST(DspBringUp, KeepsReplacesOrOpensTheSession)
@@ -164,36 +187,37 @@ CHILD_TEST(DspBringUp, KeepsReplacesOrOpensTheSession)
     struct Step
     {
         const char* what;
-        int32_t domain;  // set before; -1 leaves it
+        int32_t domain;  // chosen before; -1 leaves it
+        const char* property;
         vsrOperationMode mode;
+        int32_t answer;  // of the session's start
         Calls calls;
+        int32_t after;  // the domain in use
     };
     const Step steps[] = {
-        {"opened", -1, VISORA_OP_LOW_POWER, {"init 0 1.7.1 1"}},
-        {"kept", -1, VISORA_OP_LOW_POWER, {}},
-        {"another session mode", -1, VISORA_OP_PERFORMANCE, {"deinit 1", "init 2 1.7.1 1"}},
-        {"another domain", 2, VISORA_OP_PERFORMANCE, {"deinit 1", "init 2 1.7.1 2"}},
-        {"both", 0, VISORA_OP_CPU_OFFLOAD, {"deinit 2", "init 1 1.7.1 0"}},
-        {"opening changes the domain itself", 3, VISORA_OP_LOW_POWER, {"deinit 0", "init 0 1.7.1 3"}},
-        {"and the change is known", -1, VISORA_OP_LOW_POWER, {}},
+        {"down", -1, "", VISORA_OP_LOW_POWER, 1, {"open cdsp", "3=0"}, 1},
+        {"still down", -1, "", VISORA_OP_LOW_POWER, 1, {"close", "open cdsp", "3=0"}, 1},
+        {"opened, although a start has failed", -1, "", VISORA_OP_LOW_POWER, 0, {"close", "open cdsp", "3=0"}, 1},
+        {"kept", -1, "", VISORA_OP_LOW_POWER, 0, {}, 1},
+        {"another session mode", -1, "", VISORA_OP_PERFORMANCE, 0, {"close", "open cdsp", "3=2"}, 1},
+        {"another domain", 2, "", VISORA_OP_PERFORMANCE, 0, {"close", "open mdsp", "3=2"}, 2},
+        {"both", 0, "", VISORA_OP_CPU_OFFLOAD, 0, {"close", "open adsp", "3=1"}, 0},
+        {"opening reads the domain itself", 2, "1", VISORA_OP_LOW_POWER, 0, {"close", "open cdsp", "3=0"}, 1},
+        {"and the change is known", -1, "", VISORA_OP_LOW_POWER, 0, {}, 1},
     };
-    DspDouble dsp;
-    dsp.refuses = true;
-    EXPECT_EQ(0u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER)) << "nothing to open";
-    EXPECT_CALLS(dsp, "init 0 1.7.1 1");
-    EXPECT_EQ(0, KDSP_initflag);
-    dsp.refuses = false;
+    ScriptedDsp dsp;
     for (const Step& step : steps)
     {
+        const PropertyOverride property("vendor.runtime.visora.defaultDSP", step.property);
+        dsp.answer("initK6_with_attributes", {step.answer});
         if (step.domain >= 0)
         {
-            setDefaultDSPValue(step.domain);
+            vsrSetDefaultDspEXT(step.domain);
         }
-        const int32_t after = defaultDSP == 3 ? 1 : defaultDSP;
-        dsp.onOpen = [after] { setDefaultDSPValue(after); };
-        EXPECT_EQ(8u, vsrAvailableHWComponent(step.mode)) << step.what;
-        EXPECT_EQ(step.calls, dsp.takeCalls()) << step.what;
-        EXPECT_EQ(after, defaultDSP) << step.what;
+        EXPECT_EQ(step.answer == 0 ? 8u : 0u, vsrAvailableHWComponent(step.mode)) << step.what;
+        EXPECT_EQ(step.calls, sessions(dsp)) << step.what;
+        EXPECT_EQ(step.after, defaultDSP) << step.what;
+        EXPECT_EQ(step.answer == 0, KDSP_initflag != 0) << step.what;
     }
 }
 
@@ -217,26 +241,27 @@ TEST(DspBringUp, TellsWhichDomainCouldNotBeEntered)
     inChildren(refusals,
                [](const auto& refusal)
                {
-                   DspDouble dsp;
+                   ScriptedDsp dsp;
                    setDefaultDSPValue(refusal.first == 0 ? 1 : 0);
                    ASSERT_EQ(8u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER));
                    setDefaultDSPValue(refusal.first);
-                   dsp.refuses = true;
+                   dsp.answer("initK6_with_attributes", {1});
                    LogCapture log;
                    EXPECT_EQ(0u, vsrAvailableHWComponent(VISORA_OP_LOW_POWER));
-                   expectLine(log.take(), kLibTag, refusal.second + "[1-9][0-9]* src/platform/android/visoraHwAndroid");
+                   expectLine(log.takeWith("visoraHwAndroid"), kLibTag,
+                              refusal.second + "[1-9][0-9]* src/platform/android/visoraHwAndroid");
                });
 }
 
 CHILD_TEST(DspBringUp, TellsItsTimeWhenTracing)
 {
-    const DspDouble dsp;
+    ScriptedDsp dsp;
     LogCapture log;
     vsrAvailableHWComponent(VISORA_OP_LOW_POWER);
-    EXPECT_LOG(log);
+    EXPECT_EQ(Lines{}, log.takeWith("Time"));
     libLogPrint = 1;
-    vsrAvailableHWComponent(VISORA_OP_PERFORMANCE);
-    expectLine(log.take(), "visora_runtime_log", " K6 Initialization Time : [0-9]+");
+    vsrAvailableHWComponent(VISORA_OP_LOW_POWER);
+    expectLine(log.takeWith("Time"), "visora_runtime_log", " K6 Initialization Time : [0-9]+");
 }
 
 }  // namespace

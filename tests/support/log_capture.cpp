@@ -78,6 +78,13 @@ Lines LogCapture::take()
     return std::exchange(state().lines, {});
 }
 
+Lines LogCapture::takeWith(const std::string& text)
+{
+    Lines lines = take();
+    std::erase_if(lines, [&](const LogLine& line) { return line.text.find(text) == std::string::npos; });
+    return lines;
+}
+
 LogLine refusal(const std::string& entry, const std::string& condition)
 {
     return errorLine("Assertion failed @" + entry + ": " + condition + "\n");

@@ -43,6 +43,8 @@ class LogCapture
 
     /** The lines so far; taking them leaves none. */
     Lines take();
+    /** Those of the lines so far that contain the text; taking leaves none. */
+    Lines takeWith(const std::string& text);
 };
 
 /** The line of a failed argument check. */

@@ -1,7 +1,9 @@
 // The channels to the DSP domains.
 #include <cstdlib>
+#include <cstring>
 
 #include "kdsp_rpc/multi_domains/visoraDomain.h"
+#include "kdsp_rpc/multi_domains/visoraRemoteCall.h"
 #include "visora/dsp_stub.h"
 
 uint64_t adsp_domain_handle = 0;
@@ -87,11 +89,24 @@ void logHandle(const Channel& channel, const char* format)
                static_cast<unsigned long>(currentHandle(channel.handle)));
 }
 
+// The environment is the whole program's, and other threads may read it: it is written when there is something to
+// change only, and never for a channel that is reopened under the calls of other threads.
+void setSearchPath()
+{
+    constexpr const char* kName = "ADSP_LIBRARY_PATH";
+    constexpr const char* kPath = "/usr/lib/rfsa/adsp;/dsp";
+    const char* path = std::getenv(kName);
+    if ((!path || std::strcmp(path, kPath) != 0) && !visora::isRecovering())
+    {
+        setenv(kName, kPath, 1);
+    }
+}
+
 void openChannel(const Channel& channel)
 {
     ++channel.count;
     logHandle(channel, channel.openBegin);
-    setenv("ADSP_LIBRARY_PATH", "/usr/lib/rfsa/adsp;/dsp", 1);
+    setSearchPath();
     if (channel.count == 1 && currentHandle(channel.handle) == 0)
     {
         // Whatever a failed open leaves behind is no handle.
@@ -161,16 +176,40 @@ void domain_channel_close_mdsp(void)
     closeChannel(kMdsp);
 }
 
+void visora::openChannelTo(int32_t domain)
+{
+    callInDomain(domain, "domain_channel_open", domain_channel_open_adsp, domain_channel_open_cdsp,
+                 domain_channel_open_mdsp);
+}
+
+void visora::closeChannelTo(int32_t domain)
+{
+    callInDomain(domain, "domain_channel_close", domain_channel_close_adsp, domain_channel_close_cdsp,
+                 domain_channel_close_mdsp);
+}
+
+std::optional<int32_t> visora::domainOf(uint64_t handle)
+{
+    const uint64_t handles[] = {currentHandle(adsp_domain_handle), currentHandle(cdsp_domain_handle),
+                                currentHandle(mdsp_domain_handle)};
+    for (int32_t domain = 0; handle != 0 && domain < 3; ++domain)
+    {
+        if (handles[domain] == handle)
+        {
+            return domain;
+        }
+    }
+    return std::nullopt;
+}
+
 void domain_channel_open(uint64_t /*handle*/)
 {
-    visora::callInDefaultDomain("domain_channel_open", domain_channel_open_adsp, domain_channel_open_cdsp,
-                                domain_channel_open_mdsp);
+    visora::openChannelTo(VSR_LOAD(defaultDSP));
 }
 
 void domain_channel_close(uint64_t /*handle*/)
 {
-    visora::callInDefaultDomain("domain_channel_close", domain_channel_close_adsp, domain_channel_close_cdsp,
-                                domain_channel_close_mdsp);
+    visora::closeChannelTo(VSR_LOAD(defaultDSP));
 }
 
 int32_t load_stub_symbols(void)

@@ -2,6 +2,7 @@
 #ifndef VISORA_KDSP_RPC_DOMAIN_H
 #define VISORA_KDSP_RPC_DOMAIN_H
 
+#include <optional>
 #include <type_traits>
 
 #include "common/visoraLog.h"
@@ -18,11 +19,11 @@ constexpr const char* kOffloadPath = "src/kdsp_rpc/multi_domains/kcvak6rpc_clnt_
 /** Logs that a function has no domain to work on. */
 void logNoDomain(const char* function);
 
-/** Of three routines the one for the domain in use; null when there is no such domain, which is logged. */
+/** Of three routines the one for a domain; null when there is no such domain, which is logged. */
 template <class Routine>
-Routine forDefaultDomain(const char* function, Routine adsp, Routine cdsp, Routine mdsp)
+Routine forDomain(int32_t domain, const char* function, Routine adsp, Routine cdsp, Routine mdsp)
 {
-    switch (defaultDSP)
+    switch (domain)
     {
         case 0:
             return adsp;
@@ -47,14 +48,29 @@ Result resultWithoutDomain()
     }
 }
 
+/** Calls that of three routines which is for a domain. */
+template <class Result, class... Args>
+Result callInDomain(int32_t domain, const char* function, Result (*adsp)(Args...), Result (*cdsp)(Args...),
+                    Result (*mdsp)(Args...), std::type_identity_t<Args>... args)
+{
+    const auto routine = forDomain(domain, function, adsp, cdsp, mdsp);
+    return routine ? routine(args...) : resultWithoutDomain<Result>();
+}
+
 /** Calls that of three routines which is for the domain in use. */
 template <class Result, class... Args>
 Result callInDefaultDomain(const char* function, Result (*adsp)(Args...), Result (*cdsp)(Args...),
                            Result (*mdsp)(Args...), std::type_identity_t<Args>... args)
 {
-    const auto routine = forDefaultDomain(function, adsp, cdsp, mdsp);
-    return routine ? routine(args...) : resultWithoutDomain<Result>();
+    return callInDomain(VSR_LOAD(defaultDSP), function, adsp, cdsp, mdsp, args...);
 }
+
+/** Open and close the channel to a domain; without such a domain they log as domain_channel_open and close do. */
+void openChannelTo(int32_t domain);
+void closeChannelTo(int32_t domain);
+
+/** Domain to which the handle is the open channel, none when it is none of ours. */
+std::optional<int32_t> domainOf(uint64_t handle);
 
 /**
  * A channel's handle, as the calls of any thread see it. They take no lock, while a clean-up sequence on another thread

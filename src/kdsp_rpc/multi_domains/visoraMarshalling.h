@@ -74,7 +74,7 @@ struct Marshalling<R(A...)>
         const std::array<uint32_t, Kernel<R(A...)>::kBuffers> bufferLengths = lengths(arguments...);
         if constexpr (!std::is_null_pointer_v<decltype(Kind::kConstraint)>)
         {
-            if (k6AbstractionConstraintFlag != 0 && !Kind::kConstraint(bufferLengths, arguments...))
+            if (VSR_LOAD(k6AbstractionConstraintFlag) != 0 && !Kind::kConstraint(bufferLengths, arguments...))
             {
                 return static_cast<R>(declineOffload(routine));
             }

@@ -53,6 +53,6 @@ void vsrUpdateK6ConstraintCheckFlag(int32_t enable)
 uint32_t vsrUpdateK6ConstraintCheckFlagK_abstractionLayer(uint64_t /*handle*/, uint32_t enable)
 {
     // The constraints are tested on this side, so the DSP is not told.
-    k6AbstractionConstraintFlag = static_cast<int32_t>(enable);
+    VSR_STORE(k6AbstractionConstraintFlag, static_cast<int32_t>(enable));
     return 0;
 }

@@ -2,6 +2,11 @@
 
 #include <unistd.h>
 
+#include <atomic>
+#include <mutex>
+
+#include "common/visoraHardware.h"
+#include "common/visoraModes.h"
 #include "kdsp_rpc/multi_domains/visoraDomain.h"
 
 pthread_mutex_t ssrMutex = PTHREAD_MUTEX_INITIALIZER;
@@ -13,10 +18,13 @@ using visora::kLogDebug;
 using visora::kLogError;
 using visora::logLibrary;
 
+// The channel of the call that met the restart, although another domain may have been chosen since.
 void reopenChannel(uint64_t handle)
 {
-    domain_channel_close(handle);
-    domain_channel_open(handle);
+    const int32_t inUse = visora::sessionDomain().value_or(VSR_LOAD(defaultDSP));
+    const int32_t domain = visora::domainOf(handle).value_or(inUse);
+    visora::closeChannelTo(domain);
+    visora::openChannelTo(domain);
 }
 
 // Leaves the DSP with a session. Every attempt is made, also after one that succeeded: the DSP's side gets its time.
@@ -52,7 +60,33 @@ void reloadWithoutHandle()
     }
 }
 
+// The mode is changed and restored under this lock. What it guards is the number of calls between the two.
+std::mutex recovery;
+std::atomic<int> recovering = 0;
+
+void beginRecovery()
+{
+    const std::lock_guard lock(recovery);
+    if (recovering++ == 0)
+    {
+        visora::withdrawToCpu();
+    }
+}
+
+vsrStatus endRecovery()
+{
+    const std::lock_guard lock(recovery);
+    const vsrStatus restored = recovering == 1 ? visora::returnToMode() : vsrStatus{VISORA_SUCCESS};
+    --recovering;
+    return restored;
+}
+
 }  // namespace
+
+bool visora::isRecovering()
+{
+    return recovering != 0;
+}
 
 int32_t adspSSRcleanUpSequence(uint64_t handle)
 {
@@ -89,11 +123,11 @@ visora::RemoteResult visora::retryAfterRestart(uint64_t handle, int32_t (*call)(
 {
     constexpr int kAttempts = 5;
     constexpr int32_t kDspLost = 1;
-    vsrSetOperationMode_internal(VISORA_OP_CPU_PERFORMANCE);
+    beginRecovery();
     int32_t status = VISORADSP_RESTARTED;
     for (int attempt = 0; attempt < kAttempts && status == VISORADSP_RESTARTED; ++attempt)
     {
         status = adspSSRcleanUpSequence(handle) == 0 ? call(context) : kDspLost;
     }
-    return {status, vsrSetOperationMode_internal(mode_globalVar)};
+    return {status, endRecovery()};
 }

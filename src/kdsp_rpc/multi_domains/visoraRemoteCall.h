@@ -11,15 +11,19 @@ namespace visora
 struct RemoteResult
 {
     int32_t status;      // the stub's last answer, 1 when the DSP did not come back
-    vsrStatus restored;  // result of restoring the operation mode after a restart, else 0
+    vsrStatus restored;  // result of restoring the operation mode, if this call did so, else 0
 };
+
+/** Whether a call on any thread has found the DSP restarted and is not served yet. */
+bool isRecovering();
 
 /** Repeats a call that found the DSP restarted, at most five times, with a clean-up before each. */
 RemoteResult retryAfterRestart(uint64_t handle, int32_t (*call)(const void* context), const void* context);
 
 /**
  * Makes a remote call. When the DSP restarted meanwhile, the library works in the CPU's mode while the DSP is brought
- * back and the call is repeated, and then in the mode that the application chose.
+ * back and the call is repeated, and then in the mode that the application chose: of the calls that meet a restart
+ * together the first changes the mode and the last restores it.
  * @param call  calls the stub library with the same arguments every time and returns its status
  */
 template <class RemoteCall>

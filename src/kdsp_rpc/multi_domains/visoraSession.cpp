@@ -1,6 +1,7 @@
 // The session on the DSP domain in use.
 #include <cstring>
 
+#include "common/visoraHardware.h"
 #include "common/visoraProperty.h"
 #include "kdsp_rpc/multi_domains/visoraDomain.h"
 #include "visora/dsp_stub.h"
@@ -31,6 +32,29 @@ constexpr int32_t kNoMode = -1;
 constexpr int32_t kDomainFromProperty = 3;
 
 bool sessionMutexExists = false;
+
+// What the session holds: the domain that it was started in, and how many opens of that channel its starts made.
+int32_t heldDomain = 0;
+int32_t heldOpens = 0;
+
+void holdChannel(int32_t domain)
+{
+    // A session that is started on top of one in another domain leaves nothing open there.
+    for (; heldOpens > 0 && heldDomain != domain; --heldOpens)
+    {
+        visora::closeChannelTo(heldDomain);
+    }
+    heldDomain = domain;
+    ++heldOpens;
+    visora::openChannelTo(domain);
+}
+
+// Closes the channel that was opened, whatever domain has been chosen since.
+void releaseChannel()
+{
+    visora::closeChannelTo(heldOpens > 0 ? heldDomain : VSR_LOAD(defaultDSP));
+    heldOpens = heldOpens > 0 ? heldOpens - 1 : 0;
+}
 
 void createSessionMutex()
 {
@@ -82,12 +106,13 @@ int32_t vsrK6SessionInit(int32_t mode, const char* version)
         count = 1;
     }
     vsrSetDefaultDspEXT(kDomainFromProperty);
-    domain_channel_open(0);
+    const int32_t domain = VSR_LOAD(defaultDSP);
+    holdChannel(domain);
     createSessionMutex();
     logLibrary(kLogDebug, "In vsrK6SessionInit : attrib.value=%d  \n", K6SessionAttribute.value);
-    return visora::callInDefaultDomain("vsrK6SessionInit", vsrK6SessionInit_internal_adsp,
-                                       vsrK6SessionInit_internal_cdsp, vsrK6SessionInit_internal_mdsp, attributes,
-                                       count, version);
+    return visora::callInDomain(domain, "vsrK6SessionInit", vsrK6SessionInit_internal_adsp,
+                                vsrK6SessionInit_internal_cdsp, vsrK6SessionInit_internal_mdsp, attributes, count,
+                                version);
 }
 
 int32_t vsrK6SessionInit_internal(uint64_t handle, const vsrK6Attribute* attributes, uint32_t count,
@@ -135,8 +160,13 @@ int32_t vsrK6SessionInit_internal_mdsp(const vsrK6Attribute* attributes, uint32_
 
 int32_t vsrK6SessionDeInit(void)
 {
-    domain_channel_close(0);
+    releaseChannel();
     return destroySessionMutex();
+}
+
+std::optional<int32_t> visora::sessionDomain()
+{
+    return heldOpens > 0 ? std::optional(heldDomain) : std::nullopt;
 }
 
 int32_t vsrK6Initialize(VISORAHW_K6_MODE mode, char* version)

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <chrono>
 #include <iterator>
-#include <optional>
 #include <string_view>
 
 #include "common/visoraHardware.h"
@@ -25,9 +24,6 @@ constexpr std::string_view kMobileFamilies[] = {"hst", "exy", "kir", "mt6"};
 
 constexpr int64_t kImplementerA = 0x41;
 constexpr int64_t kImplementerQ = 0x51;
-
-// Domain in which the last bring-up left the session.
-std::optional<int32_t> sessionDomain;
 
 bool isMobile()
 {
@@ -75,28 +71,11 @@ int32_t sessionModeOf(vsrOperationMode mode)
     }
 }
 
-// A session is closed on the domain that it was opened on.
-void endSession()
-{
-    const int32_t wanted = defaultDSP;
-    defaultDSP = sessionDomain.value_or(wanted);
-    KCVAK6_deinit();
-    defaultDSP = wanted;
-}
-
-bool openSession(int32_t sessionMode)
-{
-    const bool opened = vsrSelectKDSP6Mode(sessionMode) == 0;
-    // Opening reads the domain afresh from its property.
-    sessionDomain = defaultDSP;
-    return opened;
-}
-
 void logFailedDomain()
 {
     constexpr const char* kPath = "src/platform/android/visoraHwAndroid";
     const auto log = [](const char* format, int line) { visora::logLibrary(visora::kLogError, format, line, kPath); };
-    switch (defaultDSP)
+    switch (VSR_LOAD(defaultDSP))
     {
         case 0:
             log("Failed to open channel on ADSP!! ADSP does not support Domains on this target %d %s", __LINE__);
@@ -114,21 +93,22 @@ void logFailedDomain()
 
 bool bringDspUp(int32_t sessionMode)
 {
-    const bool ready = KCVAK6_is_ready();
-    if (!ready || KCVAK6_get_current_mode() != sessionMode)
+    if (!KCVAK6_is_ready() || KCVAK6_get_current_mode() != sessionMode)
     {
-        if (ready)
+        // Also one that failed on its way: the DSP may be up by now.
+        if (kcvak6State != 0)
         {
-            endSession();
+            KCVAK6_deinit();
         }
-        return openSession(sessionMode);
+        return vsrSelectKDSP6Mode(sessionMode) == 0;
     }
-    if (defaultDSP == sessionDomain.value_or(defaultDSP))
+    const int32_t wanted = VSR_LOAD(defaultDSP);
+    if (visora::sessionDomain().value_or(wanted) == wanted)
     {
         return true;
     }
-    endSession();
-    const bool opened = openSession(sessionMode);
+    KCVAK6_deinit();
+    const bool opened = vsrSelectKDSP6Mode(sessionMode) == 0;
     if (!opened)
     {
         logFailedDomain();
@@ -138,16 +118,13 @@ bool bringDspUp(int32_t sessionMode)
 
 }  // namespace
 
-void visora::forgetDspSession()
-{
-    sessionDomain.reset();
-}
+uint32_t ivsrFurtherHardware = 0;
 
 uint32_t vsrAvailableHardware(vsrOperationMode mode)
 {
     const uint32_t features = visora::processor().features;
     visora::readTraceSwitch();
-    uint32_t report = visora::kHardwareRead | visora::kHardwareAlways | reportOf(features);
+    uint32_t report = visora::kHardwareRead | visora::kHardwareAlways | reportOf(features) | ivsrFurtherHardware;
     const bool mobile = isMobile();
     if (mobile)
     {
