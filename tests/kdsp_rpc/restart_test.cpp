@@ -246,8 +246,8 @@ TEST(RestartedProbe, LeavesTheModeAndWhatTheProgramSetUpAsTheyWere)
                    dsp.answer("probeK6Time", {104, 104, 0});
                    int withdrawn = 0;
                    dsp.onCall = [&](std::string_view function) {
-                       withdrawn +=
-                           function == "vsrK6GetClk" && vsrImplTable[18] == VSR_IMPL_VECTA && !vsrFilterGaussian5x5u8_v2R_;
+                       withdrawn += function == "vsrK6GetClk" && vsrImplTable[18] == VSR_IMPL_VECTA &&
+                                    !vsrFilterGaussian5x5u8_v2R_;
                    };
                    probeK6TimeK(3, 4);
                    EXPECT_EQ(2, withdrawn);
