@@ -80,6 +80,9 @@ class Call
 
     const char* entry() const { return entry_; }
 
+    /** Whether a DSP or the GPU is to serve the call. */
+    bool isAccelerated() const { return kind_ >= VSR_IMPL_KDSP; }
+
     /** Leaves the call to a DSP only under this condition, unless constraint checks are switched off. */
     void keepDspIf(bool condition)
     {

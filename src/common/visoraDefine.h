@@ -12,13 +12,19 @@
 /**
  * Defines the C function `name` of the given type. The body, `...`, in braces, finds the arguments in the pack
  * `arguments` and the result's type in `Result`. Only at global scope.
+ */
+#define VSR_DEFINE(name, type, ...) \
+    VSR_DECLARE(name, type);        \
+    VSR_DEFINE_BODY(name, type, __VA_ARGS__)
+
+/**
+ * The same for a function that is declared already, or for one of a namespace.
  *
  * The preprocessor knows neither the number nor the types of an operation's arguments, and a function template has no
  * C name. A friend that is defined inside a class template has both: its parameters may be a pack, yet it is an
  * ordinary function. It comes to life when it is used, hence the pointer to it.
  */
-#define VSR_DEFINE(name, type, ...)                                                                               \
-    VSR_DECLARE(name, type);                                                                                      \
+#define VSR_DEFINE_BODY(name, type, ...)                                                                          \
     template <class>                                                                                              \
     struct name##_definition;                                                                                     \
     template <class Result, class... Arguments>                                                                   \

@@ -18,6 +18,7 @@ void prepareTableLookup(Arguments& a)
 }
 
 const Register elements({
+    {VISORA_OPERATION(vsrAbsDiffu8), twoToOne<vsrAbsDiffu8C, uint8_t>()},
     {VISORA_OPERATION(vsrBitwiseNotu8), imageToImage<vsrBitwiseNotu8C, uint8_t>()},
     {VISORA_OPERATION(vsrTableLookupu8), prepareTableLookup},
 });

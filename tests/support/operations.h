@@ -70,6 +70,23 @@ std::function<void(Arguments&)> imageToImage(Extras extras, uint32_t minWidth = 
     };
 }
 
+/** An operation from two images to a third, all of the same size: kernel(src1, width, height, stride, src2, ...). */
+template <auto kernel, class T1, class T2 = T1, class D = T1>
+std::function<void(Arguments&)> twoToOne()
+{
+    return [](Arguments& a)
+    {
+        const uint32_t width = a.shape().width;
+        const uint32_t height = a.shape().height;
+        const uint32_t stride1 = a.srcStride(static_cast<uint32_t>(width * sizeof(T1)), sizeof(T1));
+        const uint32_t stride2 = a.srcStride(static_cast<uint32_t>(width * sizeof(T2)), sizeof(T2));
+        const uint32_t dstStride = a.dstStride(static_cast<uint32_t>(width * sizeof(D)), sizeof(D));
+        const T1* src1 = a.input<T1>(width, height, stride1);
+        const T2* src2 = a.input<T2>(width, height, stride2);
+        a.call(kernel, src1, width, height, stride1, src2, stride2, a.output<D>(width, height, dstStride), dstStride);
+    };
+}
+
 template <auto kernel, class T>
 std::function<void(Arguments&)> imageToImage(uint32_t minWidth = 1, uint32_t minHeight = 1)
 {

@@ -23,6 +23,14 @@ constexpr auto sameSize = [](const auto* src, uint32_t width, uint32_t height, u
     return std::array{imageLength(src, srcStride, width, height), imageLength(dst, dstStride, width, height)};
 };
 
+/** Two images to a third, all of the same size, with a pixel of one element. */
+constexpr auto twoToOne = [](const auto* src1, uint32_t width, uint32_t height, uint32_t src1Stride, const auto* src2,
+                             uint32_t src2Stride, auto* dst, uint32_t dstStride, auto...)
+{
+    return std::array{imageLength(src1, src1Stride, width, height), imageLength(src2, src2Stride, width, height),
+                      imageLength(dst, dstStride, width, height)};
+};
+
 /** One image to another of any size. */
 constexpr auto anySize = [](const auto* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, auto* dst,
                             uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, auto...)

@@ -1,6 +1,4 @@
 // Operations on single elements, vector variants.
-#include <algorithm>
-
 #include "visora/variants/arithmetic.h"
 
 // With its byte permutations AVX-512 looks a table up in two steps.
@@ -9,6 +7,8 @@
 #define HWY_TARGET_INCLUDE "vecta/element/visoraElementV.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/visoraDrivers-inl.h"
+#include "vecta/visoraExport.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -17,70 +17,7 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-// In place is allowed: what the last vector shares with the one before it is read before it is written.
-template <class D, class Map>
-HWY_INLINE void mapRow(D d, const uint8_t* src, size_t width, uint8_t* dst, const Map& map)
-{
-    const size_t lanes = hn::Lanes(d);
-    // Pointers that move leave less to do per step than an index.
-    size_t left = width;
-    for (; left >= 5 * lanes; left -= 4 * lanes, src += 4 * lanes, dst += 4 * lanes)
-    {
-        const auto first = map(d, hn::LoadU(d, src));
-        const auto second = map(d, hn::LoadU(d, src + lanes));
-        const auto third = map(d, hn::LoadU(d, src + 2 * lanes));
-        const auto fourth = map(d, hn::LoadU(d, src + 3 * lanes));
-        hn::StoreU(first, d, dst);
-        hn::StoreU(second, d, dst + lanes);
-        hn::StoreU(third, d, dst + 2 * lanes);
-        hn::StoreU(fourth, d, dst + 3 * lanes);
-    }
-    const auto last = map(d, hn::LoadU(d, src + left - lanes));
-    uint8_t* const lastOut = dst + left - lanes;
-    for (; left > lanes; left -= lanes, src += lanes, dst += lanes)
-    {
-        hn::StoreU(map(d, hn::LoadU(d, src)), d, dst);
-    }
-    hn::StoreU(last, d, lastOut);
-}
-
-// Maps every element of an image: map(d, v) those of a vector, map(byte) a single one.
-template <class Map>
-HWY_INLINE void mapImage(const uint8_t* src, size_t width, size_t height, size_t srcStride, uint8_t* dst,
-                         size_t dstStride, const Map& map)
-{
-    const bool isWide =
-        withFittingVector<uint8_t>(width,
-                                   [&](auto d) HWY_ATTR
-                                   {
-                                       for (size_t y = 0; y < height; ++y)
-                                       {
-                                           mapRow(d, src + y * srcStride, width, dst + y * dstStride, map);
-                                       }
-                                   });
-    for (size_t y = isWide ? height : 0; y < height; ++y)
-    {
-        std::transform(src + y * srcStride, src + y * srcStride + width, dst + y * dstStride,
-                       [&](uint8_t v) { return map(v); });
-    }
-}
-
-struct Complement
-{
-    template <class D, class V>
-    HWY_INLINE V operator()(D /*d*/, V v) const
-    {
-        return hn::Not(v);
-    }
-    uint8_t operator()(uint8_t v) const { return static_cast<uint8_t>(~v); }
-};
-
-vsrStatus bitwiseNot(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                     uint32_t dstStride)
-{
-    mapImage(src, srcWidth, srcHeight, srcStride, dst, dstStride, Complement());
-    return VISORA_SUCCESS;
-}
+VSR_KERNEL(vsrBitwiseNotu8, bitwiseNot, unary, [](auto /*d*/, auto a) HWY_ATTR { return hn::Not(a); });
 
 #if HWY_ARCH_ARM_A64
 // The table stays in sixteen registers.
@@ -105,7 +42,6 @@ class TableOfBytes
         found = vqtbx4q_u8(found, third_, veorq_u8(index.raw, vdupq_n_u8(128)));
         return V(vqtbx4q_u8(found, fourth_, veorq_u8(index.raw, vdupq_n_u8(192))));
     }
-    uint8_t operator()(uint8_t index) const { return table_[index]; }
 
   private:
     const uint8_t* table_;
@@ -174,8 +110,7 @@ class TableOfBytes
 vsrStatus tableLookup(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                       const uint8_t* table, uint8_t* dst, uint32_t dstStride)
 {
-    mapImage(src, srcWidth, srcHeight, srcStride, dst, dstStride, TableOfBytes(table));
-    return VISORA_SUCCESS;
+    return unary(TableOfBytes(table), src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -184,24 +119,7 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-namespace visora
-{
-HWY_EXPORT(bitwiseNot);
-HWY_EXPORT(tableLookup);
-}  // namespace visora
-
-vsrStatus vsrBitwiseNotu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                           uint32_t dstStride)
-{
-    using namespace visora;
-    return HWY_DYNAMIC_DISPATCH(bitwiseNot)(src, srcWidth, srcHeight, srcStride, dst, dstStride);
-}
-
-vsrStatus vsrTableLookupu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                            const uint8_t* table, uint8_t* dst, uint32_t dstStride)
-{
-    using namespace visora;
-    return HWY_DYNAMIC_DISPATCH(tableLookup)(src, srcWidth, srcHeight, srcStride, table, dst, dstStride);
-}
+VSR_VECTOR(vsrBitwiseNotu8, bitwiseNot);
+VSR_VECTOR(vsrTableLookupu8, tableLookup);
 
 #endif
