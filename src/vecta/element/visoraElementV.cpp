@@ -25,8 +25,7 @@ class TableOfBytes
 {
   public:
     HWY_INLINE explicit TableOfBytes(const uint8_t* table)
-        : table_(table),
-          first_(vld1q_u8_x4(table)),
+        : first_(vld1q_u8_x4(table)),
           second_(vld1q_u8_x4(table + 64)),
           third_(vld1q_u8_x4(table + 128)),
           fourth_(vld1q_u8_x4(table + 192))
@@ -44,7 +43,6 @@ class TableOfBytes
     }
 
   private:
-    const uint8_t* table_;
     uint8x16x4_t first_;
     uint8x16x4_t second_;
     uint8x16x4_t third_;
@@ -96,10 +94,6 @@ class TableOfBytes
         const V bits[4] = {hn::BitCast(d, hn::ShiftLeft<3>(wide)), hn::BitCast(d, hn::ShiftLeft<2>(wide)),
                            hn::BitCast(d, hn::ShiftLeft<1>(wide)), index};
         return lookUpPart<16>(d, table_, hn::And(index, hn::Set(d, uint8_t{15})), bits);
-    }
-    uint8_t operator()(uint8_t index) const
-    {
-        return table_[index];
     }
 
   private:
