@@ -5,8 +5,8 @@
 #include <bit>
 #include <cmath>
 #include <numeric>
-#include <thread>
 
+#include "common/hardware_double.h"
 #include "support/correspondences.h"
 #include "visora/memory.h"
 
@@ -272,29 +272,21 @@ TEST(RobustFit, DoesWithoutScratchMemory)
     vsrGetScratchBufferAligned_ = get;
 }
 
-TEST(RobustFit, ThreadsDoNotDisturbEachOther)
+CHILD_TEST(RobustFit, ThreadsDoNotDisturbEachOther)
 {
     const CorrespondenceSet set(typicalRecipe(80, kTypicalPixels, 0.5), 5);
     const Robust expected = robustFit(set.record(), typicalMaxSquaredError(kTypicalPixels));
     std::vector<Robust> results(4);
-    std::vector<std::thread> threads;
-    for (size_t i = 0; i < results.size(); ++i)
-    {
-        threads.emplace_back(
-            [&, i]
-            {
-                for (int round = 0; round < 20; ++round)
-                {
-                    results[i] =
-                        robustFit(set.record(), typicalMaxSquaredError(kTypicalPixels),
-                                  i % 2 == 0 ? vsrGeomHomographyRobustFitf32_v2C : vsrGeomHomographyRobustFitf32_v2V);
-                }
-            });
-    }
-    for (std::thread& thread : threads)
-    {
-        thread.join();
-    }
+    inThreads(4,
+              [&](int thread)
+              {
+                  for (int round = 0; round < 20; ++round)
+                  {
+                      results[static_cast<size_t>(thread)] = robustFit(
+                          set.record(), typicalMaxSquaredError(kTypicalPixels),
+                          thread % 2 == 0 ? vsrGeomHomographyRobustFitf32_v2C : vsrGeomHomographyRobustFitf32_v2V);
+                  }
+              });
     for (Robust& result : results)
     {
         result.nextRandom = expected.nextRandom;  // theirs is anybody's

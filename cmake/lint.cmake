@@ -1,0 +1,46 @@
+# The target `lint`: clang-tidy on every source file whose text or headers changed since it was last found clean.
+find_program(CLANG_TIDY clang-tidy)
+if(NOT CLANG_TIDY)
+    return()
+endif()
+
+function(visora_lint checks)
+    foreach(source ${ARGN})
+        file(RELATIVE_PATH name ${PROJECT_SOURCE_DIR} ${source})
+        set(clean ${PROJECT_BINARY_DIR}/lint/${name}.clean)
+        get_filename_component(folder ${clean} DIRECTORY)
+        file(MAKE_DIRECTORY ${folder})
+        # clang-tidy tells which headers it read by the name of the object file. Standard error holds counts only.
+        add_custom_command(OUTPUT ${clean}
+            COMMAND sh -c "$0 \"$@\" 2>/dev/null" ${CLANG_TIDY} -p ${PROJECT_BINARY_DIR} --quiet --checks=${checks}
+                    --extra-arg=-Wp,-MD,${clean}.d ${source}
+            COMMAND sed -i "1s|^[^:]*:|${clean}:|" ${clean}.d
+            COMMAND ${CMAKE_COMMAND} -E touch ${clean}
+            DEPENDS ${source} ${PROJECT_SOURCE_DIR}/.clang-tidy
+            DEPFILE ${clean}.d
+            COMMENT "Lint ${name}"
+            VERBATIM)
+        list(APPEND all ${clean})
+    endforeach()
+    set(ALL_CLEAN ${ALL_CLEAN} ${all} PARENT_SCOPE)
+endfunction()
+
+# Not the bodies of the picture library, nor the benchmarks, whose framework trips the analyzer. On tests the analyzer
+# takes most of the time and finds what the sanitizers find, and their speed does not matter.
+set(folders src)
+foreach(folder tools examples)
+    string(TOUPPER ${folder} option)
+    if(VISORA_BUILD_${option})
+        list(APPEND folders ${folder})
+    endif()
+endforeach()
+list(TRANSFORM folders PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM folders APPEND /*.cpp)
+file(GLOB_RECURSE LINTED CONFIGURE_DEPENDS ${folders})
+list(FILTER LINTED EXCLUDE REGEX "examples/demo/stb.cpp")
+visora_lint("" ${LINTED})
+if(VISORA_BUILD_TESTS)
+    file(GLOB_RECURSE LINTED CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/*.cpp)
+    visora_lint("-clang-analyzer-*,-performance-*" ${LINTED})
+endif()
+add_custom_target(lint DEPENDS ${ALL_CLEAN})
