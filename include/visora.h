@@ -9,22 +9,13 @@
 #ifndef VISORA_H
 #define VISORA_H
 
-#include "visora/color.h"
-#include "visora/corner.h"
 #include "visora/dispatch.h"
-#include "visora/element.h"
-#include "visora/filter.h"
-#include "visora/geom.h"
-#include "visora/gradient.h"
 #include "visora/memory.h"
 #include "visora/offload.h"
-#include "visora/pyramid.h"
+#include "visora/operations.h"
 #include "visora/runtime.h"
-#include "visora/scale.h"
 #include "visora/shared_memory.h"
-#include "visora/track.h"
 #include "visora/types.h"
 #include "visora/variants.h"
-#include "visora/warp.h"
 
 #endif

@@ -32,6 +32,10 @@ extern VSR_API int32_t HW_constraint_checks_enable;
 VSR_API int32_t vsrLogAssert(const char* file, int32_t line, int32_t priority, const char* format, ...)
     __attribute__((format(printf, 4, 5)));
 
+/** What a status says, in a few English words ("bad argument"); "unknown status" for others than VISORA_ has names for.
+ */
+VSR_API const char* vsrStatusText(vsrStatus status);
+
 /* ---- Operation modes ---- */
 
 /** What serves the calls of the library from now on. Extended modes have bit 31 set. */

@@ -1,0 +1,20 @@
+/**
+ * @file
+ * All operations, and nothing of the machinery behind them: enough, with visora/runtime.h for the operation mode, for a
+ * program that only calls the library.
+ */
+#ifndef VISORA_OPERATIONS_H
+#define VISORA_OPERATIONS_H
+
+#include "visora/color.h"
+#include "visora/corner.h"
+#include "visora/element.h"
+#include "visora/filter.h"
+#include "visora/geom.h"
+#include "visora/gradient.h"
+#include "visora/pyramid.h"
+#include "visora/scale.h"
+#include "visora/track.h"
+#include "visora/warp.h"
+
+#endif
