@@ -57,14 +57,14 @@ VSR_API void vsrHeapStatsFree(void* allocation);
 VSR_API int32_t vsrMemInit(void);
 
 /**
- * As vsrMemInit; then borrows a buffer of `size` bytes (33177600 at most), 16-byte aligned and filled with zeros, so
- * that the pool has one of that size from now on. For that the caller releases it at once (vsrReleaseScratchBuffer_).
- * @return the buffer; null for size 0 or when there is no memory
+ * As vsrMemInit; then borrows a buffer of `size` bytes (33177600 at most; none for 0), 16-byte aligned, fills it with
+ * zeros and gives it back, so that the pool has one of that size from now on.
  */
-VSR_API void* vsrMemInitPreAlloc(uint32_t size);
+VSR_API void vsrMemInitPreAlloc(uint32_t size);
 
 /**
- * Takes one call of vsrMemInit back; the last one frees the pool, waiting for buffers that other threads still hold.
+ * Takes one call of vsrMemInit back; the last one frees the pool. Nobody waits: a buffer that is still lent stays with
+ * its borrower and is freed when it is given back.
  * A call that is not the last also clears CPU_initflag, and while that is clear further calls do nothing: whoever
  * nests set-ups gets the pool freed only by a call that follows a new vsrMemInit.
  */
@@ -74,7 +74,7 @@ VSR_API void vsrMemDeInit(void);
 extern VSR_API uint8_t CPU_initflag;
 
 /**
- * Borrows a scratch buffer, to be given back by the same thread with vsrReleaseScratchBufferC.
+ * Borrows a scratch buffer, to be given back with vsrReleaseScratchBufferC.
  * @param size       bytes
  * @param alignment  a power of two; any other value counts as 1
  * @return the buffer; null when there is no memory or all 32 of the pool are lent

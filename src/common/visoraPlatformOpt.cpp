@@ -1,6 +1,8 @@
 // The optional library of routines tuned for one platform.
 #include <dlfcn.h>
 
+#include <mutex>
+
 #include "common/visoraLog.h"
 #include "visora/runtime.h"
 
@@ -10,7 +12,8 @@ namespace
 constexpr char kPath[] = "/data/local/libvsropt.so";
 constexpr char kTag[] = "visora_PLATFORM";
 
-void* handle = nullptr;
+std::mutex guard;
+void* handle = nullptr;  // under the guard
 
 const char* loaderError()
 {
@@ -22,6 +25,7 @@ const char* loaderError()
 
 int32_t vsrPlatformOptLoad(void)
 {
+    const std::lock_guard lock(guard);
     __android_log_print(visora::kLogDebug, "vsr", "Loading from: %s\n", kPath);
     if (!handle)
     {
@@ -38,6 +42,7 @@ int32_t vsrPlatformOptLoad(void)
 
 void* vsrPlatformOptGetFunc(const char* name)
 {
+    const std::lock_guard lock(guard);
     // Without this test the dynamic linker would search the whole program.
     if (!handle)
     {
@@ -54,6 +59,7 @@ void* vsrPlatformOptGetFunc(const char* name)
 
 int32_t vsrPlatformOptClose(void)
 {
+    const std::lock_guard lock(guard);
     if (handle)
     {
         dlclose(handle);

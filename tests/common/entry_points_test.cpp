@@ -77,7 +77,7 @@ TEST(EntryPoints, NewerStyleRefusesSilently)
                                  "src width=8 height=4 srcStride=16 dst dstStride=8 rotation=1"};
     rotation.expectRefused(3,
                            "rotation=0, rotation=4, srcStride=15, dstStride=7, rotation=2 dstStride=15, "
-                           "rotation=2 dstStride=16 dst=0, rotation=2 dstStride=16 height=8 src=dst");
+                           "rotation=2 dstStride=16 dst=0, rotation=2 dstStride=24 src=dst");
 }
 
 template <class... Parameters>
@@ -120,6 +120,24 @@ TEST(EntryPoints, InPlaceWorksWhereItIsAllowed)
         EXPECT_EQ(0xf0, image[166]);
         EXPECT_EQ(0u, vsrTableLookupu8(image.data(), 67, 2, 100, reversal.data(), image.data(), 100));
         EXPECT_EQ(std::vector<uint8_t>(200, 0x0f), image);
+    }
+}
+
+TEST(EntryPoints, RotationInPlaceIsTheSameInBothVariants)
+{
+    for (uint32_t rotation = 1; rotation <= 3; ++rotation)
+    {
+        std::vector<uint8_t> images[2];
+        for (const VSR_IMPL kind : {VSR_IMPL_CPU, VSR_IMPL_VECTA})
+        {
+            images[kind].resize(2 * 40 * 40);
+            std::iota(images[kind].begin(), images[kind].end(), uint8_t{0});
+            uVTable(VSR_IMPL_VECTA);
+            const Override rotating(vsrImplTable[500], kind);
+            EXPECT_EQ(0u,
+                      vsrRotateImageInterleavedu8(images[kind].data(), 40, 40, 80, images[kind].data(), 0, rotation));
+        }
+        EXPECT_EQ(images[0], images[1]) << rotation;
     }
 }
 

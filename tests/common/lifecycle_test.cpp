@@ -156,5 +156,21 @@ CHILD_TEST(PlatformLibrary, IsOpenedOnceAndClosed)
     }
 }
 
+CHILD_TEST(PlatformLibraryThreads, MayOpenAndCloseAtOnce)
+{
+    hasPlatformLibrary = true;
+    LogCapture log;
+    inThreads(8,
+              [](int)
+              {
+                  for (int round = 0; round < 50; ++round)
+                  {
+                      EXPECT_EQ(0, vsrPlatformOptLoad());
+                      vsrPlatformOptGetFunc("vsrGetVersion");
+                      EXPECT_EQ(0, vsrPlatformOptClose());
+                  }
+              });
+}
+
 }  // namespace
 }  // namespace visora::test

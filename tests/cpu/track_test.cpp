@@ -371,11 +371,11 @@ TEST(Track, GivesTheSameBitsOnEveryMachine)
 class FloatPyramid
 {
   public:
-    explicit FloatPyramid(const Frame& frame)
+    FloatPyramid(const Frame& frame, size_t padding)
     {
         for (const vsrPyramidLevel_v2& level : frame.pyramid())
         {
-            const size_t pitch = level.width + 3;
+            const size_t pitch = level.width + padding;
             std::vector<float>& pixels = levels_.emplace_back(pitch * level.height, NAN);
             for (size_t i = 0; i < size_t{level.width} * level.height; ++i)
             {
@@ -396,8 +396,8 @@ class FloatPyramid
 TEST(Track, FloatImagesOfWholeNumbersGiveTheBitsOfByteImages)
 {
     const FramePair& frames = film(kMotions[1]);
-    const FloatPyramid first(frames.first);
-    const FloatPyramid second(frames.second);
+    const FloatPyramid first(frames.first, 3);
+    const FloatPyramid second(frames.second, 8);
     const std::vector<float> points = gridPoints(320, 240, -2, 11.7f);
     const Tracks expected = run(vsrTrackLKOpticalFlowu8_v3C, frames.first, frames.second, points, {});
     for (const auto track : {vsrTrackLKOpticalFlowf32C, vsrTrackLKOpticalFlowf32V, vsrTrackLKOpticalFlowf32})

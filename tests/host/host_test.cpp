@@ -1,6 +1,7 @@
 // The Linux stand-ins for the platform's services.
 #include "visora/host.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -55,7 +56,48 @@ TEST(HostLog, WritesPriorityTagAndTextToStandardError)
     testing::internal::CaptureStderr();
     EXPECT_EQ(1, __android_log_print(6, "visora_lib_log", "Error at %s\n", "vsrX"));
     EXPECT_EQ(1, __android_log_print(3, "tag", "%d", 7));
-    EXPECT_EQ("E/visora_lib_log: Error at vsrX\nD/tag: 7\n", testing::internal::GetCapturedStderr());
+    EXPECT_EQ(1, __android_log_print(2, "tag", "\n%s", "a\nb\n\n"));
+    EXPECT_EQ("E/visora_lib_log: Error at vsrX\nD/tag: 7\nV/tag: \na\nb\n", testing::internal::GetCapturedStderr())
+        << "every line ends once";
+}
+
+// A refused call passes the result on, so that it never looks like a success.
+TEST(HostLog, ReturnsOneWhateverBecomesOfTheLine)
+{
+    for (const char* path : {static_cast<const char*>(nullptr), "/dev/full"})
+    {
+        EXPECT_EXIT(
+            {
+                close(STDERR_FILENO);
+                if (path)
+                {
+                    open(path, O_WRONLY);
+                }
+                std::exit(__android_log_print(6, "tag", "%s", "text"));
+            },
+            testing::ExitedWithCode(1), "");
+    }
+}
+
+TEST(HostLog, LeavesOutWhatIsBelowItsLevel)
+{
+    const std::pair<const char*, const char*> levels[] = {{"", "D/tag: 3\nE/tag: 6\n"},
+                                                          {"4", "^E/tag: 6\n"},
+                                                          {"I", "^E/tag: 6\n"},
+                                                          {"D", "D/tag: 3\nE/tag: 6\n"},
+                                                          {"9", "^$"}};
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a program of its own: the level is read once
+    for (const auto& [level, lines] : levels)
+    {
+        EXPECT_EXIT(
+            {
+                setenv("VISORA_PROP_runtime_visora_log_level", level, 1);
+                const int results = __android_log_print(3, "tag", "%s", "3") + __android_log_print(6, "tag", "%s", "6");
+                std::exit(results);
+            },
+            testing::ExitedWithCode(2), lines)
+            << level;
+    }
 }
 
 int remember(void* context, int priority, const char* tag, const char* text)
@@ -68,7 +110,7 @@ TEST(HostLog, AProgramCanRouteTheLines)
 {
     std::vector<std::string> lines;
     vsrHostSetLogSink(remember, &lines);
-    EXPECT_EQ(-9, __android_log_print(4, "tag", "%s", "text"));
+    EXPECT_EQ(1, __android_log_print(4, "tag", "%s", "text\n"));
     vsrHostSetLogSink(nullptr, nullptr);
     EXPECT_EQ(std::vector<std::string>{"4tagtext"}, lines);
 }

@@ -8,7 +8,25 @@
 
 #include "common/hardware_double.h"
 #include "kdsp_rpc/domains.h"
+#include "support/next_function.h"
 #include "support/scripted_dsp.h"
+
+namespace visora::test
+{
+namespace
+{
+
+int environmentWrites = 0;
+
+}  // namespace
+}  // namespace visora::test
+
+// This is bound by the dynamic linker before the system's.
+int setenv(const char* name, const char* value, int overwrite) noexcept
+{
+    ++visora::test::environmentWrites;
+    return visora::test::next("setenv", setenv)(name, value, overwrite);
+}
 
 namespace visora::test
 {
@@ -164,6 +182,28 @@ TEST(Channel, FollowsOpensAndCloses)
             }
         }
     }
+}
+
+CHILD_TEST(Channel, WritesTheEnvironmentOnlyToChangeIt)
+{
+    ScriptedDsp dsp;
+    LogCapture log;
+    environmentWrites = 0;
+    for (int round = 0; round < 3; ++round)
+    {
+        vsrSetOperationMode(VISORA_OP_LOW_POWER);
+        vsrCleanUp();
+    }
+    EXPECT_EQ(1, environmentWrites);
+    vsrSetOperationMode(VISORA_OP_LOW_POWER);
+    unsetenv("ADSP_LIBRARY_PATH");
+    dsp.answer("probeK6Time", {104});
+    dsp.answer("vsrK6GetClk", {1});
+    vsrSetDefaultDspEXT(2);
+    probeK6TimeKc(1, 2);
+    EXPECT_EQ(1, mdspDomainHandle_count);
+    EXPECT_EQ(1, environmentWrites) << "not while other threads may be calling";
+    vsrCleanUp();
 }
 
 CHILD_TEST(Channel, NeedsADomain)

@@ -1,5 +1,6 @@
 // Aligned blocks and the scratch pool.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <algorithm>
 #include <atomic>
@@ -295,16 +296,6 @@ CHILD_TEST(ScratchLifecycle, CountsItsSetUps)
     EXPECT_EQ(1, CPU_initflag);
 }
 
-CHILD_TEST(ScratchLifecycle, EndsThoughTheLastCallerStillHoldsABuffer)
-{
-    vsrMemInit();
-    borrow(100, 16, kPoolMarker);
-    vsrMemDeInit();
-    vsrMemInit();
-    borrowOnce(100, 16, kPoolMarker);
-    vsrMemDeInit();
-}
-
 TEST(ScratchLifecycle, PreallocationIsZeroedCappedAndKept)
 {
     constexpr size_t kCap = 33177600;
@@ -312,20 +303,78 @@ TEST(ScratchLifecycle, PreallocationIsZeroedCappedAndKept)
         {1000, 1000}, {kCap - 1, kCap - 1}, {kCap, kCap}, {40000000, kCap}, {0xffffffff, kCap}};
     for (const auto& [asked, given] : sizes)
     {
-        auto* buffer = static_cast<uint8_t*>(vsrMemInitPreAlloc(asked));
+        vsrMemInitPreAlloc(asked);
+        auto* const buffer = static_cast<uint8_t*>(vsrGetScratchBufferAligned_(given, 16));
         ASSERT_NE(nullptr, buffer);
-        EXPECT_TRUE(isAligned(buffer, 16));
         EXPECT_EQ(kPoolMarker, markerOf(buffer));
         EXPECT_TRUE(buffer[0] == 0 && std::memcmp(buffer, buffer + 1, given - 1) == 0);
-        EXPECT_EQ(buffer, giveBackAndBorrow(buffer, given)) << "the slot keeps the capacity";
-        void* larger = giveBackAndBorrow(buffer, given + 1);
-        EXPECT_NE(buffer, larger) << "and no more than that";
+        buffer[given - 1] = 1;
+        void* const larger = giveBackAndBorrow(buffer, given + 1);
+        EXPECT_NE(buffer, larger) << "a slot of that capacity and no more";
         vsrReleaseScratchBuffer_(larger);
         vsrMemDeInit();
     }
-    EXPECT_EQ(nullptr, vsrMemInitPreAlloc(0));
+    vsrMemInitPreAlloc(0);
     EXPECT_EQ(1, CPU_initflag);
     vsrMemDeInit();
+}
+
+// The end of the pool waits for nobody: what is lent stays with its borrower.
+CHILD_TEST(ScratchLifecycle, EndsWhileBuffersAreLent)
+{
+    size_t heap = 0;
+    for (int round = 0; round < 3; ++round)
+    {
+        vsrMemInit();
+        void* const first = borrow(100, 16, kPoolMarker);
+        void* const second = borrow(3000, 64, kPoolMarker);
+        vsrMemDeInit();
+        std::memset(first, 1, 100);
+        vsrReleaseScratchBuffer_(first);
+        vsrMemInit();
+        std::set<void*> others;
+        for (int i = 0; i < 31; ++i)
+        {
+            others.insert(borrow(100, 16, kPoolMarker));
+        }
+        EXPECT_EQ(nullptr, vsrGetScratchBufferAligned_(1, 1)) << "the buffer that is lent still";
+        std::memset(second, 1, 3000);
+        vsrReleaseScratchBuffer_(second);
+        EXPECT_EQ(second, vsrGetScratchBufferAligned_(3000, 64));
+        vsrMemDeInit();
+        std::for_each(others.begin(), others.end(), vsrReleaseScratchBuffer_);
+        vsrReleaseScratchBuffer_(second);
+        others.clear();
+        EXPECT_TRUE(round < 2 || heap == mallinfo2().uordblks);
+        heap = mallinfo2().uordblks;
+    }
+}
+
+std::vector<void*> takenBack;
+
+// Whoever lends a buffer takes it back, although the program exchanges the services meanwhile.
+CHILD_TEST(ScratchLifecycle, AKernelsBufferGoesBackToItsLender)
+{
+    vsrGetScratchBufferAligned_ = [](size_t size, uint32_t alignment)
+    {
+        vsrReleaseScratchBuffer_ = [](void*) { ADD_FAILURE() << "another's buffer"; };
+        return vsrGetScratchBufferAlignedC(size, alignment);
+    };
+    vsrReleaseScratchBuffer_ = [](void* buffer)
+    {
+        takenBack.push_back(buffer);
+        vsrReleaseScratchBufferC(buffer);
+    };
+    const std::vector<float> image(64, 1.0f);
+    std::vector<float> result(64);
+    for (const auto filter : {vsrBoxFilterNxNf32C, vsrBoxFilterNxNf32V})
+    {
+        const auto release = vsrReleaseScratchBuffer_;
+        const size_t before = takenBack.size();
+        EXPECT_EQ(0u, filter(image.data(), 8, 8, 32, result.data(), 32, 3));
+        EXPECT_LT(before, takenBack.size());
+        vsrReleaseScratchBuffer_ = release;
+    }
 }
 
 // ---- Threads ----
@@ -369,31 +418,37 @@ CHILD_TEST(ScratchThreads, MaySetUpAndTearDownAtOnce)
               });
 }
 
-CHILD_TEST(ScratchThreads, TeardownWaitsForABufferThatAnotherHolds)
+CHILD_TEST(ScratchThreads, BorrowWhileThePoolComesAndGoes)
 {
-    vsrMemInit();
-    std::atomic<bool> borrowed = false;
-    std::atomic<bool> released = false;
-    std::thread borrower(
+    std::atomic<bool> done = false;
+    std::thread owner(
         [&]
         {
-            void* const buffer = vsrGetScratchBufferAlignedC(1000, 16);
-            borrowed = true;
-            for (int round = 0; round < 1000; ++round)
+            while (!done)
             {
-                std::memset(buffer, round & 0xff, 1000);
-                std::this_thread::yield();
+                vsrMemInit();
+                vsrMemDeInit();
             }
-            released = true;
-            vsrReleaseScratchBufferC(buffer);
         });
-    while (!borrowed)
-    {
-        std::this_thread::yield();
-    }
+    inThreads(8, useScratch);
+    done = true;
+    owner.join();
+    vsrMemInit();
+    inThreads(8, useScratch);
     vsrMemDeInit();
-    EXPECT_TRUE(released);
-    borrower.join();
+}
+
+CHILD_TEST(ScratchThreads, OneThatEndsWithABufferLentStopsNoOther)
+{
+    vsrMemInit();
+    static std::atomic<void*> left = nullptr;
+    std::thread([] { left = borrow(1000, 16, kPoolMarker); }).join();
+    inThreads(8, useScratch);
+    vsrMemDeInit();
+    vsrMemInit();
+    inThreads(8, useScratch);
+    vsrReleaseScratchBuffer_(left);
+    vsrMemDeInit();
 }
 
 }  // namespace

@@ -21,7 +21,8 @@ vsrStatus vsrRotateImageInterleavedu8(const uint8_t* src, uint32_t srcWidth, uin
                    aligned<8>(src, dst));
     call.keepGpuIf(aligned<16>(src, dst) && multiplesOf<8>(srcStride, dstStride));
     call.trace();
-    if (!(src && dst && src != dst && srcWidth && srcHeight && srcStride >= uint64_t{srcWidth} * 2 &&
+    const bool inPlaceFits = src != dst || srcStride == dstStride;
+    if (!(src && dst && inPlaceFits && srcWidth && srcHeight && srcStride >= uint64_t{srcWidth} * 2 &&
           dstStride >= uint64_t{dstWidth} * 2 && rotation >= 1 && rotation <= 3))
     {
         return VISORA_EBADPARAM;

@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "cpu/filter/visoraFilterBorder.h"
-#include "visora/memory.h"
+#include "cpu/visoraScratch.h"
 #include "visora/variants/filter.h"
 
 namespace
@@ -113,7 +113,8 @@ vsrStatus vsrBoxFilterNxNf32C(const float* src, uint32_t srcWidth, uint32_t srcH
     const size_t srcStep = srcStride / sizeof(float);
     const size_t dstStep = dstStride / sizeof(float);
     // All column sums are made before the first output is written, because the destination may be the source.
-    auto* columnSums = static_cast<float*>(vsrGetScratchBufferAligned_(width * srcHeight * sizeof(float), 16));
+    const visora::Scratch scratch(width * srcHeight * sizeof(float), 16);
+    auto* const columnSums = scratch.as<float>();
     if (!columnSums)
     {
         return VISORA_ENOMEM;
@@ -151,6 +152,5 @@ vsrStatus vsrBoxFilterNxNf32C(const float* src, uint32_t srcWidth, uint32_t srcH
             dst[y * dstStep + x] = mean == mean ? mean : std::numeric_limits<float>::quiet_NaN();
         }
     }
-    vsrReleaseScratchBuffer_(columnSums);
     return VISORA_SUCCESS;
 }

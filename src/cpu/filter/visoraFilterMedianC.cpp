@@ -4,7 +4,7 @@
 
 #include "cpu/filter/visoraFilterBorder.h"
 #include "cpu/filter/visoraFilterMedian.h"
-#include "visora/memory.h"
+#include "cpu/visoraScratch.h"
 #include "visora/variants/filter.h"
 
 namespace
@@ -135,7 +135,8 @@ vsrStatus vsrFilterMedianMxNs16C(const int16_t* src, uint32_t srcWidth, uint32_t
     const size_t dstStep = dstStride / sizeof(int16_t);
     const size_t halfWidth = M / 2;
     const size_t halfHeight = N / 2;
-    auto* window = static_cast<int16_t*>(vsrGetScratchBufferAligned_(size_t{M} * N * sizeof(int16_t), 16));
+    const visora::Scratch scratch(size_t{M} * N * sizeof(int16_t), 16);
+    auto* const window = scratch.as<int16_t>();
     if (!window)
     {
         return VISORA_ENOMEM;
@@ -154,6 +155,5 @@ vsrStatus vsrFilterMedianMxNs16C(const int16_t* src, uint32_t srcWidth, uint32_t
             dst[y * dstStep + x] = fast_median_sort(window, static_cast<int32_t>(M * N));
         }
     }
-    vsrReleaseScratchBuffer_(window);
     return VISORA_SUCCESS;
 }

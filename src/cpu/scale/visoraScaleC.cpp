@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "cpu/scale/visoraScaleMap.h"
-#include "visora/memory.h"
+#include "cpu/visoraScratch.h"
 #include "visora/variants/scale.h"
 
 namespace
@@ -115,7 +115,8 @@ vsrStatus vsrScaleDownMNu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcH
 {
     // Sums of columns first, then the lengths of the runs: at most 20, a byte each.
     const size_t scratchBytes = dstWidth + size_t{4} * srcWidth + 128;
-    void* scratch = vsrGetScratchBufferAligned_(scratchBytes, 16);
+    const visora::Scratch memory(scratchBytes, 16);
+    void* const scratch = memory.data();
     if (!scratch)
     {
         return VISORA_ENOMEM;
@@ -159,7 +160,6 @@ vsrStatus vsrScaleDownMNu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcH
         }
         dst += dstStride;
     }
-    vsrReleaseScratchBuffer_(scratch);
     return VISORA_SUCCESS;
 }
 

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 #include "cpu/visoraScratch.h"
 #include "visora/variants/track.h"
@@ -190,11 +191,19 @@ class LevelTable
     float* end() const { return scale_ + arguments_.nLevels; }
 
     TrackImage<Pixel> first(int32_t level) const { return image(first_[level], level); }
-    TrackImage<Pixel> second(int32_t level) const { return image(second_[level], level); }
+    TrackImage<Pixel> second(int32_t level) const
+    {
+        TrackImage<Pixel> found = image(second_[level], level);
+        if constexpr (std::is_same_v<Pixel, float>)
+        {
+            found.stride = arguments_.src2Pyr[level].stride / sizeof(Pixel);
+        }
+        return found;
+    }
     float scale(int32_t level) const { return scale_[level]; }
 
   private:
-    // The first pyramid says how large the levels of both are.
+    // The first pyramid says how large the levels of both are, and of u8 images how their rows lie.
     TrackImage<Pixel> image(const Pixel* pixels, int32_t level) const
     {
         const vsrPyramidLevel_v2& record = arguments_.src1Pyr[level];

@@ -6,17 +6,19 @@ namespace visora
 namespace
 {
 
-/** Chroma has one sample for `across` by `down` pixels. With halved rows the kernels convert rows in pairs. */
+/**
+ * Chroma has one sample for `across` by `down` pixels. Lengths are those of the image: a row that the kernels convert
+ * beyond an odd height is none of the DSP's.
+ */
 template <uint32_t across, uint32_t down, uint32_t pixelBytes>
 constexpr auto planar = [](const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint32_t width, uint32_t height,
                            uint32_t yStride, uint32_t cbStride, uint32_t crStride, uint8_t* dst, uint32_t dstStride)
 {
     const uint32_t chromaWidth = (width + across - 1) / across;
     const uint32_t chromaRows = (height + down - 1) / down;
-    const uint32_t rows = chromaRows * down;
-    return std::array{imageLength(y, yStride, width, rows), imageLength(cb, cbStride, chromaWidth, chromaRows),
+    return std::array{imageLength(y, yStride, width, height), imageLength(cb, cbStride, chromaWidth, chromaRows),
                       imageLength(cr, crStride, chromaWidth, chromaRows),
-                      imageLength(dst, dstStride, width * pixelBytes, rows)};
+                      imageLength(dst, dstStride, width * pixelBytes, height)};
 };
 
 template <uint32_t across, uint32_t down, uint32_t pixelBytes>
@@ -24,12 +26,11 @@ constexpr auto pseudoPlanar = [](const uint8_t* y, const uint8_t* c, uint32_t wi
                                  uint32_t cStride, uint8_t* dst, uint32_t dstStride)
 {
     const uint32_t chromaRows = (height + down - 1) / down;
-    const uint32_t rows = chromaRows * down;
     // The last row of an odd width ends with a whole pair, a byte behind its stride.
     const uint32_t spill = across == 2 && width % 2 == 1 && (cStride == 0 || cStride == width) ? 1 : 0;
-    return std::array{imageLength(y, yStride, width, rows),
+    return std::array{imageLength(y, yStride, width, height),
                       imageLength(c, cStride, width * 2 / across, chromaRows) + spill,
-                      imageLength(dst, dstStride, width * pixelBytes, rows)};
+                      imageLength(dst, dstStride, width * pixelBytes, height)};
 };
 
 /** Luma and behind it chroma pairs, in one buffer; a last row of an odd width ends with a whole pair. */

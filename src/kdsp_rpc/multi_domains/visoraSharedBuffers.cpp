@@ -1,7 +1,10 @@
 // Memory that the program shares with the DSP: ION buffers, mapped, and remembered in a table.
+#include "kdsp_rpc/multi_domains/visoraSharedBuffers.h"
+
 #include <linux/dma-buf.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,7 +17,6 @@
 #include "common/visoraLog.h"
 #include "common/visoraRelaxed.h"
 #include "visora/memory.h"
-#include "visora/shared_memory.h"
 
 extern "C"
 {
@@ -62,26 +64,22 @@ void unlockTable()
     pthread_mutex_unlock(&sharedMemMutex);
 }
 
+// Anonymous shared memory is a regular file; a buffer of ION or of a DMA-BUF heap is none.
+bool isAnonymous(int bufferFd)
+{
+    struct stat status
+    {
+    };
+    return fstat(bufferFd, &status) == 0 && S_ISREG(status.st_mode);
+}
+
 // Starts or ends the CPU's use of a buffer.
 bool synchronise(int bufferFd, uint64_t flags)
 {
     dma_buf_sync request{};
     request.flags = flags | DMA_BUF_SYNC_RW;
-    errno = 0;
-    // Anonymous shared memory, which stands in for ION on plain Linux, knows no such request and needs none. Emulators
-    // of a processor pass on no request that they do not know, and say so in another way.
-    return ioctl(bufferFd, DMA_BUF_IOCTL_SYNC, &request) == 0 || errno == ENOTTY || errno == ENOSYS;
-}
-
-void release(const SharedMemRecord& record)
-{
-    if (!synchronise(record.bufferFd, DMA_BUF_SYNC_END))
-    {
-        logLibrary(kLogError, "%s", "mem_free_ion : failed to end DMA_BUF_IOCTL_SYNC\n");
-    }
-    munmap(record.mappedAddress, wholePages(record.size));
-    close(record.bufferFd);
-    ion_close(record.ionFd);
+    // Anonymous shared memory, which stands in for ION on plain Linux, knows no such request and needs none.
+    return ioctl(bufferFd, DMA_BUF_IOCTL_SYNC, &request) == 0 || isAnonymous(bufferFd);
 }
 
 bool remember(const SharedMemRecord& record)
@@ -101,7 +99,8 @@ bool remember(const SharedMemRecord& record)
     return unused != end;
 }
 
-std::optional<SharedMemRecord> forget(const void* block)
+// A live allocation, taken from the table or left there.
+std::optional<SharedMemRecord> find(const void* block, bool take)
 {
     if (!lockTable())
     {
@@ -114,13 +113,29 @@ std::optional<SharedMemRecord> forget(const void* block)
     if (found != end)
     {
         record = *found;
-        found->address = nullptr;
+        found->address = take ? nullptr : found->address;
     }
     unlockTable();
     return record;
 }
 
 }  // namespace
+
+void visora::releaseSharedMemory(const SharedMemRecord& record)
+{
+    if (!synchronise(record.bufferFd, DMA_BUF_SYNC_END))
+    {
+        logLibrary(kLogError, "%s", "mem_free_ion : failed to end DMA_BUF_IOCTL_SYNC\n");
+    }
+    munmap(record.mappedAddress, wholePages(record.size));
+    close(record.bufferFd);
+    ion_close(record.ionFd);
+}
+
+std::optional<SharedMemRecord> visora::sharedMemoryRecord(const void* block)
+{
+    return find(block, false);
+}
 
 void vsrInitSharedMem(uint32_t hardware)
 {
@@ -213,7 +228,7 @@ void* vsrSharedMemAllocK(uint32_t size, uint32_t byteAlignment)
     const SharedMemRecord record = {address, ionFd, address, size, bufferFd};
     if (!remember(record))
     {
-        release(record);
+        visora::releaseSharedMemory(record);
         return nullptr;
     }
     return address;
@@ -221,11 +236,11 @@ void* vsrSharedMemAllocK(uint32_t size, uint32_t byteAlignment)
 
 int32_t vsrSharedMemFreeK(void* block)
 {
-    const std::optional<SharedMemRecord> record = block ? forget(block) : std::nullopt;
+    const std::optional<SharedMemRecord> record = block ? find(block, true) : std::nullopt;
     if (!record)
     {
         return -1;
     }
-    release(*record);
+    visora::releaseSharedMemory(*record);
     return 0;
 }

@@ -1,5 +1,12 @@
 // Aligned blocks, from the heap or from memory shared with the DSP.
+#include <mutex>
+#include <new>
+#include <optional>
+#include <utility>
+
 #include "common/visoraLog.h"
+#include "common/visoraRelaxed.h"
+#include "kdsp_rpc/multi_domains/visoraSharedBuffers.h"
 #include "platform/android/visoraHeap.h"
 #include "visora/memory.h"
 
@@ -47,9 +54,93 @@ void freeAlignedBlock(void* block)
     visora::heapFree(bytes - bytes[-1]);
 }
 
-bool hasSharedAllocator()
+// ---- Blocks of shared allocators ----
+
+using SharedFree = int32_t (*)(void* block);
+
+// A block that vsrMemAlloc got from a shared allocator, with what frees it when that allocator is installed no more.
+struct SharedBlock
 {
-    return ppvsrSharedMemAlloc && *ppvsrSharedMemAlloc && ppvsrSharedMemFree && *ppvsrSharedMemFree;
+    void* address;
+    SharedFree free;
+    std::optional<SharedMemRecord> record;  // of a block of the library's own allocator
+    SharedBlock* next;
+};
+
+std::mutex sharedBlocksGuard;
+SharedBlock* sharedBlocks = nullptr;  // under the guard
+
+// Takes the note of a block, null when there is none.
+SharedBlock* takeNote(const void* address)
+{
+    const std::lock_guard lock(sharedBlocksGuard);
+    for (SharedBlock** at = &sharedBlocks; *at; at = &(*at)->next)
+    {
+        if ((*at)->address == address)
+        {
+            return std::exchange(*at, (*at)->next);
+        }
+    }
+    return nullptr;
+}
+
+// Takes a block's note away: a block that was freed by other means may have left one.
+void dropNote(const void* address)
+{
+    delete takeNote(address);
+}
+
+struct SharedAllocator
+{
+    void* (*allocate)(uint32_t size, uint32_t byteAlignment);
+    SharedFree free;
+};
+
+// The one that is installed; none of it when one of the two functions is missing.
+SharedAllocator installedAllocator()
+{
+    const auto allocate = ppvsrSharedMemAlloc ? VSR_LOAD(*ppvsrSharedMemAlloc) : nullptr;
+    const SharedFree free = ppvsrSharedMemFree ? VSR_LOAD(*ppvsrSharedMemFree) : nullptr;
+    return allocate && free ? SharedAllocator{allocate, free} : SharedAllocator{};
+}
+
+void* allocateShared(uint32_t size, uint32_t byteAlignment)
+{
+    const auto [allocate, free] = installedAllocator();
+    auto* const note = free ? new (std::nothrow) SharedBlock() : nullptr;
+    if (!note)
+    {
+        return nullptr;
+    }
+    void* const address = allocate(size, byteAlignment);
+    if (!address)
+    {
+        delete note;
+        return nullptr;
+    }
+    dropNote(address);
+    note->address = address;
+    note->free = free;
+    note->record = free == vsrSharedMemFreeK ? visora::sharedMemoryRecord(address) : std::nullopt;
+    const std::lock_guard lock(sharedBlocksGuard);
+    note->next = std::exchange(sharedBlocks, note);
+    return address;
+}
+
+// Frees a block of a shared allocator, also after that allocator was ended or replaced.
+bool freeShared(void* block)
+{
+    SharedBlock* const note = takeNote(block);
+    const SharedFree free = note ? note->free : installedAllocator().free;
+    bool freed = free && free(block) == 0;
+    if (!freed && note && note->record)
+    {
+        visora::releaseSharedMemory(*note->record);
+        freed = true;
+    }
+    freed = freed || note;
+    delete note;
+    return freed;
 }
 
 }  // namespace
@@ -71,15 +162,19 @@ void vsrMemAlignFree(void* block)
 void* vsrMemAlloc(uint32_t size, uint32_t byteAlignment)
 {
     checkAlignment(byteAlignment, "void* vsrMemAlloc(uint32_t, uint32_t)");
-    void* shared = hasSharedAllocator() ? (*ppvsrSharedMemAlloc)(size, byteAlignment) : nullptr;
-    return shared ? shared : alignedBlock(size, byteAlignment);
+    if (void* const shared = allocateShared(size, byteAlignment))
+    {
+        return shared;
+    }
+    void* const block = alignedBlock(size, byteAlignment);
+    dropNote(block);
+    return block;
 }
 
 void vsrMemFree(void* block)
 {
-    if (!block || (hasSharedAllocator() && (*ppvsrSharedMemFree)(block) == 0))
+    if (block && !freeShared(block))
     {
-        return;
+        freeAlignedBlock(block);
     }
-    freeAlignedBlock(block);
 }

@@ -4,10 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "visora/runtime.h"
@@ -17,7 +17,8 @@ const char* ivsrProcessorDescriptionPath = nullptr;
 namespace
 {
 
-constexpr size_t kDescriptionBytes = 4096;
+// What is read of a description, and an end of the text.
+using Description = std::array<char, 4096 + 1>;
 
 #if defined(__aarch64__) || defined(__arm__)
 constexpr const char* kSystemPath = "/proc/cpuinfo";
@@ -41,33 +42,32 @@ auto retryInterrupted(Call call)
     return result;
 }
 
-// Up to the limit and in one read, so a description that changes is never seen in two states.
-std::optional<std::string> readFile(const char* path)
+// Up to the limit and in one read, so a description that changes is never seen in two states. Nothing is allocated: a
+// machine is found without memory too.
+std::optional<std::string_view> readFile(const char* path, Description& description)
 {
     const int fd = retryInterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC); });
     if (fd < 0)
     {
         return std::nullopt;
     }
-    std::string text(kDescriptionBytes, '\0');
-    const ssize_t length = retryInterrupted([&] { return read(fd, text.data(), text.size()); });
+    const ssize_t length = retryInterrupted([&] { return read(fd, description.data(), description.size() - 1); });
     close(fd);
     if (length < 0)
     {
         return std::nullopt;
     }
-    text.resize(static_cast<size_t>(length));
-    return text;
+    return std::string_view(description.data(), static_cast<size_t>(length));
 }
 
-std::optional<std::string> description()
+std::optional<std::string_view> describe(Description& description)
 {
     const char* path = ivsrProcessorDescriptionPath ? ivsrProcessorDescriptionPath : kSystemPath;
-    return path ? readFile(path) : kStandIn;
+    return path ? readFile(path, description) : kStandIn;
 }
 
 // The rest of the line behind the name and ": "; empty when there is no such field.
-std::string field(std::string_view text, std::string_view name)
+std::string_view field(std::string_view text, std::string_view name)
 {
     size_t at = text.find(name);
     while (at != std::string_view::npos && at != 0 && text[at - 1] != '\n')
@@ -84,7 +84,14 @@ std::string field(std::string_view text, std::string_view name)
         return {};
     }
     const std::string_view rest = text.substr(colon + 2);
-    return std::string(rest.substr(0, rest.find('\n')));
+    return rest.substr(0, rest.find('\n'));
+}
+
+// The number that a field begins with, 0 when there is none. Behind a field there is a line feed or the end of the
+// text.
+int64_t numberIn(std::string_view field, int base)
+{
+    return field.empty() ? 0 : std::strtol(field.data(), nullptr, base);
 }
 
 bool hasWord(std::string_view words, std::string_view wanted)
@@ -105,17 +112,18 @@ bool hasWord(std::string_view words, std::string_view wanted)
 visora::Processor discover()
 {
     visora::Processor found;
-    const std::optional<std::string> text = description();
+    Description description{};
+    const std::optional<std::string_view> text = describe(description);
     if (!text)
     {
         return found;
     }
-    if (std::strtol(field(*text, "CPU architecture").c_str(), nullptr, 10) >= 7)
+    if (numberIn(field(*text, "CPU architecture"), 10) >= 7)
     {
         found.features |= visora::kFeatureArchitecture7;
     }
-    found.implementer = std::strtol(field(*text, "CPU implementer").c_str(), nullptr, 0);
-    const std::string features = field(*text, "Features");
+    found.implementer = numberIn(field(*text, "CPU implementer"), 0);
+    const std::string_view features = field(*text, "Features");
     if (hasWord(features, "vfp") || hasWord(features, "fp"))
     {
         found.features |= visora::kFeatureFloat;
@@ -124,8 +132,9 @@ visora::Processor discover()
     {
         found.features |= visora::kFeatureVector;
     }
-    const std::string hardware = field(*text, "Hardware");
-    found.onlyCpu = hardware.find("PLTA01") != std::string::npos || hardware.find("PLTA02") != std::string::npos;
+    const std::string_view hardware = field(*text, "Hardware");
+    found.onlyCpu =
+        hardware.find("PLTA01") != std::string_view::npos || hardware.find("PLTA02") != std::string_view::npos;
     return found;
 }
 

@@ -1,13 +1,11 @@
 // Scratch memory: a pool of buffers that are lent for the length of a call and keep their memory.
-#include <pthread.h>
-
 #include <algorithm>
 #include <atomic>
 #include <bit>
-#include <cerrno>
 #include <cstring>
 #include <mutex>
 
+#include "cpu/visoraScratch.h"
 #include "platform/android/visoraHeap.h"
 #include "visora/memory.h"
 
@@ -22,8 +20,12 @@ struct Slot
     uint64_t allocated;  // its bytes
     void* data;          // what is handed out
     uint64_t capacity;   // bytes from there
+    // 1 while somebody has the slot, who alone may touch the rest of it. Nobody ever waits for a slot, so a thread that
+    // ends without giving its buffer back takes that one slot with it and stops no other.
     std::atomic<uint32_t> inUse;
-    pthread_mutex_t mutex;  // held by the borrower; guards all of the above but the flag
+
+    bool take() { return inUse.exchange(1) == 0; }
+    void giveBack() { inUse = 0; }
 };
 
 // Stands before every scratch buffer.
@@ -101,26 +103,48 @@ bool place(Slot& slot, size_t size, uintptr_t alignment)
     return true;
 }
 
-// A slot that its borrower's mutex keeps locked until the buffer is released.
 void* borrow(size_t size, uintptr_t alignment)
 {
     for (Slot& slot : pool)
     {
-        if (slot.inUse.load(std::memory_order_relaxed) || pthread_mutex_trylock(&slot.mutex) != 0)
+        if (slot.inUse.load(std::memory_order_relaxed) || !slot.take())
         {
             continue;
         }
         const bool fits = slot.data && slot.capacity >= size && meets(slot.data, alignment);
         if (!fits && !place(slot, size, alignment))
         {
-            pthread_mutex_unlock(&slot.mutex);
+            slot.giveBack();
             return nullptr;
         }
         writeHeader(slot.data, {kPoolBuffer, &slot});
-        slot.inUse.store(1, std::memory_order_relaxed);
         return slot.data;
     }
     return nullptr;
+}
+
+// Frees the memory of a slot that nobody has.
+void empty(Slot& slot)
+{
+    if (slot.take())
+    {
+        visora::heapFree(slot.base);
+        slot.base = nullptr;
+        slot.allocated = 0;
+        slot.data = nullptr;
+        slot.capacity = 0;
+        slot.giveBack();
+    }
+}
+
+void giveBack(Slot& slot)
+{
+    slot.giveBack();
+    // Whoever comes last, the borrower or the pool's end, finds the slot free and the pool disabled.
+    if (!poolEnabled)
+    {
+        empty(slot);
+    }
 }
 
 Slot* slotAt(const void* address)
@@ -130,39 +154,6 @@ Slot* slotAt(const void* address)
     return found == std::end(pool) ? nullptr : found;
 }
 
-void setUp()
-{
-    vsrHeapStatsInit();
-    // A mutex of this kind refuses what would be undefined otherwise: to unlock a buffer that another thread borrowed.
-    pthread_mutexattr_t kind;
-    pthread_mutexattr_init(&kind);
-    pthread_mutexattr_settype(&kind, PTHREAD_MUTEX_ERRORCHECK);
-    for (Slot& slot : pool)
-    {
-        pthread_mutex_init(&slot.mutex, &kind);
-    }
-    pthread_mutexattr_destroy(&kind);
-    poolEnabled = true;
-}
-
-void tearDown()
-{
-    poolEnabled = false;
-    for (Slot& slot : pool)
-    {
-        // Waits for a borrower. When that is this very thread, the mutex says so and is held already.
-        [[maybe_unused]] const int held = pthread_mutex_lock(&slot.mutex);
-        visora::heapFree(slot.base);
-        slot.base = nullptr;
-        slot.allocated = 0;
-        slot.data = nullptr;
-        slot.capacity = 0;
-        slot.inUse = 0;
-        pthread_mutex_unlock(&slot.mutex);
-        pthread_mutex_destroy(&slot.mutex);
-    }
-}
-
 }  // namespace
 
 int32_t vsrMemInit(void)
@@ -170,28 +161,28 @@ int32_t vsrMemInit(void)
     const std::lock_guard lock(lifecycle);
     if (!poolEnabled)
     {
-        setUp();
+        vsrHeapStatsInit();
+        poolEnabled = true;
     }
     ++initCalls;
     CPU_initflag = 1;
     return 0;
 }
 
-void* vsrMemInitPreAlloc(uint32_t size)
+void vsrMemInitPreAlloc(uint32_t size)
 {
     constexpr uint32_t kCap = 33177600;
     vsrMemInit();
     if (size == 0)
     {
-        return nullptr;
+        return;
     }
     const uint32_t bytes = std::min(size, kCap);
-    void* buffer = vsrGetScratchBufferAligned_(bytes, 16);
-    if (buffer)
+    const visora::Scratch buffer(bytes, 16);
+    if (buffer.data())
     {
-        std::memset(buffer, 0, bytes);
+        std::memset(buffer.data(), 0, bytes);
     }
-    return buffer;
 }
 
 void vsrMemDeInit(void)
@@ -204,7 +195,9 @@ void vsrMemDeInit(void)
     if (initCalls == 1)
     {
         initCalls = 0;
-        tearDown();
+        poolEnabled = false;
+        // Buffers that are lent stay with their borrowers, who free them when they give them back.
+        std::for_each(std::begin(pool), std::end(pool), empty);
         return;
     }
     if (initCalls > 0)
@@ -250,8 +243,7 @@ void vsrReleaseScratchBufferC(void* buffer)
     {
         if (Slot* slot = slotAt(header.owner))
         {
-            slot->inUse.store(0, std::memory_order_relaxed);
-            pthread_mutex_unlock(&slot->mutex);
+            giveBack(*slot);
         }
     }
 }

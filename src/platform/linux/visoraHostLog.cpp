@@ -1,7 +1,8 @@
 // The log: lines go to standard error or to the program's own sink.
-#include <cerrno>
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "platform/linux/visoraHostPlatform.h"
@@ -10,17 +11,28 @@
 namespace
 {
 
+constexpr size_t kLineBytes = 1024;
+
 int writeToStandardError(void* /*context*/, int priority, const char* tag, const char* text)
 {
     constexpr char kLetters[] = "??VDIWEFS";
     const char letter = priority >= 0 && priority < 9 ? kLetters[priority] : '?';
-    const size_t length = std::strlen(text);
-    const char* end = length > 0 && text[length - 1] == '\n' ? "" : "\n";
-    return std::fprintf(stderr, "%c/%s: %s%s", letter, tag, text, end) < 0 ? -errno : 1;
+    // One call writes the line, so that lines of several threads do not mix.
+    return std::fprintf(stderr, "%c/%s: %s\n", letter, tag, text) < 0 ? -1 : 1;
 }
 
 vsrHostLogSink currentSink = writeToStandardError;
 void* currentContext = nullptr;
+
+// The least priority that is written: a number, or a letter of those that lines begin with. Everything, unless set.
+int leastPriority()
+{
+    char value[92];
+    property_get("runtime.visora.log.level", value, "");
+    const char* const letters = "VDIWEFS";
+    const char* const letter = value[0] != '\0' ? std::strchr(letters, value[0]) : nullptr;
+    return letter ? static_cast<int>(letter - letters) + 2 : static_cast<int>(std::strtol(value, nullptr, 10));
+}
 
 }  // namespace
 
@@ -32,10 +44,27 @@ void vsrHostSetLogSink(vsrHostLogSink sink, void* context)
 
 int __android_log_print(int prio, const char* tag, const char* fmt, ...)
 {
-    char text[1024];
+    static const int least = leastPriority();
+    if (prio < least)
+    {
+        return 1;
+    }
+    char text[kLineBytes];
     va_list arguments;
     va_start(arguments, fmt);
     const int length = std::vsnprintf(text, sizeof(text), fmt, arguments);
     va_end(arguments);
-    return length < 0 ? -EINVAL : currentSink(currentContext, prio, tag, text);
+    if (length >= 0)
+    {
+        // A line ends once, whether or not its text says so.
+        size_t end = std::strlen(text);
+        while (end > 0 && text[end - 1] == '\n')
+        {
+            --end;
+        }
+        text[end] = '\0';
+        currentSink(currentContext, prio, tag, text);
+    }
+    // Whatever became of the line: callers pass this on as the result of a call that they refuse.
+    return 1;
 }

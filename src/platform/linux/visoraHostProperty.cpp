@@ -1,10 +1,10 @@
-// System properties: from the environment, a file, the built-in values, or the caller's default, in this order.
+// System properties: from the environment, a file, the built-in values, or the caller's default, in this order. Nothing
+// is allocated but by the C library for the file, which counts as missing when that fails.
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <optional>
-#include <string>
+#include <iterator>
 
 #include "platform/linux/visoraHostPlatform.h"
 
@@ -12,54 +12,76 @@ namespace
 {
 
 constexpr size_t kValueBytes = 92;
+constexpr size_t kNameBytes = 256;
 
-std::optional<std::string> fromEnvironment(const std::string& key)
+int copyValue(char* value, const char* text, size_t length)
 {
-    std::string name = "VISORA_PROP_" + key;
-    std::replace(name.begin(), name.end(), '.', '_');
-    const char* value = std::getenv(name.c_str());
-    return value ? std::optional<std::string>(value) : std::nullopt;
+    length = std::min(length, kValueBytes - 1);
+    std::memmove(value, text, length);
+    value[length] = '\0';
+    return static_cast<int>(length);
 }
 
-std::optional<std::string> fromFile(const std::string& key)
+const char* fromEnvironment(const char* key)
 {
-    const char* path = std::getenv("VISORA_PROPERTIES");
-    std::ifstream file(path ? path : "/etc/visora.prop");
-    const std::string start = key + "=";
-    for (std::string line; std::getline(file, line);)
+    char name[kNameBytes];
+    const int length = std::snprintf(name, sizeof(name), "VISORA_PROP_%s", key);
+    if (length < 0 || static_cast<size_t>(length) >= sizeof(name))
     {
-        if (line.rfind(start, 0) == 0)
-        {
-            return line.substr(start.size());
-        }
+        return nullptr;
     }
-    return std::nullopt;
+    std::replace(name, name + length, '.', '_');
+    return std::getenv(name);
 }
 
-std::optional<std::string> builtIn(const std::string& key)
+// The length of the value, negative when the file has no such line.
+int fromFile(const char* key, char* value)
 {
-    return key == "ro.board.platform" ? std::optional<std::string>("hst") : std::nullopt;
+    const char* const path = std::getenv("VISORA_PROPERTIES");
+    std::FILE* const file = std::fopen(path ? path : "/etc/visora.prop", "re");
+    if (!file)
+    {
+        return -1;
+    }
+    const size_t keyLength = std::strlen(key);
+    int found = -1;
+    bool lineBegins = true;
+    for (char line[kNameBytes + kValueBytes]; found < 0 && std::fgets(line, sizeof(line), file);)
+    {
+        const size_t length = std::strcspn(line, "\n");
+        if (lineBegins && length > keyLength && line[keyLength] == '=' && std::strncmp(line, key, keyLength) == 0)
+        {
+            found = copyValue(value, line + keyLength + 1, length - keyLength - 1);
+        }
+        // The rest of a longer line is no line of its own.
+        lineBegins = line[length] == '\n';
+    }
+    std::fclose(file);
+    return found;
+}
+
+const char* builtIn(const char* key)
+{
+    return std::strcmp(key, "ro.board.platform") == 0 ? "hst" : nullptr;
 }
 
 }  // namespace
 
 int property_get(const char* key, char* value, const char* default_value)
 {
-    std::optional<std::string> text = fromEnvironment(key);
+    const char* text = fromEnvironment(key);
     if (!text)
     {
-        text = fromFile(key);
-    }
-    if (!text)
-    {
+        const int length = fromFile(key, value);
+        if (length >= 0)
+        {
+            return length;
+        }
         text = builtIn(key);
     }
     if (!text)
     {
         text = default_value ? default_value : "";
     }
-    const size_t length = std::min(text->size(), kValueBytes - 1);
-    std::memcpy(value, text->data(), length);
-    value[length] = '\0';
-    return static_cast<int>(length);
+    return copyValue(value, text, std::strlen(text));
 }

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "cpu/corner/visoraCornerFast.h"
-#include "visora/memory.h"
+#include "cpu/visoraScratch.h"
 
 namespace visora
 {
@@ -59,16 +59,15 @@ class FastScratch
     static constexpr size_t kRows = 3;
 
     explicit FastScratch(const FastSearch& search)
+        : memory_(vectorsOf(search) * (kRows * sizeof(Corners) + sizeof(uint32_t)) + kRows * search.width,
+                  alignof(Corners))
     {
-        // As many as there are of the narrowest vectors, and one for an entry that is written but not kept.
-        const size_t vectors = size_t{search.width} / 16 + 2;
-        const size_t bytes = vectors * (kRows * sizeof(Corners) + sizeof(uint32_t)) + kRows * search.width;
-        memory_ = vsrGetScratchBufferAligned_(bytes, alignof(Corners));
-        if (!memory_)
+        auto* const corners = memory_.as<Corners>();
+        if (!corners)
         {
             return;
         }
-        auto* corners = static_cast<Corners*>(memory_);
+        const size_t vectors = vectorsOf(search);
         candidates_ = reinterpret_cast<uint32_t*>(corners + kRows * vectors);
         auto* lines = reinterpret_cast<uint8_t*>(candidates_ + vectors);
         std::fill_n(lines, kRows * search.width, uint8_t{0});
@@ -77,18 +76,18 @@ class FastScratch
             rows_[i] = {lines + i * search.width, corners + i * vectors, 0};
         }
     }
-    ~FastScratch() { vsrReleaseScratchBuffer_(memory_); }
-    FastScratch(const FastScratch&) = delete;
-    FastScratch& operator=(const FastScratch&) = delete;
 
-    explicit operator bool() const { return memory_ != nullptr; }
+    explicit operator bool() const { return memory_.data() != nullptr; }
 
     /** A row without corners. */
     FastRow row(size_t i) const { return rows_[i]; }
     uint32_t* candidates() const { return candidates_; }
 
   private:
-    void* memory_;
+    // As many as there are of the narrowest vectors, and one for an entry that is written but not kept.
+    static size_t vectorsOf(const FastSearch& search) { return size_t{search.width} / 16 + 2; }
+
+    Scratch memory_;
     FastRow rows_[kRows] = {};
     uint32_t* candidates_ = nullptr;
 };

@@ -1,7 +1,7 @@
 // Box filters, vector variants.
 #include <algorithm>
 
-#include "visora/memory.h"
+#include "cpu/visoraScratch.h"
 #include "visora/variants/filter.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -177,8 +177,8 @@ HWY_INLINE bool boxMean(D d, const BoxCall& call)
     const size_t sumsPerRow = (call.width / 2 + 1 + kMargin - 1) / kMargin * kMargin + 2 * kMargin;
     const size_t sumsTotal = sumsPerRow * 6;
     const size_t rowBytes = call.width;
-    auto* scratch =
-        static_cast<uint16_t*>(vsrGetScratchBufferAligned_(sumsTotal * sizeof(uint16_t) + 2 * rowBytes, 64));
+    const Scratch memory(sumsTotal * sizeof(uint16_t) + 2 * rowBytes);
+    auto* const scratch = memory.as<uint16_t>();
     if (!scratch)
     {
         return false;
@@ -220,7 +220,6 @@ HWY_INLINE bool boxMean(D d, const BoxCall& call)
         }
         std::swap(before, after);
     }
-    vsrReleaseScratchBuffer_(scratch);
     return true;
 }
 
@@ -334,8 +333,8 @@ HWY_INLINE vsrStatus boxMeanFloat(D d, const float* src, size_t width, size_t he
     const bool shared = std::less<>()(src, dstEnd) && std::less<>()(static_cast<const float*>(dst), srcEnd);
 
     const size_t sumsCount = left + width + right;
-    auto* scratch = static_cast<float*>(
-        vsrGetScratchBufferAligned_((sumsCount + (shared ? width * height : 0)) * sizeof(float), 64));
+    const Scratch memory((sumsCount + (shared ? width * height : 0)) * sizeof(float));
+    auto* const scratch = memory.as<float>();
     if (!scratch)
     {
         return VISORA_ENOMEM;
@@ -371,7 +370,6 @@ HWY_INLINE vsrStatus boxMeanFloat(D d, const float* src, size_t width, size_t he
                                                               quietNan, out + x);
                   });
     }
-    vsrReleaseScratchBuffer_(scratch);
     return VISORA_SUCCESS;
 }
 

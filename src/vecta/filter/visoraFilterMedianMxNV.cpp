@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "visora/memory.h"
+#include "cpu/visoraScratch.h"
 #include "visora/variants/filter.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -157,7 +157,8 @@ template <class D>
 HWY_INLINE bool median5x5(D d, const int16_t* src, size_t width, size_t height, size_t srcStep, int16_t* dst,
                           size_t dstStep)
 {
-    auto* scratch = static_cast<int16_t*>(vsrGetScratchBufferAligned_(5 * width * sizeof(int16_t), 64));
+    const Scratch memory(5 * width * sizeof(int16_t));
+    auto* const scratch = memory.as<int16_t>();
     if (!scratch)
     {
         return false;
@@ -181,7 +182,6 @@ HWY_INLINE bool median5x5(D d, const int16_t* src, size_t width, size_t height, 
                        hn::StoreU(medianOfFiveColumns(row), d, dst + y * dstStep + x);
                    });
     }
-    vsrReleaseScratchBuffer_(scratch);
     return true;
 }
 
@@ -396,7 +396,8 @@ vsrStatus vsrFilterMedianMxNs16V(const int16_t* src, uint32_t srcWidth, uint32_t
     // Its bins count to 65535. More rows than 255 are the reference's affair.
     if (anyOutput && neighbours >= kHistogramFrom && neighbours <= UINT16_MAX && N <= UINT8_MAX)
     {
-        auto* bins = static_cast<uint16_t*>(vsrGetScratchBufferAligned_(MedianHistogram::kBins * sizeof(uint16_t), 64));
+        const Scratch scratch(MedianHistogram::kBins * sizeof(uint16_t));
+        auto* const bins = scratch.as<uint16_t>();
         if (!bins)
         {
             return VISORA_ENOMEM;
@@ -405,7 +406,6 @@ vsrStatus vsrFilterMedianMxNs16V(const int16_t* src, uint32_t srcWidth, uint32_t
         const size_t dstStep = dstStride / sizeof(int16_t);
         medianByHistogram(MedianHistogram(bins), src, srcStep, M, N, srcWidth - frameWidth, srcHeight - frameHeight,
                           dst + N / 2 * dstStep + M / 2, dstStep);
-        vsrReleaseScratchBuffer_(bins);
         return VISORA_SUCCESS;
     }
     return vsrFilterMedianMxNs16C(src, srcWidth, srcHeight, srcStride, M, N, dst, dstStride);

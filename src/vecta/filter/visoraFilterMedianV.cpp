@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "cpu/filter/visoraFilterMedian.h"
-#include "visora/memory.h"
+#include "cpu/visoraScratch.h"
 #include "visora/variants/filter.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -47,7 +47,8 @@ vsrStatus median3x3Bordered(const uint8_t* src, uint32_t srcWidth, uint32_t srcH
 {
     const bool replicate = borderType == VISORA_BORDER_REPLICATE;
     const size_t width = srcWidth;
-    auto* outsideRow = static_cast<uint8_t*>(vsrGetScratchBufferAligned_(width, 64));
+    const Scratch scratch(width);
+    uint8_t* const outsideRow = scratch.data();
     bool done = false;
     if (outsideRow && srcHeight > 0)
     {
@@ -67,7 +68,6 @@ vsrStatus median3x3Bordered(const uint8_t* src, uint32_t srcWidth, uint32_t srcH
         done = withFittingVector<uint8_t>(width < 3 ? 0 : width - 2, [&](auto d) HWY_ATTR
                                           { medianRows(d, rowAt, width, 0, lastRow + 1, dst, dstStride, writeEnds); });
     }
-    vsrReleaseScratchBuffer_(outsideRow);
     return done
                ? vsrStatus{VISORA_SUCCESS}
                : vsrFilterMedian3x3u8_v3C(src, srcWidth, srcHeight, srcStride, dst, dstStride, borderType, borderValue);

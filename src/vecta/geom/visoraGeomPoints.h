@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "cpu/geom/visoraGeom.h"
-#include "visora/memory.h"
+#include "cpu/visoraScratch.h"
 
 namespace visora
 {
@@ -47,7 +47,8 @@ class GatheredPoints
     /** The arrays end in points that fulfil no model, so that their length is a multiple of `lanes`. */
     __attribute__((noinline)) GatheredPoints(const vsrCorrespondences& corrs, size_t lanes)
         : length_((size_t{corrs.numIndices} + lanes - 1) / lanes * lanes),
-          memory_(static_cast<float*>(vsrGetScratchBufferAligned_(4 * length_ * sizeof(float), 64)))
+          scratch_(4 * length_ * sizeof(float)),
+          memory_(scratch_.as<float>())
     {
         if (!memory_)
         {
@@ -65,9 +66,6 @@ class GatheredPoints
             memory_[3 * length_ + i] = c.v;
         }
     }
-    ~GatheredPoints() { vsrReleaseScratchBuffer_(memory_); }
-    GatheredPoints(const GatheredPoints&) = delete;
-    GatheredPoints& operator=(const GatheredPoints&) = delete;
 
     explicit operator bool() const { return memory_ != nullptr; }
     size_t length() const { return length_; }
@@ -78,6 +76,7 @@ class GatheredPoints
 
   private:
     size_t length_;
+    Scratch scratch_;
     float* memory_;
 };
 

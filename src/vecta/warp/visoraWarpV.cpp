@@ -119,7 +119,8 @@ HWY_INLINE void halfTurn(const uint8_t* src, size_t width, size_t height, size_t
 vsrStatus rotateInterleaved(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
                             uint32_t dstStride, uint32_t rotation)
 {
-    if (srcWidth < kBlock || (rotation != 2 && srcHeight < kBlock))
+    // In place the order of the moves decides what is left: that of the reference.
+    if (srcWidth < kBlock || (rotation != 2 && srcHeight < kBlock) || src == dst)
     {
         return vsrRotateImageInterleavedu8C(src, srcWidth, srcHeight, srcStride, dst, dstStride, rotation);
     }
