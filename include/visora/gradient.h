@@ -6,8 +6,8 @@
  * - `src` points at the top-left pixel; sizes are in pixels, strides in bytes, 0 means packed rows. `dx` and `dy` are
  *   planes of the image's size, apart from it and from each other. No pointer or stride has to be aligned; a gradient
  *   stride that is no multiple of the element size is cut to whole elements.
- * - They log and refuse null pointers, zero sizes and strides below a row: "Assertion failed @<function>: <condition>"
- *   goes to the log, nothing is written, and the result is what the log call returned (not 0).
+ * - The planar Sobel gradients log and refuse null pointers, zero sizes and strides below a row: "Assertion failed
+ * @<function>: <condition>" goes to the log, nothing is written, and the result is what the log call returned (not 0).
  */
 #ifndef VISORA_GRADIENT_H
 #define VISORA_GRADIENT_H
@@ -44,6 +44,55 @@ VSR_API vsrStatus vsrImageGradientSobelPlanarf32(const uint8_t* src, uint32_t sr
 /** As vsrImageGradientSobelPlanarf32 with the stride of both planes. */
 VSR_API vsrStatus vsrImageGradientSobelPlanarf32_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                                     uint32_t srcStride, float* dx, float* dy, uint32_t gradStride);
+
+/* ---- Derivatives with a border type ---- */
+
+/*
+ * dx is the sum of the window's pixels weighted by the derivative taps along x times the smoothing taps along y, dy the
+ * other way round: dx is positive where the image brightens to the right, dy where it brightens downward. Outside the
+ * image is `borderValue` with VISORA_BORDER_CONSTANT, else the nearest pixel. `gradStride` is the stride of both
+ * planes. These functions return 0, VISORA_ENOMEM without scratch memory, and VISORA_EBADPARAM, without a log line, for
+ * a null pointer, a zero size, a stride below a row, an unknown border type, or an output that begins where another
+ * buffer does; nothing is written then.
+ */
+
+/** Derivative taps -1 0 1, smoothing taps 1 2 1; at most 1020 in size. */
+VSR_API vsrStatus vsrFilterSobel3x3u8s16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                         int16_t* dx, int16_t* dy, uint32_t gradStride, vsrBorderType borderType,
+                                         uint8_t borderValue);
+
+/** Derivative taps -1 -2 0 2 1, smoothing taps 1 4 6 4 1; at most 12240 in size. */
+VSR_API vsrStatus vsrFilterSobel5x5u8s16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                         int16_t* dx, int16_t* dy, uint32_t gradStride, vsrBorderType borderType,
+                                         uint8_t borderValue);
+
+/** Derivative taps -1 -4 -5 0 5 4 1, smoothing taps 1 6 15 20 15 6 1; (sum + 4) >> 3, at most 20400 in size. */
+VSR_API vsrStatus vsrFilterSobel7x7u8s16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                         int16_t* dx, int16_t* dy, uint32_t gradStride, vsrBorderType borderType,
+                                         uint8_t borderValue);
+
+/** Derivative taps -1 0 1, smoothing taps 3 10 3; at most 4080 in size. */
+VSR_API vsrStatus vsrFilterScharr3x3u8s16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                          int16_t* dx, int16_t* dy, uint32_t gradStride, vsrBorderType borderType,
+                                          uint8_t borderValue);
+
+/**
+ * Laplacian: the sum of the 4 or 8 nearest pixels, as `neighbours` says, less as many times the pixel. Another number
+ * of neighbours is refused. Borders and results as above.
+ */
+VSR_API vsrStatus vsrFilterLaplacian3x3u8s16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, uint32_t neighbours, int16_t* dst, uint32_t dstStride,
+                                             vsrBorderType borderType, uint8_t borderValue);
+
+/**
+ * Edge strength: |dx| + |dy| of the 3x3 Sobel derivatives, at most 255. The first and the last row and column become 0.
+ * Results as above.
+ */
+VSR_API vsrStatus vsrFilterSobel3x3u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst);
+
+/** As vsrFilterSobel3x3u8 with strides. */
+VSR_API vsrStatus vsrFilterSobel3x3u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                         uint8_t* dst, uint32_t dstStride);
 
 VSR_END_DECLARATIONS
 

@@ -12,8 +12,10 @@
 #include "visora/filter.h"
 #include "visora/geom.h"
 #include "visora/gradient.h"
+#include "visora/morphology.h"
 #include "visora/pyramid.h"
 #include "visora/scale.h"
+#include "visora/threshold.h"
 #include "visora/track.h"
 #include "visora/warp.h"
 

@@ -81,6 +81,25 @@ HWY_INLINE bool withFittingVector(size_t count, Body body)
 }
 
 /**
+ * The elements `count` places further on in two vectors that follow one another, as many as one vector has. Takes
+ * vectors of at most 32 bytes.
+ */
+template <int count, class D, class V>
+HWY_INLINE V shiftedIn(D d, V v, V next)
+{
+    constexpr int kBytes = count * static_cast<int>(sizeof(hn::TFromD<D>));
+    if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) <= 16)
+    {
+        return hn::CombineShiftRightBytes<kBytes>(d, next, v);
+    }
+    else
+    {
+        static_assert(hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 32);
+        return hn::CombineShiftRightBytes<kBytes>(d, hn::ConcatLowerUpper(d, next, v), v);
+    }
+}
+
+/**
  * Narrows two vectors to one of half as wide elements, in order. The values must fit; what happens to others differs
  * between instruction sets. Highway's way, Combine of two DemoteTo, costs five instructions on AVX2 where this takes
  * two.

@@ -3,6 +3,9 @@
 #define VISORA_VARIANTS_FILTER_H
 
 #include "visora/filter.h"
+#include "visora/gradient.h"
+#include "visora/morphology.h"
+#include "visora/threshold.h"
 
 #define VISORA_LIST "visora/operations/filter.def"
 #include "visora/variants/list.h"

@@ -11,34 +11,36 @@
 namespace visora
 {
 
-/** A u8 image that continues beyond its edges: by the border value, or by the nearest pixel for any other type. */
-class BorderedImage
+/** An image that continues beyond its edges: by the border value, or by the nearest pixel for any other type. */
+template <class T>
+class BorderedImageOf
 {
   public:
-    BorderedImage(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride, vsrBorderType type,
-                  uint8_t value)
-        : src_(src), width_(width), height_(height), stride_(stride), type_(type), value_(value)
+    BorderedImageOf(const T* src, uint32_t width, uint32_t height, uint32_t stride, vsrBorderType type, T value)
+        : src_(src), width_(width), height_(height), step_(stride / sizeof(T)), type_(type), value_(value)
     {
     }
 
-    uint8_t at(int64_t x, int64_t y) const
+    T at(int64_t x, int64_t y) const
     {
         const bool inside = x >= 0 && y >= 0 && x < width_ && y < height_;
         if (!inside && type_ == VISORA_BORDER_CONSTANT)
         {
             return value_;
         }
-        return src_[std::clamp<int64_t>(y, 0, height_ - 1) * stride_ + std::clamp<int64_t>(x, 0, width_ - 1)];
+        return src_[std::clamp<int64_t>(y, 0, height_ - 1) * step_ + std::clamp<int64_t>(x, 0, width_ - 1)];
     }
 
   private:
-    const uint8_t* src_;
+    const T* src_;
     int64_t width_;
     int64_t height_;
-    int64_t stride_;
+    int64_t step_;
     vsrBorderType type_;
-    uint8_t value_;
+    T value_;
 };
+
+using BorderedImage = BorderedImageOf<uint8_t>;
 
 /** Calls visit(x, y) for every pixel less than `frame` pixels away from an edge, once each, row by row. */
 template <class Visit>
