@@ -151,6 +151,117 @@ VSR_COLOR_TILES(vsrColorYCrCbH1V2toRGB888u8, ysrc);
 
 #undef VSR_COLOR_TILES
 
+/* ---- Pixel and plane formats of the conversions below ----
+ *
+ * Pixels in memory, besides those named above: BGR888 is B, G, R; RGBA8888 and BGRA8888 have alpha last; RGB565 and
+ * BGR565 are little-endian u16 with red, or blue, in bits 0-4, green in bits 5-10 and the other one in bits 11-15, and
+ * are handed over as bytes, two to a pixel. A field of 5 or 6 bits becomes 8 bits by repeating its top bits (0 gives 0,
+ * a full field 255); 8 bits are cut to a field.
+ *
+ * Planar is three planes, Y, Cb and Cr; PseudoPlanar is a plane Y and one of pairs, Cb at the even byte. Chroma has
+ * (width + 1) / 2 columns in 4:2:2 and 4:2:0, and (height + 1) / 2 rows in 4:2:0, rounded down: with an odd side the
+ * last chroma column or row stands for one image column or row only.
+ *
+ * A mean of 2 x 1, 1 x 2 or 2 x 2 samples is rounded, halves up; a block that the image cuts off is the mean of what is
+ * inside.
+ *
+ * The functions from here to the end of the file have this in common:
+ * - Strides are in bytes, 0 means packed: the bytes of a row, which are 2 for each pair in a plane of pairs.
+ * - A destination is another buffer than all others of the call unless "in place" says otherwise; what is in place
+ *   needs equal strides (after 0 was replaced).
+ * - Refused with VISORA_EBADPARAM, nothing written and nothing logged: a null pointer, a zero size, a stride below a
+ *   row, a row of 2^32 bytes or more, a destination that begins where another buffer does.
+ * - They return 0 when they are done.
+ */
+
+#define VSR_COLOR_IMAGE(operation)                                                                             \
+    VSR_API vsrStatus operation(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, \
+                                uint8_t* dst, uint32_t dstStride)
+
+/**
+ * One RGB format to another: an alpha that is missing is 255, one without a place is dropped. In place is allowed where
+ * source and destination differ in the order of red and blue only.
+ */
+VSR_COLOR_IMAGE(vsrColorRGB565ToBGR565u8);
+VSR_COLOR_IMAGE(vsrColorRGB565ToBGR888u8);
+VSR_COLOR_IMAGE(vsrColorRGB565ToBGRA8888u8);
+VSR_COLOR_IMAGE(vsrColorRGB565ToRGB888u8);
+VSR_COLOR_IMAGE(vsrColorRGB565ToRGBA8888u8);
+VSR_COLOR_IMAGE(vsrColorRGB888ToBGR565u8);
+VSR_COLOR_IMAGE(vsrColorRGB888ToBGR888u8);
+VSR_COLOR_IMAGE(vsrColorRGB888ToBGRA8888u8);
+VSR_COLOR_IMAGE(vsrColorRGB888ToRGB565u8);
+VSR_COLOR_IMAGE(vsrColorRGB888ToRGBA8888u8);
+VSR_COLOR_IMAGE(vsrColorRGBA8888ToBGR565u8);
+VSR_COLOR_IMAGE(vsrColorRGBA8888ToBGR888u8);
+VSR_COLOR_IMAGE(vsrColorRGBA8888ToBGRA8888u8);
+VSR_COLOR_IMAGE(vsrColorRGBA8888ToRGB565u8);
+VSR_COLOR_IMAGE(vsrColorRGBA8888ToRGB888u8);
+
+/** Grey: Y = (77 R + 150 G + 29 B + 128) >> 8; alpha does not count. */
+VSR_COLOR_IMAGE(vsrColorRGB565ToGrayu8);
+VSR_COLOR_IMAGE(vsrColorRGB888ToGrayu8);
+VSR_COLOR_IMAGE(vsrColorRGBA8888ToGrayu8);
+
+#define VSR_COLOR_TO_PLANAR(operation)                                                                         \
+    VSR_API vsrStatus operation(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, \
+                                uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t dstYStride,            \
+                                uint32_t dstCbStride, uint32_t dstCrStride)
+#define VSR_COLOR_TO_PSEUDO_PLANAR(operation)                                                                  \
+    VSR_API vsrStatus operation(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, \
+                                uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride, uint32_t dstCStride)
+
+/**
+ * RGB to full-range YCbCr (BT.601 weights, as in JFIF). Y of each pixel as in the grey conversions; of the mean R, G
+ * and B, rounded to 8 bits, of the pixels that share a chroma sample
+ * Cb = min(255, 128 + ((128 B - 43 R - 85 G + 128) >> 8)), Cr = min(255, 128 + ((128 R - 107 G - 21 B + 128) >> 8)).
+ * Shifts round down. Grey gives exactly 128.
+ */
+VSR_COLOR_TO_PLANAR(vsrColorRGB565ToYCbCr420Planaru8);
+VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB565ToYCbCr420PseudoPlanaru8);
+VSR_COLOR_TO_PLANAR(vsrColorRGB565ToYCbCr422Planaru8);
+VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB565ToYCbCr422PseudoPlanaru8);
+VSR_COLOR_TO_PLANAR(vsrColorRGB565ToYCbCr444Planaru8);
+VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB565ToYCbCr444PseudoPlanaru8);
+VSR_COLOR_TO_PLANAR(vsrColorRGB888ToYCbCr420Planaru8);
+VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB888ToYCbCr420PseudoPlanaru8);
+VSR_COLOR_TO_PLANAR(vsrColorRGB888ToYCbCr422Planaru8);
+VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB888ToYCbCr422PseudoPlanaru8);
+VSR_COLOR_TO_PLANAR(vsrColorRGB888ToYCbCr444Planaru8);
+VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB888ToYCbCr444PseudoPlanaru8);
+VSR_COLOR_TO_PLANAR(vsrColorRGBA8888ToYCbCr420Planaru8);
+VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGBA8888ToYCbCr420PseudoPlanaru8);
+VSR_COLOR_TO_PLANAR(vsrColorRGBA8888ToYCbCr422Planaru8);
+VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGBA8888ToYCbCr422PseudoPlanaru8);
+VSR_COLOR_TO_PLANAR(vsrColorRGBA8888ToYCbCr444Planaru8);
+VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGBA8888ToYCbCr444PseudoPlanaru8);
+#undef VSR_COLOR_TO_PLANAR
+#undef VSR_COLOR_TO_PSEUDO_PLANAR
+
+#undef VSR_COLOR_IMAGE
+
+/* ---- Rows ---- */
+
+#define VSR_COLOR_ROW_HELPER(helper, parameters) \
+    VSR_API void helper##C parameters;           \
+    VSR_API void helper##V parameters;           \
+    VSR_API extern void(*helper##_) parameters
+
+/**
+ * Rows of `length` pixels for other kernels: to Y, Cb and Cr as the 4:4:4 planar conversions, to Y, and RGB565 to
+ * RGB888. A length of 0 is allowed, nothing is checked, destinations are apart from the source and from each other. The
+ * pointers hold the C variants until a mode sets the V variants.
+ */
+VSR_COLOR_ROW_HELPER(rgb5652yuvp, (const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr));
+VSR_COLOR_ROW_HELPER(rgb8882yuvp, (const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr));
+VSR_COLOR_ROW_HELPER(rgba88882yuvp, (const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr));
+VSR_COLOR_ROW_HELPER(rgb5652y, (const uint8_t* src, uint32_t length, uint8_t* y));
+VSR_COLOR_ROW_HELPER(rgb8882y, (const uint8_t* src, uint32_t length, uint8_t* y));
+VSR_COLOR_ROW_HELPER(rgba88882y, (const uint8_t* src, uint32_t length, uint8_t* y));
+VSR_COLOR_ROW_HELPER(rgb565_to_rgb888, (const uint8_t* src, uint32_t length, uint8_t* dst));
+
+#undef VSR_COLOR_ROW_HELPER
+
 VSR_END_DECLARATIONS
 
 #endif

@@ -64,4 +64,29 @@ enum
     VISORA_BORDER_REPLICATE = 2  /**< the nearest image pixel */
 };
 
+/** The format of an image for functions that take any. */
+typedef uint32_t vsrPixelFormat;
+
+enum
+{
+    VISORA_FORMAT_C2 = 0, /**< two, three, four interleaved channels of any meaning (HSV888, Lab888: C3) */
+    VISORA_FORMAT_C3 = 1,
+    VISORA_FORMAT_C4 = 2,
+    VISORA_FORMAT_RGB888 = 3,
+    VISORA_FORMAT_BGR888 = 4,
+    VISORA_FORMAT_RGBA8888 = 5,
+    VISORA_FORMAT_BGRA8888 = 6,
+    VISORA_FORMAT_RGB565 = 7,
+    VISORA_FORMAT_BGR565 = 8,
+    VISORA_FORMAT_YCBCR444_PLANAR = 9,
+    VISORA_FORMAT_YCBCR422_PLANAR = 10,
+    VISORA_FORMAT_YCBCR420_PLANAR = 11,
+    VISORA_FORMAT_YCBCR444_PSEUDO_PLANAR = 12,
+    VISORA_FORMAT_YCBCR422_PSEUDO_PLANAR = 13,
+    VISORA_FORMAT_YCBCR420_PSEUDO_PLANAR = 14,
+    VISORA_FORMAT_YCRCB444_PSEUDO_PLANAR = 15, /**< pairs with Cr first */
+    VISORA_FORMAT_YCRCB422_PSEUDO_PLANAR = 16,
+    VISORA_FORMAT_YCRCB420_PSEUDO_PLANAR = 17
+};
+
 #endif

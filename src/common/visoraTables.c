@@ -95,8 +95,21 @@ uint32_t (*fast10_corner_score_)(const uint8_t* pixel, const int32_t offsets[16]
 void (*calcIxIy_32f_)(const float* patch, float* Ix, float* Iy, uint32_t patchWidth,
                       uint32_t patchHeight) = calcIxIy_32fC;
 
+#define COLOR_ROW_HELPERS(X) \
+    X(rgb5652yuvp)           \
+    X(rgb8882yuvp)           \
+    X(rgba88882yuvp)         \
+    X(rgb5652y)              \
+    X(rgb8882y)              \
+    X(rgba88882y)            \
+    X(rgb565_to_rgb888)
+#define HELPER_AT_LOAD(helper) __typeof__(&helper##C) helper##_ = helper##C;
+COLOR_ROW_HELPERS(HELPER_AT_LOAD)
+
 void uCHelper(void)
 {
+#define HELPER_TO_C(helper) VSR_STORE(helper##_, helper##C);
+    COLOR_ROW_HELPERS(HELPER_TO_C)
 #define VSR_OPERATION(row, operation, entry, variant, dsp, modes) VSR_STORE(operation##_, operation##C);
 #define VSR_INTERNAL(row, operation, entry, variant, dsp) VSR_STORE(operation##_, operation##C);
 #include "visora/operations/all.def"
@@ -110,6 +123,8 @@ void uCHelper(void)
 
 void uVHelper(void)
 {
+#define HELPER_TO_V(helper) VSR_STORE(helper##_, helper##V);
+    COLOR_ROW_HELPERS(HELPER_TO_V)
 #define VSR_OPERATION(row, operation, entry, variant, dsp, modes) VSR_STORE(operation##_, operation##variant);
 #define VSR_INTERNAL(row, operation, entry, variant, dsp) VSR_STORE(operation##_, operation##variant);
 #include "visora/operations/all.def"

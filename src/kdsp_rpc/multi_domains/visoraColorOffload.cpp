@@ -1,4 +1,5 @@
 // DSP routines of the colour conversions.
+#include "cpu/color/visoraColorFormats.h"
 #include "kdsp_rpc/multi_domains/visoraMarshalling.h"
 
 namespace visora
@@ -51,7 +52,43 @@ constexpr auto videoToRgba = [](const uint8_t* /*src*/, uint32_t width, uint32_t
     return std::array{videoLength(width, height, yStride, cStride), imageLength(dst, dstStride, width, height)};
 };
 
+/** One image to another of the same size, with these bytes for a pixel. */
+template <uint32_t srcBytes, uint32_t dstBytes>
+constexpr auto pixels =
+    [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst, uint32_t dstStride)
+{
+    return std::array{imageLength(src, srcStride, width * srcBytes, height),
+                      imageLength(dst, dstStride, width * dstBytes, height)};
+};
+
+/** To planes, or to luma and pairs. */
+template <uint32_t srcBytes, Sampling sampling>
+struct ToYCbCrLengths
+{
+    std::array<uint32_t, 4> operator()(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                       uint8_t* y, uint8_t* cb, uint8_t* cr, uint32_t yStride, uint32_t cbStride,
+                                       uint32_t crStride) const
+    {
+        const uint32_t columns = sampling.columns(width), rows = sampling.rows(height);
+        return {imageLength(src, srcStride, width * srcBytes, height), imageLength(y, yStride, width, height),
+                imageLength(cb, cbStride, columns, rows), imageLength(cr, crStride, columns, rows)};
+    }
+    std::array<uint32_t, 3> operator()(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                       uint8_t* y, uint8_t* c, uint32_t yStride, uint32_t cStride) const
+    {
+        const uint32_t columns = sampling.columns(width), rows = sampling.rows(height);
+        return {imageLength(src, srcStride, width * srcBytes, height), imageLength(y, yStride, width, height),
+                imageLength(c, cStride, 2 * columns, rows)};
+    }
+};
+template <uint32_t srcBytes, Sampling sampling>
+constexpr ToYCbCrLengths<srcBytes, sampling> toYCbCr;
+
 }  // namespace
 }  // namespace visora
+
+using visora::k420;
+using visora::k422;
+using visora::k444;
 
 #include "kdsp_rpc/multi_domains/operations/color.def"

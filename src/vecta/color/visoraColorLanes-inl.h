@@ -40,42 +40,59 @@ enum class Order
     ForFourWords  // that quadruple them: groups of 4 pixels k, k + blocks, k + 2 * blocks and k + 3 * blocks
 };
 
-/** Which group of 4 pixels comes to a place. */
-constexpr int32_t groupAt(Order order, size_t blocks, size_t place)
+/** Which group of 4 pixels is at a place. */
+constexpr size_t groupAt(Order order, size_t blocks, size_t place)
 {
     const size_t block = place / 4;
     const size_t inBlock = place % 4;
-    return static_cast<int32_t>(order == Order::ForTwoWords ? (block + inBlock / 2 * blocks) * 2 + inBlock % 2
-                                                            : block + inBlock * blocks);
+    switch (order)
+    {
+        case Order::ForTwoWords:
+            return (block + inBlock / 2 * blocks) * 2 + inBlock % 2;
+        case Order::ForFourWords:
+            return block + inBlock * blocks;
+        default:
+            return place;
+    }
 }
 
-template <Order order, size_t blocks>
-struct GroupOrder
+template <Order from, Order to, size_t blocks>
+struct GroupMoves
 {
-    constexpr GroupOrder()
+    constexpr GroupMoves()
     {
         for (size_t place = 0; place < 4 * blocks; ++place)
         {
-            groups[place] = groupAt(order, blocks, place);
+            while (groupAt(from, blocks, static_cast<size_t>(source[place])) != groupAt(to, blocks, place))
+            {
+                ++source[place];
+            }
         }
     }
-    int32_t groups[4 * blocks] = {};
+    int32_t source[4 * blocks] = {};
 };
 
-/** Brings the bytes of pixels, or the 16-bit lanes of pairs of pixels, into an order. */
-template <Order order, class D, class V>
-HWY_INLINE V arrange(D d, V v)
+/** Brings the bytes of pixels, or the 16-bit lanes of pairs of pixels, from one order into another. */
+template <Order from, Order to, class D, class V>
+HWY_INLINE V rearrange(D d, V v)
 {
-    if constexpr (kBlocks<D> == 1 || order == Order::Natural)
+    if constexpr (kBlocks<D> == 1 || from == to)
     {
         return v;
     }
     else
     {
-        alignas(64) static constexpr GroupOrder<order, kBlocks<D>> kOrder;
+        alignas(64) static constexpr GroupMoves<from, to, kBlocks<D>> kMoves;
         const hn::Repartition<int32_t, D> s32;
-        return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(s32, v), hn::SetTableIndices(s32, kOrder.groups)));
+        return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(s32, v), hn::SetTableIndices(s32, kMoves.source)));
     }
+}
+
+/** From the order of memory. */
+template <Order order, class D, class V>
+HWY_INLINE V arrange(D d, V v)
+{
+    return rearrange<Order::Natural, order>(d, v);
 }
 
 // ---- Bytes and 16-bit lanes ----
