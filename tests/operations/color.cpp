@@ -18,9 +18,24 @@ enum class Sampling
 // A conversion in the planar and pseudo-planar family. In 4:2:0 rows come in pairs: an odd height has one more. With
 // halved chroma a width of 1 ends the process.
 template <auto kernel, bool planar>
-std::function<void(Arguments&)> conversion(Sampling sampling, uint32_t pixelBytes)
+Prepare conversion(Sampling sampling, uint32_t pixelBytes)
 {
-    return [=](Arguments& a)
+    // What the entry points log.
+    const bool halves = sampling != Sampling::k444;
+    const std::string chromaRow = planar   ? halves ? "((srcWidth+1)/2*sizeof(uint8_t))" : "(srcWidth*sizeof(uint8_t))"
+                                  : halves ? "(srcWidth*sizeof(uint8_t))"
+                                           : "(srcWidth*2*sizeof(uint8_t))";
+    const auto fits = [](const std::string& stride, const std::string& row)
+    { return " && ( " + stride + " == 0 || " + stride + " >= " + row + " )"; };
+    std::string condition = planar ? "srcY && srcCb && srcCr" : "srcY && srcC";
+    condition += " && dst && srcWidth && srcHeight" + fits("srcYStride", "(srcWidth*sizeof(uint8_t))");
+    condition +=
+        planar ? fits("srcCbStride", chromaRow) + fits("srcCrStride", chromaRow) : fits("srcCStride", chromaRow);
+    condition += " && ( dstStride == 0 || dstStride >= (srcWidth*" + std::to_string(pixelBytes) + "*sizeof(uint8_t)))";
+    condition += !planar && sampling == Sampling::k422 && pixelBytes == 3 ? " && srcWidth > 1" : "";
+    const EntryRule rule = {
+        .condition = condition, .inPlace = EntryRule::InPlace::NotLookedAt, .units = EntryRule::Units::Dsp};
+    const auto prepare = [=](Arguments& a)
     {
         const auto [width, height] = std::pair(a.shape().width, a.shape().height);
         const bool halved = sampling != Sampling::k444;
@@ -51,6 +66,7 @@ std::function<void(Arguments&)> conversion(Sampling sampling, uint32_t pixelByte
             a.call(kernel, y, c, width, height, yStride, cStride, dst, dstStride);
         }
     };
+    return ruled(rule, prepare);
 }
 
 // Bytes of luma and chroma pairs in one buffer.
@@ -104,6 +120,18 @@ void prepareTiles(Arguments& a)
             conversion<vsrColorYCbCr##sampling##PseudoPlanarTo##format##u8C, false>(Sampling::k##sampling, pixelBytes) \
     }
 
+EntryRule whole(const char* source, EntryRule::Units units)
+{
+    return {.condition = std::string(source) + " && dst && width && height",
+            .inPlace = EntryRule::InPlace::NotLookedAt,
+            .units = units};
+}
+
+#define WHOLE(operation, source, units, prepare)                                            \
+    {                                                                                       \
+        VISORA_OPERATION(operation), ruled(whole(source, EntryRule::Units::units), prepare) \
+    }
+
 const Register conversions({
     BOTH_LAYOUTS(444, RGB565, 2),
     BOTH_LAYOUTS(444, RGB888, 3),
@@ -114,13 +142,18 @@ const Register conversions({
     BOTH_LAYOUTS(420, RGB565, 2),
     BOTH_LAYOUTS(420, RGB888, 3),
     BOTH_LAYOUTS(420, RGBA8888, 4),
-    {VISORA_OPERATION(vsrColorYUV420toRGB565u8), prepareVideo<vsrColorYUV420toRGB565u8C>},
-    {VISORA_OPERATION(vsrColorYUV420toRGB565u8Rotate180), prepareVideo<vsrColorYUV420toRGB565u8Rotate180C>},
-    {VISORA_OPERATION(vsrColorYCrCb420PseudoPlanarToRGB8888u8), prepareVideoRgba},
-    {VISORA_OPERATION(vsrColorYCrCbH1V1toRGB888u8), prepareTiles<vsrColorYCrCbH1V1toRGB888u8C, 8, 8>},
-    {VISORA_OPERATION(vsrColorYCrCbH2V1toRGB888u8), prepareTiles<vsrColorYCrCbH2V1toRGB888u8C, 16, 8>},
-    {VISORA_OPERATION(vsrColorYCrCbH1V2toRGB888u8), prepareTiles<vsrColorYCrCbH1V2toRGB888u8C, 8, 16>},
-    {VISORA_OPERATION(vsrColorYCrCbH2V2toRGB888u8), prepareTiles<vsrColorYCrCbH2V2toRGB888u8C, 16, 16>},
+    WHOLE(vsrColorYUV420toRGB565u8, "src", Dsp, prepareVideo<vsrColorYUV420toRGB565u8C>),
+    WHOLE(vsrColorYUV420toRGB565u8Rotate180, "src", Dsp, prepareVideo<vsrColorYUV420toRGB565u8Rotate180C>),
+    {VISORA_OPERATION(vsrColorYCrCb420PseudoPlanarToRGB8888u8),
+     ruled({.condition = "src && dst && srcWidth && srcHeight && srcYStride && srcCStride && dstStride",
+            .inPlace = EntryRule::InPlace::NotLookedAt,
+            .plainStrides = true,
+            .units = EntryRule::Units::Own},
+           prepareVideoRgba)},
+    WHOLE(vsrColorYCrCbH1V1toRGB888u8, "src", Own, (prepareTiles<vsrColorYCrCbH1V1toRGB888u8C, 8, 8>)),
+    WHOLE(vsrColorYCrCbH2V1toRGB888u8, "ysrc", Own, (prepareTiles<vsrColorYCrCbH2V1toRGB888u8C, 16, 8>)),
+    WHOLE(vsrColorYCrCbH1V2toRGB888u8, "ysrc", Own, (prepareTiles<vsrColorYCrCbH1V2toRGB888u8C, 8, 16>)),
+    WHOLE(vsrColorYCrCbH2V2toRGB888u8, "y_src", Own, (prepareTiles<vsrColorYCrCbH2V2toRGB888u8C, 16, 16>)),
 });
 
 }  // namespace

@@ -63,7 +63,32 @@ std::function<void(Arguments&)> detector(uint32_t typicalThreshold = kUsualCorne
     };
 }
 
-#define DETECTOR(operation, ...) VISORA_OPERATION(operation), detector<operation##C, __VA_ARGS__>
+// What the entry points of FAST-9 and FAST-10 log. Any threshold, border, capacity, size of a mask and switch will do;
+// a work buffer is missed by the kernel.
+template <bool nine, bool scored, bool masked>
+Prepare checked(Prepare prepare)
+{
+    const std::string condition = "src && xy && " + std::string(scored ? "scores && " : "") +
+                                  (nine ? "numcorners" : "nCorners") +
+                                  (masked ? (nine ? " && bitMask" : " && mask") : "") +
+                                  (nine ? " && stride >= width && border*2 < width && border*2 < height"
+                                        : " && srcStride >= srcWidth && border*2 < srcWidth && border*2 < srcHeight");
+    constexpr size_t capacity = scored ? 8 : 7;
+    constexpr size_t switches = capacity + (masked ? 3 : 2);
+    return ruled({.condition = condition,
+                  .inPlace = EntryRule::InPlace::NotLookedAt,
+                  .unchecked = {4, 5, capacity, switches, switches + 1, switches + 2, switches + 3},
+                  .units = masked ? EntryRule::Units::Own : EntryRule::Units::Dsp},
+                 std::move(prepare));
+}
+
+template <auto kernel, bool scored, bool masked, bool suppressed, bool nine = true>
+Prepare member(uint32_t typicalThreshold = kUsualCorners)
+{
+    return checked<nine, scored, masked>(detector<kernel, scored, masked, suppressed>(typicalThreshold));
+}
+
+#define DETECTOR(operation, ...) VISORA_OPERATION(operation), member<operation##C, __VA_ARGS__>
 
 const Register corners({
     {DETECTOR(vsrCornerFast9u8, false, false, false)()},
@@ -76,10 +101,10 @@ const Register corners({
     {DETECTOR(vsrCornerFast9InMasku8, false, true, false)()},
     {DETECTOR(vsrCornerFast9InMaskScoreu8, true, true, false)()},
     {DETECTOR(vsrCornerFast9InMaskScoreu8_v2, true, true, true)()},
-    {DETECTOR(vsrCornerFast10u8, false, false, false)()},
-    {DETECTOR(vsrCornerFast10Scoreu8, true, false, true)()},
-    {DETECTOR(vsrCornerFast10InMasku8, false, true, false)()},
-    {DETECTOR(vsrCornerFast10InMaskScoreu8, true, true, true)()},
+    {DETECTOR(vsrCornerFast10u8, false, false, false, false)()},
+    {DETECTOR(vsrCornerFast10Scoreu8, true, false, true, false)()},
+    {DETECTOR(vsrCornerFast10InMasku8, false, true, false, false)()},
+    {DETECTOR(vsrCornerFast10InMaskScoreu8, true, true, true, false)()},
 });
 
 }  // namespace

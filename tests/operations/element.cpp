@@ -18,9 +18,11 @@ void prepareTableLookup(Arguments& a)
 }
 
 const Register elements({
-    {VISORA_OPERATION(vsrAbsDiffu8), twoToOne<vsrAbsDiffu8C, uint8_t>()},
-    {VISORA_OPERATION(vsrBitwiseNotu8), imageToImage<vsrBitwiseNotu8C, uint8_t>()},
-    {VISORA_OPERATION(vsrTableLookupu8), prepareTableLookup},
+    {VISORA_OPERATION(vsrAbsDiffu8),
+     ruled({.inPlace = EntryRule::InPlace::Allowed, .packed = {VISORA_PACKED(vsrAbsDiffu8, "")}},
+           twoToOne<vsrAbsDiffu8C, uint8_t>())},
+    {VISORA_OPERATION(vsrBitwiseNotu8), inPlace(imageToImage<vsrBitwiseNotu8C, uint8_t>())},
+    {VISORA_OPERATION(vsrTableLookupu8), inPlace(prepareTableLookup)},
 });
 
 }  // namespace

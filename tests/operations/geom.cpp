@@ -77,6 +77,10 @@ template <auto kernel, size_t coefficients, bool withErrors>
 void prepareEvaluation(Arguments& a)
 {
     const Given given = giveCorrespondences(a, 1, kTypicalOutliers);
+    if (given.count == 0)
+    {
+        a.entry().unchecked = {3, 5};  // no list is needed
+    }
     std::vector<float> model(given.truth.begin(), given.truth.begin() + coefficients);
     for (float& value : model)
     {
@@ -126,21 +130,35 @@ std::function<void(Arguments&)> robustFit(double typicalScale)
     };
 }
 
+constexpr char kFit[] =
+    "corrs && homography && corrs->from && corrs->to && corrs->indices && corrs->fromStride > 1 && "
+    "corrs->toStride > 1";
+#define EVALUATION(model, lists)                                                                                       \
+    "corrs && " model " && numInliers && (!corrs->numIndices || (corrs->from && corrs->to && corrs->indices && " lists \
+    "))"
+const EntryRule kRobust = {.inPlace = EntryRule::InPlace::NotLookedAt};
+
 const Register fits({
-    {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(1), "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyFitf32), older(kFit, fit<vsrGeomHomographyFitf32C>(1)), "", 0, true},
     {VISORA_OPERATION(vsrGeomHomographyFitf32), fit<vsrGeomHomographyFitf32C>(kTypicalPixels), "pixels", 0, true},
-    {VISORA_OPERATION(vsrGeomHomographyFitDPf32), fit<vsrGeomHomographyFitDPf32C>(kTypicalPixels), "", 0, true},
-    {VISORA_OPERATION(vsrGeomAffineFitf32), fit<vsrGeomAffineFitf32C>(1), "", 0, true},
-    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32), prepareEvaluation<vsrGeomHomographyEvaluatef32C, 9, false>, "", 0,
+    {VISORA_OPERATION(vsrGeomHomographyFitDPf32), older(kFit, fit<vsrGeomHomographyFitDPf32C>(kTypicalPixels)), "", 0,
      true},
-    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32_v2), prepareEvaluation<vsrGeomHomographyEvaluatef32_v2C, 9, true>,
+    {VISORA_OPERATION(vsrGeomAffineFitf32), older("corrs && affine", fit<vsrGeomAffineFitf32C>(1)), "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32),
+     older(EVALUATION("homography", "inliers"), prepareEvaluation<vsrGeomHomographyEvaluatef32C, 9, false>), "", 0,
+     true},
+    {VISORA_OPERATION(vsrGeomHomographyEvaluatef32_v2),
+     older(EVALUATION("homography", "inliers && errinliers"),
+           prepareEvaluation<vsrGeomHomographyEvaluatef32_v2C, 9, true>),
      "", 0, true},
-    {VISORA_OPERATION(vsrGeomAffineEvaluatef32), prepareEvaluation<vsrGeomAffineEvaluatef32C, 6, false>, "", 0, true},
-    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(1), "", 0, true},
+    {VISORA_OPERATION(vsrGeomAffineEvaluatef32),
+     older(EVALUATION("affine", "inliers"), prepareEvaluation<vsrGeomAffineEvaluatef32C, 6, false>), "", 0, true},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32),
+     ruled(kRobust, robustFit<vsrGeomHomographyRobustFitf32C, false>(1)), "", 0, true},
     {VISORA_OPERATION(vsrGeomHomographyRobustFitf32), robustFit<vsrGeomHomographyRobustFitf32C, false>(kTypicalPixels),
      "pixels", 0, true},
-    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32_v2), robustFit<vsrGeomHomographyRobustFitf32_v2C, true>(1), "", 0,
-     true},
+    {VISORA_OPERATION(vsrGeomHomographyRobustFitf32_v2),
+     ruled(kRobust, robustFit<vsrGeomHomographyRobustFitf32_v2C, true>(1)), "", 0, true},
 });
 
 }  // namespace

@@ -170,26 +170,48 @@ void prepareGradients(Arguments& a)
     a.call(kernel, image, dx, dy, kLevels);
 }
 
+constexpr char kSobel[] =
+    "src && dx && dy && srcWidth && srcHeight && (srcStride >= srcWidth) && (gradStride >= srcWidth * sizeof(*dx))";
+const EntryRule kAnywhere = {.inPlace = EntryRule::InPlace::NotLookedAt};
+
+const EntryRule kStopping = {.inPlace = EntryRule::InPlace::NotLookedAt, .stops = true};
+const EntryRule kFailing = {.status = -1, .inPlace = EntryRule::InPlace::NotLookedAt};
+
 const Register pyramids({
-    {VISORA_OPERATION(vsrScaleDownBy2Gaussian5x5u8), prepareHalf<vsrScaleDownBy2Gaussian5x5u8C, uint8_t>},
-    {VISORA_OPERATION(vsrScaleDownBy2Gaussian5x5f32), preparePackedHalf},
-    {VISORA_OPERATION(vsrScaleDownBy2Gaussian5x5f32_v2), prepareHalf<vsrScaleDownBy2Gaussian5x5f32_v2C, float>},
-    {VISORA_OPERATION(vsrImageGradientSobelPlanars16), prepareSobel<vsrImageGradientSobelPlanars16C, int16_t>},
-    {VISORA_OPERATION(vsrImageGradientSobelPlanars8), prepareSobel<vsrImageGradientSobelPlanars8C, int8_t>},
-    {VISORA_OPERATION(vsrImageGradientSobelPlanarf32), prepareSobel<vsrImageGradientSobelPlanarf32C, float>},
-    {VISORA_OPERATION(vsrScaleu8), prepareResize<VISORA_INTERPOLATION_NEAREST, 10, 7>, "nearest"},
+    {VISORA_OPERATION(vsrScaleDownBy2Gaussian5x5u8),
+     ruled({.condition = "src && dst && width && height && (srcStride >= width) && (dstStride >= width / 2)",
+            .inPlace = EntryRule::InPlace::NotLookedAt,
+            .packed = {VISORA_PACKED(vsrScaleDownBy2Gaussian5x5u8, "src && dst && width && height")}},
+           prepareHalf<vsrScaleDownBy2Gaussian5x5u8C, uint8_t>)},
+    {VISORA_OPERATION(vsrScaleDownBy2Gaussian5x5f32), older("src && dst && width && height", preparePackedHalf)},
+    {VISORA_OPERATION(vsrScaleDownBy2Gaussian5x5f32_v2),
+     older("src && dst && width && height && (srcStride >= width * sizeof(*src)) && (dstStride >= width / 2 * "
+           "sizeof(*dst))",
+           prepareHalf<vsrScaleDownBy2Gaussian5x5f32_v2C, float>)},
+    {VISORA_OPERATION(vsrImageGradientSobelPlanars16),
+     older(kSobel, prepareSobel<vsrImageGradientSobelPlanars16C, int16_t>)},
+    {VISORA_OPERATION(vsrImageGradientSobelPlanars8),
+     older(kSobel, prepareSobel<vsrImageGradientSobelPlanars8C, int8_t>)},
+    {VISORA_OPERATION(vsrImageGradientSobelPlanarf32),
+     older(kSobel, prepareSobel<vsrImageGradientSobelPlanarf32C, float>)},
+    {VISORA_OPERATION(vsrScaleu8), ruled(kAnywhere, prepareResize<VISORA_INTERPOLATION_NEAREST, 10, 7>), "nearest"},
     {VISORA_OPERATION(vsrScaleu8), prepareResize<VISORA_INTERPOLATION_BILINEAR, 10, 7>, "bilinear"},
     {VISORA_OPERATION(vsrScaleu8), prepareResize<VISORA_INTERPOLATION_AREA, 10, 7>, "area"},
     {VISORA_OPERATION(vsrScaleu8), prepareResize<VISORA_INTERPOLATION_AREA, 2, 1>, "area_2to1"},
-    {VISORA_OPERATION(vsrPyramidCreateu8), prepareCreation<vsrPyramidCreateu8C, uint8_t>},
-    {VISORA_OPERATION(vsrPyramidCreatef32), prepareCreation<vsrPyramidCreatef32C, float>},
-    {VISORA_OPERATION(vsrPyramidCreateu8_v2), prepareStridedCreation<vsrPyramidCreateu8_v2C, uint8_t>},
-    {VISORA_OPERATION(vsrPyramidCreatef32_v2), prepareStridedCreation<vsrPyramidCreatef32_v2C, float>},
-    {VISORA_OPERATION(vsrPyramidCreateu8_v3), prepareAnyHalves, "halves"},
+    {VISORA_OPERATION(vsrPyramidCreateu8), ruled(kStopping, prepareCreation<vsrPyramidCreateu8C, uint8_t>)},
+    {VISORA_OPERATION(vsrPyramidCreatef32), ruled(kStopping, prepareCreation<vsrPyramidCreatef32C, float>)},
+    {VISORA_OPERATION(vsrPyramidCreateu8_v2),
+     ruled(kStopping, prepareStridedCreation<vsrPyramidCreateu8_v2C, uint8_t>)},
+    {VISORA_OPERATION(vsrPyramidCreatef32_v2),
+     ruled(kStopping, prepareStridedCreation<vsrPyramidCreatef32_v2C, float>)},
+    {VISORA_OPERATION(vsrPyramidCreateu8_v3), ruled(kAnywhere, prepareAnyHalves), "halves"},
     {VISORA_OPERATION(vsrPyramidCreateu8_v3), prepareQuarterOctaves, "quarter_octaves"},
-    {VISORA_OPERATION(vsrPyramidSobelGradientCreatei16), prepareGradients<vsrPyramidSobelGradientCreatei16C, int16_t>},
-    {VISORA_OPERATION(vsrPyramidSobelGradientCreatei8), prepareGradients<vsrPyramidSobelGradientCreatei8C, int8_t>},
-    {VISORA_OPERATION(vsrPyramidSobelGradientCreatef32), prepareGradients<vsrPyramidSobelGradientCreatef32C, float>},
+    {VISORA_OPERATION(vsrPyramidSobelGradientCreatei16),
+     ruled(kFailing, prepareGradients<vsrPyramidSobelGradientCreatei16C, int16_t>)},
+    {VISORA_OPERATION(vsrPyramidSobelGradientCreatei8),
+     ruled(kFailing, prepareGradients<vsrPyramidSobelGradientCreatei8C, int8_t>)},
+    {VISORA_OPERATION(vsrPyramidSobelGradientCreatef32),
+     ruled(kFailing, prepareGradients<vsrPyramidSobelGradientCreatef32C, float>)},
 });
 
 }  // namespace

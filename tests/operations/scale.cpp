@@ -133,20 +133,48 @@ void prepareAnyNearest(Arguments& a)
     callWhole(a, vsrScaleDownNNu8C, dstWidth, dstHeight);
 }
 
+const EntryRule kFixed = {.status = -1, .inPlace = EntryRule::InPlace::NotLookedAt};
+
+EntryRule fixedWithPacked(EntryRule::Packed packed)
+{
+    EntryRule rule = kFixed;
+    rule.packed = {std::move(packed)};
+    return rule;
+}
+
 const Register downscalers({
-    {VISORA_OPERATION(vsrScaleDownBy2u8), prepareFixed<vsrScaleDownBy2u8C, 2, 1, true>},
-    {VISORA_OPERATION(vsrScaleDownBy4u8), prepareFixed<vsrScaleDownBy4u8C, 4, 1, true>},
-    {VISORA_OPERATION(vsrScaleDown3To2u8), prepareFixed<vsrScaleDown3To2u8C, 3, 2, false>},
-    {VISORA_OPERATION(vsrScaleDownu8), prepareBox<2, 2>, "2x2"},
+    {VISORA_OPERATION(vsrScaleDownBy2u8),
+     ruled(fixedWithPacked(VISORA_PACKED(vsrScaleDownBy2u8, "")), prepareFixed<vsrScaleDownBy2u8C, 2, 1, true>)},
+    {VISORA_OPERATION(vsrScaleDownBy4u8),
+     ruled(fixedWithPacked(VISORA_PACKED(vsrScaleDownBy4u8, "")), prepareFixed<vsrScaleDownBy4u8C, 4, 1, true>)},
+    {VISORA_OPERATION(vsrScaleDown3To2u8), ruled(kFixed, prepareFixed<vsrScaleDown3To2u8C, 3, 2, false>)},
+    {VISORA_OPERATION(vsrScaleDownu8),
+     ruled({.condition = "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstWidth && dstHeight && "
+                         "(dstStride >= dstWidth) && srcWidth >= dstWidth && srcHeight >= dstHeight",
+            .inPlace = EntryRule::InPlace::NotLookedAt,
+            .packed = {VISORA_PACKED(vsrScaleDownu8,
+                                     "src && dst && width && height && dstWidth && dstHeight && width "
+                                     ">= dstWidth && height >= dstHeight")}},
+           prepareBox<2, 2>),
+     "2x2"},
     {VISORA_OPERATION(vsrScaleDownu8), prepareBox<3, 3>, "3x3"},
     {VISORA_OPERATION(vsrScaleDownu8), prepareBox<4, 4>, "4x4"},
     {VISORA_OPERATION(vsrScaleDownu8), prepareBox<1, 3>, "1x3"},
     {VISORA_OPERATION(vsrScaleDownu8), prepareBox<8, 1>, "8x1"},
     {VISORA_OPERATION(vsrScaleDownu8), prepareAnyBox, "any"},
-    {VISORA_OPERATION(vsrScaleDownMNu8), prepareArea<10, 7>, "10to7"},
+    {VISORA_OPERATION(vsrScaleDownMNu8),
+     ruled({.condition =
+                "src && dst && srcWidth && srcHeight && dstWidth && dstHeight && (srcStride==0 || srcStride "
+                ">=srcWidth) && "
+                "(dstStride == 0 || dstStride >= dstWidth) && dstWidth * 20 > srcWidth && dstHeight * 20 > srcHeight",
+            .fallsBack = true,
+            .inPlace = EntryRule::InPlace::NotLookedAt},
+           prepareArea<10, 7>),
+     "10to7"},
     {VISORA_OPERATION(vsrScaleDownMNu8), prepareArea<5, 2>, "5to2"},
     {VISORA_OPERATION(vsrScaleDownMNu8), prepareAnyArea, "any"},
-    {VISORA_OPERATION(vsrScaleDownNNu8), prepareNearest<2, 1>, "2to1"},
+    {VISORA_OPERATION(vsrScaleDownNNu8),
+     ruled({.status = 1, .inPlace = EntryRule::InPlace::NotLookedAt}, prepareNearest<2, 1>), "2to1"},
     {VISORA_OPERATION(vsrScaleDownNNu8), prepareNearest<4, 1>, "4to1"},
     {VISORA_OPERATION(vsrScaleDownNNu8), prepareNearest<10, 7>, "10to7"},
     {VISORA_OPERATION(vsrScaleDownNNu8), prepareAnyNearest, "any"},

@@ -54,6 +54,7 @@ float anyCoordinate(Arguments& a, uint32_t side)
 std::vector<float> anyPoints(Arguments& a)
 {
     std::vector<float> points;
+    points.reserve(1);  // there is a list, if an empty one
     for (uint32_t count = a.random().between(0, 6); count > 0; --count)
     {
         points.push_back(anyCoordinate(a, a.shape().width));
@@ -128,11 +129,25 @@ void track(Arguments& a)
     }
 }
 
+// Only pointers and the window's sides are checked.
+#define TRACKER(operation, Pixel, falls)                                                                              \
+    {                                                                                                                 \
+        VISORA_OPERATION(operation),                                                                                  \
+            ruled(                                                                                                    \
+                {.condition = "src1 && src2 && src1Pyr && src2Pyr && featureXY && featureXY_out && featureStatus && " \
+                              "(windowWidth & 0x1) && (windowHeight & 0x1)",                                          \
+                 .fallsBack = falls,                                                                                  \
+                 .inPlace = EntryRule::InPlace::NotLookedAt,                                                          \
+                 .unchecked = {2, 3, 4},                                                                              \
+                 .units = EntryRule::Units::Dsp},                                                                     \
+                track<operation##C, Pixel>)                                                                           \
+    }
+
 const Register trackers({
-    {VISORA_OPERATION(vsrTrackLKOpticalFlowu8), track<vsrTrackLKOpticalFlowu8C, uint8_t>},
-    {VISORA_OPERATION(vsrTrackLKOpticalFlowu8_v2), track<vsrTrackLKOpticalFlowu8_v2C, uint8_t>},
-    {VISORA_OPERATION(vsrTrackLKOpticalFlowu8_v3), track<vsrTrackLKOpticalFlowu8_v3C, uint8_t>},
-    {VISORA_OPERATION(vsrTrackLKOpticalFlowf32), track<vsrTrackLKOpticalFlowf32C, float>},
+    TRACKER(vsrTrackLKOpticalFlowu8, uint8_t, false),
+    TRACKER(vsrTrackLKOpticalFlowu8_v2, uint8_t, false),
+    TRACKER(vsrTrackLKOpticalFlowu8_v3, uint8_t, true),
+    TRACKER(vsrTrackLKOpticalFlowf32, float, false),
 });
 
 }  // namespace

@@ -52,7 +52,11 @@ Arguments::Buffer Arguments::makeBuffer(size_t rowBytes, size_t rows, size_t str
     bytesTouched_ += rowBytes * rows;
     return {std::make_unique<FencedMemory>(
                 start + bytes, shape_.flushWithEnd ? FencedMemory::Flush::WithEnd : FencedMemory::Flush::WithStart),
-            start, rowBytes, rows, stride};
+            start,
+            rowBytes,
+            rows,
+            stride,
+            elementBytes};
 }
 
 uint8_t* Arguments::addInput(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes)
@@ -110,6 +114,17 @@ uint64_t Arguments::runFresh(VSR_FUNC implementation)
 {
     freshen();
     return run(implementation);
+}
+
+/** The bytes of the rows alone. */
+std::vector<uint8_t> Arguments::Buffer::pixels() const
+{
+    std::vector<uint8_t> all;
+    for (size_t row = 0; row < rows; ++row)
+    {
+        all.insert(all.end(), data() + row * stride, data() + row * stride + rowBytes);
+    }
+    return all;
 }
 
 std::vector<uint8_t> Arguments::outputs() const

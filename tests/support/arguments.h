@@ -8,11 +8,13 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "support/random.h"
 #include "visora/dispatch.h"
+#include "visora/runtime.h"
 
 namespace visora::test
 {
@@ -63,6 +65,73 @@ enum class Values
     Extremes,
     Few
 };
+
+/** An argument of a call, of whatever type it is. */
+struct Word
+{
+    enum class Kind
+    {
+        Pointer,
+        Number,  // of type uint32_t
+        Other
+    };
+
+    uint64_t bits;
+    Kind kind;
+};
+
+/** What an operation's entry point does that others do not; see tests/common/entries_test.cpp. */
+struct EntryRule
+{
+    enum class InPlace
+    {
+        Refused,
+        Allowed,     // an output may be an input, with equal strides
+        NotLookedAt  // outputs may begin anywhere: calls with buffers that coincide are not refused
+    };
+
+    /** What a refused call logs; its result is the log call's then. */
+    std::string condition = {};
+    /** A call that a DSP declines goes to the vector variant although refusals are logged; else its status is handed
+     * on. */
+    bool fallsBack = false;
+    /** The result of a call that is refused silently. */
+    int32_t status = VISORA_EBADPARAM;
+    InPlace inPlace = InPlace::Refused;
+    /** Positions of arguments that may be null, 0 or less than a row. */
+    std::vector<size_t> unchecked = {};
+    /** Bad arguments end the process. */
+    bool stops = false;
+    /** Strides are taken as they are: 0 is not that of packed rows. */
+    bool plainStrides = false;
+    /** For which units it corrects the choice by the general rule. */
+    enum class Units
+    {
+        DspAndGpu,
+        Dsp,
+        Own
+    };
+    Units units = Units::DspAndGpu;
+    /** It does much work per pixel: fewer of them are worth a DSP. */
+    bool heavy = false;
+
+    /** An entry point of the same operation for packed images, without the strides. */
+    struct Packed
+    {
+        std::string name;
+        uint64_t (*call)(const std::vector<Word>& words);
+        std::string condition;
+    };
+    std::vector<Packed> packed = {};
+};
+
+/** What implementations that record their calls share. */
+struct Recorder
+{
+    std::vector<uint64_t> answers;  // to the next calls; 0 when there are none left
+    std::vector<std::vector<uint64_t>> calls;
+};
+inline Recorder recorder;
 
 class Arguments
 {
@@ -125,22 +194,52 @@ class Arguments
     }
 
     /** Sets the call: an implementation with this type is called with these arguments. */
-    template <class Function, class... Args>
-    void call(Function* /*type*/, Args... args)
+    template <class Result, class... Parameters, class... Args>
+    void call(Result (* /*type*/)(Parameters...), Args... args)
     {
-        run_ = [args...](VSR_FUNC implementation)
-        { return static_cast<uint64_t>(reinterpret_cast<Function*>(implementation)(args...)); };
+        words_ = {word(static_cast<Parameters>(args))...};
+        invoke_ = [](VSR_FUNC implementation, const std::vector<Word>& words)
+        {
+            return invoke(reinterpret_cast<Result (*)(Parameters...)>(implementation), words,
+                          std::index_sequence_for<Parameters...>());
+        };
+        record_ = reinterpret_cast<VSR_FUNC>(
+            +[](Parameters... parameters) -> Result
+            {
+                recorder.calls.push_back({word(parameters).bits...});
+                const size_t count = recorder.calls.size();
+                return static_cast<Result>(count <= recorder.answers.size() ? recorder.answers[count - 1] : 0);
+            });
     }
 
+    /** Calls a function with these words. */
+    template <class Result, class... Parameters, size_t... i>
+    static uint64_t invoke(Result (*function)(Parameters...), const std::vector<Word>& words, std::index_sequence<i...>)
+    {
+        return static_cast<uint64_t>(function(argument<Parameters>(words[i])...));
+    }
+
+    /** The arguments of the call. */
+    const std::vector<Word>& words() const { return words_; }
+    /** Runs the implementation with other arguments. */
+    uint64_t runWith(VSR_FUNC implementation, const std::vector<Word>& words) const
+    {
+        return invoke_(implementation, words);
+    }
+    /** An implementation that only records its calls. */
+    VSR_FUNC recording() const { return record_; }
+
+    EntryRule& entry() { return entry_; }
+
     /** False when the operation has no call for this shape. */
-    bool hasCall() const { return static_cast<bool>(run_); }
+    bool hasCall() const { return invoke_ != nullptr; }
 
     /** Fills the outputs with their pattern. */
     void freshen();
     /** Freshens, runs the implementation and returns its result. */
     uint64_t runFresh(VSR_FUNC implementation);
     /** Runs the implementation on the outputs as they are. */
-    uint64_t run(VSR_FUNC implementation) const { return run_(implementation); }
+    uint64_t run(VSR_FUNC implementation) const { return invoke_(implementation, words_); }
 
     /** All bytes of all outputs, with what lies between and before their rows. */
     std::vector<uint8_t> outputs() const;
@@ -156,7 +255,6 @@ class Arguments
     /** Gives the inputs other contents, but for those that were given. */
     void fillInputs(Values values);
 
-  private:
     struct Buffer
     {
         std::unique_ptr<FencedMemory> memory;
@@ -164,8 +262,34 @@ class Arguments
         size_t rowBytes;
         size_t rows;
         size_t stride;
+        size_t elementBytes;
         bool isGiven = false;
+
+        uint8_t* data() const { return memory->data() + start; }
+        std::vector<uint8_t> pixels() const;
     };
+    const std::vector<Buffer>& inputBuffers() const { return inputs_; }
+    const std::vector<Buffer>& outputBuffers() const { return outputs_; }
+
+  private:
+    template <class T>
+    static Word word(T value)
+    {
+        static_assert(sizeof(T) <= sizeof(uint64_t));
+        Word word{0, std::is_pointer_v<T>          ? Word::Kind::Pointer
+                     : std::is_same_v<T, uint32_t> ? Word::Kind::Number
+                                                   : Word::Kind::Other};
+        std::memcpy(&word.bits, &value, sizeof(T));
+        return word;
+    }
+
+    template <class T>
+    static T argument(const Word& word)
+    {
+        T value;
+        std::memcpy(&value, &word.bits, sizeof(T));
+        return value;
+    }
 
     void fill(const Buffer& input, Values values);
     Buffer makeBuffer(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes);
@@ -177,7 +301,10 @@ class Arguments
     std::vector<Buffer> inputs_;
     std::vector<Buffer> outputs_;
     std::vector<std::shared_ptr<void>> kept_;
-    std::function<uint64_t(VSR_FUNC)> run_;
+    std::vector<Word> words_;
+    uint64_t (*invoke_)(VSR_FUNC, const std::vector<Word>&) = nullptr;
+    VSR_FUNC record_ = nullptr;
+    EntryRule entry_;
     size_t bytesTouched_ = 0;
 };
 

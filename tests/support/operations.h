@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,54 @@ struct Register
 /** Name, reference and vector variant of an operation. */
 #define VISORA_OPERATION(operation) \
 #operation, reinterpret_cast < VSR_FUNC>(operation##C), reinterpret_cast < VSR_FUNC>(operation##V)
+
+// ---- Entry points that are not refused silently with 3, refuse something less, or choose the unit in another way ----
+
+using Prepare = std::function<void(Arguments&)>;
+
+/** Calls an entry point with words. */
+template <auto function>
+uint64_t callWith(const std::vector<Word>& words)
+{
+    return []<class Result, class... Parameters>(Result (*f)(Parameters...), const std::vector<Word>& w)
+    {
+        return w.size() == sizeof...(Parameters)
+                   ? Arguments::invoke(f, w, std::index_sequence_for<Parameters...>())
+                   : throw std::invalid_argument("arguments of an entry point for packed images");
+    }(function, words);
+}
+
+/** An entry point for packed images, and the condition that it logs, if it logs one. */
+#define VISORA_PACKED(entry, condition)                    \
+    {                                                      \
+#entry, visora::test::callWith < entry>, condition \
+    }
+
+/** The call that `prepare` makes, of an entry point with this rule. */
+inline Prepare ruled(EntryRule rule, Prepare prepare)
+{
+    return [rule = std::move(rule), prepare = std::move(prepare)](Arguments& a)
+    {
+        a.entry() = rule;
+        prepare(a);
+    };
+}
+
+/** An entry point of the older style, which logs this condition. */
+inline Prepare older(const char* condition, Prepare prepare, std::vector<size_t> unchecked = {})
+{
+    return ruled(
+        {.condition = condition, .inPlace = EntryRule::InPlace::NotLookedAt, .unchecked = std::move(unchecked)},
+        std::move(prepare));
+}
+
+/** An entry point that writes to its input as well. */
+inline Prepare inPlace(Prepare prepare)
+{
+    return ruled({.inPlace = EntryRule::InPlace::Allowed}, std::move(prepare));
+}
+
+// ---- Operations of one shape ----
 
 /**
  * An operation from one image to another of the same size:
