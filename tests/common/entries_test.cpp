@@ -31,7 +31,7 @@ struct Entry
     VSR_FUNC* slots;
 };
 
-// The newest entry point of each operation.
+// The newest entry point of each operation; some of the internal table have none of their own.
 const std::map<std::string, Entry>& entries()
 {
     static const std::map<std::string, Entry> all = {
@@ -594,7 +594,7 @@ TEST_P(Entries, ChooseTheUnitByTheCall)
     EXPECT_GT(calls, 0) << GetParam().name << " has no call for a DSP";
 }
 
-// One registration of each operation.
+// One registration of each operation that has an entry point.
 std::vector<Operation> firstOfEach()
 {
     std::map<std::string, Operation> first;
@@ -605,7 +605,10 @@ std::vector<Operation> firstOfEach()
     std::vector<Operation> all;
     for (const auto& [name, operation] : first)
     {
-        all.push_back(operation);
+        if (entries().contains(name))
+        {
+            all.push_back(operation);
+        }
     }
     return all;
 }
