@@ -1,8 +1,8 @@
 /**
  * @file
- * Scaling of single-channel images, u8 unless a name says f32: box averages by 2, by 4 and by whole factors, the
- * weighted 3:2 reduction, the 5x5 Gaussian half, the area average between any two sizes, nearest neighbour, and
- * resizing to any size.
+ * Scaling of images, u8 of one channel unless a name says f32 or Interleaved2: box averages by 2, by 4 and by whole
+ * factors, the weighted 3:2 reduction, the 5x5 Gaussian half, the area average between any two sizes, nearest
+ * neighbour, resizing to any size, doubling, and resampling of chroma planes.
  *
  * Common to all of them:
  * - `src` and `dst` point at the top-left pixel; sizes are in pixels, strides in bytes. Source and destination are
@@ -123,16 +123,6 @@ extern VSR_API const uint32_t mn_div_table[401];
 VSR_API vsrStatus vsrScaleDownNNu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                    uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride);
 
-/** How vsrScaleu8 makes a pixel. */
-typedef uint32_t vsrInterpolation;
-
-enum
-{
-    VISORA_INTERPOLATION_NEAREST = 0,  /**< the nearest source pixel */
-    VISORA_INTERPOLATION_BILINEAR = 1, /**< between the four nearest source pixels */
-    VISORA_INTERPOLATION_AREA = 2      /**< mean of the source area that the pixel covers */
-};
-
 /**
  * Resizes an image to any size. Both images cover the same area, so that the centre of output pixel i of an axis lies
  * at (i + 0.5) * srcSize / dstSize.
@@ -145,6 +135,112 @@ enum
 VSR_API vsrStatus vsrScaleu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                              uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride,
                              vsrInterpolation interpolation);
+
+/**
+ * As vsrScaleu8 with a border. VISORA_BORDER_UNDEFINED and _REPLICATE give its bits; with VISORA_BORDER_CONSTANT
+ * `borderValue` stands for the pixels outside the image that a bilinear output lies between. Nearest and area take none
+ * from there. Also refuses other border types, and sides of 2^31 or more.
+ */
+VSR_API vsrStatus vsrScaleu8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride,
+                                vsrInterpolation interpolation, vsrBorderType borderType, uint8_t borderValue);
+
+/**
+ * Resizes an image of 1 to 4 interleaved channels to any size, bilinearly, each channel as vsrScaleu8 does it.
+ * @return 0; VISORA_EBADPARAM for a null pointer, a zero size, a stride below a row, a side of 2^31 or more, another
+ *         number of channels, or `src` equal to `dst`
+ */
+VSR_API vsrStatus vsrScaleBilinearu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                     uint32_t channels, uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight,
+                                     uint32_t dstStride);
+
+/**
+ * Resizes an f32 image to any size, bilinearly: first along the rows, then between them, p + t * (q - p) from pixel p
+ * to q. Where t is 0, and beyond the outermost centres, the result is p itself, so an infinity or NaN reaches only
+ * where it has weight. Strides are cut to whole elements; a NaN result is stored as 0x7fc00000.
+ * @return 0; VISORA_EBADPARAM for a null pointer, a zero size, a stride below a row, a side of 2^31 or more, or `src`
+ *         equal to `dst`
+ */
+VSR_API vsrStatus vsrScaleBilinearf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                      float* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride);
+
+/**
+ * Resizes an image to any size with a separable cubic filter (Catmull-Rom) of four taps in 32 phases, whose weights are
+ * whole numbers in 1/128: sharper than bilinear, for enlarging and for reductions to about a half. Beyond that it
+ * skips pixels. Taps outside the image repeat its edge. The sum over both axes is exact, rounded half up and saturated.
+ * @return 0; VISORA_EBADPARAM for a null pointer, a zero size, a stride below a row, a side above 65535, or `src` equal
+ *         to `dst`
+ */
+VSR_API vsrStatus vsrScalePolyphaseu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                      uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride);
+
+/** As vsrScalePolyphaseu8 for pairs of bytes (chroma); widths are in pairs. */
+VSR_API vsrStatus vsrScalePolyphaseInterleaved2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                  uint32_t srcStride, uint8_t* dst, uint32_t dstWidth,
+                                                  uint32_t dstHeight, uint32_t dstStride);
+
+/* ---- Twice the size ---- */
+
+/**
+ * Doubles an image bilinearly: `dst`, 2 srcWidth x 2 srcHeight pixels, gets the pixel that an output lies in and its
+ * neighbours on the output's side (the edge repeated) weighted 9, 3, 3, 1, (sum + 8) >> 4. The same bits as
+ * vsrScaleBilinearu8.
+ * @return 0; VISORA_EBADPARAM for a null pointer, a zero size, a stride below a row, or `src` equal to `dst`
+ */
+VSR_API vsrStatus vsrScaleUpBy2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                  uint8_t* dst, uint32_t dstStride);
+
+/**
+ * Doubles an image with the 5x5 binomial kernel: zeros between the pixels, then 1-4-6-4-1 along both axes, rounded half
+ * up. Taps outside the image are left out, and the sum is divided by the weights that remain.
+ * @return 0; VISORA_EBADPARAM for a null pointer, a zero size, or `src` equal to `dst`
+ */
+VSR_API vsrStatus vsrScaleUpBy2Gaussian5x5u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint8_t* dst);
+
+/** As vsrScaleUpBy2Gaussian5x5u8 with strides; refuses one below a row too. */
+VSR_API vsrStatus vsrScaleUpBy2Gaussian5x5u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+
+/* ---- Chroma planes ----
+ * "Interleaved2" functions take pairs of bytes, which stay together; their widths are in pairs. All return 0, or
+ * VISORA_EBADPARAM for a null pointer, a zero size, a stride below a row, or `src` equal to `dst`. */
+
+/**
+ * Halves both sides, rounded up: each output is the mean of its 2x2 pairs, per byte, (sum + 2) >> 2. On an odd side the
+ * last column or row counts twice.
+ */
+VSR_API vsrStatus vsrDownsampleBy2Interleaved2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                 uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+
+/** Halves the width, rounded up (4:4:4 to 4:2:2): (p + q + 1) >> 1; on an odd width the last column counts twice. */
+VSR_API vsrStatus vsrDownsampleXBy2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                      uint8_t* dst, uint32_t dstStride);
+
+/** Repeats each pixel in both directions (4:2:0 to 4:4:4): `dst` has 2 srcWidth x 2 srcHeight pixels. */
+VSR_API vsrStatus vsrUpsampleBy2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                   uint8_t* dst, uint32_t dstStride);
+
+/** As vsrUpsampleBy2u8 for pairs. */
+VSR_API vsrStatus vsrUpsampleBy2Interleaved2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                               uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+
+/** Repeats each column (4:2:2 to 4:4:4): `dst` has 2 srcWidth x srcHeight pixels. */
+VSR_API vsrStatus vsrUpsampleXBy2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                    uint8_t* dst, uint32_t dstStride);
+
+/** As vsrUpsampleXBy2u8 for pairs. */
+VSR_API vsrStatus vsrUpsampleXBy2Interleaved2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+
+/** Repeats each row (4:2:0 to 4:2:2): `dst` has srcWidth x 2 srcHeight pixels. */
+VSR_API vsrStatus vsrUpsampleYBy2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                    uint8_t* dst, uint32_t dstStride);
+
+/** As vsrUpsampleYBy2u8 for pairs. */
+VSR_API vsrStatus vsrUpsampleYBy2Interleaved2u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+
+/* ---- Steps of vsrScaleDownNNu8 ---- */
 
 /** Bit length of the low 16 bits of a value: 0 for 0, 1 for 1, 2 for 2 and 3, and so on. */
 VSR_API uint32_t vsrGetNumBits(uint32_t value);

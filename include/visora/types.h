@@ -54,6 +54,16 @@ typedef struct vsrK6Attribute
     int32_t value;
 } vsrK6Attribute;
 
+/** How a pixel of a resized or warped image is made. */
+typedef uint32_t vsrInterpolation;
+
+enum
+{
+    VISORA_INTERPOLATION_NEAREST = 0,  /**< the nearest source pixel */
+    VISORA_INTERPOLATION_BILINEAR = 1, /**< between the four nearest source pixels */
+    VISORA_INTERPOLATION_AREA = 2      /**< mean of the source area that the pixel covers */
+};
+
 /** What stands outside the image for functions that take a border type. */
 typedef uint32_t vsrBorderType;
 

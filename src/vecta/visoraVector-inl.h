@@ -134,6 +134,106 @@ HWY_INLINE hn::Vec<D> narrowInOrder([[maybe_unused]] D d, V low, V high)
 #endif
 }
 
+/** Two vectors of elements of one or two bytes: those at even places, and those between them. */
+template <class D>
+HWY_INLINE void loadEvenOdd(D d, const hn::TFromD<D>* from, hn::Vec<D>& even, hn::Vec<D>& odd)
+{
+#if HWY_ARCH_ARM
+    hn::LoadInterleaved2(d, from, even, odd);
+#else
+    constexpr int kBits = static_cast<int>(sizeof(hn::TFromD<D>)) * 8;
+    const hn::RepartitionToWide<D> dWide;
+    const auto low = hn::BitCast(dWide, hn::LoadU(d, from));
+    const auto high = hn::BitCast(dWide, hn::LoadU(d, from + hn::Lanes(d)));
+    const auto mask = hn::Set(dWide, static_cast<hn::TFromD<D>>(~hn::TFromD<D>{0}));
+    even = narrowInOrder(d, hn::And(low, mask), hn::And(high, mask));
+    odd = narrowInOrder(d, hn::ShiftRight<kBits>(low), hn::ShiftRight<kBits>(high));
+#endif
+}
+
+/** Bytes that alternate between two vectors of 16-bit numbers below 256. */
+template <class D, class V>
+HWY_INLINE V bytesInTurn(D /*d*/, V even, V odd)
+{
+#if HWY_ARCH_ARM
+    if constexpr (hn::MaxLanes(D()) == 8)
+    {
+        return V(vsliq_n_u16(even.raw, odd.raw, 8));
+    }
+#endif
+    return hn::Or(even, hn::ShiftLeft<8>(odd));
+}
+
+/** Products of 16-bit numbers, each pair of neighbours added to one 32-bit number. */
+template <class D, class V>
+HWY_INLINE hn::Vec<D> sumsOfPairProducts([[maybe_unused]] D d, V a, V b)
+{
+#if HWY_ARCH_ARM
+    if constexpr (hn::MaxLanes(D()) == 4)
+    {
+        return hn::Vec<D>(
+            vpaddq_s32(vmull_s16(vget_low_s16(a.raw), vget_low_s16(b.raw)), vmull_high_s16(a.raw, b.raw)));
+    }
+    else
+    {
+        const int32x4_t products = vmull_s16(a.raw, b.raw);
+        return hn::Vec<D>(vpadd_s32(vget_low_s32(products), vget_high_s32(products)));
+    }
+#else
+    auto unused = hn::Zero(d);
+    return hn::ReorderWidenMulAccumulate(d, a, b, hn::Zero(d), unused);
+#endif
+}
+
+/** Sums of neighbours of two vectors, in order. */
+template <class D, class V>
+HWY_INLINE V sumsOfNeighbours(D d, V low, V high)
+{
+#if HWY_ARCH_ARM
+    if constexpr (hn::MaxLanes(D()) == 4)
+    {
+        return V(vpaddq_s32(low.raw, high.raw));
+    }
+#endif
+    return hn::Add(hn::ConcatEven(d, high, low), hn::ConcatOdd(d, high, low));
+}
+
+/** From p to q; p itself, whatever q is, where the weight is 0. */
+template <class D, class V>
+HWY_INLINE V lerpLanes(D d, V p, V q, V weight)
+{
+    const auto mixed = hn::Add(p, hn::Mul(weight, hn::Sub(q, p)));
+    return hn::IfThenElse(hn::Eq(weight, hn::Zero(d)), p, mixed);
+}
+
+/** Every NaN as 0x7fc00000. */
+template <class D, class V>
+HWY_INLINE V withOneNan(D d, V v)
+{
+    const hn::RebindToUnsigned<D> bits;
+    return hn::IfThenElse(hn::Eq(v, v), v, hn::BitCast(d, hn::Set(bits, 0x7fc00000)));
+}
+
+/** The elements of a vector in reverse. */
+template <class D, class V>
+HWY_INLINE V reversed(D d, V v)
+{
+    if constexpr (sizeof(hn::TFromD<D>) > 1)
+    {
+        return hn::Reverse(d, v);
+    }
+    else
+    {
+        alignas(16) static constexpr uint8_t kBackwards[16] = {15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
+        const auto inBlocks = hn::TableLookupBytes(v, hn::LoadDup128(d, kBackwards));
+        if constexpr (hn::MaxLanes(D()) > 16)
+        {
+            return hn::ReverseBlocks(d, inBlocks);
+        }
+        return inBlocks;
+    }
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace visora
 HWY_AFTER_NAMESPACE();

@@ -54,28 +54,6 @@ void prepareSobel(Arguments& a)
     a.call(kernel, src, width, height, srcStride, dx, dy, gradStride);
 }
 
-// Any two sizes; m to n in benchmarks.
-template <vsrInterpolation interpolation, uint32_t m, uint32_t n>
-void prepareResize(Arguments& a)
-{
-    const auto sizeOf = [&](uint32_t size)
-    {
-        const uint32_t kind = a.random().between(0, 3);
-        return a.shape().typical || kind == 0 ? std::max(size * n / m, 1u)
-               : kind == 1                    ? size
-                                              : a.random().between(1, 2 * size);
-    };
-    const uint32_t width = a.shape().width;
-    const uint32_t height = a.shape().height;
-    const uint32_t dstWidth = sizeOf(width);
-    const uint32_t dstHeight = sizeOf(height);
-    const uint32_t srcStride = a.srcStride(width);
-    const uint32_t dstStride = a.dstStride(dstWidth);
-    const uint8_t* src = a.input<uint8_t>(width, height, srcStride);
-    uint8_t* dst = a.output<uint8_t>(dstWidth, dstHeight, dstStride);
-    a.call(vsrScaleu8C, src, width, height, srcStride, dst, dstWidth, dstHeight, dstStride, interpolation);
-}
-
 // ---- Pyramids ----
 
 constexpr uint32_t kLevels = 3;
@@ -194,10 +172,6 @@ const Register pyramids({
      older(kSobel, prepareSobel<vsrImageGradientSobelPlanars8C, int8_t>)},
     {VISORA_OPERATION(vsrImageGradientSobelPlanarf32),
      older(kSobel, prepareSobel<vsrImageGradientSobelPlanarf32C, float>)},
-    {VISORA_OPERATION(vsrScaleu8), ruled(kAnywhere, prepareResize<VISORA_INTERPOLATION_NEAREST, 10, 7>), "nearest"},
-    {VISORA_OPERATION(vsrScaleu8), prepareResize<VISORA_INTERPOLATION_BILINEAR, 10, 7>, "bilinear"},
-    {VISORA_OPERATION(vsrScaleu8), prepareResize<VISORA_INTERPOLATION_AREA, 10, 7>, "area"},
-    {VISORA_OPERATION(vsrScaleu8), prepareResize<VISORA_INTERPOLATION_AREA, 2, 1>, "area_2to1"},
     {VISORA_OPERATION(vsrPyramidCreateu8), ruled(kStopping, prepareCreation<vsrPyramidCreateu8C, uint8_t>)},
     {VISORA_OPERATION(vsrPyramidCreatef32), ruled(kStopping, prepareCreation<vsrPyramidCreatef32C, float>)},
     {VISORA_OPERATION(vsrPyramidCreateu8_v2),

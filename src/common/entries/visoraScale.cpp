@@ -202,21 +202,3 @@ vsrStatus vsrScaleDownBy2Gaussian5x5f32_v2(const float* src, uint32_t width, uin
                           (dstStride >= width / 2 * sizeof(*dst)));
     return call.run<vsrScaleDownBy2Gaussian5x5f32_v2C>(src, width, height, srcStride, dst, dstStride);
 }
-
-vsrStatus vsrScaleu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                     uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, vsrInterpolation interpolation)
-{
-    srcStride = packedIfZero(srcStride, srcWidth);
-    dstStride = packedIfZero(dstStride, dstWidth);
-
-    Call call(Row::vsrScaleu8, "vsrScaleu8");
-    keepAccelerators(call, src, srcWidth, srcHeight, srcStride, dst, dstStride);
-    call.trace();
-    if (!(src && dst && srcWidth && srcHeight && dstWidth && dstHeight && srcStride >= srcWidth &&
-          dstStride >= dstWidth && interpolation <= VISORA_INTERPOLATION_AREA))
-    {
-        return VISORA_EBADPARAM;
-    }
-    return call.runOrFallBack<vsrScaleu8C>(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride,
-                                           interpolation);
-}

@@ -15,6 +15,25 @@ inline uint32_t nearestIndex(uint32_t index, uint32_t srcSize, uint32_t dstSize)
     return static_cast<uint32_t>(std::min<uint64_t>(place, srcSize - 1));
 }
 
+/**
+ * Where the centre of an output pixel lies among the centres of the source's: (index + 0.5) * srcSize / dstSize - 0.5,
+ * as a whole number, -1 at the least, and a share of the way to the next.
+ */
+struct LinearPlace
+{
+    LinearPlace(uint32_t index, uint32_t srcSize, uint32_t dstSize) : denominator(2 * uint64_t{dstSize})
+    {
+        // One source pixel more, so that nothing is negative.
+        const uint64_t place = (2 * uint64_t{index} + 1) * srcSize + dstSize;
+        lower = static_cast<int64_t>(place / denominator) - 1;
+        share = place % denominator;
+    }
+
+    int64_t lower;
+    uint64_t share;  // in parts of the denominator
+    uint64_t denominator;
+};
+
 /** Weights of bilinear interpolation add up to this. */
 constexpr uint32_t kLinearTotal = 2048;
 
@@ -23,23 +42,40 @@ struct LinearTaps
 {
     LinearTaps(uint32_t index, uint32_t srcSize, uint32_t dstSize)
     {
-        // The place (index + 0.5) * srcSize / dstSize - 0.5 as a fraction of whole numbers.
-        const uint64_t centre = (2 * uint64_t{index} + 1) * srcSize;
-        const uint64_t denominator = 2 * uint64_t{dstSize};
-        if (centre < dstSize)
-        {
-            return;
-        }
-        const uint64_t place = centre - dstSize;
-        lower = static_cast<uint32_t>(std::min<uint64_t>(place / denominator, srcSize - 1));
-        upper = std::min(lower + 1, srcSize - 1);
-        const uint64_t share = place % denominator;
-        weight = static_cast<uint32_t>((share * 2 * kLinearTotal + denominator) / (2 * denominator));
+        const LinearPlace place(index, srcSize, dstSize);
+        const auto last = static_cast<int64_t>(srcSize) - 1;
+        outerLower = place.lower;
+        lower = static_cast<uint32_t>(std::clamp<int64_t>(place.lower, 0, last));
+        upper = static_cast<uint32_t>(std::min(place.lower + 1, last));
+        weight = static_cast<uint32_t>((place.share * 2 * kLinearTotal + place.denominator) / (2 * place.denominator));
     }
 
-    uint32_t lower = 0;
-    uint32_t upper = 0;
-    uint32_t weight = 0;  // of `upper`; `lower` has the rest
+    uint32_t lower;
+    uint32_t upper;
+    uint32_t weight;     // of `upper`; `lower` has the rest
+    int64_t outerLower;  // as `lower`, but -1 stays; the upper one beside it is the next, inside or not
+};
+
+/** The same for floats, whose weights are floats. Where both pixels are the edge's the weight is 0. */
+struct LinearFloatTaps
+{
+    LinearFloatTaps(uint32_t index, uint32_t srcSize, uint32_t dstSize)
+    {
+        const LinearPlace place(index, srcSize, dstSize);
+        const auto last = static_cast<int64_t>(srcSize) - 1;
+        if (place.lower < 0 || place.lower >= last)
+        {
+            lower = upper = place.lower < 0 ? 0 : srcSize - 1;
+            return;
+        }
+        lower = static_cast<uint32_t>(place.lower);
+        upper = lower + 1;
+        weight = static_cast<float>(place.share) / static_cast<float>(place.denominator);
+    }
+
+    uint32_t lower;
+    uint32_t upper;
+    float weight = 0;
 };
 
 /**

@@ -1,10 +1,10 @@
 // Resizing, vector variant.
 #include <algorithm>
 #include <numeric>
-#include <utility>
 
 #include "cpu/scale/visoraScaleResize.h"
 #include "cpu/visoraScratch.h"
+#include "vecta/scale/visoraScaleLinear.h"
 #include "visora/variants/scale.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -39,127 +39,6 @@ bool resizeNearest(const Resize& r)
         r.src, r.srcStride, r.dst, r.dstWidth, r.dstHeight, r.dstStride,
         [&](uint32_t x) { return nearestIndex(x, r.srcWidth, r.dstWidth); },
         [&](uint32_t y) { return nearestIndex(y, r.srcHeight, r.dstHeight); });
-}
-
-// ---- Bilinear ----
-
-// Source rows stretched to the destination's width, the last two of them kept.
-class StretchedRows
-{
-  public:
-    static size_t scratchBytes(uint32_t dstWidth)
-    {
-        return 2 * pickerBytes(dstWidth) + 2 * roundUp(dstWidth) + 3 * roundUp(dstWidth * sizeof(int32_t));
-    }
-
-    StretchedRows(const Resize& r, uint8_t* scratch)
-        : r_(r),
-          lower_([&](uint32_t x) { return LinearTaps(x, r.srcWidth, r.dstWidth).lower; }, r.dstWidth, scratch),
-          upper_([&](uint32_t x) { return LinearTaps(x, r.srcWidth, r.dstWidth).upper; }, r.dstWidth,
-                 scratch + pickerBytes(r.dstWidth))
-    {
-        scratch += 2 * pickerBytes(r.dstWidth);
-        lowerPixels_ = scratch;
-        upperPixels_ = scratch + roundUp(r.dstWidth);
-        scratch += 2 * roundUp(r.dstWidth);
-        const size_t rowBytes = roundUp(r.dstWidth * sizeof(int32_t));
-        weights_ = reinterpret_cast<int32_t*>(scratch);
-        rows_[0].sums = reinterpret_cast<int32_t*>(scratch + rowBytes);
-        rows_[1].sums = reinterpret_cast<int32_t*>(scratch + 2 * rowBytes);
-        for (uint32_t x = 0; x < r.dstWidth; ++x)
-        {
-            weights_[x] = static_cast<int32_t>(LinearTaps(x, r.srcWidth, r.dstWidth).weight);
-        }
-    }
-
-    // Row `lower` of the source becomes rows_[0], row `upper` rows_[1].
-    template <class D>
-    HWY_INLINE void provide(D d, uint32_t lower, uint32_t upper)
-    {
-        if (rows_[1].row == lower)
-        {
-            std::swap(rows_[0], rows_[1]);
-        }
-        provide(d, rows_[0], lower);
-        provide(d, rows_[1], upper);
-    }
-
-    // One destination row between the two.
-    template <class D>
-    HWY_INLINE void blend(D d, uint32_t weight, uint8_t* out) const
-    {
-        const hn::Rebind<uint8_t, D> d8;
-        constexpr int32_t kTotal = kLinearTotal * kLinearTotal;
-        const auto share = hn::Set(d, static_cast<int32_t>(weight));
-        const auto rounding = hn::Set(d, kTotal / 2);
-        coverRange(0, r_.dstWidth, hn::Lanes(d),
-                   [&](size_t x) HWY_ATTR
-                   {
-                       const auto low = hn::LoadU(d, rows_[0].sums + x);
-                       const auto difference = hn::Sub(hn::LoadU(d, rows_[1].sums + x), low);
-                       const auto sum = hn::Add(hn::ShiftLeft<11>(low), hn::Mul(difference, share));
-                       hn::StoreU(hn::DemoteTo(d8, hn::ShiftRight<22>(hn::Add(sum, rounding))), d8, out + x);
-                   });
-    }
-
-  private:
-    struct Row
-    {
-        int32_t* sums = nullptr;
-        uint32_t row = UINT32_MAX;
-    };
-
-    static size_t roundUp(size_t bytes) { return (bytes + 63) / 64 * 64; }
-    static size_t pickerBytes(uint32_t dstWidth) { return roundUp(ColumnPicker::scratchBytes(dstWidth)); }
-
-    template <class D>
-    HWY_INLINE void provide(D d, Row& row, uint32_t wanted)
-    {
-        if (row.row == wanted)
-        {
-            return;
-        }
-        row.row = wanted;
-        const uint8_t* pixels = r_.src + size_t{wanted} * r_.srcStride;
-        const uint8_t* next = r_.src + size_t{std::min(wanted + 1, r_.srcHeight - 1)} * r_.srcStride;
-        lower_.pick(pixels, next, lowerPixels_);
-        upper_.pick(pixels, next, upperPixels_);
-        const hn::Rebind<uint8_t, D> d8;
-        coverRange(0, r_.dstWidth, hn::Lanes(d),
-                   [&](size_t x) HWY_ATTR
-                   {
-                       const auto low = hn::PromoteTo(d, hn::LoadU(d8, lowerPixels_ + x));
-                       const auto difference = hn::Sub(hn::PromoteTo(d, hn::LoadU(d8, upperPixels_ + x)), low);
-                       const auto sum =
-                           hn::Add(hn::ShiftLeft<11>(low), hn::Mul(difference, hn::LoadU(d, weights_ + x)));
-                       hn::StoreU(sum, d, row.sums + x);
-                   });
-    }
-
-    const Resize& r_;
-    ColumnPicker lower_;
-    ColumnPicker upper_;
-    uint8_t* lowerPixels_;
-    uint8_t* upperPixels_;
-    int32_t* weights_;
-    Row rows_[2];
-};
-
-bool resizeBilinear(const Resize& r)
-{
-    const Scratch scratch(StretchedRows::scratchBytes(r.dstWidth));
-    return scratch.data() &&
-           withFittingVector<int32_t>(r.dstWidth,
-                                      [&](auto d) HWY_ATTR
-                                      {
-                                          StretchedRows rows(r, scratch.data());
-                                          for (uint32_t y = 0; y < r.dstHeight; ++y)
-                                          {
-                                              const LinearTaps taps(y, r.srcHeight, r.dstHeight);
-                                              rows.provide(d, taps.lower, taps.upper);
-                                              rows.blend(d, taps.weight, r.dst + size_t{y} * r.dstStride);
-                                          }
-                                      });
 }
 
 // ---- Area ----
@@ -342,19 +221,12 @@ bool resizeArea(const Resize& r)
                                       });
 }
 
+// Not bilinear.
 bool resize(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
             uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, vsrInterpolation interpolation)
 {
     const Resize r = {src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride};
-    switch (interpolation)
-    {
-        case VISORA_INTERPOLATION_NEAREST:
-            return resizeNearest(r);
-        case VISORA_INTERPOLATION_BILINEAR:
-            return resizeBilinear(r);
-        default:
-            return resizeArea(r);
-    }
+    return interpolation == VISORA_INTERPOLATION_NEAREST ? resizeNearest(r) : resizeArea(r);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -372,12 +244,13 @@ vsrStatus vsrScaleu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                       uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, vsrInterpolation interpolation)
 {
     using namespace visora;
-    if (HWY_DYNAMIC_DISPATCH(resize)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride,
-                                     interpolation))
-    {
-        return VISORA_SUCCESS;
-    }
-    return vsrScaleu8C(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride, interpolation);
+    const bool done =
+        interpolation == VISORA_INTERPOLATION_BILINEAR
+            ? resizeLinear({src, srcWidth, srcHeight, srcStride, 1, dst, dstWidth, dstHeight, dstStride, nullptr})
+            : HWY_DYNAMIC_DISPATCH(resize)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride,
+                                           interpolation);
+    return done ? VISORA_SUCCESS
+                : vsrScaleu8C(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride, interpolation);
 }
 
 #endif

@@ -1,0 +1,132 @@
+// Bilinear resizing of f32 images, vector variant.
+#include <utility>
+
+#include "cpu/scale/visoraScaleResize.h"
+#include "cpu/visoraScratch.h"
+#include "visora/variants/scale.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vecta/scale/visoraScaleLinearFloatV.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "vecta/visoraExport.h"
+#include "vecta/visoraVector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+// Source rows stretched to the destination's width, the last two of them kept.
+class StretchedFloats
+{
+  public:
+    static size_t scratchBytes(size_t dstWidth) { return 7 * roundUp(dstWidth * sizeof(float)); }
+
+    StretchedFloats(uint32_t srcWidth, uint32_t dstWidth, uint8_t* scratch) : width_(dstWidth)
+    {
+        const auto take = [&] { return std::exchange(scratch, scratch + roundUp(size_t{dstWidth} * sizeof(float))); };
+        const auto takeFloats = [&] { return reinterpret_cast<float*>(take()); };
+        lower_ = reinterpret_cast<uint32_t*>(take());
+        upper_ = reinterpret_cast<uint32_t*>(take());
+        weights_ = takeFloats();
+        lowerPixels_ = takeFloats();
+        upperPixels_ = takeFloats();
+        rows_[0].pixels = takeFloats();
+        rows_[1].pixels = takeFloats();
+        for (uint32_t x = 0; x < dstWidth; ++x)
+        {
+            const LinearFloatTaps taps(x, srcWidth, dstWidth);
+            lower_[x] = taps.lower;
+            upper_[x] = taps.upper;
+            weights_[x] = taps.weight;
+        }
+    }
+
+    // Source row `number` becomes the row of that slot.
+    template <class D>
+    HWY_INLINE void provide(D d, size_t slot, uint32_t number, const float* pixels)
+    {
+        if (slot == 0 && rows_[1].number == number)
+        {
+            std::swap(rows_[0], rows_[1]);
+        }
+        Row& row = rows_[slot];
+        if (row.number == number)
+        {
+            return;
+        }
+        row.number = number;
+        for (size_t x = 0; x < width_; ++x)
+        {
+            lowerPixels_[x] = pixels[lower_[x]];
+            upperPixels_[x] = pixels[upper_[x]];
+        }
+        coverRange(0, width_, hn::Lanes(d),
+                   [&](size_t x) HWY_ATTR
+                   {
+                       hn::StoreU(lerpLanes(d, hn::LoadU(d, lowerPixels_ + x), hn::LoadU(d, upperPixels_ + x),
+                                            hn::LoadU(d, weights_ + x)),
+                                  d, row.pixels + x);
+                   });
+    }
+
+    template <class D>
+    HWY_INLINE void blend(D d, float weight, float* out) const
+    {
+        const auto share = hn::Set(d, weight);
+        coverRange(0, width_, hn::Lanes(d),
+                   [&](size_t x) HWY_ATTR
+                   {
+                       const auto mixed =
+                           lerpLanes(d, hn::LoadU(d, rows_[0].pixels + x), hn::LoadU(d, rows_[1].pixels + x), share);
+                       hn::StoreU(withOneNan(d, mixed), d, out + x);
+                   });
+    }
+
+  private:
+    struct Row
+    {
+        float* pixels = nullptr;
+        uint32_t number = UINT32_MAX;
+    };
+
+    static size_t roundUp(size_t bytes) { return (bytes + 63) / 64 * 64; }
+
+    size_t width_;
+    uint32_t* lower_;
+    uint32_t* upper_;
+    float* weights_;
+    float* lowerPixels_;
+    float* upperPixels_;
+    Row rows_[2];
+};
+
+bool resizeFloats(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,
+                  uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    const Scratch scratch(StretchedFloats::scratchBytes(dstWidth));
+    const auto resizeRows = [&](auto d) HWY_ATTR
+    {
+        StretchedFloats rows(srcWidth, dstWidth, scratch.data());
+        for (uint32_t y = 0; y < dstHeight; ++y)
+        {
+            const LinearFloatTaps taps(y, srcHeight, dstHeight);
+            rows.provide(d, 0, taps.lower, src + taps.lower * size_t{srcStride / sizeof(float)});
+            rows.provide(d, 1, taps.upper, src + taps.upper * size_t{srcStride / sizeof(float)});
+            rows.blend(d, taps.weight, dst + y * size_t{dstStride / sizeof(float)});
+        }
+    };
+    return scratch.data() && withFittingVector<float>(dstWidth, resizeRows);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+VSR_VECTOR(vsrScaleBilinearf32, resizeFloats);
+
+#endif
