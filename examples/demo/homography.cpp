@@ -11,6 +11,7 @@
 #include "visora/corner.h"
 #include "visora/filter.h"
 #include "visora/geom.h"
+#include "visora/warp.h"
 
 namespace demo
 {
@@ -46,24 +47,13 @@ Matrix inverse(const Matrix& m)
             m[3] * m[7] - m[4] * m[6], m[1] * m[6] - m[0] * m[7], m[0] * m[4] - m[1] * m[3]};
 }
 
-Point apply(const Matrix& h, Point p)
-{
-    const double w = h[6] * p.x + h[7] * p.y + h[8];
-    return {(h[0] * p.x + h[1] * p.y + h[2]) / w, (h[3] * p.x + h[4] * p.y + h[5]) / w};
-}
-
-bool isInside(const Picture& picture, Point p, double margin)
-{
-    return p.x >= margin && p.y >= margin && p.x <= picture.width - 1 - margin && p.y <= picture.height - 1 - margin;
-}
-
 // Between pixels, linearly; the point lies inside.
-double sample(const Picture& picture, Point p, uint32_t channel)
+double sample(const Picture& gray, Point p)
 {
-    const auto x = std::min(static_cast<uint32_t>(p.x), picture.width - 2);
-    const auto y = std::min(static_cast<uint32_t>(p.y), picture.height - 2);
+    const auto x = std::min(static_cast<uint32_t>(p.x), gray.width - 2);
+    const auto y = std::min(static_cast<uint32_t>(p.y), gray.height - 2);
     const auto at = [&](uint32_t atX, uint32_t atY)
-    { return static_cast<double>(picture.data()[(size_t{atY} * picture.width + atX) * picture.channels + channel]); };
+    { return static_cast<double>(gray.data()[size_t{atY} * gray.width + atX]); };
     const double a = p.x - x;
     const double b = p.y - y;
     return (1 - b) * ((1 - a) * at(x, y) + a * at(x + 1, y)) + b * ((1 - a) * at(x, y + 1) + a * at(x + 1, y + 1));
@@ -93,7 +83,7 @@ double orientation(const Picture& gray, Point p)
         {
             if (x * x + y * y <= kOrientationRadius * kOrientationRadius)
             {
-                const double value = sample(gray, {p.x + x, p.y + y}, 0);
+                const double value = sample(gray, {p.x + x, p.y + y});
                 momentX += x * value;
                 momentY += y * value;
             }
@@ -114,7 +104,7 @@ Feature describe(const Picture& gray, Point place)
         const double x = i % kPatchSide - (kPatchSide - 1) / 2.0;
         const double y = row - (kPatchSide - 1) / 2.0;
         feature.patch[static_cast<size_t>(i)] =
-            static_cast<float>(sample(gray, {place.x + c * x - s * y, place.y + s * x + c * y}, 0));
+            static_cast<float>(sample(gray, {place.x + c * x - s * y, place.y + s * x + c * y}));
     }
     auto& patch = feature.patch;
     const float mean = std::accumulate(patch.begin(), patch.end(), 0.0f) / static_cast<float>(patch.size());
@@ -302,24 +292,48 @@ Picture drawMatches(const Picture& first, const Picture& second, const std::vect
     return both;
 }
 
-// The second photograph, with the first, warped, in every other square.
-Picture overlay(const Picture& first, const Picture& second, const Matrix& homography)
+Picture plane(const Picture& rgb, size_t channel)
 {
-    constexpr uint32_t kSquare = 80;
-    const Matrix back = inverse(homography);
-    Picture result = second;
-    for (uint32_t y = 0; y < second.height; ++y)
+    Picture gray(rgb.width, rgb.height, 1);
+    for (size_t i = 0; i < size_t{rgb.width} * rgb.height; ++i)
     {
-        for (uint32_t x = 0; x < second.width; ++x)
+        gray.data()[i] = rgb.data()[i * 3 + channel];
+    }
+    return gray;
+}
+
+// The second photograph, with the first, warped, in every other square. A white picture, warped alike, tells where the
+// first one reaches to.
+Picture overlay(const Picture& first, const Picture& second, const Matrix& homography, Runner& runner)
+{
+    constexpr size_t kSquare = 80;
+    const Matrix back = inverse(homography);
+    std::array<float, 9> matrix;
+    std::transform(back.begin(), back.end(), matrix.begin(),
+                   [&](double element) { return static_cast<float>(element / back[8]); });
+    const auto warp = [&](const Picture& from)
+    {
+        Picture to(second.width, second.height, 1);
+        runner.run("vsrWarpPerspectiveu8", size_t{to.width} * to.height,
+                   [&] {
+                       return vsrWarpPerspectiveu8(from.data(), from.width, from.height, matrix.data(), to.data(),
+                                                   to.width, to.height);
+                   });
+        return to;
+    };
+    Picture white(first.width, first.height, 1);
+    std::fill_n(white.data(), size_t{white.width} * white.height, uint8_t{255});
+    const Picture reached = warp(white);
+    Picture result = second;
+    for (size_t channel = 0; channel < 3; ++channel)
+    {
+        const Picture warped = warp(plane(first, channel));
+        for (size_t i = 0; i < size_t{second.width} * second.height; ++i)
         {
-            const Point p = apply(back, {static_cast<double>(x), static_cast<double>(y)});
-            if ((x / kSquare + y / kSquare) % 2 == 0 && isInside(first, p, 0))
+            const size_t square = i % second.width / kSquare + i / second.width / kSquare;
+            if (square % 2 == 0 && reached.data()[i] == 255)
             {
-                for (uint32_t channel = 0; channel < 3; ++channel)
-                {
-                    result.data()[(size_t{y} * second.width + x) * 3 + channel] =
-                        static_cast<uint8_t>(std::lround(sample(first, p, channel)));
-                }
+                result.data()[i * 3 + channel] = warped.data()[i];
             }
         }
     }
@@ -334,8 +348,9 @@ std::vector<TitledPicture> layOver(const Photograph& first, const Photograph& se
         throw std::runtime_error("the photographs have too little in common");
     }
     const Consensus consensus = fitHomography(matches, runner);
-    return {{"matches that agree on one plane", drawMatches(first.rgb, second.rgb, matches, consensus.inliers)},
-            {"first warped onto second, every other square", overlay(first.rgb, second.rgb, consensus.homography)}};
+    return {
+        {"matches that agree on one plane", drawMatches(first.rgb, second.rgb, matches, consensus.inliers)},
+        {"first warped onto second, every other square", overlay(first.rgb, second.rgb, consensus.homography, runner)}};
 }
 
 const RegisterPairStages homography({layOver});
