@@ -64,12 +64,12 @@ const Register movers({
     {VISORA_OPERATION(vsrRotatePlaneu8), prepareRotation<vsrRotatePlaneu8C, 1>},
     {VISORA_OPERATION(vsrTransposeu8), prepareTransposition<vsrTransposeu8C, uint8_t>},
     {VISORA_OPERATION(vsrTransposef32), prepareTransposition<vsrTransposef32C, float>},
-    {VISORA_OPERATION(vsrFlipu8), prepareFlip<1, VISORA_FLIP_HORIZONTAL>, "horizontal"},
+    {VISORA_OPERATION(vsrFlipu8), inPlace(prepareFlip<1, VISORA_FLIP_HORIZONTAL>), "horizontal"},
     {VISORA_OPERATION(vsrFlipu8), prepareFlip<1, VISORA_FLIP_VERTICAL>, "vertical"},
     {VISORA_OPERATION(vsrFlipu8), prepareFlip<2, VISORA_FLIP_HORIZONTAL>, "two_channels"},
     {VISORA_OPERATION(vsrFlipu8), prepareFlip<3, VISORA_FLIP_HORIZONTAL>, "three_channels"},
     {VISORA_OPERATION(vsrFlipu8), prepareFlip<4, VISORA_FLIP_BOTH>, "four_channels"},
-    {VISORA_OPERATION(vsrFlipu16), prepareWordFlip},
+    {VISORA_OPERATION(vsrFlipu16), inPlace(prepareWordFlip)},
 });
 
 }  // namespace

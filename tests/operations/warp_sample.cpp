@@ -75,7 +75,7 @@ Images sizes(Arguments& a, uint32_t pixelBytes, uint32_t elementBytes = 1)
     if (!a.shape().typical)
     {
         s.dstWidth = a.random().between(1, 200);
-        s.dstHeight = a.random().between(1, 20);
+        s.dstHeight = a.random().between(2, 20);
     }
     s.srcStride = a.srcStride(s.width * pixelBytes, elementBytes);
     s.dstStride = a.dstStride(s.dstWidth * pixelBytes, elementBytes);
@@ -290,20 +290,31 @@ void preparePoints(Arguments& a)
     a.call(kernel, src, count, matrix, a.output<float>(count * dimensions, 1, count * dimensions * sizeof(float)));
 }
 
+// Points may be written where they stand.
+const EntryRule kPoints = {.inPlace = EntryRule::InPlace::NotLookedAt};
+// A tile may begin at 0.
+const EntryRule kTile = {.unchecked = {7, 8}};
+
 const Register warps({
-    {VISORA_OPERATION(vsrTransformAffineu8), prepareWarp<vsrTransformAffineu8C, Motion::Slight, 6>, "5_degrees"},
+    {VISORA_OPERATION(vsrTransformAffineu8),
+     ruled({.packed = {VISORA_PACKED(vsrTransformAffineu8, "")}},
+           prepareWarp<vsrTransformAffineu8C, Motion::Slight, 6>),
+     "5_degrees"},
     {VISORA_OPERATION(vsrTransformAffineu8), prepareWarp<vsrTransformAffineu8C, Motion::Skew, 6>, "45_degrees"},
     {VISORA_OPERATION(vsrTransformAffineu8), prepareWarp<vsrTransformAffineu8C, Motion::Quarter, 6>, "90_degrees"},
     {VISORA_OPERATION(vsrTransformAffineRGBA8888u8), prepareRgba<Motion::Slight>, "5_degrees"},
     {VISORA_OPERATION(vsrTransformAffinef32), prepareFloat},
     {VISORA_OPERATION(vsrTransformAffineClippedu8), prepareClipped<Motion::Slight>},
     {VISORA_OPERATION(vsr3ChannelTransformAffineClippedBCu8), prepareCubic},
-    {VISORA_OPERATION(vsrWarpPerspectiveu8), prepareWarp<vsrWarpPerspectiveu8C, Motion::Slight, 9>, "5_degrees"},
+    {VISORA_OPERATION(vsrWarpPerspectiveu8),
+     ruled({.packed = {VISORA_PACKED(vsrWarpPerspectiveu8, "")}},
+           prepareWarp<vsrWarpPerspectiveu8C, Motion::Slight, 9>),
+     "5_degrees"},
     {VISORA_OPERATION(vsrWarpPerspectiveu8), prepareWarp<vsrWarpPerspectiveu8C, Motion::Skew, 9>, "45_degrees"},
     {VISORA_OPERATION(vsrWarpPerspectiveu8), prepareWarp<vsrWarpPerspectiveu8C, Motion::Quarter, 9>, "90_degrees"},
     {VISORA_OPERATION(vsrWarpPerspectiveu8), prepareWarp<vsrWarpPerspectiveu8C, Motion::Perspective, 9>, "tilted"},
     {VISORA_OPERATION(vsrWarpPerspectiveu8_v3), prepareBordered},
-    {VISORA_OPERATION(vsrWarpPerspectiveu8_v4), prepareTile},
+    {VISORA_OPERATION(vsrWarpPerspectiveu8_v4), ruled(kTile, prepareTile)},
     {VISORA_OPERATION(vsr3ChannelWarpPerspectiveu8), prepareThree},
     {VISORA_OPERATION(vsr3ChannelWarpPerspectiveu8_v2), prepareThreeBordered},
     {VISORA_OPERATION(vsrRemapu8), prepareRemap<1, Motion::Slight>, "5_degrees"},
@@ -311,8 +322,10 @@ const Register warps({
     {VISORA_OPERATION(vsrRemapRGBA8888u8), prepareRemap<4, Motion::Slight>},
     {VISORA_OPERATION(vsrBuildRectifyMapf32), prepareMap<true>},
     {VISORA_OPERATION(vsrBuildUndistortMapf32), prepareMap<false>},
-    {VISORA_OPERATION(vsrTransformPoint2xNf32), preparePoints<vsrTransformPoint2xNf32C, 2, 9>, "", 0, true},
-    {VISORA_OPERATION(vsrTransformPoint3xNf32), preparePoints<vsrTransformPoint3xNf32C, 3, 12>, "", 0, true},
+    {VISORA_OPERATION(vsrTransformPoint2xNf32), ruled(kPoints, preparePoints<vsrTransformPoint2xNf32C, 2, 9>), "", 0,
+     true},
+    {VISORA_OPERATION(vsrTransformPoint3xNf32), ruled(kPoints, preparePoints<vsrTransformPoint3xNf32C, 3, 12>), "", 0,
+     true},
 });
 
 }  // namespace

@@ -92,14 +92,17 @@ struct WarpPlane
     bool replicate;         // the edge continues outwards; else `border` stands there
     const uint8_t* border;  // a byte for each channel
 
-    uint8_t at(int32_t i, int32_t j, uint32_t channel) const
+    /** The channels of a pixel, of the image or of the border. */
+    const uint8_t* pixel(int32_t i, int32_t j) const
     {
         const int32_t column = std::clamp(i, 0, static_cast<int32_t>(width) - 1);
         const int32_t row = std::clamp(j, 0, static_cast<int32_t>(height) - 1);
         return replicate || (i == column && j == row)
-                   ? pixels[static_cast<size_t>(row) * stride + static_cast<size_t>(column) * channels + channel]
-                   : border[channel];
+                   ? pixels + static_cast<size_t>(row) * stride + static_cast<size_t>(column) * channels
+                   : border;
     }
+
+    uint8_t at(int32_t i, int32_t j, uint32_t channel) const { return pixel(i, j)[channel]; }
 };
 
 /** Samples that only clipped warps take, beside vsrInterpolation's. */

@@ -1,4 +1,6 @@
 // Bilinear resizing of f32 images, vector variant.
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "cpu/scale/visoraScaleResize.h"
@@ -18,29 +20,32 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-// Source rows stretched to the destination's width, the last two of them kept.
+// Source rows stretched to the destination's width, the last two of them kept. The two pixels of an output are copied
+// as one; where both are the last of the row, at the end of it, they are put there apart.
 class StretchedFloats
 {
   public:
-    static size_t scratchBytes(size_t dstWidth) { return 7 * roundUp(dstWidth * sizeof(float)); }
+    static size_t scratchBytes(size_t dstWidth) { return 6 * roundUp(dstWidth * sizeof(float)); }
 
-    StretchedFloats(uint32_t srcWidth, uint32_t dstWidth, uint8_t* scratch) : width_(dstWidth)
+    StretchedFloats(uint32_t srcWidth, uint32_t dstWidth, uint8_t* scratch)
+        : width_(dstWidth), paired_(dstWidth), lastPixel_(srcWidth - 1)
     {
-        const auto take = [&] { return std::exchange(scratch, scratch + roundUp(size_t{dstWidth} * sizeof(float))); };
-        const auto takeFloats = [&] { return reinterpret_cast<float*>(take()); };
-        lower_ = reinterpret_cast<uint32_t*>(take());
-        upper_ = reinterpret_cast<uint32_t*>(take());
-        weights_ = takeFloats();
-        lowerPixels_ = takeFloats();
-        upperPixels_ = takeFloats();
-        rows_[0].pixels = takeFloats();
-        rows_[1].pixels = takeFloats();
+        const size_t rowBytes = roundUp(dstWidth * sizeof(float));
+        const auto take = [&](size_t rows) { return std::exchange(scratch, scratch + rows * rowBytes); };
+        lower_ = reinterpret_cast<uint32_t*>(take(1));
+        weights_ = reinterpret_cast<float*>(take(1));
+        pairs_ = reinterpret_cast<float*>(take(2));
+        rows_[0].pixels = reinterpret_cast<float*>(take(1));
+        rows_[1].pixels = reinterpret_cast<float*>(take(1));
         for (uint32_t x = 0; x < dstWidth; ++x)
         {
             const LinearFloatTaps taps(x, srcWidth, dstWidth);
             lower_[x] = taps.lower;
-            upper_[x] = taps.upper;
             weights_[x] = taps.weight;
+            if (taps.lower == lastPixel_)
+            {
+                paired_ = std::min<size_t>(paired_, x);
+            }
         }
     }
 
@@ -58,17 +63,17 @@ class StretchedFloats
             return;
         }
         row.number = number;
-        for (size_t x = 0; x < width_; ++x)
+        for (size_t x = 0; x < paired_; ++x)
         {
-            lowerPixels_[x] = pixels[lower_[x]];
-            upperPixels_[x] = pixels[upper_[x]];
+            std::memcpy(pairs_ + 2 * x, pixels + lower_[x], 2 * sizeof(float));
         }
+        std::fill(pairs_ + 2 * paired_, pairs_ + 2 * width_, pixels[lastPixel_]);
         coverRange(0, width_, hn::Lanes(d),
                    [&](size_t x) HWY_ATTR
                    {
-                       hn::StoreU(lerpLanes(d, hn::LoadU(d, lowerPixels_ + x), hn::LoadU(d, upperPixels_ + x),
-                                            hn::LoadU(d, weights_ + x)),
-                                  d, row.pixels + x);
+                       hn::Vec<D> lower, upper;
+                       hn::LoadInterleaved2(d, pairs_ + 2 * x, lower, upper);
+                       hn::StoreU(lerpLanes(d, lower, upper, hn::LoadU(d, weights_ + x)), d, row.pixels + x);
                    });
     }
 
@@ -95,11 +100,11 @@ class StretchedFloats
     static size_t roundUp(size_t bytes) { return (bytes + 63) / 64 * 64; }
 
     size_t width_;
+    size_t paired_;  // outputs before the last pixel
+    uint32_t lastPixel_;
     uint32_t* lower_;
-    uint32_t* upper_;
     float* weights_;
-    float* lowerPixels_;
-    float* upperPixels_;
+    float* pairs_;
     Row rows_[2];
 };
 

@@ -1,5 +1,6 @@
 // Doubled images, vector variants.
-#include "cpu/scale/visoraScaleUp.h"
+#include <cstddef>
+
 #include "visora/variants/scale.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -27,51 +28,6 @@ HWY_INLINE V timesSix(V v)
     return hn::ShiftLeft<1>(timesThree(v));
 }
 
-// What two output rows take from the columns of three source rows, and two output columns from three such sums.
-struct Linear
-{
-    template <class V>
-    HWY_INLINE static void down(V above, V row, V below, V& upper, V& lower)
-    {
-        const V most = timesThree(row);
-        upper = hn::Add(most, above);
-        lower = hn::Add(most, below);
-    }
-
-    template <class D, class V>
-    HWY_INLINE static void along(D d, V before, V sum, V after, V& even, V& odd)
-    {
-        const V most = hn::Add(timesThree(sum), hn::Set(d, 8));
-        even = hn::ShiftRight<4>(hn::Add(most, before));
-        odd = hn::ShiftRight<4>(hn::Add(most, after));
-    }
-};
-
-struct Binomial
-{
-    template <class V>
-    HWY_INLINE static void down(V above, V row, V below, V& upper, V& lower)
-    {
-        upper = hn::Add(timesSix(row), hn::Add(above, below));
-        lower = hn::ShiftLeft<2>(hn::Add(row, below));
-    }
-
-    template <class D, class V>
-    HWY_INLINE static void along(D d, V before, V sum, V after, V& even, V& odd)
-    {
-        const auto rounding = hn::Set(d, 32);
-        even = hn::ShiftRight<6>(hn::Add(hn::Add(timesSix(sum), rounding), hn::Add(before, after)));
-        odd = hn::ShiftRight<6>(hn::Add(hn::ShiftLeft<2>(hn::Add(sum, after)), rounding));
-    }
-};
-
-struct SourceRows
-{
-    const uint8_t* above;
-    const uint8_t* row;
-    const uint8_t* below;
-};
-
 constexpr size_t kChunk = 512;
 
 // The sums down the columns of a chunk, with those on either side of it.
@@ -81,8 +37,129 @@ struct Sums
     uint16_t lower[kChunk + 2];
 };
 
+// A chunk's part of an output row, from sums that begin beside its first column.
+struct ChunkRow
+{
+    const uint16_t* sums;
+    size_t count;
+    bool isFirst;
+    bool isLast;
+    uint8_t* out;
+};
+
+// body(d, before, sum, after, even, odd) makes two output columns of each column.
+template <class D, class Body>
+HWY_INLINE void doubleColumns(D d, const ChunkRow& row, Body body)
+{
+    coverRange(0, row.count, hn::Lanes(d),
+               [&](size_t x) HWY_ATTR
+               {
+                   hn::Vec<D> even, odd;
+                   body(hn::LoadU(d, row.sums + x), hn::LoadU(d, row.sums + x + 1), hn::LoadU(d, row.sums + x + 2),
+                        even, odd);
+                   hn::StoreU(bytesInTurn(d, even, odd), d, reinterpret_cast<uint16_t*>(row.out + 2 * x));
+               });
+}
+
+// Two output rows from the columns of three source rows, and two output columns from three such sums.
+struct Linear
+{
+    static constexpr bool kRepeatsEdge = true;
+
+    template <class V>
+    HWY_INLINE static void down(V above, V row, V below, V& upper, V& lower)
+    {
+        const V most = timesThree(row);
+        upper = hn::Add(most, above);
+        lower = hn::Add(most, below);
+    }
+
+    template <class D>
+    HWY_INLINE static void along(D d, const ChunkRow& row, uint32_t /*rowWeight*/)
+    {
+        doubleColumns(d, row,
+                      [d](auto before, auto sum, auto after, auto& even, auto& odd) HWY_ATTR
+                      {
+                          const auto most = hn::Add(timesThree(sum), hn::Set(d, 8));
+                          even = hn::ShiftRight<4>(hn::Add(most, before));
+                          odd = hn::ShiftRight<4>(hn::Add(most, after));
+                      });
+    }
+};
+
+// What lies outside counts as 0; where it would have had weight the divisors are smaller.
+struct Binomial
+{
+    static constexpr bool kRepeatsEdge = false;
+    static constexpr uint32_t kWeight = 8;  // of all taps of one axis
+
+    template <class V>
+    HWY_INLINE static void down(V above, V row, V below, V& upper, V& lower)
+    {
+        upper = hn::Add(timesSix(row), hn::Add(above, below));
+        lower = hn::ShiftLeft<2>(hn::Add(row, below));
+    }
+
+    // `rowWeight`: the weights of the rows that lie inside, 8, 7 or 4.
+    template <class D>
+    HWY_INLINE static void along(D d, const ChunkRow& row, uint32_t rowWeight)
+    {
+        switch (rowWeight)
+        {
+            case 8:
+                weigh(d, row, 32, [](auto sum) HWY_ATTR { return hn::ShiftRight<6>(sum); });
+                break;
+            case 7:
+                // By 8, then by 7: 2^16 / 7 rounded up is too large by less than 1 / 7 of what is divided, 2043 at
+                // most.
+                weigh(d, row, 28,
+                      [d](auto sum) HWY_ATTR { return hn::MulHigh(hn::ShiftRight<3>(sum), hn::Set(d, 9363)); });
+                break;
+            default:
+                weigh(d, row, 16, [](auto sum) HWY_ATTR { return hn::ShiftRight<5>(sum); });
+                break;
+        }
+        const auto mean = [rowWeight](uint32_t sum, uint32_t columnWeight)
+        {
+            const uint32_t total = rowWeight * columnWeight;
+            return static_cast<uint8_t>((2 * sum + total) / (2 * total));
+        };
+        if (row.isFirst)
+        {
+            row.out[0] = mean(6 * uint32_t{row.sums[1]} + row.sums[2], kWeight - 1);
+        }
+        if (row.isLast)
+        {
+            const uint16_t* last = row.sums + row.count;
+            row.out[2 * row.count - 2] = mean(6 * uint32_t{last[0]} + last[-1], kWeight - 1);
+            row.out[2 * row.count - 1] = mean(4 * uint32_t{last[0]}, kWeight / 2);
+        }
+    }
+
+  private:
+    template <class D, class Divide>
+    HWY_INLINE static void weigh(D d, const ChunkRow& row, uint16_t half, Divide divide)
+    {
+        doubleColumns(d, row,
+                      [=](auto before, auto sum, auto after, auto& even, auto& odd) HWY_ATTR
+                      {
+                          const auto rounding = hn::Set(d, half);
+                          even = divide(hn::Add(hn::Add(timesSix(sum), rounding), hn::Add(before, after)));
+                          odd = divide(hn::Add(hn::ShiftLeft<2>(hn::Add(sum, after)), rounding));
+                      });
+    }
+};
+
+// From a chunk's first column on.
+struct SourceRows
+{
+    const uint8_t* above;
+    const uint8_t* row;
+    const uint8_t* below;
+};
+
 template <class Weights, class D>
-HWY_INLINE void sumColumns(D d, const SourceRows& rows, size_t column, Sums& sums, size_t to)
+HWY_INLINE void sumColumns(D d, const SourceRows& rows, ptrdiff_t column, Sums& sums, size_t to)
 {
     const hn::Rebind<uint8_t, D> d8;
     hn::Vec<D> upper, lower;
@@ -93,26 +170,25 @@ HWY_INLINE void sumColumns(D d, const SourceRows& rows, size_t column, Sums& sum
     hn::StoreU(lower, d, sums.lower + to);
 }
 
-template <class Weights, class D>
-HWY_INLINE void doubleColumns(D d, const uint16_t* sums, size_t count, uint8_t* out)
+// The sum beside a chunk, `column` if that is inside, else the edge's, `edge`, or none.
+template <class Weights>
+HWY_INLINE void sumBeside(const SourceRows& rows, bool isInside, ptrdiff_t column, ptrdiff_t edge, Sums& sums,
+                          size_t to)
 {
-    coverRange(0, count, hn::Lanes(d),
-               [&](size_t x) HWY_ATTR
-               {
-                   hn::Vec<D> even, odd;
-                   Weights::along(d, hn::LoadU(d, sums + x), hn::LoadU(d, sums + x + 1), hn::LoadU(d, sums + x + 2),
-                                  even, odd);
-                   hn::StoreU(bytesInTurn(d, even, odd), d, reinterpret_cast<uint16_t*>(out + 2 * x));
-               });
+    if (isInside || Weights::kRepeatsEdge)
+    {
+        return sumColumns<Weights>(hn::CappedTag<uint16_t, 1>(), rows, isInside ? column : edge, sums, to);
+    }
+    sums.upper[to] = sums.lower[to] = 0;
 }
 
-// Columns outside the image repeat the edge, rows likewise.
 template <class Weights>
 HWY_INLINE bool doubleImage(const uint8_t* src, size_t width, size_t height, size_t srcStride, uint8_t* dst,
                             size_t dstStride)
 {
-    const hn::CappedTag<uint16_t, 1> single;
+    static constexpr uint8_t kNothing[kChunk + 2] = {};
     const size_t chunk = HWY_MIN(width, kChunk);
+    const auto last = static_cast<ptrdiff_t>(chunk) - 1;
     return withFittingVector<uint16_t>(
         width,
         [&](auto d) HWY_ATTR
@@ -120,20 +196,28 @@ HWY_INLINE bool doubleImage(const uint8_t* src, size_t width, size_t height, siz
             Sums sums;
             for (size_t y = 0; y < height; ++y)
             {
-                const uint8_t* row = src + y * srcStride;
-                const SourceRows rows = {y > 0 ? row - srcStride : row, row, y + 1 < height ? row + srcStride : row};
+                const bool isTop = y == 0;
+                const bool isBottom = y + 1 == height;
                 uint8_t* out = dst + 2 * y * dstStride;
-                coverRange(0, width, chunk,
-                           [&](size_t begin) HWY_ATTR
-                           {
-                               sumColumns<Weights>(single, rows, begin - HWY_MIN(begin, 1), sums, 0);
-                               sumColumns<Weights>(single, rows, HWY_MIN(begin + chunk, width - 1), sums, chunk + 1);
-                               coverRange(0, chunk, hn::Lanes(d),
-                                          [&](size_t x) HWY_ATTR
-                                          { sumColumns<Weights>(d, rows, begin + x, sums, x + 1); });
-                               doubleColumns<Weights>(d, sums.upper, chunk, out + 2 * begin);
-                               doubleColumns<Weights>(d, sums.lower, chunk, out + 2 * begin + dstStride);
-                           });
+                coverRange(
+                    0, width, chunk,
+                    [&](size_t begin) HWY_ATTR
+                    {
+                        const uint8_t* row = src + y * srcStride + begin;
+                        const uint8_t* outside = Weights::kRepeatsEdge ? row : kNothing + 1;
+                        const SourceRows rows = {isTop ? outside : row - srcStride, row,
+                                                 isBottom ? outside : row + srcStride};
+                        const bool isFirst = begin == 0;
+                        const bool isLast = begin + chunk == width;
+                        sumBeside<Weights>(rows, !isFirst, -1, 0, sums, 0);
+                        sumBeside<Weights>(rows, !isLast, last + 1, last, sums, chunk + 1);
+                        coverRange(0, chunk, hn::Lanes(d),
+                                   [&](size_t x) HWY_ATTR
+                                   { sumColumns<Weights>(d, rows, static_cast<ptrdiff_t>(x), sums, x + 1); });
+                        Weights::along(d, {sums.upper, chunk, isFirst, isLast, out + 2 * begin}, 8u - isTop - isBottom);
+                        Weights::along(d, {sums.lower, chunk, isFirst, isLast, out + 2 * begin + dstStride},
+                                       isBottom ? 4u : 8u);
+                    });
             }
         });
 }
@@ -144,32 +228,11 @@ bool doubleLinear(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uin
     return doubleImage<Linear>(src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
-// Where taps are left out, at the frame, the divisors are others.
+// A single row has divisors of its own.
 bool doubleBinomial(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
                     uint32_t dstStride)
 {
-    if (!doubleImage<Binomial>(src, srcWidth, srcHeight, srcStride, dst, dstStride))
-    {
-        return false;
-    }
-    const size_t dstWidth = size_t{srcWidth} * 2;
-    const size_t dstHeight = size_t{srcHeight} * 2;
-    const auto set = [&](size_t x, size_t y)
-    { dst[y * dstStride + x] = binomialPixel(src, srcWidth, srcHeight, srcStride, x, y); };
-    for (const size_t y : {size_t{0}, dstHeight - 2, dstHeight - 1})
-    {
-        for (size_t x = 0; x < dstWidth; ++x)
-        {
-            set(x, y);
-        }
-    }
-    for (size_t y = 1; y < dstHeight - 2; ++y)
-    {
-        set(0, y);
-        set(dstWidth - 2, y);
-        set(dstWidth - 1, y);
-    }
-    return true;
+    return srcHeight > 1 && doubleImage<Binomial>(src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 }  // namespace HWY_NAMESPACE

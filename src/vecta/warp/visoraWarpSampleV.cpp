@@ -66,7 +66,8 @@ HWY_NOINLINE void warpNearest(const WarpCall& call, size_t x, size_t y, size_t c
     for (size_t p = 0; p < call.planes; ++p)
     {
         StripOut out(call.dst[p] + y * call.dstStride + x * call.channels, count, call.channels);
-        nearestStrip(call.plane(p), strip, plan, out.data());
+        call.channels == 1 ? nearestStrip<uint8_t>(call.plane(p), strip, plan, out.data())
+                           : nearestStrip<uint32_t>(call.plane(p), strip, plan, out.data());
     }
 }
 
@@ -177,7 +178,7 @@ HWY_INLINE void sumSamples(const WarpCall& call, size_t x, size_t y, int32_t n, 
             {
                 const auto sum =
                     between(hn::Load(d, taps.of + i), hn::Load(IntTag(), strip.u + i), hn::Load(IntTag(), strip.v + i));
-                hn::Store(hn::Add(hn::Load(d, sums + i), sum), d, sums + i);
+                hn::Store(hn::Add(hn::Load(d, sums + i), hn::BitCast(d, sum)), d, sums + i);
             }
         }
     }

@@ -6,6 +6,8 @@
 #define VISORA_VECTA_WARP_STRIP_INL_H
 #endif
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "cpu/warp/visoraWarpCall.h"
@@ -35,6 +37,7 @@ struct Strip
 {
     alignas(64) int32_t u[kStrip];
     alignas(64) int32_t v[kStrip];
+    int32_t slack[kGroup];  // that vectors may read
 };
 
 // ---- Positions ----
@@ -219,30 +222,28 @@ HWY_INLINE T loadAs(const uint8_t* from)
 // ---- Nearest ----
 
 /** The strip's places are half a pixel on. */
+template <class Pixel>
 HWY_INLINE void nearestStrip(const WarpPlane& plane, const Strip& strip, const Plan& plan, uint8_t* out)
 {
+    const uint8_t* pixels = plane.pixels;
     for (size_t g = 0; g < kGroups; ++g)
     {
-        for (size_t i = g * kGroup; i < (g + 1) * kGroup; ++i)
+        const size_t begin = g * kGroup;
+        if (plan.groups[g] == Where::Inside)
         {
-            if (plan.groups[g] == Where::Inside)
+            for (size_t i = begin; i < begin + kGroup; ++i)
             {
-                const uint8_t* pixel = plane.pixels + plan.offsets[i];
-                if (plane.channels == 1)
-                {
-                    out[i] = *pixel;
-                }
-                else
-                {
-                    std::memcpy(out + 4 * i, pixel, 4);
-                }
-                continue;
+                std::memcpy(out + i * sizeof(Pixel), pixels + plan.offsets[i], sizeof(Pixel));
             }
-            for (uint32_t c = 0; c < plane.channels; ++c)
+            continue;
+        }
+        for (size_t i = begin; i < begin + kGroup; ++i)
+        {
+            for (uint32_t c = 0; c < sizeof(Pixel); ++c)
             {
-                out[i * plane.channels + c] = plan.groups[g] == Where::Outside
-                                                  ? plane.border[c]
-                                                  : plane.at(strip.u[i] >> kPlaceBits, strip.v[i] >> kPlaceBits, c);
+                out[i * sizeof(Pixel) + c] = plan.groups[g] == Where::Outside
+                                                 ? plane.border[c]
+                                                 : plane.at(strip.u[i] >> kPlaceBits, strip.v[i] >> kPlaceBits, c);
             }
         }
     }
@@ -256,12 +257,12 @@ struct Taps
     alignas(64) uint32_t of[kStrip];
 };
 
-HWY_INLINE uint32_t mixedTaps(const WarpPlane& plane, const Strip& strip, size_t i, uint32_t channel)
+HWY_INLINE uint32_t mixedTaps(const WarpPlane& plane, const Strip& strip, size_t i)
 {
     const int32_t column = strip.u[i] >> kPlaceBits;
     const int32_t row = strip.v[i] >> kPlaceBits;
-    return uint32_t{plane.at(column, row, channel)} | uint32_t{plane.at(column + 1, row, channel)} << 8 |
-           uint32_t{plane.at(column, row + 1, channel)} << 16 | uint32_t{plane.at(column + 1, row + 1, channel)} << 24;
+    return uint32_t{plane.at(column, row, 0)} | uint32_t{plane.at(column + 1, row, 0)} << 8 |
+           uint32_t{plane.at(column, row + 1, 0)} << 16 | uint32_t{plane.at(column + 1, row + 1, 0)} << 24;
 }
 
 HWY_INLINE void takeTaps(const WarpPlane& plane, const Strip& strip, const Plan& plan, Taps& taps)
@@ -292,26 +293,39 @@ HWY_INLINE void takeTaps(const WarpPlane& plane, const Strip& strip, const Plan&
         {
             for (size_t i = begin; i < begin + kGroup; ++i)
             {
-                taps.of[i] = mixedTaps(plane, strip, i, 0);
+                taps.of[i] = mixedTaps(plane, strip, i);
             }
         }
     }
 }
 
-/** The value between four taps, in 1/65536. Both blends along the rows fit 16 bits: 256 p + a (q - p). */
-HWY_INLINE Unsigneds between(Unsigneds taps, Ints u, Ints v)
+/**
+ * The value between four taps, in 1/65536. Both blends along the rows fit 16 bits: 256 p + a (q - p); with half their
+ * range off they are signed, and the blend between them is one of pairs.
+ */
+HWY_INLINE Ints between(Unsigneds taps, Ints u, Ints v)
 {
-    const UnsignedTag d;
-    const hn::Repartition<uint16_t, UnsignedTag> d16;
-    const auto fraction = hn::Set(d, static_cast<uint32_t>(kPlaceOne - 1));
-    const auto a = hn::And(hn::BitCast(d, u), fraction);
-    const auto b = hn::And(hn::BitCast(d, v), fraction);
+    const IntTag d;
+    const hn::Repartition<uint16_t, IntTag> d16;
+    const hn::Repartition<int16_t, IntTag> dSigned;
+    const auto fraction = hn::Set(d, kPlaceOne - 1);
+    const auto a = hn::And(u, fraction);
+    const auto b = hn::And(v, fraction);
     const auto pairs = hn::BitCast(d16, taps);
     const auto step = hn::Sub(hn::ShiftRight<8>(pairs), hn::And(pairs, hn::Set(d16, 0xff)));
-    const auto weights = hn::BitCast(d16, hn::Or(a, hn::ShiftLeft<16>(a)));
-    const auto rows = hn::BitCast(d, hn::Add(hn::ShiftLeft<8>(pairs), hn::Mul(step, weights)));
-    const auto upper = hn::And(rows, hn::Set(d, 0xffff));
-    return hn::Add(hn::ShiftLeft<8>(upper), hn::Mul(hn::Sub(hn::ShiftRight<16>(rows), upper), b));
+    const auto along = hn::BitCast(d16, hn::Or(a, hn::ShiftLeft<16>(a)));
+    const auto rows = hn::Add(hn::ShiftLeft<8>(pairs), hn::Mul(step, along));
+    const auto centred = hn::BitCast(dSigned, hn::Xor(rows, hn::Set(d16, 0x8000)));
+    // b for the lower row, 256 - b for the upper one.
+    const auto down = hn::Add(hn::Sub(hn::ShiftLeft<16>(b), b), hn::Set(d, kPlaceOne));
+    return hn::Add(sumsOfPairProducts(d, centred, hn::BitCast(dSigned, down)), hn::Set(d, 0x8000 * kPlaceOne));
+}
+
+/** The same rounded to a byte's value. */
+HWY_INLINE Unsigneds roundedBetween(Unsigneds taps, Ints u, Ints v)
+{
+    const IntTag d;
+    return hn::BitCast(UnsignedTag(), hn::ShiftRight<16>(hn::Add(between(taps, u, v), hn::Set(d, 1 << 15))));
 }
 
 /** Bytes from `count` lanes of 32 bits, which value(i) makes, Lanes(UnsignedTag) from i on. */
@@ -332,13 +346,11 @@ HWY_INLINE void storeBytes(size_t count, uint8_t* out, Value value)
 
 HWY_INLINE void bilinearStrip(const Strip& strip, const Taps& taps, uint8_t* out)
 {
-    const UnsignedTag d;
+    const IntTag d;
     storeBytes(kStrip, out,
-               [&](size_t i) HWY_ATTR
-               {
-                   const auto sum = between(hn::Load(d, taps.of + i), hn::Load(IntTag(), strip.u + i),
-                                            hn::Load(IntTag(), strip.v + i));
-                   return hn::ShiftRight<16>(hn::Add(sum, hn::Set(d, 32768)));
+               [&](size_t i) HWY_ATTR {
+                   return roundedBetween(hn::Load(UnsignedTag(), taps.of + i), hn::Load(d, strip.u + i),
+                                         hn::Load(d, strip.v + i));
                });
 }
 
@@ -352,52 +364,59 @@ struct WideTaps
 
 HWY_INLINE void takeWideTaps(const WarpPlane& plane, const Strip& strip, const Plan& plan, WideTaps& taps)
 {
-    const uint64_t border = loadAs<uint32_t>(plane.border) * 0x100000001u;
+    const uint8_t* pixels = plane.pixels;
+    const size_t stride = plane.stride;
     for (size_t g = 0; g < kGroups; ++g)
     {
-        for (size_t i = g * kGroup; i < (g + 1) * kGroup; ++i)
+        const size_t begin = g * kGroup;
+        if (plan.groups[g] == Where::Inside)
         {
-            if (plan.groups[g] == Where::Inside)
+            for (size_t i = begin; i < begin + kGroup; ++i)
             {
-                const uint8_t* upper = plane.pixels + plan.offsets[i];
+                const uint8_t* upper = pixels + plan.offsets[i];
                 taps.of[2 * i] = loadAs<uint64_t>(upper);
-                taps.of[2 * i + 1] = loadAs<uint64_t>(upper + plane.stride);
+                taps.of[2 * i + 1] = loadAs<uint64_t>(upper + stride);
             }
-            else if (plan.groups[g] == Where::Outside)
+        }
+        else if (plan.groups[g] == Where::Outside)
+        {
+            std::fill_n(taps.of + 2 * begin, 2 * kGroup, loadAs<uint32_t>(plane.border) * uint64_t{0x100000001});
+        }
+        else
+        {
+            for (size_t i = begin; i < begin + kGroup; ++i)
             {
-                taps.of[2 * i] = taps.of[2 * i + 1] = border;
-            }
-            else
-            {
-                uint8_t bytes[16];
-                for (uint32_t c = 0; c < 4; ++c)
+                const int32_t column = strip.u[i] >> kPlaceBits;
+                for (int32_t below = 0; below < 2; ++below)
                 {
-                    const uint32_t four = mixedTaps(plane, strip, i, c);
-                    for (size_t tap = 0; tap < 4; ++tap)
-                    {
-                        bytes[tap * 4 + c] = static_cast<uint8_t>(four >> (8 * tap));
-                    }
+                    const int32_t row = (strip.v[i] >> kPlaceBits) + below;
+                    taps.of[2 * i + static_cast<size_t>(below)] =
+                        loadAs<uint32_t>(plane.pixel(column, row)) |
+                        uint64_t{loadAs<uint32_t>(plane.pixel(column + 1, row))} << 32;
                 }
-                std::memcpy(taps.of + 2 * i, bytes, sizeof(bytes));
             }
         }
     }
 }
 
+/** The first of the places four times, the next one four times, and so on. */
+HWY_INLINE Ints fourTimes(const int32_t* places)
+{
+    const IntTag d;
+    if constexpr (hn::MaxLanes(IntTag()) == 4)
+    {
+        return hn::Set(d, *places);
+    }
+    else
+    {
+        alignas(64) static constexpr int32_t kOf[16] = {0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3};
+        return hn::TableLookupLanes(hn::LoadU(d, places), hn::SetTableIndices(d, kOf));
+    }
+}
+
 HWY_INLINE void bilinearWideStrip(const Strip& strip, const WideTaps& taps, uint8_t* out)
 {
-    const UnsignedTag d;
-    const IntTag di;
-    const hn::FixedTag<int32_t, 4> d4;
     const hn::Repartition<uint8_t, UnsignedTag> d8;
-    // A place for each channel.
-    alignas(64) int32_t u[4 * kStrip];
-    alignas(64) int32_t v[4 * kStrip];
-    for (size_t i = 0; i < kStrip; ++i)
-    {
-        hn::Store(hn::Set(d4, strip.u[i]), d4, u + 4 * i);
-        hn::Store(hn::Set(d4, strip.v[i]), d4, v + 4 * i);
-    }
     // The four taps of a channel side by side.
     alignas(16) static constexpr uint8_t kByChannel[16] = {0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15};
     const auto byChannel = hn::LoadDup128(d8, kByChannel);
@@ -406,8 +425,8 @@ HWY_INLINE void bilinearWideStrip(const Strip& strip, const WideTaps& taps, uint
                [&](size_t i) HWY_ATTR
                {
                    const auto four = hn::TableLookupBytes(hn::Load(d8, bytes + 4 * i), byChannel);
-                   const auto sum = between(hn::BitCast(d, four), hn::Load(di, u + i), hn::Load(di, v + i));
-                   return hn::ShiftRight<16>(hn::Add(sum, hn::Set(d, 32768)));
+                   return roundedBetween(hn::BitCast(UnsignedTag(), four), fourTimes(strip.u + i / 4),
+                                         fourTimes(strip.v + i / 4));
                });
 }
 
@@ -419,33 +438,64 @@ struct CubicTaps
     alignas(64) uint32_t of[kCubicTaps][kStrip];
 };
 
+HWY_INLINE uint32_t mixedCubicTaps(const WarpPlane& plane, const Strip& strip, size_t i, size_t row)
+{
+    uint32_t four = 0;
+    for (size_t c = 0; c < kCubicTaps; ++c)
+    {
+        const uint32_t tap = plane.at((strip.u[i] >> kPlaceBits) - 1 + static_cast<int32_t>(c),
+                                      (strip.v[i] >> kPlaceBits) - 1 + static_cast<int32_t>(row), 0);
+        four |= tap << (8 * c);
+    }
+    return four;
+}
+
 HWY_INLINE void takeCubicTaps(const WarpPlane& plane, const Strip& strip, const Plan& plan, CubicTaps& taps)
 {
+    const size_t stride = plane.stride;
+    const ptrdiff_t toFirst = -static_cast<ptrdiff_t>(stride) - 1;
     for (size_t g = 0; g < kGroups; ++g)
     {
-        for (size_t i = g * kGroup; i < (g + 1) * kGroup; ++i)
+        const size_t begin = g * kGroup;
+        const bool isInside = plan.groups[g] == Where::Inside;
+        for (size_t r = 0; r < kCubicTaps && !isInside; ++r)
         {
-            for (size_t r = 0; r < kCubicTaps; ++r)
+            for (size_t i = begin; i < begin + kGroup; ++i)
             {
-                if (plan.groups[g] == Where::Inside)
-                {
-                    const uint8_t* centre = plane.pixels + plan.offsets[i];
-                    taps.of[r][i] = loadAs<uint32_t>(centre + r * plane.stride - plane.stride - 1);
-                    continue;
-                }
-                taps.of[r][i] = 0;
-                for (size_t c = 0; c < kCubicTaps; ++c)
-                {
-                    const uint32_t tap = plane.at((strip.u[i] >> kPlaceBits) - 1 + static_cast<int32_t>(c),
-                                                  (strip.v[i] >> kPlaceBits) - 1 + static_cast<int32_t>(r), 0);
-                    taps.of[r][i] |= tap << (8 * c);
-                }
+                taps.of[r][i] = mixedCubicTaps(plane, strip, i, r);
             }
+        }
+        for (size_t i = begin; i < begin + kGroup && isInside; ++i)
+        {
+            const uint8_t* row = plane.pixels + (plan.offsets[i] + toFirst);
+            taps.of[0][i] = loadAs<uint32_t>(row);
+            taps.of[1][i] = loadAs<uint32_t>(row + stride);
+            taps.of[2][i] = loadAs<uint32_t>(row + 2 * stride);
+            taps.of[3][i] = loadAs<uint32_t>(row + 3 * stride);
         }
     }
 }
 
-/** The weights of each place's taps: the first and third in one number, the second and fourth in the other. */
+/** The weights of a place's taps: the first and third in one number, the second and fourth in the other. */
+struct CubicPairs
+{
+    uint32_t even;
+    uint32_t odd;
+};
+
+constexpr std::array<CubicPairs, kPlaceOne> kCubicPairs = []
+{
+    std::array<CubicPairs, kPlaceOne> table{};
+    for (size_t i = 0; i < table.size(); ++i)
+    {
+        const CubicWeights& w = kCubicWeights[i];
+        const auto pair = [](int16_t low, int16_t high)
+        { return static_cast<uint32_t>(static_cast<uint16_t>(low)) | static_cast<uint32_t>(high) << 16; };
+        table[i] = {pair(w[0], w[2]), pair(w[1], w[3])};
+    }
+    return table;
+}();
+
 struct CubicShares
 {
     alignas(64) uint32_t even[kStrip];
@@ -454,13 +504,11 @@ struct CubicShares
 
 HWY_INLINE void takeShares(const int32_t* places, CubicShares& shares)
 {
-    const auto pair = [](int16_t low, int16_t high)
-    { return static_cast<uint32_t>(static_cast<uint16_t>(low)) | static_cast<uint32_t>(high) << 16; };
     for (size_t i = 0; i < kStrip; ++i)
     {
-        const CubicWeights& w = kCubicWeights[static_cast<size_t>(places[i] & (kPlaceOne - 1))];
-        shares.even[i] = pair(w[0], w[2]);
-        shares.odd[i] = pair(w[1], w[3]);
+        const CubicPairs pairs = kCubicPairs[static_cast<size_t>(places[i] & (kPlaceOne - 1))];
+        shares.even[i] = pairs.even;
+        shares.odd[i] = pairs.odd;
     }
 }
 
