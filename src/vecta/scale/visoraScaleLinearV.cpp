@@ -190,7 +190,7 @@ vsrStatus vsrScaleBilinearu8V(const uint8_t* src, uint32_t srcWidth, uint32_t sr
 {
     const bool isDone = visora::resizeLinear(
         {src, srcWidth, srcHeight, srcStride, channels, dst, dstWidth, dstHeight, dstStride, nullptr});
-    return isDone ? VISORA_SUCCESS
+    return isDone ? vsrStatus{VISORA_SUCCESS}
                   : vsrScaleBilinearu8C(src, srcWidth, srcHeight, srcStride, channels, dst, dstWidth, dstHeight,
                                         dstStride);
 }
@@ -205,7 +205,7 @@ vsrStatus vsrScaleu8_v2V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeig
     }
     const bool isDone = visora::resizeLinear(
         {src, srcWidth, srcHeight, srcStride, 1, dst, dstWidth, dstHeight, dstStride, &borderValue});
-    return isDone ? VISORA_SUCCESS
+    return isDone ? vsrStatus{VISORA_SUCCESS}
                   : vsrScaleu8_v2C(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride,
                                    interpolation, borderType, borderValue);
 }

@@ -249,7 +249,7 @@ vsrStatus vsrScaleu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
             ? resizeLinear({src, srcWidth, srcHeight, srcStride, 1, dst, dstWidth, dstHeight, dstStride, nullptr})
             : HWY_DYNAMIC_DISPATCH(resize)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride,
                                            interpolation);
-    return done ? VISORA_SUCCESS
+    return done ? vsrStatus{VISORA_SUCCESS}
                 : vsrScaleu8C(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride, interpolation);
 }
 
