@@ -40,7 +40,7 @@ install_build_packages() {
 
 install_test_packages() {
     install_build_packages
-    install_packages git libgtest-dev libbenchmark-dev clang-format clang-tidy
+    install_packages git libgtest-dev libbenchmark-dev clang-format clang-tidy android-liblog-dev android-libcutils-dev
     # The sanitizers' run-time library is packaged by compiler version.
     install_packages "libclang-rt-$(clang -dumpversion | cut -d. -f1)-dev"
 }

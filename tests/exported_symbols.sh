@@ -1,7 +1,9 @@
 #!/bin/sh
-# A library exports what its headers declare, and nothing else.
+# A library exports what its headers declare, and nothing else; among it the names that programs already rely on, a list
+# of its own in exported_names.
 # usage: exported_symbols.sh COMPILER NM LIBRARY HEADER INCLUDE_FOLDER...
 set -eu
+export LC_ALL=C
 compiler=$1 nm=$2 library=$3 header=$4
 shift 4
 folder=$(mktemp -d)
@@ -19,3 +21,6 @@ echo "#include \"$header\"" | "$compiler" -E -P "$@" -x c++ - | tr '\n' ' ' | tr
 "$nm" -D --defined-only "$library" | awk '{print $3}' | sed 's/@.*//' | sort -u >"$folder/exported"
 [ -s "$folder/declared" ]
 diff "$folder/declared" "$folder/exported"
+names=$(dirname "$0")/exported_names/$(basename "$library" | sed 's/^lib//;s/\.so.*//').txt
+comm -23 "$names" "$folder/exported" >"$folder/missing"
+[ ! -s "$folder/missing" ] || { echo "no longer exported:"; cat "$folder/missing"; exit 1; }

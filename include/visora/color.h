@@ -8,13 +8,13 @@
  * - Chroma is replicated, not interpolated: with horizontally halved chroma (4:2:2, 4:2:0) pixel x takes chroma sample
  *   x / 2, with vertically halved chroma (4:2:0) row y takes chroma row y / 2, both rounded down. A pair of chroma
  *   samples is read whole: with halved chroma a row of an odd width needs width + 1 bytes of interleaved chroma.
- * - Pixels in memory: RGB888 is R, G, B; RGBA8888 is R, G, B, 255; RGB565 is a little-endian u16 with R >> 3 in
- *   bits 0-4, G >> 2 in bits 5-10 and B >> 3 in bits 11-15 (red lowest).
+ * - Pixels in memory: RGB888 is R, G, B; RGBA8888 is R, G, B, 255; RGB565 is a little-endian u16 with red LOWEST,
+ *   unlike in most other programs: R >> 3 in bits 0-4, G >> 2 in bits 5-10 and B >> 3 in bits 11-15.
  * - In the formulas Cb' = Cb - 128 and Cr' = Cr - 128, shifts of negative numbers round down, and R, G and B are
  *   clamped to 0 .. 255 before they are packed.
  * - No pointer or stride has to be aligned.
  * - A bad argument is logged as "Assertion failed @<function>: <condition>"; nothing is written then and the result is
- *   what the log call returned (not 0).
+ *   what the log call returned (1 with the library's own log).
  */
 #ifndef VISORA_COLOR_H
 #define VISORA_COLOR_H

@@ -15,16 +15,16 @@
  * - Corners are listed in `xy` as pairs (x, y), row by row from the top and from left to right, the first `nCornersMax`
  *   of them. The count is their number; what lies behind in the arrays stays as it is.
  * - Members that score give each listed corner the largest threshold with which it would still be one.
- * - The InMask members leave out pixels whose bit in a mask is set. The mask has 1 bit per mask pixel, the most
- *   significant bit of a byte first, and rows of ceil(maskWidth / 8) bytes. Its sides are the image's or both 2, 4 or 8
- *   times smaller (one bit then rules a square of pixels) or larger (the first bit of a square rules a pixel); with any
- *   other mask the count is 0.
+ * - The InMask members leave out pixels whose bit in a mask is set: a mask says where NOT to look. It has 1 bit per
+ *   mask pixel, the most significant bit of a byte first, and rows of ceil(maskWidth / 8) bytes. Its sides are the
+ *   image's or both 2, 4 or 8 times smaller (one bit then rules a square of pixels) or larger (the first bit of a
+ *   square rules a pixel); with any other mask the count is 0.
  * - Members with `nmsEnabled`: when it is not 0, a corner is dropped if any of its eight neighbours is a corner with at
  *   least its score, so equal neighbours drop each other. `nCornersMax` then limits the corners found, not those left.
  *   `tempBuf` needs 3 * nCornersMax + srcHeight words, whose contents are then undefined; without it the process ends
  *   with exit status 1.
  * - A null pointer, a stride below a row or a border that leaves no pixel: "Assertion failed @<function>: <condition>"
- *   is logged, nothing is written, and the result is what the log call returned (not 0). Otherwise the result is 0.
+ *   is logged, nothing is written, and the result is what the log call returned (1 with our log). Otherwise it is 0.
  */
 #ifndef VISORA_CORNER_H
 #define VISORA_CORNER_H
@@ -114,8 +114,8 @@ VSR_API uint32_t fast10_corner_scoreC(const uint8_t* pixel, const int32_t offset
 VSR_API uint32_t fast10_corner_scoreV(const uint8_t* pixel, const int32_t offsets[16], uint32_t threshold);
 
 /** The score functions in use; a program may put its own in their place. */
-extern VSR_API uint32_t (*fast9_corner_score_)(const uint8_t* pixel, const int32_t offsets[16], uint32_t threshold);
-extern VSR_API uint32_t (*fast10_corner_score_)(const uint8_t* pixel, const int32_t offsets[16], uint32_t threshold);
+extern VSR_VAR uint32_t (*fast9_corner_score_)(const uint8_t* pixel, const int32_t offsets[16], uint32_t threshold);
+extern VSR_VAR uint32_t (*fast10_corner_score_)(const uint8_t* pixel, const int32_t offsets[16], uint32_t threshold);
 
 /** Scores of listed corners by the FAST-9 score function in use. */
 VSR_API void score_9(const uint8_t* src, uint32_t srcStride, const uint32_t* xy, uint32_t numcorners,

@@ -50,22 +50,22 @@ typedef struct VSR_FUNC_MANAGER
 } VSR_FUNC_MANAGER;
 
 /** Implementations of the public operations. At load, kinds 0 to 3 hold the reference and 4 to 6 nothing. */
-extern VSR_API VSR_FUNC_TABLE vsrFuncTable;
+extern VSR_VAR VSR_FUNC_TABLE vsrFuncTable;
 /** Implementations of operations that are no public rows of their own. */
-extern VSR_API VSR_INTERNAL_FUNC_TABLE vsrInternalFuncTable;
+extern VSR_VAR VSR_INTERNAL_FUNC_TABLE vsrInternalFuncTable;
 /** Kind that serves each main row. */
-extern VSR_API VSR_IMPL vsrImplTable[VSR_ROW_COUNT];
+extern VSR_VAR VSR_IMPL vsrImplTable[VSR_ROW_COUNT];
 /** Kind that serves each internal row. */
-extern VSR_API VSR_IMPL vsrInternalImplTable[VSR_INTERNAL_ROW_COUNT];
+extern VSR_VAR VSR_IMPL vsrInternalImplTable[VSR_INTERNAL_ROW_COUNT];
 /** Names of the kinds. */
-extern VSR_API const char* const vsrImplChar[VSR_KIND_COUNT];
+extern VSR_VAR const char* const vsrImplChar[VSR_KIND_COUNT];
 
 /** Makes the record the master manager. @return 0, or 1 (the previous one stays) when it or a table is missing */
 VSR_API vsrStatus vsrInitializeMasterFuncManager(VSR_FUNC_MANAGER* manager);
 
-/** Writes every row's reference variant into column `kind` of both tables. */
+/** Writes the rows' reference variants into column `kind` of both tables; rows without an operation are left alone. */
 VSR_API void uCTable(VSR_IMPL kind);
-/** Writes every row's vector variant into column `kind` of both tables. */
+/** As uCTable with the vector variants. */
 VSR_API void uVTable(VSR_IMPL kind);
 
 /**
@@ -116,7 +116,7 @@ VSR_API const char* ivsrOperationName(uint32_t row);
 VSR_API const char* ivsrInternalOperationName(uint32_t row);
 
 /** DSP domain in use: 0 application, 1 compute (initially), 2 modem DSP. */
-extern VSR_API int32_t defaultDSP;
+extern VSR_VAR int32_t defaultDSP;
 
 VSR_END_DECLARATIONS
 

@@ -10,7 +10,7 @@
  * - No pointer or stride has to be aligned; a byte stride that is no multiple of the element size is cut to whole
  *   elements.
  * - Functions that "log and refuse" write "Assertion failed @<function>: <condition>" to the log when an argument is
- *   bad, touch nothing, and return what the log call returned (not 0). The others return VISORA_EBADPARAM silently.
+ *   bad, touch nothing, and return what that call returned (1 with ours). The others return VISORA_EBADPARAM silently.
  */
 #ifndef VISORA_FILTER_H
 #define VISORA_FILTER_H
@@ -112,9 +112,9 @@ VSR_API vsrStatus vsrBoxFilterNxNf32(const float* src, uint32_t srcWidth, uint32
  */
 
 /** Weights of the 5x5 window, row by row; their sum is 256. */
-extern VSR_API const uint32_t knl5x5[25];
+extern VSR_VAR const uint32_t knl5x5[25];
 /** Weights of the 11x11 window, row by row; their sum is 2^20. */
-extern VSR_API const uint32_t knl11x11[121];
+extern VSR_VAR const uint32_t knl11x11[121];
 
 /**
  * 3x3 Gaussian of a u8 image. Refuses widths from 2 to 6, whatever else is wrong, after logging "Error at <function>".

@@ -11,7 +11,7 @@
  * - Points are used in the order of the indices, and every sum is added up in that order, so that results are the same
  *   bits in every variant and on every processor. Coordinates must be finite.
  * - A failed check of the arguments leaves the outputs untouched. Unless it says otherwise, a function then logs
- *   "Assertion failed @<function>: <condition>" and returns what the log call returned (not 0).
+ *   "Assertion failed @<function>: <condition>" and returns what the log call returned (1 with the library's own log).
  */
 #ifndef VISORA_GEOM_H
 #define VISORA_GEOM_H

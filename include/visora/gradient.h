@@ -7,7 +7,7 @@
  *   planes of the image's size, apart from it and from each other. No pointer or stride has to be aligned; a gradient
  *   stride that is no multiple of the element size is cut to whole elements.
  * - The planar Sobel gradients log and refuse null pointers, zero sizes and strides below a row: "Assertion failed
- * @<function>: <condition>" goes to the log, nothing is written, and the result is what the log call returned (not 0).
+ * @<function>: <condition>" goes to the log, nothing is written, and the result is what that returned (1 with our log).
  */
 #ifndef VISORA_GRADIENT_H
 #define VISORA_GRADIENT_H

@@ -11,12 +11,16 @@
 VSR_BEGIN_DECLARATIONS
 
 /**
- * Receives a log line.
- * @return a positive number when the line was taken, a negative error number when not
+ * Receives a log line, without a line feed at its end. What it returns is not looked at: to the library every line is
+ * written, so that the result of a refused call is 1.
  */
 typedef int (*vsrHostLogSink)(void* context, int priority, const char* tag, const char* text);
 
-/** Sends log lines to `sink` instead of standard error; null restores standard error. Not for concurrent use. */
+/**
+ * Sends log lines to `sink` instead of standard error; null restores standard error. Not for concurrent use. Lines
+ * below the priority that the property "runtime.visora.log.level" names, by number (3 debug, 4 info, 6 error) or letter
+ * (D, I, E), are not written; it is read with the first line.
+ */
 VSR_API void vsrHostSetLogSink(vsrHostLogSink sink, void* context);
 
 VSR_END_DECLARATIONS

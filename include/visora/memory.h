@@ -27,21 +27,21 @@ VSR_API void vsrMemAlignFree(void* block);
  * @return the block, to be freed with vsrMemFree; null when there is no memory
  */
 VSR_API void* vsrMemAlloc(uint32_t size, uint32_t byteAlignment);
-/** Frees a block of vsrMemAlloc; null is ignored. */
+/** Frees a block of vsrMemAlloc, also when its shared allocator was removed or replaced meanwhile; null is ignored. */
 VSR_API void vsrMemFree(void* block);
 
 /**
  * The allocator of memory shared with the DSP; null while none is installed. A mode that brings a DSP up installs the
- * library's own, vsrCleanUp removes it: blocks that it gave are to be freed before. Free returns 0 when the block was
- * the allocator's. The R_ pointers are the same for remote use.
+ * library's own, vsrCleanUp removes it. Free returns 0 when the block was the allocator's. The R_ pointers are the same
+ * for remote use.
  */
-extern VSR_API void* (*vsrSharedMemAlloc_)(uint32_t size, uint32_t byteAlignment);
-extern VSR_API void* (*vsrSharedMemAllocR_)(uint32_t size, uint32_t byteAlignment);
-extern VSR_API int32_t (*vsrSharedMemFree_)(void* block);
-extern VSR_API int32_t (*vsrSharedMemFreeR_)(void* block);
+extern VSR_VAR void* (*vsrSharedMemAlloc_)(uint32_t size, uint32_t byteAlignment);
+extern VSR_VAR void* (*vsrSharedMemAllocR_)(uint32_t size, uint32_t byteAlignment);
+extern VSR_VAR int32_t (*vsrSharedMemFree_)(void* block);
+extern VSR_VAR int32_t (*vsrSharedMemFreeR_)(void* block);
 /** Addresses of vsrSharedMemAlloc_ and vsrSharedMemFree_, through which vsrMemAlloc and vsrMemFree reach them. */
-extern VSR_API void* (**ppvsrSharedMemAlloc)(uint32_t size, uint32_t byteAlignment);
-extern VSR_API int32_t (**ppvsrSharedMemFree)(void* block);
+extern VSR_VAR void* (**ppvsrSharedMemAlloc)(uint32_t size, uint32_t byteAlignment);
+extern VSR_VAR int32_t (**ppvsrSharedMemFree)(void* block);
 
 /* ---- Heap statistics: called when the pool is set up and on every allocation and free; they do nothing. A program
         that wants to count defines functions of these names itself. ---- */
@@ -71,7 +71,7 @@ VSR_API void vsrMemInitPreAlloc(uint32_t size);
 VSR_API void vsrMemDeInit(void);
 
 /** 1 when vsrMemDeInit has something to take back. */
-extern VSR_API uint8_t CPU_initflag;
+extern VSR_VAR uint8_t CPU_initflag;
 
 /**
  * Borrows a scratch buffer, to be given back with vsrReleaseScratchBufferC.
@@ -88,9 +88,9 @@ VSR_API void* vsrGetScratchBufferUnalignedC(size_t size);
 VSR_API void vsrReleaseScratchBufferC(void* buffer);
 
 /** The scratch services that kernels call; a program may put its own in their place. */
-extern VSR_API void* (*vsrGetScratchBufferAligned_)(size_t size, uint32_t alignment);
-extern VSR_API void* (*vsrGetScratchBufferUnaligned_)(size_t size);
-extern VSR_API void (*vsrReleaseScratchBuffer_)(void* buffer);
+extern VSR_VAR void* (*vsrGetScratchBufferAligned_)(size_t size, uint32_t alignment);
+extern VSR_VAR void* (*vsrGetScratchBufferUnaligned_)(size_t size);
+extern VSR_VAR void (*vsrReleaseScratchBuffer_)(void* buffer);
 
 VSR_END_DECLARATIONS
 

@@ -18,16 +18,16 @@ VSR_BEGIN_DECLARATIONS
 /* ---- Domains. Which one is used: defaultDSP (dispatch.h), vsrSetDefaultDspEXT (runtime.h) ---- */
 
 /** Kind that stands for the DSP in the mode tables: 4 application, 5 compute (initially), 6 modem DSP. */
-extern VSR_API uint32_t defaultDspImplKind;
+extern VSR_VAR uint32_t defaultDspImplKind;
 
 /** Handles of the open channels to the application, compute and modem DSP; 0 while a channel is not open. */
-extern VSR_API uint64_t adsp_domain_handle;
-extern VSR_API uint64_t cdsp_domain_handle;
-extern VSR_API uint64_t mdsp_domain_handle;
+extern VSR_VAR uint64_t adsp_domain_handle;
+extern VSR_VAR uint64_t cdsp_domain_handle;
+extern VSR_VAR uint64_t mdsp_domain_handle;
 /** Opens minus closes of each channel. An open that failed counts too. */
-extern VSR_API int32_t adspDomainHandle_count;
-extern VSR_API int32_t cdspDomainHandle_count;
-extern VSR_API int32_t mdspDomainHandle_count;
+extern VSR_VAR int32_t adspDomainHandle_count;
+extern VSR_VAR int32_t cdspDomainHandle_count;
+extern VSR_VAR int32_t mdspDomainHandle_count;
 
 /**
  * Open the channel to a domain. Only the first open of a domain creates its handle; a failure is logged and leaves the
@@ -53,13 +53,13 @@ VSR_API int32_t load_stub_symbols(void);
 typedef int32_t VISORAHW_K6_MODE;
 
 /** 0 no session was started, 1 one runs, 2 the last start failed. */
-extern VSR_API int32_t kcvak6State;
+extern VSR_VAR int32_t kcvak6State;
 /** Mode of the running session, -1 when none runs. */
-extern VSR_API int32_t kcvak6CurrentMode;
+extern VSR_VAR int32_t kcvak6CurrentMode;
 /** The attribute that a session starts with: id 3, the session mode. */
-extern VSR_API vsrK6Attribute K6SessionAttribute;
+extern VSR_VAR vsrK6Attribute K6SessionAttribute;
 /** Exists while a session does. */
-extern VSR_API pthread_mutex_t k6SessionMutex;
+extern VSR_VAR pthread_mutex_t k6SessionMutex;
 
 /**
  * Starts a session on the DSP domain in use, unless one with this mode runs. A start that failed is not tried again
@@ -84,7 +84,7 @@ VSR_API int32_t vsrK6Initialize(VISORAHW_K6_MODE mode, char* version);
  * @return 0, -1 when the DSP or its version refused, 6 when no domain is in use
  */
 VSR_API int32_t vsrK6SessionInit(int32_t mode, const char* version);
-/** Closes the channel of the domain in use. @return 0, or the error number of destroying k6SessionMutex */
+/** Closes the channel that the session's start opened. @return 0, or the error number of destroying k6SessionMutex */
 VSR_API int32_t vsrK6SessionDeInit(void);
 
 /** Start the DSP's side on an open channel. Without a version to compare they fail. @return 0 or -1 */
@@ -97,11 +97,11 @@ VSR_API int32_t vsrK6SessionInit_internal_mdsp(const vsrK6Attribute* attributes,
 /* ---- Restart of the DSP ---- */
 
 /** Lets clean-up sequences run one at a time. */
-extern VSR_API pthread_mutex_t ssrMutex;
+extern VSR_VAR pthread_mutex_t ssrMutex;
 
 /**
  * What a call that found the DSP restarted does before it tries again: asks whether the DSP answers, and if not, closes
- * and opens its channel and starts the DSP's side 15 times, a second apart.
+ * and opens the channel `handle` and starts the DSP's side 15 times, a second apart.
  * @return 0 when the DSP answers and the call may be tried again, else -1
  */
 VSR_API int32_t adspSSRcleanUpSequence(uint64_t handle);
@@ -127,17 +127,17 @@ VSR_API uint64_t probeK6TimeC(uint32_t a, uint32_t b);
 VSR_DSP_ROUTINES(uint32_t, vsrUpdateDSPMsgFlag, uint32_t flag);
 
 /** Non-zero (the initial state) while constraint checks are on; set by vsrUpdateK6ConstraintCheckFlag. */
-extern VSR_API int32_t K6_constraint_checks_enable;
+extern VSR_VAR int32_t K6_constraint_checks_enable;
 VSR_API void vsrUpdateK6ConstraintCheckFlag(int32_t enable);
 
 /** Non-zero (the initial state) while offload routines test the DSP's constraints; set by the functions below. */
-extern VSR_API int32_t k6AbstractionConstraintFlag;
+extern VSR_VAR int32_t k6AbstractionConstraintFlag;
 /** @return 0 */
 VSR_DSP_ROUTINES(uint32_t, vsrUpdateK6ConstraintCheckFlag, uint32_t enable);
 
 /** Non-zero: offload routines log their calls; their unmet constraints. Both are 0 initially. */
-extern VSR_API uint8_t libLogPrintK;
-extern VSR_API uint8_t libLogPrintK_abstractionLayer;
+extern VSR_VAR uint8_t libLogPrintK;
+extern VSR_VAR uint8_t libLogPrintK_abstractionLayer;
 
 VSR_END_DECLARATIONS
 

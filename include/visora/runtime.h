@@ -16,10 +16,10 @@ VSR_BEGIN_DECLARATIONS
  * 1 when every entry point logs which implementation kind serves the call ("<entry>_<kind>" on the tag
  * "visora_runtime_log"), else 0. Set from the system property "runtime.visora.log" each time a mode is applied.
  */
-extern VSR_API uint8_t libLogPrint;
+extern VSR_VAR uint8_t libLogPrint;
 
 /** Non-zero (the initial state) when entry points test the DSP's constraints before they leave a call to it. */
-extern VSR_API int32_t HW_constraint_checks_enable;
+extern VSR_VAR int32_t HW_constraint_checks_enable;
 
 /**
  * Writes one formatted line to the log.
@@ -72,7 +72,7 @@ VSR_API int32_t vsrSetOperationModeExt(int32_t choice);
 VSR_API vsrStatus vsrSetOperationModeRemoteLib(vsrOperationMode mode);
 
 /** The mode last asked for, with vsrSetOperationMode or vsrSetOperationModeRemoteLib. */
-extern VSR_API vsrOperationMode mode_globalVar;
+extern VSR_VAR vsrOperationMode mode_globalVar;
 
 /* ---- What the machine offers ---- */
 
@@ -100,16 +100,16 @@ VSR_API const char* ivsrVectorInstructionSet(void);
  * File to read instead of the system's processor description ("/proc/cpuinfo" on ARM). Null means the system's. It is
  * looked at once per process, when the machine is first looked at.
  */
-extern VSR_API const char* ivsrProcessorDescriptionPath;
+extern VSR_VAR const char* ivsrProcessorDescriptionPath;
 
 /** Bits that the hardware report has whatever was found: what only the platform's maker knows of. Initially none. */
-extern VSR_API uint32_t ivsrFurtherHardware;
+extern VSR_VAR uint32_t ivsrFurtherHardware;
 
 /** Processors found online when the mode was applied. */
-extern VSR_API int32_t nVsrAvailableProc;
+extern VSR_VAR int32_t nVsrAvailableProc;
 /** 1 while a DSP session, a GPU, is up. */
-extern VSR_API uint8_t KDSP_initflag;
-extern VSR_API uint8_t GPU_initflag;
+extern VSR_VAR uint8_t KDSP_initflag;
+extern VSR_VAR uint8_t GPU_initflag;
 
 /* ---- DSP domain ---- */
 

@@ -12,7 +12,7 @@
  *   scaled image is darker by half a grey level on average.
  * - Source pixels that no output covers are never read.
  * - Functions that return `int` give -1 for bad arguments and log nothing; those that "log and refuse" write
- *   "Assertion failed @<function>: <condition>" to the log and return what the log call returned (not 0). Either way
+ *   "Assertion failed @<function>: <condition>" to the log and return what that returned (1 with our log). Either way
  *   nothing is written to `dst`.
  */
 #ifndef VISORA_SCALE_H
@@ -111,7 +111,7 @@ VSR_API vsrStatus vsrScaleDownMNu8(const uint8_t* src, uint32_t srcWidth, uint32
  * Reciprocals of the area average: entry n is 2^32 / n rounded up, so that s * entry >> 32 is s / n rounded down for
  * every sum s of n pixels. Entries 0 and 1 hold 2^32 - 1.
  */
-extern VSR_API const uint32_t mn_div_table[401];
+extern VSR_VAR const uint32_t mn_div_table[401];
 
 /**
  * Nearest neighbour in fixed point: `dst` (x, y) is `src` at column jx(x), row jy(y). The step between source indices

@@ -33,9 +33,9 @@ enum
 };
 
 /** The allocations, under sharedMemMutex. */
-extern VSR_API SharedMemRecord sharedMemTable[VSR_SHARED_MEM_RECORDS];
+extern VSR_VAR SharedMemRecord sharedMemTable[VSR_SHARED_MEM_RECORDS];
 /** Exists between vsrInitSharedMem_Kdsp and vsrDeInitSharedMem_Kdsp. */
-extern VSR_API pthread_mutex_t sharedMemMutex;
+extern VSR_VAR pthread_mutex_t sharedMemMutex;
 
 /**
  * Installs the DSP's allocator in the shared-memory pointers of memory.h when a DSP and no GPU is in the report
@@ -48,7 +48,7 @@ VSR_API void vsrDeInitSharedMem(void);
 /** Sets the DSP's allocator up, with an empty table. @return 0, also when it is up already; -1 on failure */
 VSR_API int32_t vsrInitSharedMem_Kdsp(void);
 /**
- * Ends it. Live allocations stay mapped and can no longer be freed.
+ * Ends it. Live allocations stay mapped; vsrMemFree still frees those that came from vsrMemAlloc.
  * @return 0, or the error number of destroying sharedMemMutex
  */
 VSR_API int32_t vsrDeInitSharedMem_Kdsp(void);

@@ -8,9 +8,9 @@
  * window around the point in the first image with the second image.
  *
  * Common to all members:
- * - `src1` and `src2` are the images, `src1Pyr` and `src2Pyr` their pyramids (see visora/pyramid.h) with at least
- *   `nPyramidLevels` levels. Level 0 is read from `src1` and `src2`, level i >= 1 from its record. The size and stride
- *   of every level are those that `src1Pyr` holds, for both images; level i + 1 is half as large as level i.
+ * - `src1Pyr` and `src2Pyr` are the images' pyramids with at least `nPyramidLevels` levels; level 0 is `src1`, `src2`.
+ *   Both need the same sizes, halved with every level, and but for f32 the same strides: those of `src1Pyr` count for
+ *   both images, so that others in `src2Pyr` mean a second image read askew or, where it is smaller, beyond its end.
  * - `featureXY` holds the positions in the first image as nFeatures pairs (x, y) in pixels, x the column, (0, 0) the
  *   centre of the top-left pixel. `featureXY_out` receives the positions in the second image, `featureStatus` a status
  *   for each. The three arrays must not overlap.
@@ -24,7 +24,7 @@
  * - With 0 levels the positions are copied and count as tracked. When scratch memory runs out, positions are copied
  *   and no status is written.
  * - A null pointer or an even window side: "Assertion failed @<function>: <condition>" is logged, nothing is written,
- *   and the result is what the log call returned (not 0). Otherwise the result is 0.
+ *   and the result is what the log call returned (1 with the library's own log). Otherwise the result is 0.
  * - Several threads may track at once.
  */
 #ifndef VISORA_TRACK_H
@@ -84,9 +84,9 @@ VSR_API vsrStatus vsrTrackLKOpticalFlowu8_v3(const uint8_t* src1, const uint8_t*
                                              int32_t useInitialEstimate);
 
 /**
- * Tracks points between f32 images with strides in bytes. Values of any range will do; the gradients must be strong
- * enough for the determinant of their matrix to reach 1e-7. A window whose values lead to no finite step counts as one
- * that could not be sampled.
+ * Tracks points between f32 images, each with the strides, in bytes, of its own records. Values of any range will do;
+ * the gradients must be strong enough for the determinant of their matrix to reach 1e-7. A window whose values lead to
+ * no finite step counts as one that could not be sampled.
  */
 VSR_API vsrStatus vsrTrackLKOpticalFlowf32(const float* src1, const float* src2, uint32_t width, uint32_t height,
                                            uint32_t stride, const vsrPyramidLevel_v2* src1Pyr,
@@ -130,7 +130,7 @@ VSR_API uint32_t getRectSubPix(const uint8_t* image, uint32_t width, uint32_t he
 VSR_API void calcIxIy_32fC(const float* patch, float* Ix, float* Iy, uint32_t patchWidth, uint32_t patchHeight);
 VSR_API void calcIxIy_32fV(const float* patch, float* Ix, float* Iy, uint32_t patchWidth, uint32_t patchHeight);
 /** The implementation that the reference tracker uses; a program may put its own in its place. */
-extern VSR_API void (*calcIxIy_32f_)(const float* patch, float* Ix, float* Iy, uint32_t patchWidth,
+extern VSR_VAR void (*calcIxIy_32f_)(const float* patch, float* Ix, float* Iy, uint32_t patchWidth,
                                      uint32_t patchHeight);
 
 VSR_END_DECLARATIONS

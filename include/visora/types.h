@@ -99,4 +99,22 @@ enum
     VISORA_FORMAT_YCRCB420_PSEUDO_PLANAR = 17
 };
 
+/* ---- Variables ---- */
+
+/**
+ * Marks the variables that the library exports. It works with its own, also when a program has others of these names,
+ * so a program has to reach them through the global offset table. Position-independent code does, but for that of gcc
+ * on x86-64, which is told so here; before version 12 it needs -fPIC, or the linker refuses.
+ */
+#ifdef VISORA_BUILDING
+#define VSR_VAR __attribute__((visibility("protected")))
+#elif defined(__has_attribute)
+#if __has_attribute(nodirect_extern_access)
+#define VSR_VAR __attribute__((nodirect_extern_access)) VSR_API
+#endif
+#endif
+#ifndef VSR_VAR
+#define VSR_VAR VSR_API
+#endif
+
 #endif

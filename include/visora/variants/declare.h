@@ -36,8 +36,8 @@ struct vsrBehindHandle<Result(Arguments...)>
 #define VSR_DECLARE_OPERATION(operation, entry, variant, dsp, like)                                \
     VSR_API __typeof__(like) operation##C;                                                         \
     VSR_DECLARE_VECTOR_##variant(operation, like)                                                  \
-        VSR_DECLARE_ROUTINES_##dsp(operation, like) extern VSR_API __typeof__(like)* operation##_; \
-    extern VSR_API __typeof__(like)* entry##R_;                                                    \
-    extern VSR_API __typeof__(like)** pp##operation;
+        VSR_DECLARE_ROUTINES_##dsp(operation, like) extern VSR_VAR __typeof__(like)* operation##_; \
+    extern VSR_VAR __typeof__(like)* entry##R_;                                                    \
+    extern VSR_VAR __typeof__(like)** pp##operation;
 
 #endif
