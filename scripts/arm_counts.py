@@ -246,7 +246,8 @@ def ratios(row):
 
 
 def family(operation):
-    return re.match(r"vsr([A-Z][a-z]+)", operation).group(1)
+    name = re.match(r"vsr([A-Z][a-z]+?|[A-Z0-9]+)(?=[usf]?\d|[^a-z])", operation + "/")
+    return name.group(1) if name else operation
 
 
 def mean(values):

@@ -2,8 +2,10 @@
 #ifndef VISORA_CPU_FAST_H
 #define VISORA_CPU_FAST_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "common/visoraLog.h"
 #include "visora/variants/corner.h"
@@ -79,6 +81,46 @@ class ExclusionMask
         const size_t column = x >> toMask_ << fromImage_;
         const size_t row = y >> toMask_ << fromImage_;
         return (bits_[row * rowBytes_ + column / 8] >> (7 - column % 8) & 1) != 0;
+    }
+
+    /** Which of the 32 pixels from (x, y) on it excludes: bit i says it of column x + i, those beyond the image say
+     * nothing. */
+    uint32_t excludedFrom(size_t x, size_t y) const
+    {
+        if (fromImage_ != 0)
+        {
+            const size_t end = rowBytes_ * 8 >> fromImage_;
+            uint32_t excluded = 0;
+            for (size_t i = 0; i < 32 && x + i < end; ++i)
+            {
+                excluded |= static_cast<uint32_t>(excludes(x + i, y)) << i;
+            }
+            return excluded;
+        }
+        const size_t column = x >> toMask_;
+        const size_t first = column / 8;
+        uint64_t bits = 0;
+        std::memcpy(&bits, bits_ + (y >> toMask_) * rowBytes_ + first, std::min<size_t>(8, rowBytes_ - first));
+        // Columns begin with the highest bit of a byte.
+        constexpr uint64_t kHalves = 0x0f0f0f0f0f0f0f0f;
+        constexpr uint64_t kPairs = 0x3333333333333333;
+        constexpr uint64_t kSingles = 0x5555555555555555;
+        bits = (bits & kHalves) << 4 | (bits >> 4 & kHalves);
+        bits = (bits & kPairs) << 2 | (bits >> 2 & kPairs);
+        bits = (bits & kSingles) << 1 | (bits >> 1 & kSingles);
+        bits >>= column % 8;
+        for (int i = 0; i < toMask_; ++i)
+        {
+            // Each bit is for two columns.
+            bits &= 0xffffffff;
+            bits = (bits | bits << 16) & 0x0000ffff0000ffff;
+            bits = (bits | bits << 8) & 0x00ff00ff00ff00ff;
+            bits = (bits | bits << 4) & kHalves;
+            bits = (bits | bits << 2) & kPairs;
+            bits = (bits | bits << 1) & kSingles;
+            bits |= bits << 1;
+        }
+        return static_cast<uint32_t>(bits >> (x - (column << toMask_)));
     }
 
   private:

@@ -122,6 +122,16 @@ class RowDetector
         const auto circle = [=](size_t start, int i) HWY_ATTR
         { return hn::LoadU(d, row + start + kCircle[i].dy * stride + kCircle[i].dx); };
 
+        // Whether the brightest pixels or the darkest ones are beyond the threshold anywhere.
+        const auto exceeds = [=](V centre, V brightest, V darkest) HWY_ATTR
+        {
+            const V brighter = hn::SaturatedSub(brightest, hn::SaturatedAdd(centre, threshold));
+            const V darker = hn::SaturatedSub(hn::SaturatedSub(centre, threshold), darkest);
+            return !allZero(d, hn::Or(brighter, darker));
+        };
+
+        // Corners are rare, in an order that no processor could predict: every vector is noted down, and those that
+        // pass are counted.
         size_t candidateCount = 0;
         for (size_t x = search_.border; x < end; x += lanes)
         {
@@ -135,18 +145,32 @@ class RowDetector
             // An arc of more than half the circle holds an end of every diameter.
             const V brightest = hn::Min(hn::Max(above, below), hn::Max(left, right));
             const V darkest = hn::Max(hn::Min(above, below), hn::Min(left, right));
-            const V brighter = hn::SaturatedSub(brightest, hn::SaturatedAdd(centre, threshold));
-            const V darker = hn::SaturatedSub(hn::SaturatedSub(centre, threshold), darkest);
-            if (!allZero(d, hn::Or(brighter, darker)))
-            {
-                candidates[candidateCount++] = static_cast<uint32_t>(x);
-            }
+            candidates[candidateCount] = static_cast<uint32_t>(x);
+            candidateCount += exceeds(centre, brightest, darkest) ? 1 : 0;
         }
 
-        // Most that get here have no corners after all, in an order that no processor could predict: instead of
-        // branching, note every vector down and count those with corners.
-        size_t foundCount = 0;
+        // The other diameters between these leave fewer of them.
+        size_t likelyCount = 0;
         for (size_t i = 0; i < candidateCount; ++i)
+        {
+            const size_t x = candidates[i];
+            const size_t start = std::min(x, last);
+            const V centre = hn::LoadU(d, row + start);
+            V brightest = hn::Set(d, uint8_t{255});
+            V darkest = hn::Zero(d);
+            for (const int end : {0, 2, 4, 6})
+            {
+                const V one = circle(start, end);
+                const V other = circle(start, end + 8);
+                brightest = hn::Min(brightest, hn::Max(one, other));
+                darkest = hn::Max(darkest, hn::Min(one, other));
+            }
+            candidates[likelyCount] = static_cast<uint32_t>(x);
+            likelyCount += exceeds(centre, brightest, darkest) ? 1 : 0;
+        }
+
+        size_t foundCount = 0;
+        for (size_t i = 0; i < likelyCount; ++i)
         {
             const size_t x = candidates[i];
             const size_t start = std::min(x, last);
@@ -157,30 +181,38 @@ class RowDetector
             const V darker = hn::SaturatedSub(hn::SaturatedSub(centre, threshold), bestArc<kArc, Darker>(at));
             const V beyond = hn::Max(brighter, darker);
             hn::StoreU(beyond, d, excess + start);
-            Corners corners = {bitsOf(d, hn::Ne(beyond, hn::Zero(d))), start};
-            if (mask_)
-            {
-                removeExcluded(corners, y, excess);
-            }
-            corners.bits &= ~uint64_t{0} << (x - start);
+            const Corners corners = {bitsOf(d, hn::Ne(beyond, hn::Zero(d))) & ~uint64_t{0} << (x - start), start};
             found[foundCount] = corners;
             foundCount += corners.bits != 0 ? 1 : 0;
         }
         result.foundCount = foundCount;
+        if (mask_)
+        {
+            removeExcluded(y, result);
+        }
     }
 
   private:
-    void removeExcluded(Corners& corners, size_t y, uint8_t* excess) const
+    HWY_INLINE void removeExcluded(size_t y, FastRow& row) const
     {
-        for (uint64_t rest = corners.bits; rest != 0; rest &= rest - 1)
+        const D d = d_;
+        size_t kept = 0;
+        for (size_t i = 0; i < row.foundCount; ++i)
         {
-            const size_t x = corners.start + static_cast<size_t>(std::countr_zero(rest));
-            if (mask_->excludes(x, y))
+            Corners corners = row.found[i];
+            uint64_t excluded = mask_->excludedFrom(corners.start, y);
+            if (hn::MaxLanes(D()) > 32)
             {
-                corners.bits ^= rest & (~rest + 1);
-                excess[x] = 0;
+                excluded |= uint64_t{mask_->excludedFrom(corners.start + 32, y)} << 32;
             }
+            const auto drop = hn::LoadMaskBits(d, reinterpret_cast<const uint8_t*>(&excluded));
+            uint8_t* excess = row.excess + corners.start;
+            hn::StoreU(hn::IfThenZeroElse(drop, hn::LoadU(d, excess)), d, excess);
+            corners.bits &= ~excluded;
+            row.found[kept] = corners;
+            kept += corners.bits != 0 ? 1 : 0;
         }
+        row.foundCount = kept;
     }
 
     D d_;
