@@ -38,6 +38,22 @@ HWY_INLINE void coverRange(size_t begin, size_t end, size_t lanes, Body body)
     }
 }
 
+/** As coverRange by two vectors a step, where there are two: what a step costs beside its work counts half. */
+template <class Body>
+HWY_INLINE void coverByTwo(size_t begin, size_t end, size_t lanes, Body body)
+{
+    if (end - begin < 2 * lanes)
+    {
+        return coverRange(begin, end, lanes, body);
+    }
+    coverRange(begin, end, 2 * lanes,
+               [&](size_t x) HWY_ATTR
+               {
+                   body(x);
+                   body(x + lanes);
+               });
+}
+
 /**
  * As coverRange, with a second step that begins where `out + x` is aligned to a vector: stores that cross cache lines
  * cost twice as much.
@@ -218,6 +234,13 @@ HWY_INLINE V withOneNan(D d, V v)
 template <class D, class V>
 HWY_INLINE V reversed(D d, V v)
 {
+#if HWY_ARCH_ARM
+    if constexpr (sizeof(hn::TFromD<D>) == 2 && hn::MaxLanes(D()) == 8)
+    {
+        const uint16x8_t inHalves = vrev64q_u16(v.raw);
+        return V(vextq_u16(inHalves, inHalves, 4));
+    }
+#endif
     if constexpr (sizeof(hn::TFromD<D>) > 1)
     {
         return hn::Reverse(d, v);

@@ -63,29 +63,39 @@ class StretchedFloats
             return;
         }
         row.number = number;
+        const uint32_t* lower = lower_;
+        float* pairs = pairs_;
         for (size_t x = 0; x < paired_; ++x)
         {
-            std::memcpy(pairs_ + 2 * x, pixels + lower_[x], 2 * sizeof(float));
+            std::memcpy(pairs + 2 * x, pixels + lower[x], 2 * sizeof(float));
         }
         std::fill(pairs_ + 2 * paired_, pairs_ + 2 * width_, pixels[lastPixel_]);
-        coverRange(0, width_, hn::Lanes(d),
+        coverByTwo(0, width_, hn::Lanes(d),
                    [&](size_t x) HWY_ATTR
                    {
-                       hn::Vec<D> lower, upper;
-                       hn::LoadInterleaved2(d, pairs_ + 2 * x, lower, upper);
-                       hn::StoreU(lerpLanes(d, lower, upper, hn::LoadU(d, weights_ + x)), d, row.pixels + x);
+                       hn::Vec<D> p, q;
+                       hn::LoadInterleaved2(d, pairs + 2 * x, p, q);
+                       hn::StoreU(lerpLanes(d, p, q, hn::LoadU(d, weights_ + x)), d, row.pixels + x);
                    });
     }
 
     template <class D>
     HWY_INLINE void blend(D d, float weight, float* out) const
     {
+        const float* upper = rows_[0].pixels;
+        const float* lower = rows_[1].pixels;
+        if (weight == 0)
+        {
+            return coverByTwo(0, width_, hn::Lanes(d),
+                              [&](size_t x) HWY_ATTR
+                              { hn::StoreU(withOneNan(d, hn::LoadU(d, upper + x)), d, out + x); });
+        }
         const auto share = hn::Set(d, weight);
-        coverRange(0, width_, hn::Lanes(d),
+        coverByTwo(0, width_, hn::Lanes(d),
                    [&](size_t x) HWY_ATTR
                    {
-                       const auto mixed =
-                           lerpLanes(d, hn::LoadU(d, rows_[0].pixels + x), hn::LoadU(d, rows_[1].pixels + x), share);
+                       const auto p = hn::LoadU(d, upper + x);
+                       const auto mixed = hn::Add(p, hn::Mul(share, hn::Sub(hn::LoadU(d, lower + x), p)));
                        hn::StoreU(withOneNan(d, mixed), d, out + x);
                    });
     }

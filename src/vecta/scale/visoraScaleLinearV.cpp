@@ -120,12 +120,12 @@ class StretchedRows
         picker_.pick(pixels, pixels, taps_);
         const hn::Repartition<int16_t, D> d16;
         const hn::Rebind<uint8_t, decltype(d16)> d8;
-        coverRange(0, elements_, hn::Lanes(d),
-                   [&](size_t x) HWY_ATTR
-                   {
-                       const auto pairs = hn::PromoteTo(d16, hn::LoadU(d8, taps_ + 2 * x));
-                       hn::StoreU(sumsOfPairProducts(d, pairs, hn::LoadU(d16, weights_ + 2 * x)), d, row.sums + x);
-                   });
+        const auto stretch = [&](size_t x) HWY_ATTR
+        {
+            const auto pairs = hn::PromoteTo(d16, hn::LoadU(d8, taps_ + 2 * x));
+            hn::StoreU(sumsOfPairProducts(d, pairs, hn::LoadU(d16, weights_ + 2 * x)), d, row.sums + x);
+        };
+        coverByTwo(0, elements_, hn::Lanes(d), stretch);
     }
 
     // One destination row between the two.
@@ -134,17 +134,35 @@ class StretchedRows
     {
         const hn::Rebind<uint8_t, D> d8;
         constexpr int32_t kTotal = kLinearTotal * kLinearTotal;
-        const auto share = hn::Set(d, static_cast<int32_t>(weight));
-        const auto rounding = hn::Set(d, kTotal / 2);
         const int32_t* lower = rows_[0].sums;
         const int32_t* upper = rows_[1].sums;
+#if HWY_ARCH_ARM
+        const auto rounding = vdupq_n_s32(kTotal / 2);
+        const auto weightBelow = static_cast<int32_t>(kLinearTotal - weight);
+        const auto weightAbove = static_cast<int32_t>(weight);
+        const auto four = [=](size_t x) HWY_ATTR
+        {
+            const auto below = vmlaq_n_s32(rounding, vld1q_s32(lower + x), weightBelow);
+            return vreinterpretq_u32_s32(vmlaq_n_s32(below, vld1q_s32(upper + x), weightAbove));
+        };
+        const auto eight = [=](size_t x) HWY_ATTR
+        { return vshrn_n_u16(vshrn_high_n_u32(vshrn_n_u32(four(x), 16), four(x + 4), 16), 6); };
+        if (elements_ >= 16)
+        {
+            coverRange(0, elements_, 16,
+                       [&](size_t x) HWY_ATTR { vst1q_u8(out + x, vcombine_u8(eight(x), eight(x + 8))); });
+            return;
+        }
+#endif
+        const auto share = hn::Set(d, static_cast<int32_t>(weight));
+        const auto half = hn::Set(d, kTotal / 2);
         coverRange(0, elements_, hn::Lanes(d),
                    [&](size_t x) HWY_ATTR
                    {
                        const auto low = hn::LoadU(d, lower + x);
                        const auto difference = hn::Sub(hn::LoadU(d, upper + x), low);
                        const auto sum = hn::Add(hn::ShiftLeft<11>(low), hn::Mul(difference, share));
-                       hn::StoreU(hn::DemoteTo(d8, hn::ShiftRight<22>(hn::Add(sum, rounding))), d8, out + x);
+                       hn::StoreU(hn::DemoteTo(d8, hn::ShiftRight<22>(hn::Add(sum, half))), d8, out + x);
                    });
     }
 

@@ -227,9 +227,9 @@ class ColumnPicker
     {
         const hn::FixedTag<uint8_t, kBlock> d;
         const uint8_t* lookups = lookups_;
-        for (size_t block = 0; block < blocks_; ++block)
+        const auto pickBlock = [&](uint32_t start, uint8_t* to) HWY_ATTR
         {
-            const uint8_t* pixels = row + starts_[block];
+            const uint8_t* pixels = row + start;
             auto picked = hn::TableLookupBytesOr0(hn::LoadU(d, pixels), hn::Load(d, lookups));
             for (size_t r = 1; r < registers; ++r)
             {
@@ -237,8 +237,15 @@ class ColumnPicker
                                                                 hn::Load(d, lookups + r * kBlock)));
             }
             lookups += registers * kBlock;
-            hn::StoreU(picked, d, out + firstOutput(block));
+            hn::StoreU(picked, d, to);
+        };
+        const uint32_t* start = starts_;
+        const uint32_t* const last = starts_ + blocks_ - 1;
+        for (uint8_t* to = out; start != last; ++start, to += kBlock)
+        {
+            pickBlock(*start, to);
         }
+        pickBlock(*last, out + firstOutput(blocks_ - 1));
     }
 
     size_t dstWidth_;

@@ -44,6 +44,26 @@ bool downsampleX(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint
     return withFittingVector<uint8_t>(pairs, reduceRows);
 }
 
+#if HWY_ARCH_ARM
+// Means of 2x2 bytes of one channel, sixteen of them.
+HWY_INLINE uint8x16_t meansOfChannel(uint8x16_t upper0, uint8x16_t upper1, uint8x16_t lower0, uint8x16_t lower1)
+{
+    const uint16x8_t first = vpadalq_u8(vpaddlq_u8(upper0), lower0);
+    const uint16x8_t second = vpadalq_u8(vpaddlq_u8(upper1), lower1);
+    return vrshrn_high_n_u16(vrshrn_n_u16(first, 2), second, 2);
+}
+
+// Sixteen pairs; neighbours of one channel are added in one step where the channels lie apart.
+HWY_INLINE void reducePairs(const uint8_t* upper, const uint8_t* lower, uint8_t* out)
+{
+    const uint8x16x2_t u0 = vld2q_u8(upper), u1 = vld2q_u8(upper + 32);
+    const uint8x16x2_t l0 = vld2q_u8(lower), l1 = vld2q_u8(lower + 32);
+    const uint8x16x2_t means = {{meansOfChannel(u0.val[0], u1.val[0], l0.val[0], l1.val[0]),
+                                 meansOfChannel(u0.val[1], u1.val[1], l0.val[1], l1.val[1])}};
+    vst2q_u8(out, means);
+}
+#endif
+
 // Means of 2x2 pairs of bytes, Lanes(d) of them.
 template <class D>
 HWY_INLINE hn::Vec<D> meansOfPairs(D d, const uint8_t* upper, const uint8_t* lower)
@@ -70,11 +90,19 @@ bool downsamplePairs(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, 
             const uint8_t* upper = src + y * srcStride;
             const uint8_t* lower = y + 1 < srcHeight ? upper + srcStride : upper;
             uint8_t* out = dst + y / 2 * dstStride;
-            coverRange(0, columns, hn::Lanes(d),
-                       [&](size_t x) HWY_ATTR {
-                           hn::StoreU(meansOfPairs(d, upper + 4 * x, lower + 4 * x), d,
-                                      reinterpret_cast<uint16_t*>(out + 2 * x));
-                       });
+            const auto reduce = [&](size_t x) HWY_ATTR
+            { hn::StoreU(meansOfPairs(d, upper + 4 * x, lower + 4 * x), d, reinterpret_cast<uint16_t*>(out + 2 * x)); };
+#if HWY_ARCH_ARM
+            if (columns >= 16)
+            {
+                coverRange(0, columns, 16,
+                           [&](size_t x) HWY_ATTR { reducePairs(upper + 4 * x, lower + 4 * x, out + 2 * x); });
+            }
+            else
+#endif
+            {
+                coverRange(0, columns, hn::Lanes(d), reduce);
+            }
             for (size_t c = 0; srcWidth % 2 != 0 && c < 2; ++c)
             {
                 const size_t last = 2 * size_t{srcWidth} - 2 + c;

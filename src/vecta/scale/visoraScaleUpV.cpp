@@ -77,6 +77,24 @@ struct Linear
     template <class D>
     HWY_INLINE static void along(D d, const ChunkRow& row, uint32_t /*rowWeight*/)
     {
+#if HWY_ARCH_ARM
+        if (row.count >= 16)
+        {
+            const auto three = vdupq_n_u16(3);
+            const auto eight = [=](const uint16_t* beside, const uint16_t* sums) HWY_ATTR
+            { return vmlaq_u16(vld1q_u16(beside), vld1q_u16(sums), three); };
+            const auto sixteen = [=](const uint16_t* beside, const uint16_t* sums) HWY_ATTR
+            { return vrshrn_high_n_u16(vrshrn_n_u16(eight(beside, sums), 4), eight(beside + 8, sums + 8), 4); };
+            coverRange(0, row.count, 16,
+                       [&](size_t x) HWY_ATTR
+                       {
+                           const uint16_t* sums = row.sums + x;
+                           const uint8x16x2_t both = {{sixteen(sums, sums + 1), sixteen(sums + 2, sums + 1)}};
+                           vst2q_u8(row.out + 2 * x, both);
+                       });
+            return;
+        }
+#endif
         doubleColumns(d, row,
                       [d](auto before, auto sum, auto after, auto& even, auto& odd) HWY_ATTR
                       {
@@ -187,7 +205,10 @@ HWY_INLINE bool doubleImage(const uint8_t* src, size_t width, size_t height, siz
                             size_t dstStride)
 {
     static constexpr uint8_t kNothing[kChunk + 2] = {};
-    const size_t chunk = HWY_MIN(width, kChunk);
+    // Chunks of about one size: the last one overlaps the one before it by less than a vector each.
+    constexpr size_t kUnit = 32;
+    const size_t chunks = (width + kChunk - 1) / kChunk;
+    const size_t chunk = HWY_MIN(width, ((width + chunks - 1) / chunks + kUnit - 1) / kUnit * kUnit);
     const auto last = static_cast<ptrdiff_t>(chunk) - 1;
     return withFittingVector<uint16_t>(
         width,

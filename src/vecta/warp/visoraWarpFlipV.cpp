@@ -54,20 +54,35 @@ struct Ends
     T* highEnd;
 };
 
-// Pixels done until less than a vector of them is left. Each step reads both ends before it writes either, so the
+// Pixels done until less than `vectors` of them are left. Each step reads both ends before it writes either, so the
 // destination may be the source.
-template <class Pixels, class D, class T>
+template <class Pixels, size_t vectors, class D, class T>
 HWY_INLINE size_t exchangeVectors(D d, const Ends<const T>& src, const Ends<T>& dst, size_t done, size_t count)
 {
     const size_t lanes = hn::Lanes(d);
-    for (; done + lanes <= count; done += lanes)
+    const size_t elements = lanes * Pixels::kChannels;
+    const size_t stop = done + (count - done) / (vectors * lanes) * (vectors * lanes);
+    const T* low = src.low + done * Pixels::kChannels;
+    const T* high = src.highEnd - (done + lanes) * Pixels::kChannels;
+    T* toLow = dst.low + done * Pixels::kChannels;
+    T* toHigh = dst.highEnd - (done + lanes) * Pixels::kChannels;
+    for (; done != stop; done += vectors * lanes)
     {
-        const size_t low = done * Pixels::kChannels;
-        const size_t high = (done + lanes) * Pixels::kChannels;
-        const auto fromLow = Pixels::load(src.low + low);
-        const auto fromHigh = Pixels::load(src.highEnd - high);
-        fromHigh.storeReversed(dst.low + low);
-        fromLow.storeReversed(dst.highEnd - high);
+        const auto low0 = Pixels::load(low);
+        const auto high0 = Pixels::load(high);
+        if constexpr (vectors == 2)
+        {
+            const auto low1 = Pixels::load(low + elements);
+            const auto high1 = Pixels::load(high - elements);
+            high1.storeReversed(toLow + elements);
+            low1.storeReversed(toHigh - elements);
+        }
+        high0.storeReversed(toLow);
+        low0.storeReversed(toHigh);
+        low += vectors * elements;
+        high -= vectors * elements;
+        toLow += vectors * elements;
+        toHigh -= vectors * elements;
     }
     return done;
 }
@@ -79,8 +94,8 @@ HWY_INLINE void exchange(const Ends<const T>& src, const Ends<T>& dst, size_t co
     const hn::ScalableTag<T> wide;
     const hn::CappedTag<T, 16 / sizeof(T)> narrow;
     constexpr size_t kChannels = Pixels<decltype(wide)>::kChannels;
-    size_t done = exchangeVectors<Pixels<decltype(wide)>>(wide, src, dst, 0, count);
-    done = exchangeVectors<Pixels<decltype(narrow)>>(narrow, src, dst, done, count);
+    size_t done = exchangeVectors<Pixels<decltype(wide)>, 2>(wide, src, dst, 0, count);
+    done = exchangeVectors<Pixels<decltype(narrow)>, 1>(narrow, src, dst, done, count);
     // By bytes: the pixels of an interleaved image need not be aligned to their size.
     constexpr size_t kPixel = kChannels * sizeof(T);
     for (; done < count; ++done)
