@@ -14,6 +14,7 @@
 #include "visora/gradient.h"
 #include "visora/morphology.h"
 #include "visora/pyramid.h"
+#include "visora/reduce.h"
 #include "visora/scale.h"
 #include "visora/threshold.h"
 #include "visora/track.h"

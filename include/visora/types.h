@@ -71,7 +71,9 @@ enum
 {
     VISORA_BORDER_UNDEFINED = 0, /**< the function's own default rule */
     VISORA_BORDER_CONSTANT = 1,  /**< the border value */
-    VISORA_BORDER_REPLICATE = 2  /**< the nearest image pixel */
+    VISORA_BORDER_REPLICATE = 2, /**< the nearest image pixel */
+    /** the image mirrored about its edge pixel, which is not repeated: c b | a b c; for functions that name it */
+    VISORA_BORDER_MIRROR = 3
 };
 
 /** The format of an image for functions that take any. */

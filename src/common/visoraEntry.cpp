@@ -34,7 +34,8 @@ bool Buffers::areSound() const
         }
         for (size_t j = 0; one.isWritten() && j < count_; ++j)
         {
-            if (j != i && buffers_[j]->data_ == one.data_ && !one.mayBegin(*buffers_[j]))
+            const Buffer& other = *buffers_[j];
+            if (j != i && other.data_ == one.data_ && !other.isNumbers() && !one.mayBegin(other))
             {
                 return false;
             }

@@ -26,7 +26,7 @@ enum class InPlace : bool
 /** The output may be an input of the call, whose elements have the same size and whose stride is equal. */
 constexpr InPlace kInPlace = InPlace::Yes;
 
-/** A buffer as an entry point sees it. Entry points make In, Out, Mask, Array or Result of it. */
+/** A buffer as an entry point sees it. Entry points make In, Out, Mask or another class below of it. */
 class Buffer
 {
   public:
@@ -39,6 +39,7 @@ class Buffer
         Input,
         OptionalMask,
         Array,
+        Numbers,
         Output,
         Result
     };
@@ -61,6 +62,7 @@ class Buffer
 
     bool isImage() const { return role_ == Role::Input || role_ == Role::Output || isMask(); }
     bool isMask() const { return role_ == Role::OptionalMask; }
+    bool isNumbers() const { return role_ == Role::Numbers; }
     bool isAbsent() const { return isMask() && !data_; }
     bool isWritten() const { return role_ == Role::Output || role_ == Role::Result; }
     bool isSound() const;
@@ -131,6 +133,23 @@ class Result : public Buffer
     }
 };
 
+/** Numbers, read or written, that nobody compares with the other buffers: inside one they merely mean nothing. */
+class Numbers : public Buffer
+{
+  public:
+    explicit Numbers(const void* data) : Buffer(Role::Numbers, data, 1, 0, 0, 0, 0, InPlace::No) {}
+};
+
+/** A source of one bit per pixel, in rows of whole bytes. */
+class Bits : public Buffer
+{
+  public:
+    Bits(const uint8_t* data, uint32_t width, uint32_t height, uint32_t stride)
+        : Buffer(Role::Input, data, (uint64_t{width} + 7) / 8, width, height, stride, 0, InPlace::No)
+    {
+    }
+};
+
 /** All buffers of a call. */
 class Buffers
 {
@@ -172,6 +191,12 @@ class BufferCall
     BufferCall& keepDspIf(bool condition)
     {
         call_.keepDspIf(condition);
+        return *this;
+    }
+
+    BufferCall& keepGpuIf(bool condition)
+    {
+        call_.keepGpuIf(condition);
         return *this;
     }
 

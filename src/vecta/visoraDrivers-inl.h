@@ -1,6 +1,7 @@
 // Vector kernels that are a function of single elements: one loop, many formulas. A formula gets a tag of the result's
-// type and one vector of each source's type, with as many lanes as the tag: `formula(d, a)` or `formula(d, a, b)`. A
-// vector has 16 bytes or more of the widest type; lanes whose results are not stored hold 0.
+// type and one vector of each source's type, with as many lanes as the tag, `formula(d, a)` or `formula(d, a, b)`, and
+// behind them the parameters that stand before the operation's destination. Where elements of other shapes take part,
+// a step takes the place of the formula: it loads and stores itself.
 #if defined(VISORA_VECTA_DRIVERS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VISORA_VECTA_DRIVERS_INL_H
 #undef VISORA_VECTA_DRIVERS_INL_H
@@ -9,7 +10,8 @@
 #endif
 
 #include <algorithm>
-#include <type_traits>
+#include <cstring>
+#include <utility>
 
 #include "cpu/visoraDrivers.h"
 #include "vecta/visoraVector-inl.h"
@@ -20,98 +22,205 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-/** The widest of some types, as an unsigned integer. */
-template <class... T>
-using Widest = hwy::UnsignedFromSize<std::max({sizeof(T)...})>;
+// ---- Planes ----
 
-/** `count` elements, at least a vector of tag d. */
-template <class Formula, class Tag, class D, class... S>
-HWY_INLINE void mapVectors(const Formula& formula, Tag d, size_t count, D* dst, const S*... in)
+/** An image as drivers walk it: kPer elements per column, read when T is const or kReadsOld says so. */
+template <class T, size_t kPerColumn = 1, bool kReadsOld = std::is_const_v<T>>
+struct Plane
 {
-    const size_t lanes = hn::Lanes(d);
-    const auto compute = [&](size_t x) HWY_ATTR { return formula(d, hn::LoadU(hn::Rebind<S, Tag>(), in + x)...); };
-    // Pointers that move leave less to do per step than an index.
-    size_t left = count;
-    for (; left >= 5 * lanes; left -= 4 * lanes)
-    {
-        const auto first = compute(0);
-        const auto second = compute(lanes);
-        const auto third = compute(2 * lanes);
-        const auto fourth = compute(3 * lanes);
-        hn::StoreU(first, d, dst);
-        hn::StoreU(second, d, dst + lanes);
-        hn::StoreU(third, d, dst + 2 * lanes);
-        hn::StoreU(fourth, d, dst + 3 * lanes);
-        ((in += 4 * lanes), ...);
-        dst += 4 * lanes;
-    }
-    const auto last = compute(left - lanes);
-    D* const lastOut = dst + left - lanes;
-    for (; left > lanes; left -= lanes)
-    {
-        hn::StoreU(compute(0), d, dst);
-        ((in += lanes), ...);
-        dst += lanes;
-    }
-    hn::StoreU(last, d, lastOut);
+    using Element = std::remove_const_t<T>;
+    static constexpr size_t kPer = kPerColumn;
+    static constexpr bool kReads = kReadsOld;
+    static constexpr bool kWrites = !std::is_const_v<T>;
+
+    T* data;
+    size_t stride;  // in elements
+
+    bool isPacked(size_t width) const { return stride == width * kPer; }
+};
+
+template <size_t kPer = 1, class T>
+HWY_INLINE Plane<const T, kPer> source(const T* data, uint32_t stride)
+{
+    return {data, stride / sizeof(T)};
 }
+
+template <size_t kPer = 1, class T>
+HWY_INLINE Plane<T, kPer> destination(T* data, uint32_t stride)
+{
+    return {data, stride / sizeof(T)};
+}
+
+/** A destination whose old contents count. */
+template <size_t kPer = 1, class T>
+HWY_INLINE Plane<T, kPer, true> updated(T* data, uint32_t stride)
+{
+    return {data, stride / sizeof(T)};
+}
+
+// ---- Rows ----
+
+/** The last columns of a row, apart from it. */
+template <class P, size_t kColumns>
+struct RowEnd
+{
+    alignas(64) typename P::Element elements[kColumns * P::kPer];
+
+    HWY_INLINE void take(const P& row, size_t begin, size_t columns)
+    {
+        if constexpr (P::kReads)
+        {
+            std::memcpy(elements, row.data + begin * P::kPer, columns * P::kPer * sizeof(elements[0]));
+        }
+    }
+
+    HWY_INLINE void give(const P& row, size_t begin, size_t columns) const
+    {
+        if constexpr (P::kWrites)
+        {
+            std::memcpy(row.data + begin * P::kPer, elements, columns * P::kPer * sizeof(elements[0]));
+        }
+    }
+};
 
 /**
- * dst[x] = formula(in[x] ...) for x < count. In place is allowed: what the last vector shares with the one before it is
- * read before it is written.
+ * Runs step(std::index_sequence<0 .. n - 1>, pointers ...), which does n * Step::kLanes columns from each plane's
+ * pointer on, over a row. The columns behind the last full step are done apart from the row, from what it held before
+ * anything was written, so that a destination may be a source; what lies beyond a row of less than a step holds 0.
  */
-template <class Formula, class D, class... S>
-HWY_INLINE void mapRow(const Formula& formula, size_t count, D* dst, const S*... in)
+template <class Step, class... P>
+HWY_INLINE void stepRow(size_t width, const Step& step, P... rows)
 {
-    using Wide = Widest<D, S...>;
-    const hn::Rebind<D, hn::ScalableTag<Wide>> wide;
-    constexpr size_t kNarrow = 16 / sizeof(Wide);
-    const hn::Rebind<D, hn::CappedTag<Wide, kNarrow>> narrow;
-    if (count >= hn::Lanes(wide))
+    constexpr size_t lanes = Step::kLanes;
+    // Pointers that move leave less to do per step than an index.
+    const auto advance = [&](size_t columns) HWY_ATTR { ((rows.data += columns * P::kPer), ...); };
+    [&](auto... ends) HWY_ATTR
     {
-        return mapVectors(formula, wide, count, dst, in...);
-    }
-    if (hn::MaxLanes(wide) > kNarrow && count >= kNarrow)
-    {
-        return mapVectors(formula, narrow, count, dst, in...);
-    }
-    // Less than a vector: by way of a whole one.
-    const auto padded = [&](const auto* from) HWY_ATTR
-    {
-        using T = std::remove_const_t<std::remove_reference_t<decltype(*from)>>;
-        const hn::Rebind<T, decltype(narrow)> d;
-        HWY_ALIGN T whole[kNarrow] = {};
-        std::copy_n(from, count, whole);
-        return hn::Load(d, whole);
-    };
-    HWY_ALIGN D result[kNarrow];
-    hn::Store(formula(narrow, padded(in)...), narrow, result);
-    std::copy_n(result, count, dst);
+        const size_t rest = width % lanes;
+        if (rest != 0 && width > lanes)
+        {
+            (ends.take(rows, width - lanes, lanes), ...);
+        }
+        size_t left = width;
+        if constexpr (Step::kUnroll > 1)
+        {
+            for (; left >= Step::kUnroll * lanes; left -= Step::kUnroll * lanes)
+            {
+                step(std::make_index_sequence<Step::kUnroll>(), rows.data...);
+                advance(Step::kUnroll * lanes);
+            }
+        }
+        for (; left >= lanes; left -= lanes)
+        {
+            step(std::index_sequence<0>(), rows.data...);
+            advance(lanes);
+        }
+        if (rest != 0)
+        {
+            if (width < lanes)
+            {
+                (ends.take(rows, 0, width), ...);
+            }
+            step(std::index_sequence<0>(), ends.elements...);
+            if (width < lanes)
+            {
+                (ends.give(rows, 0, width), ...);
+            }
+            else
+            {
+                ((rows.data -= (lanes - rest) * P::kPer), ...);
+                (ends.give(rows, 0, lanes), ...);
+            }
+        }
+    }(RowEnd<P, lanes>{}...);
 }
 
-/** dst = formula(src), element by element. */
-template <class Formula, class S, class D>
-HWY_INLINE vsrStatus unary(const Formula& formula, const S* src, uint32_t width, uint32_t height, uint32_t srcStride,
-                           D* dst, uint32_t dstStride)
+/** stepRow over all rows; rows that follow each other without a gap are one. */
+template <class Step, class... P>
+HWY_INLINE vsrStatus mapPlanes(size_t width, size_t height, const Step& step, P... planes)
 {
-    for (uint32_t y = 0; y < height; ++y)
+    if ((planes.isPacked(width) && ...))
     {
-        mapRow(formula, width, imageRow(dst, dstStride, y), imageRow(src, srcStride, y));
+        width *= height;
+        height = 1;
+    }
+    for (; height != 0; --height)
+    {
+        stepRow(width, step, planes...);
+        ((planes.data += planes.stride), ...);
     }
     return VISORA_SUCCESS;
 }
 
-/** dst = formula(src1, src2), element by element. */
-template <class Formula, class S1, class S2, class D>
-HWY_INLINE vsrStatus binary(const Formula& formula, const S1* src1, uint32_t width, uint32_t height,
-                            uint32_t src1Stride, const S2* src2, uint32_t src2Stride, D* dst, uint32_t dstStride)
+// ---- Steps ----
+
+/**
+ * A step of single elements: formula(d, vectors ...) makes the destination's vector, of tag d, of the sources', which
+ * have as many lanes. The widest of the types fills a vector.
+ */
+template <class Formula, class T, class... S>
+struct ElementStep
 {
-    for (uint32_t y = 0; y < height; ++y)
+    static constexpr size_t kWidest = std::max({sizeof(T), sizeof(S)...});
+    using Lanes = hn::ScalableTag<hwy::UnsignedFromSize<kWidest>>;
+    static constexpr size_t kLanes = hn::MaxLanes(Lanes());
+    static constexpr size_t kUnroll = 4;
+
+    Formula formula;
+
+    // All vectors are loaded before the first is stored, also for the compiler, which cannot tell that the destination
+    // is no source: loads and stores go in pairs then.
+    template <size_t... i>
+    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, T* dst, const S*... src) const
     {
-        mapRow(formula, width, imageRow(dst, dstStride, y), imageRow(src1, src1Stride, y),
-               imageRow(src2, src2Stride, y));
+        const hn::Rebind<T, Lanes> d;
+        const hn::VFromD<decltype(d)> results[] = {at(i * kLanes, src...)...};
+        (hn::StoreU(results[i], d, dst + i * kLanes), ...);
     }
-    return VISORA_SUCCESS;
+
+  private:
+    HWY_INLINE auto at(size_t x, const S*... src) const
+    {
+        return formula(hn::Rebind<T, Lanes>(), hn::LoadU(hn::Rebind<S, Lanes>(), src + x)...);
+    }
+};
+
+template <class T, class... S, class Formula>
+HWY_INLINE ElementStep<Formula, T, S...> elementStep(Formula formula)
+{
+    return {formula};
+}
+
+// ---- Shapes; they get a formula of vectors, then the arguments of the operation ----
+
+/** dst = formula(d, src, parameters ...), element by element. */
+template <class Formula, class S, class... Rest>
+HWY_INLINE vsrStatus unary(Formula formula, const S* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                           Rest... rest)
+{
+    return destinationFirst(
+        [=]<class T>(T* dst, uint32_t dstStride, auto... parameters) HWY_ATTR -> vsrStatus
+        {
+            const auto step = elementStep<T, S>([=](auto d, auto a) HWY_ATTR { return formula(d, a, parameters...); });
+            return mapPlanes(width, height, step, destination(dst, dstStride), source(src, srcStride));
+        },
+        rest...);
+}
+
+/** dst = formula(d, src1, src2, parameters ...), element by element. */
+template <class Formula, class S1, class S2, class... Rest>
+HWY_INLINE vsrStatus binary(Formula formula, const S1* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
+                            const S2* src2, uint32_t src2Stride, Rest... rest)
+{
+    return destinationFirst(
+        [=]<class T>(T* dst, uint32_t dstStride, auto... parameters) HWY_ATTR -> vsrStatus
+        {
+            const auto step = elementStep<T, S1, S2>([=](auto d, auto a, auto b) HWY_ATTR
+                                                     { return formula(d, a, b, parameters...); });
+            return mapPlanes(width, height, step, destination(dst, dstStride), source(src1, src1Stride),
+                             source(src2, src2Stride));
+        },
+        rest...);
 }
 
 }  // namespace HWY_NAMESPACE

@@ -34,6 +34,6 @@
  */
 #define VSR_KERNEL(operation, kernel, driver, ...)       \
     std::type_identity_t<decltype(operation##C)> kernel; \
-    VSR_DEFINE_BODY(kernel, decltype(operation##C), { return driver(__VA_ARGS__, arguments...); })
+    VSR_DEFINE_BODY(kernel, decltype(operation##C), { return driver(__VA_ARGS__ __VA_OPT__(, ) arguments...); })
 
 #endif

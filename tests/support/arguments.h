@@ -177,6 +177,20 @@ class Arguments
         return reinterpret_cast<const T*>(start);
     }
 
+    /** An input of the elements that make() gives one after the other, which stay. */
+    template <class T, class Make>
+    const T* made(size_t rowElements, size_t rows, size_t strideBytes, Make make)
+    {
+        uint8_t* start = addInput(rowElements * sizeof(T), rows, strideBytes, sizeof(T));
+        inputs_.back().isGiven = true;
+        for (size_t i = 0; i < rows * rowElements; ++i)
+        {
+            const T element = make();
+            std::memcpy(start + i / rowElements * strideBytes + i % rowElements * sizeof(T), &element, sizeof(T));
+        }
+        return reinterpret_cast<const T*>(start);
+    }
+
     /** An output: whatever lies between or around its rows must stay as it is. */
     template <class T>
     T* output(size_t rowElements, size_t rows, size_t strideBytes)

@@ -92,6 +92,16 @@ inline Prepare inPlace(Prepare prepare)
     return ruled({.inPlace = EntryRule::InPlace::Allowed}, std::move(prepare));
 }
 
+/** A call that the operation's entry point for packed images can make too. */
+inline Prepare packable(EntryRule::Packed packed, const Prepare& prepare)
+{
+    return [=](Arguments& a)
+    {
+        prepare(a);
+        a.entry().packed = {packed};
+    };
+}
+
 // ---- Operations of one shape ----
 
 /**

@@ -3,6 +3,7 @@
 #define VISORA_VARIANTS_ARITHMETIC_H
 
 #include "visora/element.h"
+#include "visora/reduce.h"
 
 #define VISORA_LIST "visora/operations/arithmetic.def"
 #include "visora/variants/list.h"
