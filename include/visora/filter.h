@@ -173,6 +173,45 @@ VSR_API vsrStatus vsrFilterGaussian11x11u8(const uint8_t* src, uint32_t width, u
 VSR_API vsrStatus vsrFilterGaussian11x11u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                               uint32_t srcStride, uint8_t* dst, uint32_t dstStride, int32_t blurBorder);
 
+/* ---- Any odd window ---- */
+
+/*
+ * Outside the image is `borderValue` with VISORA_BORDER_CONSTANT, else the nearest pixel; vsrFilterUnsharp5x5u8 takes
+ * the nearest pixel. These functions return 0, VISORA_ENOMEM without scratch memory, and VISORA_EBADPARAM, without a
+ * log line, for a null pointer, a zero size, a stride below a row, an unknown border type, an argument out of its
+ * range, or a destination that is the source; nothing is written then.
+ */
+
+/** 5x5 median of a u8 image: the 13th smallest of the 25 pixels. */
+VSR_API vsrStatus vsrFilterMedian5x5u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                       uint8_t* dst, uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue);
+
+/**
+ * N x N Gaussian of a u8 image, N odd up to 255, with taps in 1/256 whose sum is 256: (sum + 32768) >> 16 over the
+ * products of the taps of both directions. `sigma`, finite and not negative, is the standard deviation in pixels; 0
+ * stands for one that suits N.
+ */
+VSR_API vsrStatus vsrFilterGaussianNxNu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                         uint32_t N, float sigma, uint8_t* dst, uint32_t dstStride,
+                                         vsrBorderType borderType, uint8_t borderValue);
+
+/**
+ * N x N Gaussian of an f32 image, N and `sigma` as above: first down each column, the centre's product, then the pairs
+ * of pixels further and further from it, each pair added first; then along the row in the same way. A NaN comes out as
+ * the quiet NaN 0x7FC00000.
+ */
+VSR_API vsrStatus vsrFilterGaussianNxNf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                          uint32_t N, float sigma, float* dst, uint32_t dstStride,
+                                          vsrBorderType borderType, float borderValue);
+
+/**
+ * Unsharp masking of a u8 image. With g the 5x5 binomial Gaussian, rounded, and d = pixel - g: pixels with |d| below
+ * `threshold` stay as they are, the others become pixel + ((amount * d + 128) >> 8), limited to u8. `amount` is in
+ * 1/256, up to 32767.
+ */
+VSR_API vsrStatus vsrFilterUnsharp5x5u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                        uint32_t amount, uint8_t threshold, uint8_t* dst, uint32_t dstStride);
+
 VSR_END_DECLARATIONS
 
 #endif

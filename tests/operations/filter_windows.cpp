@@ -65,6 +65,10 @@ const auto anyType = [](Arguments& a) { return std::tuple(vsrThresholdType{a.cho
 
 const auto anyByte = [](Arguments& a) { return std::tuple(static_cast<uint8_t>(a.choose(0, 255, 100))); };
 
+const auto fixedParameters = [](Arguments& a) { return std::tuple_cat(anyByte(a), anyType(a)); };
+
+const auto bandParameters = [](Arguments& a) { return std::tuple_cat(anyByte(a), anyByte(a), anyType(a)); };
+
 // Maximum, type and constant, which is now and then far from any pixel.
 const auto adaptiveParameters = [](Arguments& a)
 {
@@ -98,6 +102,11 @@ void otsu(Arguments& a)
 }
 
 #define FILTER(operation, ...) VISORA_OPERATION(operation), windowFilter<operation##C, __VA_ARGS__>
+// With an entry point for packed images.
+#define PACKED_FILTER(operation, place, ...)                                                    \
+    VISORA_OPERATION(operation),                                                                \
+        ruled({.inPlace = EntryRule::InPlace::place, .packed = {VISORA_PACKED(operation, "")}}, \
+              windowFilter<operation##C>(__VA_ARGS__))
 
 const Register windowFilters({
     {VISORA_OPERATION(vsrFilterSobel3x3u8s16), gradientPlanes<vsrFilterSobel3x3u8s16C>},
@@ -106,9 +115,9 @@ const Register windowFilters({
     {VISORA_OPERATION(vsrFilterScharr3x3u8s16), gradientPlanes<vsrFilterScharr3x3u8s16C>},
     {FILTER(vsrFilterLaplacian3x3u8s16, int16_t)([](Arguments& a) { return std::tuple(a.choose(1, 2, 1) * 4); },
                                                  anyBorder)},
-    {FILTER(vsrFilterSobel3x3u8, uint8_t)(nothing, nothing)},
-    {FILTER(vsrFilterDilate3x3u8, uint8_t)(nothing, nothing)},
-    {FILTER(vsrFilterErode3x3u8, uint8_t)(nothing, nothing)},
+    {PACKED_FILTER(vsrFilterSobel3x3u8, Refused, nothing, nothing)},
+    {PACKED_FILTER(vsrFilterDilate3x3u8, Refused, nothing, nothing)},
+    {PACKED_FILTER(vsrFilterErode3x3u8, Refused, nothing, nothing)},
     {FILTER(vsrFilterDilateNxNu8, uint8_t)(oddWindow(7, 5), nothing)},
     {FILTER(vsrFilterDilateNxNu8, uint8_t)(oddWindow(99, 31), nothing), "31"},
     {FILTER(vsrFilterErodeNxNu8, uint8_t)(oddWindow(7, 7), nothing)},
@@ -117,11 +126,9 @@ const Register windowFilters({
     {FILTER(vsrFilterOpenNxNu8, uint8_t)(oddWindow(300, 51), nothing), "51"},
     {FILTER(vsrFilterCloseNxNu8, uint8_t)(oddWindow(60, 5), nothing)},
     {FILTER(vsrFilterTopHatNxNu8, uint8_t)(topHat(60, 9), nothing)},
-    {FILTER(vsrFilterThresholdFixedu8, uint8_t)([](Arguments& a) { return std::tuple_cat(anyByte(a), anyType(a)); },
-                                                nothing)},
-    {FILTER(vsrFilterThresholdBandu8,
-            uint8_t)([](Arguments& a) { return std::tuple_cat(anyByte(a), anyByte(a), anyType(a)); }, nothing)},
-    {VISORA_OPERATION(vsrFilterThresholdOtsuu8), otsu},
+    {PACKED_FILTER(vsrFilterThresholdFixedu8, Allowed, fixedParameters, nothing)},
+    {PACKED_FILTER(vsrFilterThresholdBandu8, Allowed, bandParameters, nothing)},
+    {VISORA_OPERATION(vsrFilterThresholdOtsuu8), inPlace(otsu)},
     {FILTER(vsrAdaptiveThresholdBox3x3u8, uint8_t)(adaptiveParameters, nothing)},
     {FILTER(vsrAdaptiveThresholdBox11x11u8, uint8_t)(adaptiveParameters, nothing)},
     {FILTER(vsrAdaptiveThresholdBoxNxNu8, uint8_t)(adaptiveBox(31, 31, 256), nothing)},

@@ -2,6 +2,7 @@
 #include <tuple>
 
 #include "common/visoraCall.h"
+#include "common/visoraConvolution.h"
 #include "kdsp_rpc/multi_domains/visoraMarshalling.h"
 
 namespace visora
@@ -22,6 +23,70 @@ constexpr auto gradientPlanes = [](const auto* src, uint32_t width, uint32_t hei
 {
     return std::array{imageLength(src, srcStride, width, height), imageLength(dx, gradStride, width, height),
                       imageLength(dy, gradStride, width, height)};
+};
+
+/** A kernel of `taps` elements and some numbers between the images. */
+template <size_t numbers, uint32_t taps>
+constexpr auto withTaps =
+    [](const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, const auto* /*kernel*/, auto... rest)
+{
+    const auto [from, to] = sameSizeBehind<numbers>(src, width, height, srcStride, rest...);
+    return std::array{from, taps, to};
+};
+
+/** A kernel of N x N elements. */
+template <size_t numbers>
+constexpr auto withSquareKernel = [](const auto* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                     const auto* /*kernel*/, uint32_t N, auto... rest)
+{
+    const auto [from, to] = sameSizeBehind<numbers>(src, width, height, srcStride, rest...);
+    return std::array{from, N * N, to};
+};
+
+constexpr auto withTwoKernels = [](const float* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                   const float* /*rowKernel*/, uint32_t M, const float* /*columnKernel*/, uint32_t N,
+                                   float* dst, uint32_t dstStride, vsrBorderType /*borderType*/, float /*borderValue*/)
+{
+    const auto [from, to] = sameSize(src, width, height, srcStride, dst, dstStride);
+    return std::array{from, M, N, to};
+};
+
+constexpr auto withShiftedKernels = [](const int16_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                       const int16_t* /*rowKernel*/, uint32_t M, uint32_t /*rowShift*/,
+                                       const int16_t* /*columnKernel*/, uint32_t N, uint32_t /*columnShift*/,
+                                       int16_t* dst, uint32_t dstStride)
+{
+    const auto [from, to] = sameSize(src, width, height, srcStride, dst, dstStride);
+    return std::array{from, M, N, to};
+};
+
+constexpr auto convolution = [](const int16_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                const int16_t* /*kernel*/, uint32_t kernelWidth, uint32_t kernelHeight,
+                                uint32_t /*shift*/, vsrConvolutionSize size, int16_t* dst, uint32_t dstStride)
+{
+    const ConvolutionOutput output(width, height, kernelWidth, kernelHeight, size);
+    return std::array{imageLength(src, srcStride, width, height), kernelWidth * kernelHeight,
+                      imageLength(dst, dstStride, output.width, output.height)};
+};
+
+/** The DSP reads and writes images in words of eight bytes; it has no fallback. */
+constexpr auto areAligned = [](const auto& /*lengths*/, const int16_t* src, uint32_t /*width*/, uint32_t /*height*/,
+                               uint32_t srcStride, const int16_t* /*rowKernel*/, uint32_t /*M*/, uint32_t /*rowShift*/,
+                               const int16_t* /*columnKernel*/, uint32_t /*N*/, uint32_t /*columnShift*/, int16_t* dst,
+                               uint32_t dstStride)
+{ return aligned<8>(src, dst) && multiplesOf<8>(srcStride, dstStride); };
+struct ForwardIfAligned
+{
+    static constexpr bool kRecovers = false;
+    static constexpr auto kConstraint = areAligned;
+};
+
+constexpr auto edgesAndGradients = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                      uint32_t /*low*/, uint32_t /*high*/, vsrCannyNorm /*norm*/, uint8_t* dst,
+                                      uint32_t dstStride, int16_t* dx, int16_t* dy, uint32_t gradStride)
+{
+    return std::array{imageLength(src, srcStride, width, height), imageLength(dst, dstStride, width, height),
+                      imageLength(dx, gradStride, width, height), imageLength(dy, gradStride, width, height)};
 };
 
 constexpr auto withLevel = [](const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, uint32_t /*type*/,

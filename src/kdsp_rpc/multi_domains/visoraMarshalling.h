@@ -42,7 +42,7 @@ constexpr auto isLarge = [](const auto& lengths, auto...)
 };
 using FallBackIfLarge = FallBackIf<isLarge>;
 
-/** One remote call, whose result is the operation's. */
+/** One remote call, whose result is the operation's when it fails or the operation has no status of its own. */
 struct Forward
 {
     static constexpr bool kRecovers = false;
@@ -99,7 +99,8 @@ struct Marshalling<R(A...)>
         }
         else
         {
-            return static_cast<R>(call());
+            const int32_t status = call();
+            return static_cast<R>(status == 0 && answer == Answer::Status ? ownStatus : static_cast<uint32_t>(status));
         }
     }
 

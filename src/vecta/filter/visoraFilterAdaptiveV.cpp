@@ -65,14 +65,14 @@ HWY_INLINE hn::Vec<D> raised(D d16, const uint8_t* pixels, int16_t offset)
 // Row y of the result, where holds(d16, x) says for a vector of s16 lanes whether the test holds. The image is at least
 // a vector of bytes wide.
 template <class D16, class Holds>
-HWY_INLINE void chooseRow(D16 d16, const AdaptiveCall& call, size_t y, Holds holds)
+HWY_INLINE void chooseRow(D16 d16, const AdaptiveCall& call, size_t y, size_t begin, size_t end, Holds holds)
 {
     const hn::Repartition<uint8_t, D16> d8;
     const size_t half = hn::Lanes(d16);
     const auto above = hn::Set(d16, int16_t{call.above});
     const auto elsewhere = hn::Set(d16, int16_t{call.elsewhere});
     uint8_t* out = call.dst + y * call.dstStride;
-    coverRange(0, call.source.width, 2 * half,
+    coverRange(begin, end, 2 * half,
                [&](size_t x) HWY_ATTR
                {
                    const auto low = hn::IfThenElse(holds(x), above, elsewhere);
@@ -169,7 +169,7 @@ HWY_INLINE vsrStatus smallBox(const AdaptiveCall& call)
                       {
                           columns.moveTo(d16, y);
                           const uint8_t* pixels = source.nearestRow(static_cast<ptrdiff_t>(y));
-                          chooseRow(d16, call, y,
+                          chooseRow(d16, call, y, 0, source.width,
                                     [&](size_t x) HWY_ATTR
                                     {
                                         // The mean is below pixel + constant when the sum with its rounding is below
@@ -235,7 +235,7 @@ HWY_INLINE void boxRows(const AdaptiveCall& call, uint32_t N, uint32_t* sums, ui
                               const auto rounded = hn::Add(sum, half);
                               return hn::IfThenZeroElse(hn::Eq(hn::Max(rounded, limit), rounded), one);
                           };
-                          chooseRow(d16, call, y,
+                          chooseRow(d16, call, y, 0, source.width,
                                     [&](size_t x) HWY_ATTR
                                     {
                                         const hn::Repartition<uint16_t, decltype(d16)> dUnsigned;
@@ -356,10 +356,10 @@ HWY_INLINE vsrStatus smallGaussian(const AdaptiveCall& call)
                         dSum, [&](int i) HWY_ATTR { return hn::PromoteTo(dSum, hn::LoadU(d8, rows[i] + x)); });
                     hn::StoreU(sum, dSum, sums[0] + x);
                 },
-                [&](size_t y, const auto& sums) HWY_ATTR
+                [&](size_t y, const auto& sums, size_t begin, size_t end) HWY_ATTR
                 {
                     const uint8_t* pixels = call.source.nearestRow(static_cast<ptrdiff_t>(y));
-                    chooseRow(d16, call, y,
+                    chooseRow(d16, call, y, begin, end,
                               [&](size_t x) HWY_ATTR
                               {
                                   const auto sum = binomialSum<radius>(
@@ -447,7 +447,7 @@ vsrStatus adaptiveGaussian11x11(const uint8_t* src, uint32_t srcWidth, uint32_t 
                                       hn::UpperHalf(dQuarter, stage[2])),
                                d32, sums[0] + x + lanes);
                 },
-                [&](size_t y, const auto& sums) HWY_ATTR
+                [&](size_t y, const auto& sums, size_t begin, size_t end) HWY_ATTR
                 {
                     const uint8_t* pixels = call.source.nearestRow(static_cast<ptrdiff_t>(y));
                     const auto meanAt = [&](size_t x) HWY_ATTR
@@ -462,7 +462,7 @@ vsrStatus adaptiveGaussian11x11(const uint8_t* src, uint32_t srcWidth, uint32_t 
                         const auto tie = hn::And(hn::ShiftRight<20>(sum), hn::Set(d32, 1u));
                         return hn::ShiftRight<20>(hn::Add(hn::Add(sum, hn::Set(d32, 524287u)), tie));
                     };
-                    chooseRow(d16, call, y,
+                    chooseRow(d16, call, y, begin, end,
                               [&](size_t x) HWY_ATTR
                               {
                                   const auto mean = narrowInOrder(dHalf, meanAt(x), meanAt(x + lanes));

@@ -10,6 +10,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/filter/visoraFilterMedian-inl.h"
+#include "vecta/filter/visoraFilterMedian5x5-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -19,138 +20,6 @@ namespace HWY_NAMESPACE
 {
 
 // ---- 5x5 ----
-
-template <class V>
-HWY_INLINE void order(V& low, V& high)
-{
-    const V smaller = hn::Min(low, high);
-    high = hn::Max(low, high);
-    low = smaller;
-}
-
-// Takes the smallest and the largest of `count` values away until one is left, the median, with one new value coming in
-// each time: `count` is 2 more than half of all values then, so that what is taken away cannot be the median.
-template <size_t count, class V>
-HWY_INLINE V medianByElimination(V* values, const V* incoming)
-{
-    if constexpr (count == 3)
-    {
-        return medianOf3(values[0], values[1], values[2]);
-    }
-    else
-    {
-        // Smaller ones to the front half, larger ones to the back half, then the extremes to the ends.
-        for (size_t i = 0; i < count / 2; ++i)
-        {
-            order(values[i], values[count - 1 - i]);
-        }
-        for (size_t i = 1; i < (count + 1) / 2; ++i)
-        {
-            order(values[0], values[i]);
-        }
-        for (size_t i = count / 2; i < count - 1; ++i)
-        {
-            order(values[i], values[count - 1]);
-        }
-        values[0] = *incoming;
-        return medianByElimination<count - 1>(values, incoming + 1);
-    }
-}
-
-// The median of 25 values in five sorted columns, of which row[k] holds the values of rank k. Were each row sorted too,
-// the value in row p and column q (from 1) would have p * q - 1 values not above it and (6 - p) * (6 - q) - 1 not below
-// it. Where either is 13 or more it is not the median; that leaves 13 values, 6 of the others being below and 6 above.
-// They are the 2 largest of the first row, the 3 largest of the second, the 3 in the middle of the third, the 3
-// smallest of the fourth and the 2 smallest of the fifth.
-template <class V>
-HWY_INLINE V medianOfFiveColumns(V (&row)[5][5])
-{
-    V rest[13];
-    const auto largestTwo = [](V(&v)[5], V* out) HWY_ATTR
-    {
-        order(v[0], v[1]);
-        order(v[2], v[3]);
-        order(v[1], v[3]);
-        const V second = hn::Max(v[1], hn::Max(v[0], v[2]));
-        out[0] = hn::Max(v[3], v[4]);
-        out[1] = hn::Max(second, hn::Min(v[3], v[4]));
-    };
-    const auto smallestTwo = [](V(&v)[5], V* out) HWY_ATTR
-    {
-        order(v[0], v[1]);
-        order(v[2], v[3]);
-        order(v[0], v[2]);
-        const V second = hn::Min(v[2], hn::Min(v[1], v[3]));
-        out[0] = hn::Min(v[0], v[4]);
-        out[1] = hn::Min(second, hn::Max(v[0], v[4]));
-    };
-    // The smallest, and then the smallest of the others, are taken away.
-    const auto largestThree = [](V(&v)[5], V* out) HWY_ATTR
-    {
-        order(v[0], v[1]);
-        order(v[2], v[3]);
-        order(v[0], v[2]);
-        v[4] = hn::Max(v[0], v[4]);
-        order(v[2], v[4]);
-        order(v[1], v[3]);
-        out[0] = hn::Max(v[1], v[2]);
-        out[1] = v[3];
-        out[2] = v[4];
-    };
-    const auto smallestThree = [](V(&v)[5], V* out) HWY_ATTR
-    {
-        order(v[0], v[1]);
-        order(v[2], v[3]);
-        order(v[1], v[3]);
-        v[4] = hn::Min(v[3], v[4]);
-        order(v[4], v[1]);
-        order(v[0], v[2]);
-        out[0] = hn::Min(v[1], v[2]);
-        out[1] = v[0];
-        out[2] = v[4];
-    };
-    const auto middleThree = [](V(&v)[5], V* out) HWY_ATTR
-    {
-        order(v[0], v[1]);
-        order(v[2], v[3]);
-        order(v[0], v[2]);
-        order(v[1], v[3]);
-        out[0] = v[1];
-        out[1] = v[2];
-        out[2] = hn::Min(hn::Max(v[0], v[4]), v[3]);
-    };
-    largestTwo(row[0], rest);
-    largestThree(row[1], rest + 2);
-    middleThree(row[2], rest + 5);
-    smallestThree(row[3], rest + 8);
-    smallestTwo(row[4], rest + 11);
-    return medianByElimination<8>(rest, rest + 8);
-}
-
-template <class D>
-HWY_INLINE void sortColumnsOfFive(D d, const int16_t* top, size_t step, size_t width, int16_t* const sorted[5])
-{
-    coverRange(0, width, hn::Lanes(d),
-               [&](size_t x) HWY_ATTR
-               {
-                   const auto pixel = [&](size_t row) HWY_ATTR { return hn::LoadU(d, top + row * step + x); };
-                   auto a = pixel(0), b = pixel(1), c = pixel(2), e = pixel(3), f = pixel(4);
-                   order(a, b);
-                   order(e, f);
-                   order(c, f);
-                   order(c, e);
-                   order(b, f);
-                   order(a, e);
-                   order(a, c);
-                   order(b, e);
-                   order(b, c);
-                   hn::StoreU(a, d, sorted[0] + x);
-                   hn::StoreU(b, d, sorted[1] + x);
-                   hn::StoreU(c, d, sorted[2] + x);
-                   hn::StoreU(e, d, sorted[3] + x);
-                   hn::StoreU(f, d, sorted[4] + x);
-               });
-}
 
 /** @return false without scratch memory, with nothing written */
 template <class D>
@@ -167,20 +36,10 @@ HWY_INLINE bool median5x5(D d, const int16_t* src, size_t width, size_t height, 
                                 scratch + 4 * width};
     for (size_t y = 2; y + 2 < height; ++y)
     {
-        sortColumnsOfFive(d, src + (y - 2) * srcStep, srcStep, width, sorted);
+        const auto rowAt = [&](size_t row) { return src + (y - 2 + row) * srcStep; };
+        coverRange(0, width, hn::Lanes(d), [&](size_t x) HWY_ATTR { sortColumnsOfFive(d, rowAt, x, sorted); });
         coverRange(2, width - 2, hn::Lanes(d),
-                   [&](size_t x) HWY_ATTR
-                   {
-                       hn::Vec<D> row[5][5];
-                       for (size_t rank = 0; rank < 5; ++rank)
-                       {
-                           for (size_t column = 0; column < 5; ++column)
-                           {
-                               row[rank][column] = hn::LoadU(d, sorted[rank] + x - 2 + column);
-                           }
-                       }
-                       hn::StoreU(medianOfFiveColumns(row), d, dst + y * dstStep + x);
-                   });
+                   [&](size_t x) HWY_ATTR { hn::StoreU(medianFromSorted(d, sorted, x), d, dst + y * dstStep + x); });
     }
     return true;
 }

@@ -124,9 +124,9 @@ HWY_INLINE vsrStatus sobelPlanes(const WindowSource<uint8_t>& source, int16_t* d
                     hn::StoreU(Taps::smooth(d, at), d, sums[0] + x);
                     hn::StoreU(Taps::differ(d, at), d, sums[1] + x);
                 },
-                [&](size_t y, const auto& sums) HWY_ATTR
+                [&](size_t y, const auto& sums, size_t begin, size_t end) HWY_ATTR
                 {
-                    coverRange(0, source.width, lanes,
+                    coverRange(begin, end, lanes,
                                [&](size_t x) HWY_ATTR
                                {
                                    const auto smooth = [&](int i) HWY_ATTR

@@ -169,19 +169,21 @@ namespace HWY_NAMESPACE
  * A filter in two passes with one row of results between them, in `planes` planes of Sum:
  * - columns(rows, x, sums) writes what the column windows rows[0 .. above + below][x ..] give to sums[plane][x ..], for
  *   `lanes` columns;
- * - row(y, sums) makes row y of the result; sums continue `left` and `right` columns beyond the image by what columns
- *   gives there.
- * `width` must be at least `lanes`, which divide 64.
+ * - row(y, sums, begin, end) makes these columns of row y of the result, at least 64 or the whole row; sums continue
+ * `left` and `right` columns beyond them, outside the image by what columns gives there. It goes down the image in
+ * strips of columns, so narrow that a window's rows stay in the first-level cache. The image must be at least `lanes`
+ * wide.
  * @return VISORA_ENOMEM without scratch memory, with nothing written
  */
 template <class Sum, size_t planes, class T, class Columns, class Row>
 HWY_INLINE vsrStatus columnsThenRows(const WindowSource<T>& source, WindowReach reach, size_t lanes, Columns columns,
                                      Row row)
 {
+    const auto roundedUp = [](size_t count) { return (count + 63) / 64 * 64; };
     const size_t width = source.width;
-    const size_t left = (reach.left + 63) / 64 * 64;
-    const size_t planeElements = left + (width + reach.right + kRowSlack<Sum> + 63) / 64 * 64;
-    const size_t outsideElements = (width + 63) / 64 * 64;
+    const size_t left = roundedUp(reach.left);
+    const size_t planeElements = left + roundedUp(width + reach.right + kRowSlack<Sum>);
+    const size_t outsideElements = roundedUp(width);
     const Scratch scratch(planes * planeElements * sizeof(Sum) + outsideElements * sizeof(T) +
                           reach.rows() * sizeof(const T*));
     if (!scratch.data())
@@ -204,21 +206,38 @@ HWY_INLINE vsrStatus columnsThenRows(const WindowSource<T>& source, WindowReach 
         columns(rows, 0, sums);
         std::transform(sums.begin(), sums.end(), beyond.begin(), [](const Sum* sum) { return *sum; });
     }
-    for (size_t y = 0; y < source.height; ++y)
+    constexpr size_t kStripBytes = 24 * 1024;
+    const size_t strip =
+        roundedUp(std::max({kStripBytes / sizeof(T) / reach.rows(), size_t{512}, 4 * (reach.left + reach.right)}));
+    for (size_t begin = 0; begin < width; begin += strip)
     {
-        for (size_t i = 0; i < reach.rows(); ++i)
+        const size_t end = std::min(begin + strip, width);
+        // The last strip reaches back over pixels of the one before it.
+        const size_t first = begin == 0 ? 0 : std::min(begin, width - 64);
+        const size_t columnsBegin = first - std::min(first, reach.left);
+        const size_t columnsEnd = std::min(end + reach.right, width);
+        for (size_t y = 0; y < source.height; ++y)
         {
-            rows[i] = source.row(static_cast<ptrdiff_t>(y + i) - static_cast<ptrdiff_t>(reach.above), outside);
+            for (size_t i = 0; i < reach.rows(); ++i)
+            {
+                rows[i] = source.row(static_cast<ptrdiff_t>(y + i) - static_cast<ptrdiff_t>(reach.above), outside);
+            }
+            coverRange(columnsBegin, columnsEnd, lanes, [&](size_t x) HWY_ATTR { columns(rows, x, sums); });
+            for (size_t plane = 0; plane < planes; ++plane)
+            {
+                Sum* sum = sums[plane];
+                const bool constant = source.surround.constant;
+                if (columnsBegin == 0)
+                {
+                    std::fill_n(sum - reach.left, reach.left, constant ? beyond[plane] : sum[0]);
+                }
+                if (columnsEnd == width)
+                {
+                    std::fill_n(sum + width, reach.right, constant ? beyond[plane] : sum[width - 1]);
+                }
+            }
+            row(y, sums, first, end);
         }
-        coverRange(0, width, lanes, [&](size_t x) HWY_ATTR { columns(rows, x, sums); });
-        for (size_t plane = 0; plane < planes; ++plane)
-        {
-            Sum* sum = sums[plane];
-            const bool constant = source.surround.constant;
-            std::fill_n(sum - reach.left, reach.left, constant ? beyond[plane] : sum[0]);
-            std::fill_n(sum + width, reach.right, constant ? beyond[plane] : sum[width - 1]);
-        }
-        row(y, sums);
     }
     return VISORA_SUCCESS;
 }
