@@ -1,4 +1,4 @@
-# Sourced by the scripts beside it: installs the Debian or Ubuntu packages that are missing.
+# Sourced by the scripts beside it: installs the Debian packages that are missing.
 
 say() {
     printf '\n== %s\n' "$*"
@@ -51,17 +51,7 @@ install_aarch64_packages() {
     if ! dpkg --print-foreign-architectures | grep -qx arm64; then
         say "Adding the arm64 architecture"
         as_root dpkg --add-architecture arm64
-        if grep -qi '^ID=ubuntu' /etc/os-release; then
-            # Ubuntu keeps arm64 apart from the mirrors that the installed system names.
-            . /etc/os-release
-            printf 'deb [arch=arm64] http://ports.ubuntu.com/ubuntu-ports %s main universe\n' \
-                "$VERSION_CODENAME" "$VERSION_CODENAME-updates" |
-                as_root tee /etc/apt/sources.list.d/visora-arm64.list >/dev/null
-            as_root apt-get update -q || true
-            package_lists_fresh=1
-        else
-            unset package_lists_fresh
-        fi
+        unset package_lists_fresh
     fi
     install_packages libc6-dev:arm64 libstdc++6:arm64 libhwy-dev:arm64 libglib2.0-dev:arm64 libgtest-dev:arm64 \
         libcli11-dev nlohmann-json3-dev

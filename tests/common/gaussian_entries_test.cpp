@@ -11,61 +11,6 @@ namespace visora::test
 namespace
 {
 
-// The smallest calls that are served, and what is not.
-struct LoggingMember
-{
-    EntryPoint entry;
-    const char* condition;
-    const char* refused;
-};
-
-const LoggingMember kLoggingMembers[] = {
-    {{VISORA_ENTRY(vsrFilterGaussian3x3u8), "src width=7 height=1 dst blurBorder=1"},
-     "src && dst && width && height",
-     "src=0, dst=0, width=0, height=0"},
-    {{VISORA_ENTRY(vsrFilterGaussian5x5u8), "src width=5 height=5 dst blurBorder=1"},
-     "src && dst && width && height && height > 4 && width > 4",
-     "src=0, dst=0, width=0, height=0, width=4, height=4"},
-    {{VISORA_ENTRY(vsrFilterGaussian5x5s16), "src width=1 height=2 dst blurBorder=1"},
-     "src && dst && width && height && height > 1",
-     "src=0, dst=0, width=0, height=0, height=1"},
-    {{VISORA_ENTRY(vsrFilterGaussian5x5s32), "src width=5 height=5 dst blurBorder=1"},
-     "src && dst && width && height && width > 4 && height > 4",
-     "src=0, dst=0, width=0, height=0, width=4, height=4"},
-    {{VISORA_ENTRY(vsrFilterGaussian11x11u8), "src width=11 height=11 dst blurBorder=1"},
-     "src && dst && width && height && height > 10 && width > 10",
-     "src=0, dst=0, width=0, height=0, width=10, height=10"},
-    {{VISORA_ENTRY(vsrFilterGaussian3x3u8_v2), "src width=7 height=2 srcStride=7 dst dstStride=7 blurBorder=1"},
-     "src && dst && (srcWidth > 1) && (srcHeight > 1) && (srcStride >= srcWidth) && (dstStride >= srcWidth)",
-     "src=0, dst=0, width=0, height=0, width=1, height=1, srcStride=6, dstStride=6"},
-    {{VISORA_ENTRY(vsrFilterGaussian5x5u8_v2), "src width=5 height=5 srcStride=5 dst dstStride=5 blurBorder=1"},
-     "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcHeight > 4 && srcWidth > 4",
-     "src=0, dst=0, width=0, height=0, width=4, height=4, srcStride=4"},
-    {{VISORA_ENTRY(vsrFilterGaussian5x5s16_v2), "src width=1 height=2 srcStride=2 dst dstStride=2 blurBorder=1"},
-     "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth*sizeof(int16_t)) && "
-     "(dstStride >= srcWidth*sizeof(int16_t)) && srcHeight > 1",
-     "src=0, dst=0, width=0, height=0, height=1, srcStride=1, dstStride=1"},
-    {{VISORA_ENTRY(vsrFilterGaussian5x5s32_v2), "src width=5 height=5 srcStride=20 dst dstStride=20 blurBorder=1"},
-     "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth*sizeof(int32_t)) && "
-     "(dstStride >= srcWidth*sizeof(int32_t)) && srcWidth > 4 && srcHeight > 4",
-     "src=0, dst=0, width=0, height=0, width=4, height=4, srcStride=19, dstStride=19"},
-    {{VISORA_ENTRY(vsrFilterGaussian11x11u8_v2), "src width=11 height=11 srcStride=11 dst dstStride=11 blurBorder=1"},
-     "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcHeight > 10 && srcWidth > 10",
-     "src=0, dst=0, width=0, height=0, width=10, height=10, srcStride=10"},
-};
-
-TEST(GaussianEntries, LogTheFailedConditionAndTakeStridesOfZeroAsPacked)
-{
-    for (const auto& [entry, condition, refused] : kLoggingMembers)
-    {
-        entry.expectRefusedLogging(condition, refused);
-        if (entry.takes("srcStride"))
-        {
-            EXPECT_EQ(entry.output(), entry.output("srcStride=0 dstStride=0")) << entry.name();
-        }
-    }
-}
-
 const EntryPoint kPlain = {VISORA_ENTRY(vsrFilterGaussian3x3u8), "src width=7 height=8 dst blurBorder=1"};
 const EntryPoint kStrided = {VISORA_ENTRY(vsrFilterGaussian3x3u8_v2),
                              "src width=7 height=8 srcStride=8 dst dstStride=8 blurBorder=1"};
@@ -128,23 +73,6 @@ TEST(GaussianEntries, WideFiltersKeepTheirUnitOnlyForAlignedCallsWhetherChecksAr
     words.expectKept(vsrImplTable[213], VSR_IMPL_GPU, "srcStride=36");
     const EntryPoint longs = {VISORA_ENTRY(vsrFilterGaussian5x5s32), "src width=16 height=16 dst blurBorder=0"};
     longs.expectLeft(vsrImplTable[214], VSR_IMPL_MDSP, "src+4");
-}
-
-TEST(GaussianEntries, SmallFilterKeepsTheDspForLargeAlignedCalls)
-{
-    VSR_IMPL& row = vsrImplTable[212];
-    kPlain.expectKept(row, VSR_IMPL_CPU, "width=7");
-    kStrided.expectLeft(row, VSR_IMPL_KDSP,
-                        "width=176 height=144 srcStride=0 dstStride=0, "
-                        "width=176 height=144 srcStride=184 dstStride=178");
-    kStrided.expectKept(row, VSR_IMPL_KDSP, "width=176 height=144 srcStride=184 dstStride=0");
-    kStrided.expectLeft(row, VSR_IMPL_ADSP, "width=8800 height=3 srcStride=0 dstStride=0");
-    kStrided.expectKept(row, VSR_IMPL_ADSP, "width=8800 height=4 srcStride=0 dstStride=0");
-    kStrided.expectKept(row, VSR_IMPL_GPU, "width=60 srcStride=64 dstStride=64");
-    kStrided.expectLeft(row, VSR_IMPL_GPU, "width=60 srcStride=64 dstStride=60");
-    kBordered.expectLeft(vsrImplTable[474], VSR_IMPL_MDSP, "srcStride=0");
-    kBordered.expectKept(vsrImplTable[474], VSR_IMPL_MDSP, "srcStride=184");
-    kBordered.expectKept(vsrImplTable[474], VSR_IMPL_GPU, "width=60 height=8 srcStride=64 dstStride=64");
 }
 
 }  // namespace

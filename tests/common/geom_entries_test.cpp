@@ -1,4 +1,4 @@
-// Entry points of the model fits: what they refuse, and that they trace and dispatch.
+// Entry points of the model fits: records that they refuse.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -85,8 +85,6 @@ TEST(GeomEntries, RefuseBadArgumentsAndWriteNothing)
         std::string names;  // a part of the names of the members that it concerns
         std::string notNames = "-";
     } cases[] = {
-        {"no record", [](GeomCall& c) { c.corrs = nullptr; }, ""},
-        {"no model", [](GeomCall& c) { c.model = nullptr; }, ""},
         {"no points", [](GeomCall& c) { c.record.from = nullptr; }, "", "AffineFit"},
         {"no partners", [](GeomCall& c) { c.record.to = nullptr; }, "", "AffineFit"},
         {"no indices", [](GeomCall& c) { c.record.indices = nullptr; }, "", "AffineFit"},
@@ -94,12 +92,6 @@ TEST(GeomEntries, RefuseBadArgumentsAndWriteNothing)
         {"partners overlap", [](GeomCall& c) { c.record.toStride = 0; }, "HomographyFit"},
         {"points overlap", [](GeomCall& c) { c.record.fromStride = 1; }, "Robust"},
         {"partners overlap", [](GeomCall& c) { c.record.toStride = 1; }, "Robust"},
-        {"no list", [](GeomCall& c) { c.inliers = nullptr; }, "Evaluate"},
-        {"no list", [](GeomCall& c) { c.inliers = nullptr; }, "Robust"},
-        {"no count", [](GeomCall& c) { c.count = nullptr; }, "Evaluate"},
-        {"no count", [](GeomCall& c) { c.count = nullptr; }, "Robust"},
-        {"no working list", [](GeomCall& c) { c.scratch = nullptr; }, "Robust"},
-        {"no errors", [](GeomCall& c) { c.errors = nullptr; }, "_v2"},
         {"no indices and no list", [](GeomCall& c) { c.record.numIndices = 0, c.inliers = nullptr; }, "Robust"},
     };
     for (const Member& member : kMembers)
@@ -135,22 +127,6 @@ TEST(GeomEntries, RefuseBadArgumentsAndWriteNothing)
         EXPECT_EQ(std::vector{refusal("vsrSolveCholeskyf32", "A && b && diag && x")}, log.take());
         EXPECT_EQ(4, number);
     }
-}
-
-TEST(GeomEntries, TraceBeforeTheyCheck)
-{
-    libLogPrint = 1;
-    for (const Member& member : kMembers)
-    {
-        GeomCall call;
-        LogCapture log;
-        EXPECT_NE(3, member.run(call)) << member.name;
-        EXPECT_EQ(std::vector{trace(member.name, "CPU")}, log.take());
-        call.corrs = nullptr;
-        member.run(call);
-        EXPECT_EQ(trace(member.name, "CPU"), log.take().at(0));
-    }
-    libLogPrint = 0;
 }
 
 }  // namespace

@@ -32,9 +32,12 @@ Prepare conversion(Sampling sampling, uint32_t pixelBytes)
     condition +=
         planar ? fits("srcCbStride", chromaRow) + fits("srcCrStride", chromaRow) : fits("srcCStride", chromaRow);
     condition += " && ( dstStride == 0 || dstStride >= (srcWidth*" + std::to_string(pixelBytes) + "*sizeof(uint8_t)))";
-    condition += !planar && sampling == Sampling::k422 && pixelBytes == 3 ? " && srcWidth > 1" : "";
-    const EntryRule rule = {
-        .condition = condition, .inPlace = EntryRule::InPlace::NotLookedAt, .units = EntryRule::Units::Dsp};
+    const bool refusesOnePixel = !planar && sampling == Sampling::k422 && pixelBytes == 3;
+    condition += refusesOnePixel ? " && srcWidth > 1" : "";
+    const EntryRule rule = {.condition = condition,
+                            .inPlace = EntryRule::InPlace::NotLookedAt,
+                            .units = EntryRule::Units::Dsp,
+                            .leastWidth = refusesOnePixel ? 2u : 1u};
     const auto prepare = [=](Arguments& a)
     {
         const auto [width, height] = std::pair(a.shape().width, a.shape().height);

@@ -148,8 +148,11 @@ void prepareGradients(Arguments& a)
     a.call(kernel, image, dx, dy, kLevels);
 }
 
-constexpr char kSobel[] =
-    "src && dx && dy && srcWidth && srcHeight && (srcStride >= srcWidth) && (gradStride >= srcWidth * sizeof(*dx))";
+const EntryRule kSobel = {.condition =
+                              "src && dx && dy && srcWidth && srcHeight && (srcStride >= srcWidth) && "
+                              "(gradStride >= srcWidth * sizeof(*dx))",
+                          .inPlace = EntryRule::InPlace::NotLookedAt,
+                          .dspRows = 4};
 const EntryRule kAnywhere = {.inPlace = EntryRule::InPlace::NotLookedAt};
 
 const EntryRule kStopping = {.inPlace = EntryRule::InPlace::NotLookedAt, .stops = true};
@@ -167,11 +170,11 @@ const Register pyramids({
            "sizeof(*dst))",
            prepareHalf<vsrScaleDownBy2Gaussian5x5f32_v2C, float>)},
     {VISORA_OPERATION(vsrImageGradientSobelPlanars16),
-     older(kSobel, prepareSobel<vsrImageGradientSobelPlanars16C, int16_t>)},
+     ruled(kSobel, prepareSobel<vsrImageGradientSobelPlanars16C, int16_t>)},
     {VISORA_OPERATION(vsrImageGradientSobelPlanars8),
-     older(kSobel, prepareSobel<vsrImageGradientSobelPlanars8C, int8_t>)},
+     ruled(kSobel, prepareSobel<vsrImageGradientSobelPlanars8C, int8_t>)},
     {VISORA_OPERATION(vsrImageGradientSobelPlanarf32),
-     older(kSobel, prepareSobel<vsrImageGradientSobelPlanarf32C, float>)},
+     ruled(kSobel, prepareSobel<vsrImageGradientSobelPlanarf32C, float>)},
     {VISORA_OPERATION(vsrPyramidCreateu8), ruled(kStopping, prepareCreation<vsrPyramidCreateu8C, uint8_t>)},
     {VISORA_OPERATION(vsrPyramidCreatef32), ruled(kStopping, prepareCreation<vsrPyramidCreatef32C, float>)},
     {VISORA_OPERATION(vsrPyramidCreateu8_v2),

@@ -114,6 +114,10 @@ struct EntryRule
     Units units = Units::DspAndGpu;
     /** It does much work per pixel: fewer of them are worth a DSP. */
     bool heavy = false;
+    /** The least sides that are not refused, and the fewest rows that go to a DSP. */
+    uint32_t leastWidth = 1;
+    uint32_t leastHeight = 1;
+    uint32_t dspRows = 1;
 
     /** An entry point of the same operation for packed images, without the strides. */
     struct Packed
@@ -121,6 +125,8 @@ struct EntryRule
         std::string name;
         uint64_t (*call)(const std::vector<Word>& words);
         std::string condition;
+        uint32_t leastWidth = 1;
+        uint32_t leastHeight = 1;
     };
     std::vector<Packed> packed = {};
 };

@@ -62,11 +62,10 @@ uint64_t callWith(const std::vector<Word>& words)
     }(function, words);
 }
 
-/** An entry point for packed images, and the condition that it logs, if it logs one. */
-#define VISORA_PACKED(entry, condition)                    \
-    {                                                      \
-#entry, visora::test::callWith < entry>, condition \
-    }
+// clang-format off
+/** An entry point for packed images, the condition that it logs if it logs one, and the least sides it takes. */
+#define VISORA_PACKED(entry, ...) {#entry, visora::test::callWith<entry>, __VA_ARGS__}
+// clang-format on
 
 /** The call that `prepare` makes, of an entry point with this rule. */
 inline Prepare ruled(EntryRule rule, Prepare prepare)
