@@ -238,6 +238,164 @@ VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGBA8888ToYCbCr444PseudoPlanaru8);
 #undef VSR_COLOR_TO_PLANAR
 #undef VSR_COLOR_TO_PSEUDO_PLANAR
 
+#define VSR_COLOR_PLANAR_TO_PLANAR(operation)                                                                        \
+    VSR_API vsrStatus operation(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t srcWidth,  \
+                                uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride, \
+                                uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t dstYStride,                  \
+                                uint32_t dstCbStride, uint32_t dstCrStride)
+#define VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(operation)                                                                 \
+    VSR_API vsrStatus operation(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t srcWidth,  \
+                                uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride, \
+                                uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride, uint32_t dstCStride)
+#define VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(operation)                                                             \
+    VSR_API vsrStatus operation(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight, \
+                                uint32_t srcYStride, uint32_t srcCStride, uint8_t* dstY, uint8_t* dstCb,         \
+                                uint8_t* dstCr, uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride)
+#define VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(operation)                                                      \
+    VSR_API vsrStatus operation(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight, \
+                                uint32_t srcYStride, uint32_t srcCStride, uint8_t* dstY, uint8_t* dstC,          \
+                                uint32_t dstYStride, uint32_t dstCStride)
+
+/**
+ * One YCbCr layout to another. Luma is copied; with dstY equal to srcY it stays as it is (in place for luma, chroma is
+ * never in place). A chroma sample is the mean of the source samples that lie on it where the destination is coarser
+ * (1 x 2, 2 x 1, or 2 x 2 rounded once), the one that covers it where it is finer; repeating and averaging again gives
+ * the samples back.
+ */
+VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PlanarToYCbCr420PseudoPlanaru8);
+VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr420PlanarToYCbCr422Planaru8);
+VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PlanarToYCbCr422PseudoPlanaru8);
+VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr420PlanarToYCbCr444Planaru8);
+VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PlanarToYCbCr444PseudoPlanaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr420Planaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr422Planaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr422PseudoPlanaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr444Planaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr444PseudoPlanaru8);
+VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr422PlanarToYCbCr420Planaru8);
+VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PlanarToYCbCr420PseudoPlanaru8);
+VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PlanarToYCbCr422PseudoPlanaru8);
+VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr422PlanarToYCbCr444Planaru8);
+VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PlanarToYCbCr444PseudoPlanaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr420Planaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr420PseudoPlanaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr422Planaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr444Planaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr444PseudoPlanaru8);
+VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr444PlanarToYCbCr420Planaru8);
+VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PlanarToYCbCr420PseudoPlanaru8);
+VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr444PlanarToYCbCr422Planaru8);
+VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PlanarToYCbCr422PseudoPlanaru8);
+VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PlanarToYCbCr444PseudoPlanaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr420Planaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr420PseudoPlanaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr422Planaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr422PseudoPlanaru8);
+VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr444Planaru8);
+#undef VSR_COLOR_PLANAR_TO_PLANAR
+#undef VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR
+#undef VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR
+#undef VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR
+
+/* ---- HSV and L*a*b* ---- */
+
+/**
+ * RGB888 to H, S, V: hue in 1/256 turns (0 red, 85 or so green, 171 or so blue), saturation and value 0 .. 255. With
+ * V = max(R, G, B) and d = V - min(R, G, B): S = 255 d / V; H = (G - B) / 6 d if V = R, else 1/3 + (B - R) / 6 d if
+ * V = G, else 2/3 + (R - G) / 6 d, in turns from 0 to 1. Both are products with rounded reciprocals of 12 more fraction
+ * bits, rounded, halves up: S = (d (1044480 / V) + 2048) >> 12, H likewise with 2^20 / 6 d. Grey has H = S = 0. In
+ * place is allowed.
+ */
+VSR_COLOR_IMAGE(vsrColorRGB888ToHSV888u8);
+
+/**
+ * The reverse. With the sector i = 6 H >> 8, f = 6 H & 255 and c(m) = V (1 - S m / 65280), rounded: p = c(256),
+ * q = c(f), t = c(256 - f), and (R, G, B) = (V, t, p), (q, V, p), (p, V, t), (p, q, V), (t, p, V), (V, p, q) for
+ * i = 0 .. 5. In place is allowed.
+ */
+VSR_COLOR_IMAGE(vsrColorHSV888ToRGB888u8);
+
+/**
+ * sRGB to CIE L*a*b* with the D65 white (0.950456, 1, 1.088754), as the bytes 255 L* / 100, a* + 128, b* + 128. Grey
+ * gives a = b = 128. In place is allowed.
+ */
+VSR_COLOR_IMAGE(vsrColorRGB888ToLab888u8);
+
+/** The reverse; colours outside sRGB end on its surface. In place is allowed. */
+VSR_COLOR_IMAGE(vsrColorLab888ToRGB888u8);
+
+/* ---- Channels ---- */
+
+/** Two, three and four planes to one image of interleaved channels. A plane may be given more than once. */
+VSR_API vsrStatus vsrChannelCombine2u8(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
+                                       const uint8_t* src2, uint32_t src2Stride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrChannelCombine3u8(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
+                                       const uint8_t* src2, uint32_t src2Stride, const uint8_t* src3,
+                                       uint32_t src3Stride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrChannelCombine4u8(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
+                                       const uint8_t* src2, uint32_t src2Stride, const uint8_t* src3,
+                                       uint32_t src3Stride, const uint8_t* src4, uint32_t src4Stride, uint8_t* dst,
+                                       uint32_t dstStride);
+
+/**
+ * One channel of an image as a plane of its own, srcWidth x srcHeight or, for subsampled chroma, as large as that.
+ * Selectors by position are the bytes of a pixel, the fields of RGB565 and BGR565 from the lowest bits up, and Y, then
+ * the chroma channels in the order of their planes or bytes; selectors by meaning are R, G, B, A of RGB formats, and Y,
+ * U (Cb), V (Cr) of YCbCr formats. Fields of 565 pixels come out widened to 8 bits.
+ *
+ * Only the plane that holds the channel is looked at: src1 for interleaved formats and for Y, src2 for pairs and for
+ * Cb, src3 for Cr. The other pointers and strides are ignored. A selector that the format does not have is refused.
+ */
+VSR_API vsrStatus vsrChannelExtractu8(const uint8_t* src1, const uint8_t* src2, const uint8_t* src3, uint32_t srcWidth,
+                                      uint32_t srcHeight, uint32_t src1Stride, uint32_t src2Stride, uint32_t src3Stride,
+                                      vsrPixelFormat format, vsrChannelType channel, uint8_t* dst, uint32_t dstStride);
+
+/* ---- Chroma planes ---- */
+
+/** Exchanges the bytes of every pair; srcWidth counts pairs. In place is allowed. */
+VSR_COLOR_IMAGE(vsrChromaSwapu8);
+
+/**
+ * Mask of a key colour in a plane of srcWidth pairs a row; `dst` has srcWidth bytes a row. Where the distance e of a
+ * pair from (keyCb, keyCr) is at most innerDistance the mask is 255, from outerDistance on 0, between them the rounded
+ * ramp 255 (outerDistance - e) / (outerDistance - innerDistance), in single precision. For pairs with Cr first hand the
+ * key over in that order. Refused unless innerDistance <= outerDistance <= 65535; equal distances make a hard mask.
+ */
+VSR_API vsrStatus vsrChromaKeyu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                 uint8_t keyCb, uint8_t keyCr, uint32_t innerDistance, uint32_t outerDistance,
+                                 uint8_t* dst, uint32_t dstStride);
+
+/* ---- Bayer mosaics ---- */
+
+/** The colours of the top-left 2x2 pixels of a mosaic, in reading order. */
+typedef uint32_t vsrBayerPattern;
+
+enum
+{
+    VISORA_BAYER_RGGB = 0,
+    VISORA_BAYER_GRBG = 1,
+    VISORA_BAYER_GBRG = 2,
+    VISORA_BAYER_BGGR = 3
+};
+
+/**
+ * Bilinear demosaicing: a colour that a pixel does not have is the rounded mean of those of its neighbours that have
+ * it, two or four. Pixels of the image's frame repeat the nearest pixel that has all its neighbours; on a side of only
+ * 2 pixels the missing neighbour is the one on the other side. A side below 2 and another pattern are refused.
+ */
+VSR_API vsrStatus vsrBayerToRGB888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                     vsrBayerPattern pattern, uint8_t* dst, uint32_t dstStride);
+
+/** The same, then grey as vsrColorRGB888ToGrayu8 makes it. */
+VSR_API vsrStatus vsrBayerToGrayu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                   vsrBayerPattern pattern, uint8_t* dst, uint32_t dstStride);
+
+/* ---- Tone curve ---- */
+
+/** 255 (src / 255)^gamma, rounded. A gamma that is not finite or not above 0 is refused. In place is allowed. */
+VSR_API vsrStatus vsrGammau8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float gamma,
+                             uint8_t* dst, uint32_t dstStride);
+
 #undef VSR_COLOR_IMAGE
 
 /* ---- Rows ---- */

@@ -43,4 +43,21 @@
     X(source, 444, Planar)                 \
     X(source, 444, PseudoPlanar)
 
+/** X(source sampling, source layout, sampling, layout) for each vsrColorYCbCr<..>ToYCbCr<..>u8. */
+#define VSR_COLOR_LAYOUTS(X)                 \
+    VSR_COLOR_LAYOUTS_FROM(X, 420, 422, 444) \
+    VSR_COLOR_LAYOUTS_FROM(X, 422, 420, 444) \
+    VSR_COLOR_LAYOUTS_FROM(X, 444, 420, 422)
+#define VSR_COLOR_LAYOUTS_FROM(X, from, first, second) \
+    X(from, Planar, from, PseudoPlanar)                \
+    X(from, PseudoPlanar, from, Planar)                \
+    X(from, Planar, first, Planar)                     \
+    X(from, Planar, first, PseudoPlanar)               \
+    X(from, PseudoPlanar, first, Planar)               \
+    X(from, PseudoPlanar, first, PseudoPlanar)         \
+    X(from, Planar, second, Planar)                    \
+    X(from, Planar, second, PseudoPlanar)              \
+    X(from, PseudoPlanar, second, Planar)              \
+    X(from, PseudoPlanar, second, PseudoPlanar)
+
 #endif

@@ -1,51 +1,67 @@
-// Entry points of the conversions from RGB to other formats, to grey and to YCbCr.
+// Entry points of the conversions from RGB to other formats, to grey and to YCbCr, and between YCbCr layouts.
+#include "common/entries/visoraColorShapes.h"
 #include "common/visoraColorConversions.h"
-#include "common/visoraEntry.h"
-#include "cpu/color/visoraColorFormats.h"
 #include "visora/variants/color.h"
 
+using visora::ImageSize;
+using visora::imageToImage;
 using visora::In;
 using visora::InPlace;
-using visora::Out;
+using visora::intoYCbCr;
 using visora::Sampling;
 
 namespace
 {
 
-// One image to another of the same size, with these bytes for a pixel.
-template <uint32_t srcBytes, uint32_t dstBytes, InPlace inPlace>
-constexpr auto imageToImage = [](auto open, const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
-                                 uint8_t* dst, uint32_t dstStride)
+template <Sampling sampling, uint32_t srcBytes>
+constexpr auto toYCbCr =
+    [](auto open, const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, auto... to)
 {
     const In in(src, width, height, srcStride, srcBytes);
-    const Out out(dst, width, height, dstStride, inPlace, dstBytes);
-    return open(in, out).run(src, width, height, in.stride(), dst, out.stride());
+    const auto begin = [&](const auto&... planes)
+    {
+        return [&, call = open(in, planes...)](auto... destination)
+        { return call.run(src, width, height, in.stride(), destination...); };
+    };
+    return intoYCbCr<sampling, InPlace::No>(begin, {width, height}, to...);
 };
 
-template <Sampling sampling, uint32_t srcBytes>
-struct ToYCbCr
+// From planes and from pairs. Luma may be in place, but nowhere else than there.
+template <Sampling from, Sampling to>
+struct ChangeLayout
 {
-    template <class Open>
-    vsrStatus operator()(Open open, const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
-                         uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t dstYStride, uint32_t dstCbStride,
-                         uint32_t dstCrStride) const
+    template <class Open, class... To>
+    vsrStatus operator()(Open open, const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t width,
+                         uint32_t height, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride,
+                         To... destination) const
     {
-        const In in(src, width, height, srcStride, srcBytes);
-        const Out y(dstY, width, height, dstYStride);
-        const Out cb(dstCb, sampling.columns(width), sampling.rows(height), dstCbStride);
-        const Out cr(dstCr, sampling.columns(width), sampling.rows(height), dstCrStride);
-        return open(in, y, cb, cr)
-            .run(src, width, height, in.stride(), dstY, dstCb, dstCr, y.stride(), cb.stride(), cr.stride());
+        const uint32_t columns = from.columns(width), rows = from.rows(height);
+        const In y(srcY, width, height, srcYStride);
+        const In cb(srcCb, columns, rows, srcCbStride), cr(srcCr, columns, rows, srcCrStride);
+        const auto begin = [&](const auto&... planes)
+        {
+            return [&, call = open(y, cb, cr, planes...)](uint8_t* dstY, auto... more) mutable
+            {
+                return call.require(dstY != srcCb && dstY != srcCr)
+                    .run(srcY, srcCb, srcCr, width, height, y.stride(), cb.stride(), cr.stride(), dstY, more...);
+            };
+        };
+        return intoYCbCr<to, InPlace::Yes>(begin, {width, height}, destination...);
     }
 
-    template <class Open>
-    vsrStatus operator()(Open open, const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
-                         uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride, uint32_t dstCStride) const
+    template <class Open, class... To>
+    vsrStatus operator()(Open open, const uint8_t* srcY, const uint8_t* srcC, uint32_t width, uint32_t height,
+                         uint32_t srcYStride, uint32_t srcCStride, To... destination) const
     {
-        const In in(src, width, height, srcStride, srcBytes);
-        const Out y(dstY, width, height, dstYStride);
-        const Out c(dstC, sampling.columns(width), sampling.rows(height), dstCStride, InPlace::No, 2);
-        return open(in, y, c).run(src, width, height, in.stride(), dstY, dstC, y.stride(), c.stride());
+        const In y(srcY, width, height, srcYStride);
+        const In c(srcC, from.columns(width), from.rows(height), srcCStride, 2);
+        const auto begin = [&](const auto&... planes)
+        {
+            return [&, call = open(y, c, planes...)](uint8_t* dstY, auto... more) mutable {
+                return call.require(dstY != srcC).run(srcY, srcC, width, height, y.stride(), c.stride(), dstY, more...);
+            };
+        };
+        return intoYCbCr<to, InPlace::Yes>(begin, {width, height}, destination...);
     }
 };
 
@@ -58,15 +74,20 @@ VSR_COLOR_EXCHANGES(EXCHANGE_ENTRY)
 
 #define REPACK_ENTRY(source, destination)                                                   \
     VSR_ENTRY(vsrColor##source##To##destination##u8, vsrColor##source##To##destination##u8, \
-              (imageToImage<visora::source::kBytes, visora::destination::kBytes, InPlace::No>));
+              (imageToImage<visora::source::kBytes, visora::destination::kBytes>));
 VSR_COLOR_REPACKS(REPACK_ENTRY)
 
-#define GRAY_ENTRY(source)                                            \
-    VSR_ENTRY(vsrColor##source##ToGrayu8, vsrColor##source##ToGrayu8, \
-              (imageToImage<visora::source::kBytes, 1, InPlace::No>));
+#define GRAY_ENTRY(source) \
+    VSR_ENTRY(vsrColor##source##ToGrayu8, vsrColor##source##ToGrayu8, (imageToImage<visora::source::kBytes, 1>));
 VSR_COLOR_GRAYS(GRAY_ENTRY)
 
 #define YCBCR_ENTRY(source, sampling, layout)                                                                   \
     VSR_ENTRY(vsrColor##source##ToYCbCr##sampling##layout##u8, vsrColor##source##ToYCbCr##sampling##layout##u8, \
-              (ToYCbCr<visora::k##sampling, visora::source::kBytes>()));
+              (toYCbCr<visora::k##sampling, visora::source::kBytes>));
 VSR_COLOR_TO_YCBCR(YCBCR_ENTRY)
+
+#define LAYOUT_ENTRY(from, source, to, destination)                      \
+    VSR_ENTRY(vsrColorYCbCr##from##source##ToYCbCr##to##destination##u8, \
+              vsrColorYCbCr##from##source##ToYCbCr##to##destination##u8, \
+              (ChangeLayout<visora::k##from, visora::k##to>()));
+VSR_COLOR_LAYOUTS(LAYOUT_ENTRY)

@@ -110,16 +110,25 @@ HWY_INLINE void storeBlocks(D d, V v0, V v1, V v2, uint8_t* dst)
 template <class D>
 HWY_INLINE hn::Vec<D> loadBlock(D d, const uint8_t* src)
 {
-    static_assert(kBlocks<D> <= 2);
     if constexpr (kBlocks<D> == 1)
     {
         return hn::LoadU(d, src);
     }
-    else
+    else if constexpr (kBlocks<D> == 2)
     {
         const hn::Half<D> half;
         return hn::Combine(d, hn::LoadU(half, src + 48), hn::LoadU(half, src));
     }
+#if HWY_TARGET <= HWY_AVX3
+    else
+    {
+        const hn::CappedTag<uint8_t, 16> block;
+        __m512i v = _mm512_castsi128_si512(hn::LoadU(block, src).raw);
+        v = _mm512_inserti32x4(v, hn::LoadU(block, src + 48).raw, 1);
+        v = _mm512_inserti32x4(v, hn::LoadU(block, src + 96).raw, 2);
+        return hn::Vec<D>{_mm512_inserti32x4(v, hn::LoadU(block, src + 144).raw, 3)};
+    }
+#endif
 }
 
 #endif
@@ -215,6 +224,7 @@ class RGB565
   public:
     static constexpr size_t kBytes = 2;
     static constexpr size_t kMaxVectorBytes = 64;
+    static constexpr size_t kMaxLoadBytes = 64;
     static constexpr Order kOrder = Order::ForTwoWords;
 
     /** Where in its row a vector of `count` pixels from x on goes. */
@@ -313,8 +323,9 @@ class ReversedRGB565 : RGB565
 struct RGB888
 {
     static constexpr size_t kBytes = 3;
-    // Sorting four blocks costs more than it saves to work on them at once.
+    // To sort four blocks for a store costs more than it saves to work on them at once.
     static constexpr size_t kMaxVectorBytes = 32;
+    static constexpr size_t kMaxLoadBytes = 64;
     static constexpr Order kOrder = Order::Natural;
 
     static constexpr size_t place(size_t x, size_t /*count*/, size_t /*width*/) { return x; }
@@ -338,6 +349,7 @@ struct RGBA8888
 {
     static constexpr size_t kBytes = 4;
     static constexpr size_t kMaxVectorBytes = 64;
+    static constexpr size_t kMaxLoadBytes = 64;
     static constexpr Order kOrder = Order::ForFourWords;
 
     static constexpr size_t place(size_t x, size_t /*count*/, size_t /*width*/) { return x; }

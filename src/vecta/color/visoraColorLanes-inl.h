@@ -140,6 +140,46 @@ HWY_INLINE hn::Vec<D> narrow([[maybe_unused]] D d, V16 lower, V16 upper)
 #endif
 }
 
+/** What belongs to each four pixels of each block. */
+template <class V>
+struct Quarters
+{
+    V v0;
+    V v1;
+    V v2;
+    V v3;
+};
+
+template <class D, class V>
+HWY_INLINE Quarters<hn::Vec<hn::Repartition<int32_t, D>>> widenHalves(D /*d*/, const Halves<V>& halves)
+{
+    const Signed16<D> s16;
+    const hn::Repartition<int32_t, D> s32;
+    // The sign comes with the shift.
+    const auto low = [=](V v) HWY_ATTR { return hn::ShiftRight<16>(hn::BitCast(s32, hn::InterleaveLower(s16, v, v))); };
+    const auto high = [=](V v) HWY_ATTR
+    { return hn::ShiftRight<16>(hn::BitCast(s32, hn::InterleaveUpper(s16, v, v))); };
+    return {low(halves.lower), high(halves.lower), low(halves.upper), high(halves.upper)};
+}
+
+/** Each quarter by `convert`. */
+template <class V, class Convert, class... More>
+HWY_INLINE auto mapQuarters(Convert convert, const Quarters<V>& first, const More&... more)
+{
+    return Quarters<decltype(convert(first.v0, more.v0...))>{
+        convert(first.v0, more.v0...), convert(first.v1, more.v1...), convert(first.v2, more.v2...),
+        convert(first.v3, more.v3...)};
+}
+
+/** The reverse of widening, clamping to 0 .. 255. */
+template <class D, class V32>
+HWY_INLINE hn::Vec<D> narrowQuarters(D d, const Quarters<V32>& quarters)
+{
+    const Signed16<D> s16;
+    return narrow(d, hn::ReorderDemote2To(s16, quarters.v0, quarters.v1),
+                  hn::ReorderDemote2To(s16, quarters.v2, quarters.v3));
+}
+
 // ---- Chroma ----
 
 /** Chroma samples as 256 * (C - 128). */

@@ -1,4 +1,6 @@
 // Conversions from one RGB format to another, vector variants.
+#include <type_traits>
+
 #include "common/visoraColorConversions.h"
 #include "vecta/visoraExport.h"
 #include "visora/variants/color.h"
@@ -7,7 +9,8 @@
 #define HWY_TARGET_INCLUDE "vecta/color/visoraColorRgbV.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
-#include "vecta/color/visoraColorFormats-inl.h"
+#include "vecta/color/visoraColorTriples-inl.h"
+#include "vecta/visoraDrivers-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -16,13 +19,42 @@ namespace HWY_NAMESPACE
 {
 
 template <class Source, class Destination>
-constexpr size_t kRepackBytes = HWY_MIN(Source::kMaxVectorBytes, Destination::kMaxVectorBytes);
+constexpr size_t kRepackBytes = HWY_MIN(Source::kMaxLoadBytes, Destination::kMaxVectorBytes);
 
 template <class Source, class Destination, class D>
 HWY_INLINE auto loadFor(D d, const uint8_t* src)
 {
     return rearrangePixels<Source::kOrder, Destination::kOrder>(d, Source::load(d, src));
 }
+
+#if !HWY_ARCH_ARM
+/** Four bytes a pixel to three by a shuffle. Every store but for its last quarter stays: the next one begins there. So
+ * the row's last pixels are left. @return how many pixels are done */
+template <bool kBlueFirst>
+HWY_INLINE size_t dropAlpha(const uint8_t* src, size_t width, uint8_t* dst)
+{
+    const hn::CappedTag<uint8_t, 32> d;
+    using V = hn::Vec<decltype(d)>;
+    alignas(16) static constexpr uint8_t kSameOrder[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14};
+    alignas(16) static constexpr uint8_t kExchanged[16] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12};
+    const V order = hn::LoadDup128(d, kBlueFirst ? kExchanged : kSameOrder);
+    const size_t n = hn::Lanes(d);
+    size_t x = 0;
+    for (; 3 * x + n <= 3 * width && x + n / 4 <= width; x += n / 4)
+    {
+        V pixels = hn::TableLookupBytes(hn::LoadU(d, src + 4 * x), order);
+        if constexpr (kBlocks<decltype(d)> == 2)
+        {
+            const hn::Repartition<int32_t, decltype(d)> s32;
+            alignas(32) static constexpr int32_t kTogether[8] = {0, 1, 2, 4, 5, 6, 6, 6};
+            pixels =
+                hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(s32, pixels), hn::SetTableIndices(s32, kTogether)));
+        }
+        hn::StoreU(pixels, d, dst + 3 * x);
+    }
+    return x;
+}
+#endif
 
 template <class Source, class Destination>
 HWY_INLINE bool repackRow(const uint8_t* src, size_t width, uint8_t* dst)
@@ -32,7 +64,15 @@ HWY_INLINE bool repackRow(const uint8_t* src, size_t width, uint8_t* dst)
         [=](auto d) HWY_ATTR
         {
             const size_t n = hn::Lanes(d);
-            coverRange(0, width, n,
+            size_t begin = 0;
+#if !HWY_ARCH_ARM
+            if constexpr (Source::kBytes == 4 && Destination::kBytes == 3)
+            {
+                const size_t done = dropAlpha<std::is_same_v<Destination, BGR888>>(src, width, dst);
+                begin = HWY_MIN(done, width - n);
+            }
+#endif
+            coverRange(begin, width, n,
                        [=](size_t x) HWY_ATTR
                        {
                            Destination::store(d, loadFor<Source, Destination>(d, src + x * Source::kBytes),
@@ -57,134 +97,41 @@ HWY_INLINE vsrStatus repack(Source, Destination, Reference reference, const uint
 
 // ---- Red and blue exchanged within a format, also in place ----
 
-/** A row by step(x), which returns what finish(x, ...) stores. The last vector overlaps the one before it; so that in
- * place it gets pixels that are not converted yet, it is loaded first. */
-template <class Step, class Finish>
-HWY_INLINE void coverInPlace(size_t width, size_t lanes, Step step, Finish finish)
+vsrStatus RGB565ToBGR565(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                         uint32_t dstStride)
 {
-    const auto last = step(width - lanes);
-    for (size_t x = 0; x + lanes < width; x += lanes)
-    {
-        finish(x, step(x));
-    }
-    finish(width - lanes, last);
-}
-
-template <class Format>
-struct Exchange
-{
-    template <class D>
-    static HWY_INLINE auto load(D d, const uint8_t* src)
-    {
-        return Format::load(d, src);
-    }
-    template <class D, class V>
-    static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
-    {
-        BlueFirst<Format>::store(d, pixels, dst);
-    }
-};
-
-/** Four bytes: alpha is kept. */
-template <>
-struct Exchange<RGBA8888>
-{
-    template <class V>
-    struct Pixels
-    {
-        V v0, v1, v2, v3;
-    };
-
-    template <class D>
-    static HWY_INLINE auto load(D d, const uint8_t* src)
-    {
-        using V = hn::Vec<D>;
-#if HWY_ARCH_ARM
-        V r, g, b, a;
-        hn::LoadInterleaved4(d, src, r, g, b, a);
-        return Pixels<V>{b, g, r, a};
-#else
-        alignas(16) static constexpr uint8_t kOrder[16] = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
-        const V order = hn::LoadDup128(d, kOrder);
-        const size_t n = hn::Lanes(d);
-        const auto exchanged = [&](size_t i) HWY_ATTR
-        { return hn::TableLookupBytes(hn::LoadU(d, src + i * n), order); };
-        return Pixels<V>{exchanged(0), exchanged(1), exchanged(2), exchanged(3)};
-#endif
-    }
-
-    template <class D, class V>
-    static HWY_INLINE void store(D d, const Pixels<V>& pixels, uint8_t* dst)
-    {
-#if HWY_ARCH_ARM
-        hn::StoreInterleaved4(pixels.v0, pixels.v1, pixels.v2, pixels.v3, d, dst);
-#else
-        const size_t n = hn::Lanes(d);
-        hn::StoreU(pixels.v0, d, dst);
-        hn::StoreU(pixels.v1, d, dst + n);
-        hn::StoreU(pixels.v2, d, dst + 2 * n);
-        hn::StoreU(pixels.v3, d, dst + 3 * n);
-#endif
-    }
-};
-
-/** Words: the outer fields change places. */
-template <>
-struct Exchange<RGB565>
-{
-    template <class V>
-    struct Words
-    {
-        V low, high;
-    };
-
-    template <class D>
-    static HWY_INLINE auto load(D d, const uint8_t* src)
-    {
-        const Unsigned16<D> u16;
-        const auto exchanged = [&](size_t i) HWY_ATTR
+    return unary(
+        [](auto d, auto v) HWY_ATTR
         {
-            const auto words = hn::BitCast(u16, hn::LoadU(d, src + i * hn::Lanes(d)));
+            const Unsigned16<decltype(d)> u16;
+            const auto words = hn::BitCast(u16, v);
             const auto outer = hn::Or(hn::ShiftLeft<11>(words), hn::ShiftRight<11>(words));
             return hn::BitCast(d, hn::Or(outer, hn::And(words, hn::Set(u16, uint16_t{0x07E0}))));
-        };
-        return Words<hn::Vec<D>>{exchanged(0), exchanged(1)};
-    }
-
-    template <class D, class V>
-    static HWY_INLINE void store(D d, const Words<V>& words, uint8_t* dst)
-    {
-        hn::StoreU(words.low, d, dst);
-        hn::StoreU(words.high, d, dst + hn::Lanes(d));
-    }
-};
-
-template <class Format, class Reference>
-HWY_INLINE vsrStatus exchangeRedAndBlue(Format, Reference reference, const uint8_t* src, uint32_t width,
-                                        uint32_t height, uint32_t srcStride, uint8_t* dst, uint32_t dstStride)
-{
-    const bool fits = withFittingVector<uint8_t, Format::kMaxVectorBytes>(
-        width,
-        [=](auto d) HWY_ATTR
-        {
-            for (size_t y = 0; y < height; ++y)
-            {
-                const uint8_t* from = src + y * srcStride;
-                uint8_t* to = dst + y * dstStride;
-                coverInPlace(
-                    width, hn::Lanes(d),
-                    [=](size_t x) HWY_ATTR { return Exchange<Format>::load(d, from + x * Format::kBytes); },
-                    [=](size_t x, const auto& pixels) HWY_ATTR
-                    { Exchange<Format>::store(d, pixels, to + x * Format::kBytes); });
-            }
-        });
-    return fits ? vsrStatus{VISORA_SUCCESS} : reference(src, width, height, srcStride, dst, dstStride);
+        },
+        src, 2 * width, height, srcStride, dst, dstStride);
 }
 
-#define EXCHANGE(source, destination)                                                                        \
-    VSR_KERNEL(vsrColor##source##To##destination##u8, source##To##destination, exchangeRedAndBlue, source(), \
-               vsrColor##source##To##destination##u8C);
-VSR_COLOR_EXCHANGES(EXCHANGE)
+bool RGB888ToBGR888(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                    uint32_t dstStride)
+{
+    const auto exchange = [](auto /*d*/, const auto& pixels) HWY_ATTR {
+        return std::remove_cvref_t<decltype(pixels)>{pixels.b, pixels.g, pixels.r};
+    };
+    return convertTriples(exchange, src, width, height, srcStride, dst, dstStride);
+}
+
+vsrStatus RGBA8888ToBGRA8888(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                             uint32_t dstStride)
+{
+    return unary(
+        [](auto d, auto v) HWY_ATTR
+        {
+            alignas(16) static constexpr uint8_t kOrder[16] = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
+            return hn::TableLookupBytes(v, hn::LoadDup128(d, kOrder));
+        },
+        src, 4 * width, height, srcStride, dst, dstStride);
+}
+
 #define REPACK(source, destination)                                                                             \
     VSR_KERNEL(vsrColor##source##To##destination##u8, source##To##destination, repack, source(), destination(), \
                vsrColor##source##To##destination##u8C);

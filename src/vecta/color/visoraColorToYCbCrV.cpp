@@ -23,7 +23,7 @@ template <class Format, class Reference>
 HWY_INLINE vsrStatus grayImage(Format, Reference reference, const uint8_t* src, uint32_t width, uint32_t height,
                                uint32_t srcStride, uint8_t* dst, uint32_t dstStride)
 {
-    const bool fits = withFittingVector<uint8_t, Format::kMaxVectorBytes>(
+    const bool fits = withFittingVector<uint8_t, Format::kMaxLoadBytes>(
         width,
         [=](auto d) HWY_ATTR
         {
@@ -107,7 +107,7 @@ template <class Format, bool kHalved, bool kTwoRows, bool kPlanar>
 HWY_INLINE bool convertImage(const uint8_t* src, size_t width, size_t height, size_t srcStride,
                              const YCbCrImage<uint8_t>& dst)
 {
-    return withFittingVector<uint8_t, Format::kMaxVectorBytes>(
+    return withFittingVector<uint8_t, Format::kMaxLoadBytes>(
         width,
         [&](auto d) HWY_ATTR
         {

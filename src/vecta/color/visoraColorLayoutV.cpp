@@ -1,0 +1,304 @@
+// Conversions between YCbCr layouts, vector variants.
+#include "common/visoraColorConversions.h"
+#include "cpu/color/visoraColorLayouts.h"
+#include "vecta/visoraExport.h"
+#include "visora/variants/color.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vecta/color/visoraColorLayoutV.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "vecta/color/visoraColorFormats-inl.h"
+#include "vecta/color/visoraColorWeights-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+// What becomes of the samples of a row.
+enum class Along
+{
+    Same,
+    Mean,   // of two
+    Repeat  // each twice
+};
+
+/** Where a row of chroma samples comes from: the mean of two rows, which may be one. */
+template <bool kTwoRows>
+struct Rows
+{
+    const uint8_t* top;
+    const uint8_t* bottom;
+
+    template <class D>
+    HWY_INLINE hn::Vec<D> load(D d, size_t x) const
+    {
+        const auto v = hn::LoadU(d, top + x);
+        if constexpr (kTwoRows)
+        {
+            return hn::AverageRound(v, hn::LoadU(d, bottom + x));
+        }
+        else
+        {
+            return v;
+        }
+    }
+
+    /** Means of the neighbours of what map(d, v) makes of a vector, rounded once, in 16-bit lanes. */
+    template <class D, class Map>
+    HWY_INLINE auto means(D d, size_t x, Map map) const
+    {
+        if constexpr (kTwoRows)
+        {
+            return blockMean(d, map(hn::LoadU(d, top + x)), map(hn::LoadU(d, bottom + x)));
+        }
+        else
+        {
+            return pairMean(d, map(hn::LoadU(d, top + x)));
+        }
+    }
+};
+
+/** Bytes from two vectors of 16-bit lanes, in Order::ForTwoWords. */
+template <class D, class V16>
+HWY_INLINE hn::Vec<D> narrowWords([[maybe_unused]] D d, V16 low, V16 high)
+{
+#if HWY_ARCH_ARM
+    return hn::Vec<D>(vmovn_high_u16(vmovn_u16(low.raw), high.raw));
+#else
+    const Signed16<D> s16;
+    return narrow(d, hn::BitCast(s16, low), hn::BitCast(s16, high));
+#endif
+}
+
+/** Whole samples: `units` of them, or of pairs of them where two become one. */
+template <Along along, bool kToPairs, bool kTwoRows>
+HWY_INLINE bool convertPlanes(Rows<kTwoRows> cb, Rows<kTwoRows> cr, size_t units, uint8_t* dstCb, uint8_t* dstCr)
+{
+    return withFittingVector<uint8_t>(
+        units,
+        [=](auto d) HWY_ATTR
+        {
+            const size_t n = hn::Lanes(d);
+            const auto mean = [=](const Rows<kTwoRows>& rows, size_t x) HWY_ATTR
+            {
+                const auto same = [](auto v) HWY_ATTR { return v; };
+                return narrowWords(d, rows.means(d, 2 * x, same), rows.means(d, 2 * x + n, same));
+            };
+            constexpr Order kOrder = along == Along::Mean ? Order::ForTwoWords : Order::Natural;
+            coverRange(0, units, n,
+                       [=](size_t x) HWY_ATTR
+                       {
+                           hn::Vec<decltype(d)> b, r;
+                           if constexpr (along == Along::Mean)
+                           {
+                               b = mean(cb, x);
+                               r = mean(cr, x);
+                           }
+                           else
+                           {
+                               b = cb.load(d, x);
+                               r = cr.load(d, x);
+                           }
+                           if constexpr (along == Along::Repeat && kToPairs)
+                           {
+                               const auto b4 = arrange<Order::ForFourWords>(d, b);
+                               const auto r4 = arrange<Order::ForFourWords>(d, r);
+                               storeQuads(d, b4, r4, b4, r4, dstCb + 4 * x);
+                           }
+                           else if constexpr (along == Along::Repeat)
+                           {
+                               const auto b2 = arrange<Order::ForTwoWords>(d, b);
+                               const auto r2 = arrange<Order::ForTwoWords>(d, r);
+                               storePairs(d, b2, b2, dstCb + 2 * x);
+                               storePairs(d, r2, r2, dstCr + 2 * x);
+                           }
+                           else if constexpr (kToPairs)
+                           {
+                               storePairs(d, rearrange<kOrder, Order::ForTwoWords>(d, b),
+                                          rearrange<kOrder, Order::ForTwoWords>(d, r), dstCb + 2 * x);
+                           }
+                           else
+                           {
+                               hn::StoreU(rearrange<kOrder, Order::Natural>(d, b), d, dstCb + x);
+                               hn::StoreU(rearrange<kOrder, Order::Natural>(d, r), d, dstCr + x);
+                           }
+                       });
+        });
+}
+
+/** Each pair of a vector twice, or each of its bytes in a vector of its own. */
+template <bool kToPairs, class D, class V>
+HWY_INLINE void storeRepeated(D d, V pairs, uint8_t* dstCb, uint8_t* dstCr)
+{
+#if HWY_ARCH_ARM
+    (void)d;
+    if constexpr (kToPairs)
+    {
+        const uint16x8_t words = vreinterpretq_u16_u8(pairs.raw);
+        vst2q_u16(reinterpret_cast<uint16_t*>(dstCb), (uint16x8x2_t{{words, words}}));
+        (void)dstCr;
+    }
+    else
+    {
+        vst1q_u8(dstCb, vtrn1q_u8(pairs.raw, pairs.raw));
+        vst1q_u8(dstCr, vtrn2q_u8(pairs.raw, pairs.raw));
+    }
+#else
+    const Unsigned16<D> u16;
+    if constexpr (kToPairs)
+    {
+        const auto words = hn::BitCast(u16, arrange<Order::ForTwoWords>(d, pairs));
+        hn::StoreU(hn::BitCast(d, hn::InterleaveLower(u16, words, words)), d, dstCb);
+        hn::StoreU(hn::BitCast(d, hn::InterleaveUpper(u16, words, words)), d, dstCb + hn::Lanes(d));
+        (void)dstCr;
+    }
+    else
+    {
+        const auto words = hn::BitCast(u16, pairs);
+        const auto low = hn::And(words, hn::Set(u16, uint16_t{255}));
+        const auto high = hn::AndNot(hn::Set(u16, uint16_t{255}), words);
+        hn::StoreU(hn::BitCast(d, hn::Or(low, hn::ShiftLeft<8>(low))), d, dstCb);
+        hn::StoreU(hn::BitCast(d, hn::Or(high, hn::ShiftRight<8>(high))), d, dstCr);
+    }
+#endif
+}
+
+/** The same from pairs. */
+template <Along along, bool kToPairs, bool kTwoRows>
+HWY_INLINE bool convertPairs(Rows<kTwoRows> src, size_t units, uint8_t* dstCb, uint8_t* dstCr)
+{
+    // In bytes of pairs: of the source where samples are repeated, of the destination elsewhere.
+    return withFittingVector<uint8_t>(
+        2 * units,
+        [=](auto d) HWY_ATTR
+        {
+            const size_t n = hn::Lanes(d);
+            coverRange(0, 2 * units, n,
+                       [=](size_t x) HWY_ATTR
+                       {
+                           if constexpr (along == Along::Repeat)
+                           {
+                               storeRepeated<kToPairs>(d, src.load(d, x), dstCb + (kToPairs ? 2 : 1) * x, dstCr + x);
+                               return;
+                           }
+                           hn::Vec<decltype(d)> pairs;
+                           if constexpr (along == Along::Mean)
+                           {
+                               // Neighbours of one kind side by side.
+                               alignas(16) static constexpr uint8_t kSort[16] = {0, 2,  1, 3,  4,  6,  5,  7,
+                                                                                 8, 10, 9, 11, 12, 14, 13, 15};
+                               const auto sort = hn::LoadDup128(d, kSort);
+                               const auto sorted = [=](auto v) HWY_ATTR { return hn::TableLookupBytes(v, sort); };
+                               pairs = rearrange<Order::ForTwoWords, Order::Natural>(
+                                   d, narrowWords(d, src.means(d, 2 * x, sorted), src.means(d, 2 * x + n, sorted)));
+                           }
+                           else
+                           {
+                               pairs = src.load(d, x);
+                           }
+                           if constexpr (kToPairs)
+                           {
+                               hn::StoreU(pairs, d, dstCb + x);
+                           }
+                           else
+                           {
+                               storeSplit(d, pairs, dstCb + x / 2, dstCr + x / 2);
+                           }
+                       });
+        });
+}
+
+template <Along along, bool kTwoRows>
+HWY_INLINE bool convertRow(const ChromaSamples<const uint8_t>& top, const ChromaSamples<const uint8_t>& bottom,
+                           size_t units, const ChromaSamples<uint8_t>& dst)
+{
+    using From = Rows<kTwoRows>;
+    const bool isToPairs = dst.step == 2;
+    if (top.step == 1)
+    {
+        const From cb = {top.cb, bottom.cb}, cr = {top.cr, bottom.cr};
+        return isToPairs ? convertPlanes<along, true, kTwoRows>(cb, cr, units, dst.cb, dst.cr)
+                         : convertPlanes<along, false, kTwoRows>(cb, cr, units, dst.cb, dst.cr);
+    }
+    const From pairs = {top.cb, bottom.cb};
+    return isToPairs ? convertPairs<along, true, kTwoRows>(pairs, units, dst.cb, dst.cr)
+                     : convertPairs<along, false, kTwoRows>(pairs, units, dst.cb, dst.cr);
+}
+
+/** Chroma but for a last column that stands alone. @return false when it is too narrow */
+bool resample(Sampling from, Sampling to, const ChromaSamples<const uint8_t>& src, ImageSize size,
+              const ChromaSamples<uint8_t>& dst)
+{
+    const size_t units = from.x == to.x ? to.columns(size.width) : size.width / 2;
+    const size_t srcRows = from.rows(size.height), dstRows = to.rows(size.height);
+    for (size_t j = 0; j < dstRows; ++j)
+    {
+        const size_t first = from.y < to.y ? 2 * j : from.y > to.y ? j / 2 : j;
+        const size_t second = from.y < to.y && first + 1 < srcRows ? first + 1 : first;
+        const ChromaSamples<const uint8_t> top = src.row(first), bottom = src.row(second);
+        const ChromaSamples<uint8_t> out = dst.row(j);
+        bool fits = false;
+        if (from.x > to.x)
+        {
+            fits = convertRow<Along::Repeat, false>(top, top, units, out);
+        }
+        else if (from.x < to.x)
+        {
+            fits = first == second ? convertRow<Along::Mean, false>(top, top, units, out)
+                                   : convertRow<Along::Mean, true>(top, bottom, units, out);
+        }
+        else
+        {
+            fits = first == second ? convertRow<Along::Same, false>(top, top, units, out)
+                                   : convertRow<Along::Same, true>(top, bottom, units, out);
+        }
+        if (!fits)
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace visora
+{
+HWY_EXPORT(resample);
+
+namespace
+{
+
+template <Sampling from, Sampling to>
+constexpr auto changeLayout =
+    [](const YCbCrImage<const uint8_t>& src, ImageSize size, const YCbCrImage<uint8_t>& dst) -> vsrStatus {
+    copyPlane(src.luma, src.lumaStride, size.width, size.height, dst.luma, dst.lumaStride);
+    if (!HWY_DYNAMIC_DISPATCH(resample)(from, to, src.chroma, size, dst.chroma))
+    {
+        resampleChroma<from, to>(src.chroma, size, dst.chroma);
+    }
+    else if (from.x != to.x && size.width % 2 != 0)
+    {
+        const uint32_t last = size.width - 1;
+        resampleChroma<from, to>(src.chroma.column(last >> from.x), {1, size.height}, dst.chroma.column(last >> to.x));
+    }
+    return VISORA_SUCCESS;
+};
+
+}  // namespace
+}  // namespace visora
+
+#define LAYOUT(from, source, to, destination)                                        \
+    VSR_DEFINE(vsrColorYCbCr##from##source##ToYCbCr##to##destination##u8V,           \
+               decltype(vsrColorYCbCr##from##source##ToYCbCr##to##destination##u8C), \
+               { return visora::withLayouts(visora::changeLayout<visora::k##from, visora::k##to>, arguments...); });
+VSR_COLOR_LAYOUTS(LAYOUT)
+
+#endif

@@ -1,0 +1,47 @@
+// Conversions of pixels of three bytes to others of three bytes, also in place. Included once per instruction set.
+#if defined(VISORA_VECTA_COLOR_TRIPLES_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VISORA_VECTA_COLOR_TRIPLES_INL_H
+#undef VISORA_VECTA_COLOR_TRIPLES_INL_H
+#else
+#define VISORA_VECTA_COLOR_TRIPLES_INL_H
+#endif
+
+#include "vecta/color/visoraColorFormats-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+/** An image by convert(d, channels). The last vector of a row overlaps the one before it; so that in place it gets
+ * pixels that are not converted yet, it is loaded first. @return false when the image is too narrow */
+template <class Convert>
+HWY_INLINE bool convertTriples(Convert convert, const uint8_t* src, size_t width, size_t height, size_t srcStride,
+                               uint8_t* dst, size_t dstStride)
+{
+    return withFittingVector<uint8_t, RGB888::kMaxVectorBytes>(
+        width,
+        [=](auto d) HWY_ATTR
+        {
+            const size_t n = hn::Lanes(d);
+            for (size_t y = 0; y < height; ++y)
+            {
+                const uint8_t* from = src + y * srcStride;
+                uint8_t* to = dst + y * dstStride;
+                const size_t end = width - n;
+                const auto last = RGB888::load(d, from + end * 3);
+                for (size_t x = 0; x < end; x += n)
+                {
+                    RGB888::store(d, convert(d, RGB888::load(d, from + x * 3)), to + x * 3);
+                }
+                RGB888::store(d, convert(d, last), to + end * 3);
+            }
+        });
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#endif
