@@ -202,7 +202,8 @@ void prepareTile(Arguments& a)
     const auto* src = a.input<uint8_t>(s.width, s.height, s.srcStride);
     const float* matrix = matrixFor(a, s, Motion::Perspective, 9);
     auto* dst = a.output<uint8_t>(s.dstWidth, s.dstHeight, s.dstStride);
-    const vsrInterpolation interpolation = a.random().oneIn(4) ? a.choose(0, 1, 2) : VISORA_INTERPOLATION_AREA;
+    const vsrInterpolation interpolation =
+        a.random().oneIn(4) ? a.choose(0, 1, 2) : vsrInterpolation{VISORA_INTERPOLATION_AREA};
     a.call(vsrWarpPerspectiveu8_v4C, src, s.width, s.height, s.srcStride, matrix, interpolation, dst,
            a.choose(0, 300, 0), a.choose(0, 300, 0), s.dstWidth, s.dstHeight, s.dstStride,
            vsrBorderType{a.choose(0, 2, VISORA_BORDER_CONSTANT)}, uint8_t{77});

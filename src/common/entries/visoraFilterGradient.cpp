@@ -16,8 +16,9 @@ constexpr auto gradientPlanes = [](auto open, const uint8_t* src, uint32_t width
     const In in(src, width, height, srcStride);
     const Out outX(dx, width, height, gradStride);
     const Out outY(dy, width, height, gradStride);
+    const uint32_t least = leastDspHeight;  // gcc warns of a comparison with a constant of 0
     return open(in, outX, outY)
-        .keepDspIf(height >= leastDspHeight)
+        .keepDspIf(height >= least)
         .require(isKnownBorder(borderType))
         .run(src, width, height, in.stride(), dx, dy, outX.stride(), borderType, borderValue);
 };

@@ -251,7 +251,8 @@ vsrStatus correlationFloat(const float* src, uint32_t srcWidth, uint32_t srcHeig
                                                            pass(d, std::integral_constant<size_t, 1>());
                                                        }
                                                    });
-    return done ? VISORA_SUCCESS : vsrFilterCorrNxNf32C(src, srcWidth, srcHeight, srcStride, kernel, N, dst, dstStride);
+    return done ? vsrStatus{VISORA_SUCCESS}
+                : vsrFilterCorrNxNf32C(src, srcWidth, srcHeight, srcStride, kernel, N, dst, dstStride);
 }
 
 }  // namespace HWY_NAMESPACE

@@ -59,7 +59,7 @@ vsrStatus census3x3(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, u
                            });
             }
         });
-    return done ? VISORA_SUCCESS : vsrCensus3x3u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    return done ? vsrStatus{VISORA_SUCCESS} : vsrCensus3x3u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 // Eight planes of bytes, the lowest ones first, as words of 64 bits.
@@ -136,7 +136,7 @@ vsrStatus census9x7(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, u
                            });
             }
         });
-    return done ? VISORA_SUCCESS : vsrCensus9x7u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    return done ? vsrStatus{VISORA_SUCCESS} : vsrCensus9x7u8C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 vsrStatus binaryPatterns(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, vsrLbpMode mode,
