@@ -51,7 +51,7 @@ struct Source
 bool combine2(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride, const uint8_t* src2,
               uint32_t src2Stride, uint8_t* dst, uint32_t dstStride)
 {
-    constexpr Order kOrder = Order::ForTwoWords;
+    [[maybe_unused]] constexpr Order kOrder = Order::ForTwoWords;
     return combine<64>([](auto d, auto a, auto b, uint8_t* out) HWY_ATTR
                        { storePairs(d, arrange<kOrder>(d, a), arrange<kOrder>(d, b), out); },
                        width, height, dst, dstStride, Source{src1, src1Stride}, Source{src2, src2Stride});
@@ -69,7 +69,7 @@ bool combine4(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src
               uint32_t src2Stride, const uint8_t* src3, uint32_t src3Stride, const uint8_t* src4, uint32_t src4Stride,
               uint8_t* dst, uint32_t dstStride)
 {
-    constexpr Order kOrder = Order::ForFourWords;
+    [[maybe_unused]] constexpr Order kOrder = Order::ForFourWords;
     return combine<64>(
         [](auto d, auto a, auto b, auto c, auto e, uint8_t* out) HWY_ATTR {
             storeQuads(d, arrange<kOrder>(d, a), arrange<kOrder>(d, b), arrange<kOrder>(d, c), arrange<kOrder>(d, e),
