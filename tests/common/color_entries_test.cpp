@@ -40,7 +40,8 @@ TEST(ColorEntriesDeathTest, AWidthOfOneEndsTheProcessWhereChromaIsHalved)
     int stopping = 0;
     for (const Operation& operation : operations())
     {
-        const bool halved = operation.name.starts_with("vsrColorYCbCr42");
+        const bool halved =
+            operation.name.starts_with("vsrColorYCbCr42") && operation.name.find("PlanarToRGB") != std::string::npos;
         // One of them refuses.
         if (!halved || operation.name == "vsrColorYCbCr422PseudoPlanarToRGB888u8")
         {
