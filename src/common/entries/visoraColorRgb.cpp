@@ -3,7 +3,6 @@
 #include "common/visoraColorConversions.h"
 #include "visora/variants/color.h"
 
-using visora::ImageSize;
 using visora::imageToImage;
 using visora::In;
 using visora::InPlace;

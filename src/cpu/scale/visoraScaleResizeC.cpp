@@ -107,10 +107,12 @@ vsrStatus vsrScaleu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
         const AreaSpan rows(y, srcHeight, dstHeight);
         for (uint32_t x = 0; x < dstWidth; ++x)
         {
-            out[x] = interpolation == VISORA_INTERPOLATION_NEAREST
-                         ? nearest[visora::nearestIndex(x, srcWidth, dstWidth)]
-                         : static_cast<uint8_t>(
-                               (coveredSum(src, stride, AreaSpan(x, srcWidth, dstWidth), rows) + area / 2) / area);
+            out[x] =
+                interpolation == VISORA_INTERPOLATION_NEAREST
+                    ? nearest[visora::nearestIndex(x, srcWidth, dstWidth)]
+                    : static_cast<uint8_t>(
+                          // A span is never empty. NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
+                          (coveredSum(src, stride, AreaSpan(x, srcWidth, dstWidth), rows) + area / 2) / area);
         }
     }
     return VISORA_SUCCESS;

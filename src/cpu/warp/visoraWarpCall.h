@@ -41,6 +41,7 @@ struct Positions
 
     Position byMatrix(float x, float y) const
     {
+        // A call has a matrix or a map. NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
         const float u = matrix[0] * x + (matrix[1] * y + matrix[2]);
         const float v = matrix[3] * x + (matrix[4] * y + matrix[5]);
         if (isAffine)
@@ -57,6 +58,7 @@ struct Positions
         {
             return byMatrix(static_cast<float>(dstX + x), static_cast<float>(dstY + y));
         }
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
         return {mapX[y * mapStride + x], mapY[y * mapStride + x]};
     }
 };

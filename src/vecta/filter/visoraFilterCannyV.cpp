@@ -51,7 +51,7 @@ namespace HWY_NAMESPACE
 template <class D16, class T>
 struct Strength
 {
-    static constexpr size_t kParts = sizeof(T) / sizeof(int16_t);
+    static constexpr size_t kParts = sizeof(T) / sizeof(int16_t);  // NOLINT(bugprone-sizeof-expression)
     using D = hn::Repartition<T, D16>;
     hn::Vec<D> part[kParts];
 };
