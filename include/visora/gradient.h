@@ -4,10 +4,14 @@
  *
  * Common to all of them:
  * - `src` points at the top-left pixel; sizes are in pixels, strides in bytes, 0 means packed rows. `dx` and `dy` are
- *   planes of the image's size, apart from it and from each other. No pointer or stride has to be aligned; a gradient
- *   stride that is no multiple of the element size is cut to whole elements.
- * - The planar Sobel gradients log and refuse null pointers, zero sizes and strides below a row: "Assertion failed
- * @<function>: <condition>" goes to the log, nothing is written, and the result is what that returned (1 with our log).
+ *   planes of the image's size, apart from it and from each other; `gradients` holds pairs (dx, dy). `gradStride` is
+ *   that of each plane, or of a row of pairs; entries without it take packed gradients. No pointer or stride has to be
+ *   aligned; a gradient stride that is no multiple of the element size is cut to whole elements.
+ * - dx is the right column minus the left one, dy the lower row minus the upper one. The nearest pixel stands for one
+ *   outside the image.
+ * - The gradients without a border type log and refuse null pointers, zero sizes and strides below a row: "Assertion
+ *   failed @<function>: <condition>" goes to the log, nothing is written, and the result is what that returned (1 with
+ * our log).
  */
 #ifndef VISORA_GRADIENT_H
 #define VISORA_GRADIENT_H
@@ -16,10 +20,67 @@
 
 VSR_BEGIN_DECLARATIONS
 
+/* ---- Central differences: p(x + 1) - p(x - 1) and p(y + 1) - p(y - 1) ---- */
+
 /**
- * 3x3 Sobel gradient as two s16 planes, packed. dx is the right column minus the left one, weighted 1, 2, 1 down the
- * window; dy is the lower row minus the upper one, weighted 1, 2, 1 along it. Outside the image the nearest pixel
- * counts.
+ * Central differences as two s16 planes, packed.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientPlanars16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                            uint32_t srcStride, int16_t* dx, int16_t* dy);
+
+/** As vsrImageGradientPlanars16 with the stride of both planes. */
+VSR_API vsrStatus vsrImageGradientPlanars16_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                               uint32_t srcStride, int16_t* dx, int16_t* dy, uint32_t gradStride);
+
+/**
+ * Central differences shifted right by 1 (rounding down), which fits s8, as two planes, packed.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientPlanars8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, int8_t* dx, int8_t* dy);
+
+/** As vsrImageGradientPlanars8 with the stride of both planes. */
+VSR_API vsrStatus vsrImageGradientPlanars8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                              uint32_t srcStride, int8_t* dx, int8_t* dy, uint32_t gradStride);
+
+/**
+ * Half the central differences, which is the slope per pixel, as two f32 planes, packed.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientPlanarf32(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                            uint32_t srcStride, float* dx, float* dy);
+
+/** As vsrImageGradientPlanarf32 with the stride of both planes. */
+VSR_API vsrStatus vsrImageGradientPlanarf32_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                               uint32_t srcStride, float* dx, float* dy, uint32_t gradStride);
+
+/**
+ * Central differences as s16 pairs, packed.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientInterleaveds16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                 uint32_t srcStride, int16_t* gradients);
+
+/** As vsrImageGradientInterleaveds16 with the stride of the pairs. */
+VSR_API vsrStatus vsrImageGradientInterleaveds16_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                    uint32_t srcStride, int16_t* gradients, uint32_t gradStride);
+
+/**
+ * Half the central differences, which is the slope per pixel, as f32 pairs, packed.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientInterleavedf32(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                 uint32_t srcStride, float* gradients);
+
+/** As vsrImageGradientInterleavedf32 with the stride of the pairs. */
+VSR_API vsrStatus vsrImageGradientInterleavedf32_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                    uint32_t srcStride, float* gradients, uint32_t gradStride);
+
+/* ---- Sobel: differences smoothed by 1, 2, 1 across their direction ---- */
+
+/**
+ * 3x3 Sobel gradient as two s16 planes, packed. dx is weighted 1, 2, 1 down the window, dy along it.
  * @return 0
  */
 VSR_API vsrStatus vsrImageGradientSobelPlanars16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
@@ -29,7 +90,10 @@ VSR_API vsrStatus vsrImageGradientSobelPlanars16(const uint8_t* src, uint32_t sr
 VSR_API vsrStatus vsrImageGradientSobelPlanars16_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                                     uint32_t srcStride, int16_t* dx, int16_t* dy, uint32_t gradStride);
 
-/** As vsrImageGradientSobelPlanars16, shifted right by 3 (rounding down), which fits s8. */
+/**
+ * As vsrImageGradientSobelPlanars16, shifted right by 3 (rounding down), which fits s8.
+ * @return 0
+ */
 VSR_API vsrStatus vsrImageGradientSobelPlanars8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                                 uint32_t srcStride, int8_t* dx, int8_t* dy);
 
@@ -37,13 +101,65 @@ VSR_API vsrStatus vsrImageGradientSobelPlanars8(const uint8_t* src, uint32_t src
 VSR_API vsrStatus vsrImageGradientSobelPlanars8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                                    uint32_t srcStride, int8_t* dx, int8_t* dy, uint32_t gradStride);
 
-/** As vsrImageGradientSobelPlanars16 in f32, the same whole numbers. */
+/**
+ * As vsrImageGradientSobelPlanars16 in f32, the same whole numbers.
+ * @return 0
+ */
 VSR_API vsrStatus vsrImageGradientSobelPlanarf32(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                                  uint32_t srcStride, float* dx, float* dy);
 
 /** As vsrImageGradientSobelPlanarf32 with the stride of both planes. */
 VSR_API vsrStatus vsrImageGradientSobelPlanarf32_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                                     uint32_t srcStride, float* dx, float* dy, uint32_t gradStride);
+
+/**
+ * 3x3 Sobel gradient as s16 pairs, packed.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientSobelInterleaveds16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                      uint32_t srcStride, int16_t* gradients);
+
+/** As vsrImageGradientSobelInterleaveds16 with the stride of the pairs. */
+VSR_API vsrStatus vsrImageGradientSobelInterleaveds16_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                         uint32_t srcStride, int16_t* gradients, uint32_t gradStride);
+
+/**
+ * 3x3 Sobel gradient shifted right by 3 (rounding down), which fits s8, as pairs, packed.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientSobelInterleaveds8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                     uint32_t srcStride, int8_t* gradients);
+
+/** As vsrImageGradientSobelInterleaveds8 with the stride of the pairs. */
+VSR_API vsrStatus vsrImageGradientSobelInterleaveds8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                        uint32_t srcStride, int8_t* gradients, uint32_t gradStride);
+
+/**
+ * 3x3 Sobel gradient as f32 pairs, whole numbers, packed.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientSobelInterleavedf32(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                      uint32_t srcStride, float* gradients);
+
+/** As vsrImageGradientSobelInterleavedf32 with the stride of the pairs. */
+VSR_API vsrStatus vsrImageGradientSobelInterleavedf32_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                         uint32_t srcStride, float* gradients, uint32_t gradStride);
+
+/* ---- Scharr: differences smoothed by 3, 10, 3, whose direction is truer than Sobel's ---- */
+
+/**
+ * 3x3 Scharr gradient as two s16 planes.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientScharrPlanars16(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                  uint32_t srcStride, int16_t* dx, int16_t* dy, uint32_t gradStride);
+
+/**
+ * 3x3 Scharr gradient divided by 32, which is the slope per pixel, as two f32 planes. The division is exact.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientScharrPlanarf32(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                  uint32_t srcStride, float* dx, float* dy, uint32_t gradStride);
 
 /* ---- Derivatives with a border type ---- */
 

@@ -6,21 +6,29 @@
 #ifndef VISORA_OPERATIONS_H
 #define VISORA_OPERATIONS_H
 
+#include "visora/background.h"
 #include "visora/color.h"
 #include "visora/corner.h"
 #include "visora/correlate.h"
+#include "visora/difference.h"
 #include "visora/edge.h"
 #include "visora/element.h"
 #include "visora/filter.h"
 #include "visora/geom.h"
 #include "visora/gradient.h"
+#include "visora/histogram.h"
+#include "visora/integral.h"
+#include "visora/moments.h"
 #include "visora/morphology.h"
+#include "visora/motion.h"
 #include "visora/pattern.h"
 #include "visora/pyramid.h"
 #include "visora/reduce.h"
 #include "visora/scale.h"
+#include "visora/statistics.h"
 #include "visora/threshold.h"
 #include "visora/track.h"
+#include "visora/transform.h"
 #include "visora/warp.h"
 
 #endif

@@ -30,6 +30,7 @@
 #ifndef VISORA_TRACK_H
 #define VISORA_TRACK_H
 
+#include "visora/motion.h"
 #include "visora/pyramid.h"
 #include "visora/types.h"
 

@@ -105,6 +105,12 @@ void (*calcIxIy_32f_)(const float* patch, float* Ix, float* Iy, uint32_t patchWi
     X(rgb565_to_rgb888)
 #define HELPER_AT_LOAD(helper) __typeof__(&helper##C) helper##_ = helper##C;
 COLOR_ROW_HELPERS(HELPER_AT_LOAD)
+void (*vsrMomentsInTileu8_)(const uint8_t* tile, uint32_t width, uint32_t height, uint32_t stride, uint32_t binary,
+                            double moments[10]) = vsrMomentsInTileu8C;
+void (*vsrMomentsInTiles32_)(const int32_t* tile, uint32_t width, uint32_t height, uint32_t stride, uint32_t binary,
+                             double moments[10]) = vsrMomentsInTiles32C;
+void (*vsrMomentsInTilef32_)(const float* tile, uint32_t width, uint32_t height, uint32_t stride, uint32_t binary,
+                             double moments[10]) = vsrMomentsInTilef32C;
 
 void uCHelper(void)
 {
@@ -119,6 +125,9 @@ void uCHelper(void)
     VSR_STORE(fast9_corner_score_, fast9_corner_scoreC);
     VSR_STORE(fast10_corner_score_, fast10_corner_scoreC);
     VSR_STORE(calcIxIy_32f_, calcIxIy_32fC);
+    VSR_STORE(vsrMomentsInTileu8_, vsrMomentsInTileu8C);
+    VSR_STORE(vsrMomentsInTiles32_, vsrMomentsInTiles32C);
+    VSR_STORE(vsrMomentsInTilef32_, vsrMomentsInTilef32C);
 }
 
 void uVHelper(void)
@@ -131,6 +140,9 @@ void uVHelper(void)
     VSR_STORE(fast9_corner_score_, fast9_corner_scoreV);
     VSR_STORE(fast10_corner_score_, fast10_corner_scoreV);
     VSR_STORE(calcIxIy_32f_, calcIxIy_32fV);
+    VSR_STORE(vsrMomentsInTileu8_, vsrMomentsInTileu8V);
+    VSR_STORE(vsrMomentsInTiles32_, vsrMomentsInTiles32V);
+    VSR_STORE(vsrMomentsInTilef32_, vsrMomentsInTilef32V);
 }
 
 void uRNull(void)

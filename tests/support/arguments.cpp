@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -107,6 +108,7 @@ void Arguments::freshen()
         {
             output.memory->data()[i] = patternAt(i);
         }
+        std::copy(output.initial.begin(), output.initial.end(), output.data());
     }
 }
 

@@ -2,6 +2,7 @@
 #ifndef VISORA_TESTS_SUPPORT_ARGUMENTS_H
 #define VISORA_TESTS_SUPPORT_ARGUMENTS_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -204,6 +205,17 @@ class Arguments
         return reinterpret_cast<T*>(addOutput(rowElements * sizeof(T), rows, strideBytes, sizeof(T)));
     }
 
+    /** A buffer that is read and written: it has these contents before each call. */
+    template <class T>
+    T* updated(const std::vector<T>& contents)
+    {
+        T* data = output<T>(contents.size(), 1, contents.size() * sizeof(T));
+        const auto* bytes = reinterpret_cast<const uint8_t*>(contents.data());
+        outputs_.back().initial.assign(bytes, bytes + contents.size() * sizeof(T));
+        std::copy(contents.begin(), contents.end(), data);
+        return data;
+    }
+
     /** Keeps something that the call points to alive. */
     template <class T>
     T& keep(T object)
@@ -284,6 +296,7 @@ class Arguments
         size_t stride;
         size_t elementBytes;
         bool isGiven = false;
+        std::vector<uint8_t> initial = {};  // what a buffer of one row holds before a call, the pattern if it is empty
 
         uint8_t* data() const { return memory->data() + start; }
         std::vector<uint8_t> pixels() const;

@@ -2,7 +2,8 @@
 #ifndef VISORA_VARIANTS_BACKGROUND_H
 #define VISORA_VARIANTS_BACKGROUND_H
 
-#include "visora/types.h"
+#include "visora/background.h"
+#include "visora/difference.h"
 
 #define VISORA_LIST "visora/operations/background.def"
 #include "visora/variants/list.h"

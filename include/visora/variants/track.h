@@ -2,6 +2,7 @@
 #ifndef VISORA_VARIANTS_TRACK_H
 #define VISORA_VARIANTS_TRACK_H
 
+#include "visora/histogram.h"
 #include "visora/track.h"
 
 #define VISORA_LIST "visora/operations/track.def"

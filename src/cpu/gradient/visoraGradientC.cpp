@@ -1,43 +1,42 @@
 // Gradients, reference variants.
-#include "cpu/gradient/visoraGradientSobel.h"
+#include "cpu/gradient/visoraGradient.h"
+#include "cpu/visoraDrivers.h"
 #include "visora/variants/statistics.h"
 
+namespace visora
+{
 namespace
 {
 
-template <class T>
-vsrStatus sobel(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, T* dx, T* dy,
-                uint32_t gradStride)
+template <GradientKind kind, class T>
+vsrStatus planarGradients(KindTag<kind> /*kind*/, const uint8_t* src, uint32_t width, uint32_t height,
+                          uint32_t srcStride, T* dx, T* dy, uint32_t gradStride)
 {
-    for (uint32_t y = 0; y < height; ++y)
-    {
-        const visora::SobelRows rows(src, width, height, srcStride, y);
-        const size_t start = y * (gradStride / sizeof(T));
-        for (uint32_t x = 0; x < width; ++x)
-        {
-            dx[start + x] = visora::sobelElement<T>(rows.dx(x));
-            dy[start + x] = visora::sobelElement<T>(rows.dy(x));
-        }
-    }
+    gradients<kind>(src, width, height, srcStride, GradientPlanes<T>{dx, dy}, gradStride);
+    return VISORA_SUCCESS;
+}
+
+template <GradientKind kind, class T>
+vsrStatus pairedGradients(KindTag<kind> /*kind*/, const uint8_t* src, uint32_t width, uint32_t height,
+                          uint32_t srcStride, T* pairs, uint32_t gradStride)
+{
+    gradients<kind>(src, width, height, srcStride, GradientPairs<T>{pairs}, gradStride);
     return VISORA_SUCCESS;
 }
 
 }  // namespace
+}  // namespace visora
 
-vsrStatus vsrImageGradientSobelPlanars16C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                          int16_t* dx, int16_t* dy, uint32_t gradStride)
-{
-    return sobel(src, srcWidth, srcHeight, srcStride, dx, dy, gradStride);
-}
-
-vsrStatus vsrImageGradientSobelPlanars8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                         int8_t* dx, int8_t* dy, uint32_t gradStride)
-{
-    return sobel(src, srcWidth, srcHeight, srcStride, dx, dy, gradStride);
-}
-
-vsrStatus vsrImageGradientSobelPlanarf32C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                          float* dx, float* dy, uint32_t gradStride)
-{
-    return sobel(src, srcWidth, srcHeight, srcStride, dx, dy, gradStride);
-}
+VSR_REFERENCE(vsrImageGradientInterleaveds16, pairedGradients, visora::kCentral);
+VSR_REFERENCE(vsrImageGradientInterleavedf32, pairedGradients, visora::kCentral);
+VSR_REFERENCE(vsrImageGradientPlanars16, planarGradients, visora::kCentral);
+VSR_REFERENCE(vsrImageGradientPlanarf32, planarGradients, visora::kCentral);
+VSR_REFERENCE(vsrImageGradientPlanars8, planarGradients, visora::kCentral);
+VSR_REFERENCE(vsrImageGradientSobelInterleaveds16, pairedGradients, visora::kSobel);
+VSR_REFERENCE(vsrImageGradientSobelInterleavedf32, pairedGradients, visora::kSobel);
+VSR_REFERENCE(vsrImageGradientSobelInterleaveds8, pairedGradients, visora::kSobel);
+VSR_REFERENCE(vsrImageGradientSobelPlanars16, planarGradients, visora::kSobel);
+VSR_REFERENCE(vsrImageGradientSobelPlanars8, planarGradients, visora::kSobel);
+VSR_REFERENCE(vsrImageGradientSobelPlanarf32, planarGradients, visora::kSobel);
+VSR_REFERENCE(vsrImageGradientScharrPlanars16, planarGradients, visora::kScharr);
+VSR_REFERENCE(vsrImageGradientScharrPlanarf32, planarGradients, visora::kScharr);

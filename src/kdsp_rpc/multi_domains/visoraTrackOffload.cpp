@@ -38,6 +38,42 @@ constexpr auto isAligned = [](const auto& /*lengths*/, const uint8_t* src1, cons
 { return aligned<8>(src1, src2) && multiplesOf<8>(packedIfZero(stride, width)); };
 using FallBackIfAligned = FallBackIf<isAligned>;
 
+constexpr auto weightedBins = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                 const uint8_t* /*weights*/, uint32_t bins, uint8_t* dst, uint32_t dstStride) {
+    return std::array{imageLength(src, srcStride, width, height), bins, imageLength(dst, dstStride, width, height)};
+};
+
+constexpr auto windowAndResult = [](const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, auto...) {
+    return std::array{imageLength(src, srcStride, width, height), 1u, 1u};
+};
+
+constexpr auto blockFlow = [](const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
+                              const uint8_t* src2, uint32_t src2Stride, uint32_t blockSize, uint32_t step,
+                              uint32_t /*rangeX*/, uint32_t /*rangeY*/, int16_t* flow, uint32_t flowStride,
+                              uint32_t* sads, uint32_t sadsStride)
+{
+    const uint32_t columns = (width - blockSize) / step + 1;
+    const uint32_t rows = (height - blockSize) / step + 1;
+    return std::array{imageLength(src1, src1Stride, width, height), imageLength(src2, src2Stride, width, height),
+                      imageLength(flow, flowStride, 2 * columns, rows),
+                      sads != nullptr ? imageLength(sads, sadsStride, columns, rows) : 0u};
+};
+
+constexpr auto motionHistory = [](const uint8_t* mask, uint32_t width, uint32_t height, uint32_t maskStride,
+                                  float /*timestamp*/, float /*duration*/, float* history, uint32_t historyStride)
+{
+    return std::array{imageLength(mask, maskStride, width, height), imageLength(history, historyStride, width, height)};
+};
+
+constexpr auto motionGradient = [](const float* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                   float /*minDelta*/, float /*maxDelta*/, float* orientation,
+                                   uint32_t orientationStride, uint8_t* mask, uint32_t maskStride)
+{
+    return std::array{imageLength(src, srcStride, width, height),
+                      imageLength(orientation, orientationStride, width, height),
+                      imageLength(mask, maskStride, width, height)};
+};
+
 }  // namespace
 }  // namespace visora
 

@@ -1,0 +1,122 @@
+// Counting pixels, and the tables that are made of the counts. The variants share this: counting has no vector form.
+#ifndef VISORA_CPU_HISTOGRAM_H
+#define VISORA_CPU_HISTOGRAM_H
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace visora
+{
+
+using Histogram = std::array<uint32_t, 256>;
+using ByteTable = std::array<uint8_t, 256>;
+
+/**
+ * Counts the pixels of rows. Eight pixels are loaded at once and counted in four tables in turn: a count that was just
+ * stored cannot be loaded again at once.
+ */
+class PixelCounter
+{
+  public:
+    void add(const uint8_t* row, size_t width)
+    {
+        size_t x = 0;
+        for (; x + 8 <= width; x += 8)
+        {
+            uint64_t pixels;
+            std::memcpy(&pixels, row + x, sizeof pixels);
+            for (size_t k = 0; k < 8; ++k)
+            {
+                ++counts_[k % 4][static_cast<uint8_t>(pixels >> (8 * k))];
+            }
+        }
+        for (; x < width; ++x)
+        {
+            ++counts_[0][row[x]];
+        }
+    }
+
+    /** Pixels whose mask is not 0. */
+    void add(const uint8_t* row, const uint8_t* mask, size_t width)
+    {
+        for (size_t x = 0; x < width; ++x)
+        {
+            counts_[x % 4][row[x]] += mask[x] != 0 ? 1 : 0;
+        }
+    }
+
+    Histogram counts() const
+    {
+        Histogram sum;
+        for (size_t v = 0; v < sum.size(); ++v)
+        {
+            sum[v] = counts_[0][v] + counts_[1][v] + counts_[2][v] + counts_[3][v];
+        }
+        return sum;
+    }
+
+  private:
+    std::array<Histogram, 4> counts_{};
+};
+
+inline Histogram histogramOf(const uint8_t* src, uint32_t width, uint32_t height, size_t stride)
+{
+    PixelCounter counter;
+    for (size_t y = 0; y < height; ++y)
+    {
+        counter.add(src + y * stride, width);
+    }
+    return counter.counts();
+}
+
+/** A level by its share, rounded to the nearest, ties to even, and cut to 0 .. top. */
+inline uint32_t roundedLevel(float level, uint32_t top)
+{
+    const float rounded = std::nearbyintf(level);
+    return rounded >= static_cast<float>(top) ? top : static_cast<uint32_t>(rounded);
+}
+
+/** The map of levels that equalises an image of `pixels` pixels with this histogram. */
+inline ByteTable equalizingTable(const Histogram& histogram, uint32_t pixels)
+{
+    size_t lowest = 0;
+    while (histogram[lowest] == 0)
+    {
+        ++lowest;
+    }
+    ByteTable table{};
+    const uint32_t first = histogram[lowest];
+    if (first == pixels)
+    {
+        table[lowest] = static_cast<uint8_t>(lowest);
+        return table;
+    }
+    const float scale = 255.0f / static_cast<float>(pixels - first);
+    uint32_t above = 0;
+    for (size_t v = lowest + 1; v < table.size(); ++v)
+    {
+        above += histogram[v];
+        table[v] = static_cast<uint8_t>(roundedLevel(static_cast<float>(above) * scale, 255));
+    }
+    return table;
+}
+
+/** The weight of every level's bin. */
+inline ByteTable weightTable(const uint8_t* weights, uint32_t bins)
+{
+    ByteTable table;
+    for (uint32_t v = 0; v < table.size(); ++v)
+    {
+        table[v] = weights[v * bins >> 8];
+    }
+    return table;
+}
+
+}  // namespace visora
+
+#endif
