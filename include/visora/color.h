@@ -403,7 +403,7 @@ VSR_API vsrStatus vsrGammau8(const uint8_t* src, uint32_t srcWidth, uint32_t src
 #define VSR_COLOR_ROW_HELPER(helper, parameters) \
     VSR_API void helper##C parameters;           \
     VSR_API void helper##V parameters;           \
-    VSR_API extern void(*helper##_) parameters
+    extern VSR_VAR void(*helper##_) parameters
 
 /**
  * Rows of `length` pixels for other kernels: to Y, Cb and Cr as the 4:4:4 planar conversions, to Y, and RGB565 to
