@@ -97,13 +97,13 @@ HWY_INLINE vsrStatus correlate(const WindowSource<T>& source, const Windows& win
             for (size_t y = 0; y < windows.outHeight; ++y)
             {
                 const int16_t* const* rows = padded.around(y + windows.lastRow);
-                const size_t column = windows.lastColumn - reach;
+                const auto column = static_cast<ptrdiff_t>(windows.lastColumn) - static_cast<ptrdiff_t>(reach);
                 const auto one = [&](size_t x) HWY_ATTR
                 {
                     WideSums<hn::Vec<decltype(d32)>> sums = {first, first};
                     for (size_t j = 0; j < windows.rows; ++j)
                     {
-                        const int16_t* at = rows[j] + column + x;
+                        const int16_t* at = rows[j] + (column + static_cast<ptrdiff_t>(x));
                         for (size_t i = 0; i < pairsPerRow; ++i)
                         {
                             addAlong(d32, at + 2 * i, pairs[j * pairsPerRow + i], sums);
@@ -118,7 +118,7 @@ HWY_INLINE vsrStatus correlate(const WindowSource<T>& source, const Windows& win
                     WideSums<hn::Vec<decltype(d32)>> right = left;
                     for (size_t j = 0; j < windows.rows; ++j)
                     {
-                        const int16_t* at = rows[j] + column + x;
+                        const int16_t* at = rows[j] + (column + static_cast<ptrdiff_t>(x));
                         for (size_t i = 0; i < pairsPerRow; ++i)
                         {
                             const int32_t taps = pairs[j * pairsPerRow + i];
