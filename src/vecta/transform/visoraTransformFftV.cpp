@@ -37,12 +37,15 @@ class Work
 {
   public:
     HWY_INLINE Work(uint32_t longest, size_t extraFloats)
-        : scratch_((size_t{longest} * (2 * kLanes + 3) + extraFloats) * sizeof(float)),
-          points_(reinterpret_cast<float*>(scratch_.data())),
-          twiddles_(points_ + 2 * kLanes * longest),
-          places_(reinterpret_cast<uint32_t*>(twiddles_ + 2 * size_t{longest})),
-          extra_(twiddles_ + 3 * size_t{longest})
+        : scratch_((size_t{longest} * (2 * kLanes + 3) + extraFloats) * sizeof(float))
     {
+        if (isThere())
+        {
+            points_ = reinterpret_cast<float*>(scratch_.data());
+            twiddles_ = points_ + 2 * kLanes * longest;
+            places_ = reinterpret_cast<uint32_t*>(twiddles_ + 2 * size_t{longest});
+            extra_ = twiddles_ + 3 * size_t{longest};
+        }
     }
 
     HWY_INLINE bool isThere() const { return scratch_.data() != nullptr; }
@@ -97,10 +100,10 @@ class Work
 
   private:
     Scratch scratch_;
-    float* points_;
-    float* twiddles_;
-    uint32_t* places_;
-    float* extra_;
+    float* points_ = nullptr;
+    float* twiddles_ = nullptr;
+    uint32_t* places_ = nullptr;
+    float* extra_ = nullptr;
     uint32_t n_ = 0;
 };
 
