@@ -7,9 +7,11 @@
 #define VISORA_OPERATIONS_H
 
 #include "visora/background.h"
+#include "visora/camera.h"
 #include "visora/color.h"
 #include "visora/corner.h"
 #include "visora/correlate.h"
+#include "visora/depth.h"
 #include "visora/difference.h"
 #include "visora/edge.h"
 #include "visora/element.h"
@@ -18,6 +20,7 @@
 #include "visora/gradient.h"
 #include "visora/histogram.h"
 #include "visora/integral.h"
+#include "visora/matrix.h"
 #include "visora/moments.h"
 #include "visora/morphology.h"
 #include "visora/motion.h"
