@@ -28,6 +28,7 @@
 #include "visora/pyramid.h"
 #include "visora/reduce.h"
 #include "visora/scale.h"
+#include "visora/shape.h"
 #include "visora/statistics.h"
 #include "visora/threshold.h"
 #include "visora/track.h"
