@@ -50,8 +50,8 @@ void showPair(const Paths& pair, const std::filesystem::path& output, demo::Runn
 }
 
 // One after the other, the last one with its next frame when there is one.
-void showOn(const Paths& photographs, const std::filesystem::path& nextFrame, const Paths& pair,
-            const std::filesystem::path& output)
+void showOn(const Paths& photographs, const std::filesystem::path& nextFrame, const std::filesystem::path& rightView,
+            const Paths& pair, const std::filesystem::path& output)
 {
     vsrSetOperationMode(VISORA_OP_CPU_PERFORMANCE);
     demo::Runner runner;
@@ -62,6 +62,10 @@ void showOn(const Paths& photographs, const std::filesystem::path& nextFrame, co
         if (&path == &photographs.back() && !nextFrame.empty())
         {
             photograph.nextGray = demo::toGray(demo::readPicture(nextFrame));
+        }
+        if (&path == &photographs.front() && !rightView.empty())
+        {
+            photograph.rightGray = demo::toGray(demo::readPicture(rightView));
         }
         std::printf("%s, %u x %u\n", path.filename().c_str(), photograph.rgb.width, photograph.rgb.height);
 
@@ -99,13 +103,15 @@ int main(int argc, char** argv)
         Paths photographs;
         Paths pair;
         std::filesystem::path nextFrame;
+        std::filesystem::path rightView;
         std::filesystem::path output = "visora-demo";
         app.add_option("photographs", photographs, "PNG or JPEG files")->required()->check(CLI::ExistingFile);
         app.add_option("--next", nextFrame, "the frame after the last photograph")->check(CLI::ExistingFile);
+        app.add_option("--right", rightView, "the first photograph seen from further right")->check(CLI::ExistingFile);
         app.add_option("--pair", pair, "two photographs of one plane")->expected(2)->check(CLI::ExistingFile);
         app.add_option("-o,--output", output, "folder for the pictures")->capture_default_str();
         CLI11_PARSE(app, argc, argv);
-        showOn(photographs, nextFrame, pair, output);
+        showOn(photographs, nextFrame, rightView, pair, output);
         return 0;
     }
     catch (const std::exception& error)

@@ -18,6 +18,8 @@ struct Photograph
     Picture gray;
     /** The frame that follows, empty when there is none. */
     Picture nextGray;
+    /** The view from a little further right, empty when there is none. */
+    Picture rightGray;
 };
 
 /** Times public calls and tells which implementation kind served them. */

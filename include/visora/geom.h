@@ -20,6 +20,7 @@
 #include "visora/camera.h"
 #include "visora/depth.h"
 #include "visora/matrix.h"
+#include "visora/points.h"
 #include "visora/types.h"
 
 VSR_BEGIN_DECLARATIONS

@@ -25,6 +25,7 @@
 #include "visora/morphology.h"
 #include "visora/motion.h"
 #include "visora/pattern.h"
+#include "visora/points.h"
 #include "visora/pyramid.h"
 #include "visora/reduce.h"
 #include "visora/scale.h"

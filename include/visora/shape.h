@@ -7,5 +7,6 @@
 
 #include "visora/detect.h"
 #include "visora/region.h"
+#include "visora/points.h"
 
 #endif

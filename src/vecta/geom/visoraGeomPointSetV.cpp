@@ -1,0 +1,236 @@
+// Sets of points, vector variants. Lanes are points.
+#include <limits>
+
+#include "cpu/geom/visoraGeomPointSet.h"
+#include "visora/variants/geom.h"
+#include "visora/variants/shape.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vecta/geom/visoraGeomPointSetV.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "vecta/geom/visoraGeomLists-inl.h"
+#include "vecta/visoraExport.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+using Doubles = PartialLanes<double>;
+using DoubleVector = hn::Vec<Doubles>;
+
+struct Vector2
+{
+    DoubleVector x, y;
+};
+
+HWY_INLINE Vector2 setPoint(Point2 p)
+{
+    const Doubles d;
+    return {hn::Set(d, p.x), hn::Set(d, p.y)};
+}
+
+HWY_INLINE Vector2 minus(Vector2 a, Vector2 b)
+{
+    return {hn::Sub(a.x, b.x), hn::Sub(a.y, b.y)};
+}
+
+HWY_INLINE DoubleVector scalarProduct(Vector2 a, Vector2 b)
+{
+    return hn::Add(hn::Mul(a.x, b.x), hn::Mul(a.y, b.y));
+}
+
+HWY_INLINE DoubleVector vectorProduct(Vector2 a, Vector2 b)
+{
+    return hn::Sub(hn::Mul(a.x, b.y), hn::Mul(a.y, b.x));
+}
+
+// As squaredDistance.
+HWY_INLINE DoubleVector squaredDistances(Vector2 p, Vector2 a, Vector2 b)
+{
+    const Doubles d;
+    const Vector2 e = minus(b, a);
+    const Vector2 w = minus(p, a);
+    const Vector2 v = minus(p, b);
+    const auto s = scalarProduct(w, e);
+    const auto L = scalarProduct(e, e);
+    const auto c = vectorProduct(e, w);
+    const auto between = hn::IfThenElse(hn::Ge(s, L), scalarProduct(v, v), hn::Div(hn::Mul(c, c), L));
+    return hn::IfThenElse(hn::Le(s, hn::Zero(d)), scalarProduct(w, w), between);
+}
+
+struct VectorPoints : VectorSums
+{
+    Extent extent(const double* x, const double* y, size_t n, Point2 a, Point2 e) const
+    {
+        const Doubles d;
+        const size_t whole = n / hn::Lanes(d) * hn::Lanes(d);
+        const Vector2 origin = setPoint(a);
+        const Vector2 edge = setPoint(e);
+        auto lo = hn::Zero(d);
+        auto hi = lo;
+        auto up = lo;
+        for (size_t i = 0; i < whole; i += hn::Lanes(d))
+        {
+            const Vector2 w = minus({hn::LoadU(d, x + i), hn::LoadU(d, y + i)}, origin);
+            const auto along = scalarProduct(w, edge);
+            lo = hn::Min(lo, along);
+            hi = hn::Max(hi, along);
+            up = hn::Max(up, vectorProduct(edge, w));
+        }
+        Extent result = PlainPoints().extent(x + whole, y + whole, n - whole, a, e);
+        HWY_ALIGN double lanes[3][hn::MaxLanes(Doubles())];
+        hn::Store(lo, d, lanes[0]);
+        hn::Store(hi, d, lanes[1]);
+        hn::Store(up, d, lanes[2]);
+        for (size_t i = 0; i < hn::Lanes(d); ++i)
+        {
+            result.lo = std::min(result.lo, lanes[0][i]);
+            result.hi = std::max(result.hi, lanes[1][i]);
+            result.up = std::max(result.up, lanes[2][i]);
+        }
+        return result;
+    }
+
+    size_t farthest(const double* x, const double* y, size_t n, Point2 a, Point2 b, double& distance) const
+    {
+        const Doubles d;
+        const size_t whole = n / hn::Lanes(d) * hn::Lanes(d);
+        const Vector2 start = setPoint(a);
+        const Vector2 end = setPoint(b);
+        auto greatest = hn::Set(d, -1.0);
+        auto where = hn::Zero(d);
+        auto index = hn::Iota(d, 0);
+        for (size_t i = 0; i < whole; i += hn::Lanes(d))
+        {
+            const auto square = squaredDistances({hn::LoadU(d, x + i), hn::LoadU(d, y + i)}, start, end);
+            const auto isMore = hn::Gt(square, greatest);
+            greatest = hn::IfThenElse(isMore, square, greatest);
+            where = hn::IfThenElse(isMore, index, where);
+            index = hn::Add(index, hn::Set(d, static_cast<double>(hn::Lanes(d))));
+        }
+        HWY_ALIGN double values[hn::MaxLanes(Doubles())], places[hn::MaxLanes(Doubles())];
+        hn::Store(greatest, d, values);
+        hn::Store(where, d, places);
+        distance = -1;
+        size_t first = 0;
+        for (size_t i = 0; i < hn::Lanes(d) && whole != 0; ++i)
+        {
+            const auto place = static_cast<size_t>(places[i]);
+            if (values[i] > distance || (values[i] == distance && place < first))
+            {
+                distance = values[i];
+                first = place;
+            }
+        }
+        double rest = -1;
+        const size_t inRest = PlainPoints().farthest(x + whole, y + whole, n - whole, a, b, rest);
+        first = rest > distance ? whole + inRest : first;
+        distance = std::max(distance, rest);
+        return first;
+    }
+};
+
+vsrStatus boxAbout(const float* points, uint32_t numPoints, vsrRotatedBox* box)
+{
+    return minAreaRect(VectorPoints(), points, numPoints, box);
+}
+
+vsrStatus lineThrough(const float* points, uint32_t numPoints, vsrLossType loss, float scale, float* line)
+{
+    return fitLine(VectorPoints(), points, numPoints, loss, scale, line);
+}
+
+vsrStatus ellipseThrough(const float* points, uint32_t numPoints, vsrEllipse* ellipse)
+{
+    return fitEllipse(VectorPoints(), points, numPoints, ellipse);
+}
+
+vsrStatus simplifyPolygon(const float* points, uint32_t numPoints, float epsilon, uint32_t closed, float* dst,
+                          uint32_t* indices, uint32_t* count)
+{
+    return simplify(VectorPoints(), points, numPoints, epsilon, closed != 0, dst, indices, count);
+}
+
+template <bool kWithDistances>
+HWY_INLINE void locate(const float* polygon, size_t numVertices, const double* x, const double* y, double* where,
+                       double* distances)
+{
+    const Doubles d;
+    const auto zero = hn::Zero(d);
+    const auto one = hn::Set(d, 1.0);
+    const Vector2 p = {hn::Load(d, x), hn::Load(d, y)};
+    auto isOn = hn::Lt(one, zero);
+    auto isInside = isOn;
+    auto least = hn::Set(d, std::numeric_limits<double>::infinity());
+    Point2 from = point2At(polygon, 0);
+    for (size_t k = 0; k < numVertices; ++k)
+    {
+        const Point2 to = point2At(polygon, k + 1 == numVertices ? 0 : k + 1);
+        const Vector2 a = setPoint(from);
+        const Vector2 b = setPoint(to);
+        const auto c = vectorProduct(minus(b, a), minus(p, a));
+        const auto inX = hn::And(hn::Ge(p.x, hn::Min(a.x, b.x)), hn::Le(p.x, hn::Max(a.x, b.x)));
+        const auto inY = hn::And(hn::Ge(p.y, hn::Min(a.y, b.y)), hn::Le(p.y, hn::Max(a.y, b.y)));
+        isOn = hn::Or(isOn, hn::And(hn::Eq(c, zero), hn::And(inX, inY)));
+        const auto spans = hn::Xor(hn::Gt(a.y, p.y), hn::Gt(b.y, p.y));
+        const auto isOther = to.y > from.y ? hn::Not(hn::Gt(c, zero)) : hn::Gt(c, zero);
+        isInside = hn::Xor(isInside, hn::AndNot(isOther, spans));
+        if constexpr (kWithDistances)
+        {
+            least = hn::Min(least, squaredDistances(p, a, b));
+        }
+        from = to;
+    }
+    const auto side = hn::IfThenElse(isInside, one, hn::Set(d, -1.0));
+    const auto result = hn::IfThenElse(isOn, zero, side);
+    hn::Store(result, d, where);
+    if constexpr (kWithDistances)
+    {
+        hn::Store(hn::Mul(result, hn::Sqrt(least)), d, distances);
+    }
+}
+
+vsrStatus containsPoints(const float* polygon, uint32_t numVertices, const float* points, uint32_t numPoints,
+                         int8_t* where, float* distances)
+{
+    const Doubles d;
+    HWY_ALIGN double x[hn::MaxLanes(d)], y[hn::MaxLanes(d)], sides[hn::MaxLanes(d)], lengths[hn::MaxLanes(d)];
+    for (size_t first = 0; first < numPoints; first += hn::Lanes(d))
+    {
+        const size_t count = std::min<size_t>(hn::Lanes(d), numPoints - first);
+        for (size_t i = 0; i < hn::Lanes(d); ++i)
+        {
+            const size_t at = 2 * (first + std::min(i, count - 1));
+            x[i] = points[at];
+            y[i] = points[at + 1];
+        }
+        if (distances)
+        {
+            locate<true>(polygon, numVertices, x, y, sides, lengths);
+            toFloats(lengths, count, distances + first);
+        }
+        else
+        {
+            locate<false>(polygon, numVertices, x, y, sides, lengths);
+        }
+        std::transform(sides, sides + count, where + first, [](double side) { return static_cast<int8_t>(side); });
+    }
+    return VISORA_SUCCESS;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+VSR_VECTOR(vsrMinAreaRectf32, boxAbout);
+VSR_VECTOR(vsrFitLinef32, lineThrough);
+VSR_VECTOR(vsrFitEllipsef32, ellipseThrough);
+VSR_VECTOR(vsrPolygonContainsf32, containsPoints);
+VSR_VECTOR(vsrPolygonSimplifyf32, simplifyPolygon);
+
+#endif
