@@ -43,7 +43,12 @@ download_package() {
 # What the library, its examples and the demo are built with.
 install_build_packages() {
     install_packages build-essential clang cmake ninja-build pkg-config libhwy-dev libglib2.0-dev libstb-dev \
-        libcli11-dev nlohmann-json3-dev
+        libcli11-dev nlohmann-json3-dev python3-clang
+}
+
+# What the Python package is built with and tested against.
+install_python_packages() {
+    install_packages python3-dev python3-clang python3-numpy pybind11-dev python3-pytest python3-opencv
 }
 
 install_test_packages() {
