@@ -7,8 +7,11 @@ say() {
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then
         "$@"
-    else
+    elif command -v sudo >/dev/null; then
         sudo "$@"
+    else
+        say "This needs root, and sudo is not installed. As root, run: $*"
+        return 1
     fi
 }
 
@@ -30,6 +33,11 @@ install_packages() {
         refresh_package_lists
         as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
     fi
+}
+
+# Downloads a package into a folder without installing it. The lists may be old or, where nobody may renew them, missing.
+download_package() {
+    (cd "$2" && { apt-get download -q "$1" || { refresh_package_lists && apt-get download -q "$1"; }; })
 }
 
 # What the library, its examples and the demo are built with.
