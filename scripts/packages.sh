@@ -7,8 +7,11 @@ say() {
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then
         "$@"
-    else
+    elif command -v sudo >/dev/null; then
         sudo "$@"
+    else
+        say "This needs root, and sudo is not installed. As root, run: $*"
+        return 1
     fi
 }
 
@@ -32,10 +35,20 @@ install_packages() {
     fi
 }
 
+# Downloads a package into a folder without installing it. The lists may be old or, where nobody may renew them, missing.
+download_package() {
+    (cd "$2" && { apt-get download -q "$1" || { refresh_package_lists && apt-get download -q "$1"; }; })
+}
+
 # What the library, its examples and the demo are built with.
 install_build_packages() {
     install_packages build-essential clang cmake ninja-build pkg-config libhwy-dev libglib2.0-dev libstb-dev \
-        libcli11-dev nlohmann-json3-dev
+        libcli11-dev nlohmann-json3-dev python3-clang
+}
+
+# What the Python package is built with and tested against.
+install_python_packages() {
+    install_packages python3-dev python3-clang python3-numpy pybind11-dev python3-pytest python3-opencv
 }
 
 install_test_packages() {
