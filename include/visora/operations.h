@@ -12,6 +12,7 @@
 #include "visora/correlate.h"
 #include "visora/difference.h"
 #include "visora/edge.h"
+#include "visora/edge_smooth.h"
 #include "visora/element.h"
 #include "visora/filter.h"
 #include "visora/geom.h"

@@ -128,7 +128,7 @@ class PaddedRows
     void copyRow(size_t y)
     {
         const T* from = source_.src + y * source_.step;
-        Copy* to = slot(y % reach_.rows()) + reach_.left;
+        Copy* to = slot(y % reach_.rows()) + reach_.left;  // of rows it has. NOLINT(clang-analyzer-core.DivideZero)
         std::copy_n(from, source_.width, to);
         if (!source_.surround.constant)
         {
