@@ -1,12 +1,19 @@
 // Peers of filters whose results can be compared: before one is timed, its results and ours are compared on the image
-// that is timed and on one with even parts and edges, and a benchmark of peers that should agree and do not ends.
+// that is timed, on one with even parts and edges, and on the photographs in the folder that the environment variable
+// VISORA_PHOTOGRAPHS names. A benchmark of peers that should agree and do not ends.
 #ifndef VISORA_BENCHMARKS_FILTER_AGREEMENT_H
 #define VISORA_BENCHMARKS_FILTER_AGREEMENT_H
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <opencv2/imgproc.hpp>
+#include <vector>
+
+#ifdef VISORA_HAVE_OPENCV_EXTRA
+#include <opencv2/imgcodecs.hpp>
+#endif
 
 #include "peers.h"
 
@@ -77,6 +84,26 @@ inline cv::Mat shapes(int width, int height, int type)
     return converted;
 }
 
+inline const std::vector<cv::Mat>& photographs()
+{
+    static const std::vector<cv::Mat> all = []
+    {
+        std::vector<cv::Mat> images;
+#ifdef VISORA_HAVE_OPENCV_EXTRA
+        if (const char* folder = std::getenv("VISORA_PHOTOGRAPHS"))
+        {
+            for (const auto& entry : std::filesystem::directory_iterator(folder))
+            {
+                images.push_back(cv::imread(entry.path(), cv::IMREAD_GRAYSCALE));
+            }
+            std::printf("compared on %zu photographs\n", images.size());
+        }
+#endif
+        return images;
+    }();
+    return all;
+}
+
 inline void requireAgreement(const char* operation, const cv::Mat& image, int type, FilterFunction theirs,
                              FilterFunction ours, Agreement agreement)
 {
@@ -108,6 +135,10 @@ inline Peer filterPeer(const char* operation, const char* label, int from, int t
                 {
                     requireAgreement(operation, image, to, theirs, ours, agreement);
                     requireAgreement(operation, shapes(width, height, from), to, theirs, ours, agreement);
+                    for (const cv::Mat& photograph : from == CV_8U ? photographs() : std::vector<cv::Mat>())
+                    {
+                        requireAgreement(operation, photograph, to, theirs, ours, agreement);
+                    }
                 }
                 return [=, images = FilterImages(image, to)]() mutable { theirs(images); };
             }};

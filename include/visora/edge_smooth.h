@@ -19,9 +19,9 @@ VSR_BEGIN_DECLARATIONS
 /* ---- Bilateral filters ---- */
 
 /**
- * 5x5 bilateral filter of a packed u8 image (C. Tomasi and R. Manduchi, ICCV 1998). A pixel q of the square window, i
- * columns and j rows away from the pixel p, weighs W((i^2 + j^2) / (2 sigmaSpace^2)) * W((q - p)^2 / (2 sigmaRange^2));
- * the result is the weighted mean, rounded half up. Outside the image is the nearest pixel.
+ * 5x5 bilateral filter of a packed u8 image. A pixel q of the square window, i columns and j rows away from the pixel
+ * p, weighs W((i^2 + j^2) / (2 sigmaSpace^2)) * W((q - p)^2 / (2 sigmaRange^2)); the result is the weighted mean,
+ * rounded half up. Outside the image is the nearest pixel. After C. Tomasi and R. Manduchi, ICCV 1998.
  */
 VSR_API vsrStatus vsrBilateralFilter5x5u8(const uint8_t* src, uint32_t width, uint32_t height, float sigmaSpace,
                                           float sigmaRange, uint8_t* dst);
@@ -70,9 +70,9 @@ VSR_API vsrStatus vsrBilateralFilterNxNf32(const float* src, uint32_t srcWidth, 
 /* ---- Guided filter, non-local means ---- */
 
 /**
- * Guided filter of a u8 image (K. He, J. Sun and X. Tang, IEEE PAMI 35(6), 2013) by the guide I of the same size, which
- * may be the source itself. Windows have 2 * radius + 1 pixels a side, cut off at the image's edges; `radius` is from 1
- * to 127, `eps` from 0.01f to 1e6f in squared grey levels. Over a window of n pixels, with the exact integers
+ * Guided filter of a u8 image by the guide I of the same size, which may be the source itself (K. He, J. Sun and X.
+ * Tang, IEEE PAMI 35(6), 2013). Windows have 2 * radius + 1 pixels a side, cut off at the image's edges; `radius` is
+ * from 1 to 127, `eps` from 0.01f to 1e6f in squared grey levels. Over a window of n pixels, with the exact integers
  * num = n sum(I p) - sum(I) sum(p) and var = n sum(I I) - sum(I)^2,
  * A = floor(4096 (num / (var + n n eps)) + 0.5) in double precision and B = floor((2 (4096 sum(p) - A sum(I)) + n) /
  * 2n); then over the m pixels of a window dst = floor((sum(A) I + sum(B) + 2048 m) / 4096 m), limited to u8. The cost
@@ -83,11 +83,11 @@ VSR_API vsrStatus vsrGuidedFilteru8(const uint8_t* src, uint32_t srcWidth, uint3
                                     uint8_t* dst, uint32_t dstStride);
 
 /**
- * Non-local means of a u8 image (A. Buades, B. Coll and J.-M. Morel, CVPR 2005): the mean, rounded half up, of the N x
- * N pixels around each one, N odd up to 255, with weights T(d) from the sum d of the 25 squared differences between the
- * 5x5 patches around both pixels. Outside the image is the nearest pixel. `strength` h, above 0 and at most 255, says
- * how different patches may be: with z the smallest integer from 0 on for which 2^(z + 8) >= 156 h^2, T(d) is
- * W((d >> z) 2^z / (25 h^2)), and 0 where d >> z is above 255.
+ * Non-local means of a u8 image: the mean, rounded half up, of the N x N pixels around each one, N odd up to 255, with
+ * weights T(d) from the sum d of the 25 squared differences between the 5x5 patches around both pixels. Outside the
+ * image is the nearest pixel. `strength` h, above 0 and at most 255, says how different patches may be: with z the
+ * smallest integer from 0 on for which 2^(z + 8) >= 156 h^2, T(d) is W((d >> z) 2^z / (25 h^2)), and 0 where d >> z is
+ * above 255. After A. Buades, B. Coll and J.-M. Morel, CVPR 2005.
  */
 VSR_API vsrStatus vsrDenoiseNonLocalu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                        uint32_t N, float strength, uint8_t* dst, uint32_t dstStride);
