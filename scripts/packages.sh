@@ -7,8 +7,11 @@ say() {
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then
         "$@"
-    else
+    elif command -v sudo >/dev/null; then
         sudo "$@"
+    else
+        say "This needs root, and sudo is not installed. As root, run: $*"
+        return 1
     fi
 }
 
@@ -30,6 +33,11 @@ install_packages() {
         refresh_package_lists
         as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
     fi
+}
+
+# Downloads a package into a folder without installing it. The lists may be old or, where nobody may renew them, missing.
+download_package() {
+    (cd "$2" && { apt-get download -q "$1" || { refresh_package_lists && apt-get download -q "$1"; }; })
 }
 
 # What the library, its examples and the demo are built with.
@@ -64,14 +72,14 @@ install_aarch64_packages() {
 
 # The libraries that the benchmarks compare with.
 install_peer_packages() {
-    install_packages libopencv-dev libyuv-dev
+    install_packages libopencv-dev libyuv-dev libfftw3-dev
 }
 
 # What the instruction counts of 64-bit ARM compare with, and what estimates cycles. The names of these packages carry
 # versions: they are those of the libraries that this machine's development packages link to.
 install_aarch64_peer_packages() {
     local library file packages=()
-    for library in opencv_core opencv_imgproc opencv_features2d opencv_video opencv_calib3d yuv; do
+    for library in opencv_core opencv_imgproc opencv_features2d opencv_video opencv_calib3d yuv fftw3f; do
         file=$(readlink -f "/usr/lib/$(cc -print-multiarch)/lib$library.so")
         packages+=("$(dpkg-query -S "$file" | cut -d: -f1):arm64")
     done

@@ -13,7 +13,7 @@ printf '%s\n' 'set(CMAKE_SYSTEM_NAME Linux)' 'set(ANDROID TRUE)' "set(CMAKE_C_CO
     "set(CMAKE_CXX_COMPILER $cxx)" >"$folder/toolchain.cmake"
 "$cmake" -S "$source" -B "$folder/build" -G Ninja "-DCMAKE_TOOLCHAIN_FILE=$folder/toolchain.cmake" >"$folder/log" ||
     { cat "$folder/log"; exit 1; }
-! grep -n visorahost "$folder/build/build.ninja"
+if grep -n visorahost "$folder/build/build.ninja"; then exit 1; fi
 grep -qE 'LINK_LIBRARIES = .*-llog +-lcutils +-lion' "$folder/build/build.ninja"
 grep -q -- '-llog -lcutils -lion' "$folder/build/src/visora.pc"
 

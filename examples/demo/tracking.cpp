@@ -1,6 +1,7 @@
 // Points followed from one frame to the next, drawn as arrows.
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 
 #include "stages.h"
 #include "visora/corner.h"
@@ -108,24 +109,38 @@ const RegisterStages tracking({
      {
          const Picture& first = photograph.gray;
          const Picture& second = photograph.nextGray;
-         if (second.width != first.width || second.height != first.height)
+         if (second.pixels.empty())
          {
              return Picture();
+         }
+         if (second.width != first.width || second.height != first.height)
+         {
+             throw std::runtime_error("the next frame has another size");
+         }
+         if (std::min(first.width, first.height) >> (kLevels - 1) == 0)
+         {
+             throw std::runtime_error("too small to follow points in");
          }
          const Pyramid firstPyramid(first, runner);
          const Pyramid secondPyramid(second, runner);
          const std::vector<float> points = cornersToFollow(first);
+         if (points.empty())
+         {
+             throw std::runtime_error("no corners to follow");
+         }
          std::vector<float> moved(points.size());
          std::vector<int32_t> status(points.size() / 2);
          constexpr int32_t kWindow = 15;
-         runner.run("optical flow", first.pixels.size(),
-                    [&]
-                    {
-                        return vsrTrackLKOpticalFlowu8_v2(
-                            first.data(), second.data(), first.width, first.height, first.width, firstPyramid.levels(),
-                            secondPyramid.levels(), points.data(), moved.data(), status.data(),
-                            static_cast<int32_t>(status.size()), kWindow, kWindow, 30, kLevels);
-                    });
+         runner.run(
+             "optical flow", status.size(),
+             [&]
+             {
+                 return vsrTrackLKOpticalFlowu8_v2(first.data(), second.data(), first.width, first.height, first.width,
+                                                   firstPyramid.levels(), secondPyramid.levels(), points.data(),
+                                                   moved.data(), status.data(), static_cast<int32_t>(status.size()),
+                                                   kWindow, kWindow, 30, kLevels);
+             },
+             "point");
          Picture result = toRgb(first);
          for (size_t i = 0; i < status.size(); ++i)
          {
