@@ -32,5 +32,5 @@ def test_numpy_step():
 
 
 def test_call_overhead_runs():
-    done = run("python/benchmarks/call_overhead.py")
+    done = run("python/benchmarks/call_overhead.py", 10)
     assert done.returncode == 0 and len(done.stdout.splitlines()) == 9, done.stderr
