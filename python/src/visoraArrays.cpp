@@ -39,7 +39,7 @@ PyObject* converted(const Function& function, const Parameter& parameter, PyObje
         return nullptr;
     }
     const bool wantsFloats = parameter.element == Element::F32 || parameter.element == Element::F64;
-    const int kind = PyArray_DESCR(asArray(loose))->kind;
+    const char kind = PyArray_DESCR(asArray(loose))->kind;
     if (!(kind == 'i' || kind == 'u' || kind == 'b' || (wantsFloats && kind == 'f')))
     {
         fail(PyExc_TypeError, "%s: %s has to be an array of %s or a sequence of numbers, not %s", function.name,

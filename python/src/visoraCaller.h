@@ -71,6 +71,13 @@ struct Record
     PyObject** dtype;  // of arrays of them
 };
 
+/** A public constant. */
+struct Constant
+{
+    const char* name;
+    int64_t value;
+};
+
 enum class Role : uint8_t
 {
     Image,            // also tables of numbers: width, height, channels, stride
@@ -140,6 +147,7 @@ void modeWasChosen();
 // What generate-binding writes.
 std::span<const Record> records();
 std::span<PyMethodDef> methods();
+std::span<const Constant> constants();
 
 }  // namespace visora::python
 

@@ -52,6 +52,10 @@ PYBIND11_MODULE(_visora, module)
             throw py::error_already_set();
         }
     }
+    for (const visora::python::Constant& constant : visora::python::constants())
+    {
+        module.attr(constant.name) = constant.value;
+    }
     visora::python::definePyramids(module);
     module.def(
         "setOperationMode", setOperationMode, py::arg("mode"),
