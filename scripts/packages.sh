@@ -73,14 +73,14 @@ install_aarch64_packages() {
 
 # The libraries that the benchmarks compare with.
 install_peer_packages() {
-    install_packages libopencv-dev libyuv-dev
+    install_packages libopencv-dev libyuv-dev libfftw3-dev
 }
 
 # What the instruction counts of 64-bit ARM compare with, and what estimates cycles. The names of these packages carry
 # versions: they are those of the libraries that this machine's development packages link to.
 install_aarch64_peer_packages() {
     local library file packages=()
-    for library in opencv_core opencv_imgproc opencv_features2d opencv_video opencv_calib3d yuv; do
+    for library in opencv_core opencv_imgproc opencv_features2d opencv_video opencv_calib3d yuv fftw3f; do
         file=$(readlink -f "/usr/lib/$(cc -print-multiarch)/lib$library.so")
         packages+=("$(dpkg-query -S "$file" | cut -d: -f1):arm64")
     done

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "common/hardware_double.h"
 #include "cpu/visoraAngle.h"
 #include "support/images.h"
 #include "visora/variants/background.h"
@@ -129,6 +130,42 @@ TEST(Background, IsLearntAndForgotten)
     EXPECT_TRUE(isForeground(grey));
     EXPECT_FALSE(isForeground(red));
     EXPECT_EQ(VISORA_EBADPARAM, vsrBGCodePruneu8(kPixels, 1, 6, 2, 256, counts.data(), bounds.data(), lastSeen.data()));
+}
+
+// The model of one seed's frames, and the last of them classified by it.
+Image modelOf(uint64_t seed)
+{
+    constexpr uint32_t kPixels = 2000;
+    const uint8_t reach[] = {30, 20, 10};
+    const uint8_t slack[] = {3, 2, 1};
+    Image counts(kPixels);
+    Image bounds(3 * 12 * kPixels);
+    std::vector<uint32_t> lastSeen(3 * kPixels);
+    for (uint32_t time = 1; time < 12; ++time)
+    {
+        EXPECT_EQ(0u, vsrBGCodeLearnu8V(randomPixels(3 * kPixels, seed + time).data(), kPixels, 1, 3 * kPixels, reach,
+                                        time, 3, counts.data(), bounds.data(), lastSeen.data()));
+    }
+    EXPECT_EQ(0u, vsrBGCodePruneu8V(kPixels, 1, 12, 9, 3, counts.data(), bounds.data(), lastSeen.data()));
+    Image mask(kPixels);
+    EXPECT_EQ(0u, vsrBGCodeClassifyu8V(randomPixels(3 * kPixels, seed + 11).data(), kPixels, 1, 3 * kPixels, 3,
+                                       counts.data(), bounds.data(), slack, slack, mask.data(), kPixels));
+    bounds.insert(bounds.end(), mask.begin(), mask.end());
+    return bounds;
+}
+
+CHILD_TEST(BackgroundThreads, ModelsDoNotMeet)
+{
+    const Image expected[] = {modelOf(100), modelOf(200)};
+    EXPECT_NE(expected[0], expected[1]);
+    inThreads(2,
+              [&](int thread)
+              {
+                  for (int round = 0; round < 20; ++round)
+                  {
+                      EXPECT_EQ(expected[thread], modelOf(thread == 0 ? 100 : 200));
+                  }
+              });
 }
 
 // ---- Windows that follow ----

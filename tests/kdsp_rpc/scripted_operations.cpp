@@ -140,7 +140,7 @@ const std::vector<Offloaded>& offloadedOperations()
      reinterpret_cast<VSR_FUNC>(operation##Km),     \
      is(#answer, "Status"),                         \
      is(#kind, "FallBackIfLarge"),                  \
-     is(#kind, "Forward") || is(#kind, "ForwardIfAligned")},
+     is(#kind, "Forward") || is(#kind, "Retry") || is(#kind, "RetryIfAligned")},
 #include "kdsp_rpc/multi_domains/operations/all.def"
     };
     return list;

@@ -3,6 +3,9 @@
 #define VISORA_VARIANTS_CORNER_H
 
 #include "visora/corner.h"
+#include "visora/descriptor.h"
+#include "visora/dot.h"
+#include "visora/hamming.h"
 
 #define VISORA_LIST "visora/operations/corner.def"
 #include "visora/variants/list.h"

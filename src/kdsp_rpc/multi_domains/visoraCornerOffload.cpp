@@ -58,6 +58,62 @@ constexpr auto scoredCorners = [](const uint8_t* src, uint32_t width, uint32_t h
                 Rest{height, capacity}(rest...));
 };
 
+// ---- Sets of vectors ----
+
+constexpr auto setWithMany = [](const auto* /*query*/, uint32_t length, const auto* set, uint32_t count,
+                                uint32_t stride, auto* /*results*/) {
+    return std::array{length, imageLength(set, stride, length, count), count};
+};
+
+constexpr auto setWithListed = [](const auto* /*query*/, uint32_t length, const auto* set, uint32_t count,
+                                  uint32_t stride, const uint32_t* indices, uint32_t listed, auto* /*results*/) {
+    return std::array{length, imageLength(set, stride, length, count), indices ? listed : 0, indices ? listed : count};
+};
+
+constexpr auto cosinesOfSet = [](const auto* /*query*/, uint32_t length, const auto* set, uint32_t count,
+                                 uint32_t stride, const float* /*inverseLengths*/, float* /*cosines*/) {
+    return std::array{length, imageLength(set, stride, length, count), count, count};
+};
+
+constexpr auto setWithSet = [](const auto* src1, uint32_t length, uint32_t count1, uint32_t stride1, const auto* src2,
+                               uint32_t count2, uint32_t stride2, auto* dst, uint32_t dstStride)
+{
+    return std::array{imageLength(src1, stride1, length, count1), imageLength(src2, stride2, length, count2),
+                      imageLength(dst, dstStride, count2, count1)};
+};
+
+/** So many indices and values for each query. */
+template <uint32_t each>
+constexpr auto setMatches = [](const auto* queries, uint32_t length, uint32_t numQueries, uint32_t queryStride,
+                               const auto* set, uint32_t count, uint32_t stride, auto...)
+{
+    return std::array{imageLength(queries, queryStride, length, numQueries), imageLength(set, stride, length, count),
+                      each * numQueries, each * numQueries};
+};
+
+constexpr auto setWithin = [](const uint8_t* queries, uint32_t length, uint32_t numQueries, uint32_t queryStride,
+                              const uint8_t* set, uint32_t count, uint32_t stride, uint32_t /*maxDistance*/,
+                              uint32_t* /*indices*/, uint32_t capacity, uint32_t* /*counts*/)
+{
+    return std::array{imageLength(queries, queryStride, length, numQueries), imageLength(set, stride, length, count),
+                      capacity * numQueries, numQueries};
+};
+
+// ---- Descriptors of points ----
+
+constexpr auto brief = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride, const uint32_t* /*xy*/,
+                          uint32_t count, uint8_t* dst, uint32_t dstStride) {
+    return std::array{imageLength(src, stride, width, height), 2 * count, imageLength(dst, dstStride, 32, count)};
+};
+
+constexpr auto turnedBrief = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                const uint32_t* /*xy*/, uint32_t count, const float* angles, uint8_t* dst,
+                                uint32_t dstStride)
+{
+    return std::array{imageLength(src, stride, width, height), 2 * count, angles ? count : 0,
+                      imageLength(dst, dstStride, 32, count)};
+};
+
 }  // namespace
 }  // namespace visora
 

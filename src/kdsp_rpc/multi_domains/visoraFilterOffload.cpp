@@ -75,11 +75,7 @@ constexpr auto areAligned = [](const auto& /*lengths*/, const int16_t* src, uint
                                const int16_t* /*columnKernel*/, uint32_t /*N*/, uint32_t /*columnShift*/, int16_t* dst,
                                uint32_t dstStride)
 { return aligned<8>(src, dst) && multiplesOf<8>(srcStride, dstStride); };
-struct ForwardIfAligned
-{
-    static constexpr bool kRecovers = false;
-    static constexpr auto kConstraint = areAligned;
-};
+using RetryIfAligned = RetryIf<areAligned>;
 
 constexpr auto edgesAndGradients = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                                       uint32_t /*low*/, uint32_t /*high*/, vsrCannyNorm /*norm*/, uint8_t* dst,
