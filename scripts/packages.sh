@@ -54,6 +54,7 @@ install_python_packages() {
 install_test_packages() {
     install_build_packages
     install_packages git libgtest-dev libbenchmark-dev clang-format clang-tidy android-liblog-dev android-libcutils-dev
+    install_packages help2man lintian
     # The sanitizers' run-time library is packaged by compiler version.
     install_packages "libclang-rt-$(clang -dumpversion | cut -d. -f1)-dev"
 }
