@@ -22,6 +22,7 @@
 #include "visora/hamming.h"
 #include "visora/histogram.h"
 #include "visora/integral.h"
+#include "visora/match.h"
 #include "visora/moments.h"
 #include "visora/morphology.h"
 #include "visora/motion.h"

@@ -6,6 +6,7 @@
 #include "visora/descriptor.h"
 #include "visora/dot.h"
 #include "visora/hamming.h"
+#include "visora/match.h"
 
 #define VISORA_LIST "visora/operations/corner.def"
 #include "visora/variants/list.h"

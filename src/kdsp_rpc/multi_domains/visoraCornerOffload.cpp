@@ -114,6 +114,80 @@ constexpr auto turnedBrief = [](const uint8_t* src, uint32_t width, uint32_t hei
                       imageLength(dst, dstStride, 32, count)};
 };
 
+template <uint32_t length>
+constexpr auto ofKeypoints = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                const vsrKeypoint* /*keypoints*/, uint32_t count, auto* dst, uint32_t dstStride) {
+    return std::array{imageLength(src, stride, width, height), count, imageLength(dst, dstStride, length, count)};
+};
+
+// ---- Corners by the matrix of gradients ----
+
+constexpr auto harrisInMask = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                 int32_t /*threshold*/, uint32_t /*border*/, uint32_t* /*xy*/, uint32_t capacity,
+                                 uint32_t* /*count*/, const uint8_t* /*mask*/, uint32_t maskWidth, uint32_t maskHeight)
+{
+    return std::array{imageLength(src, stride, width, height), 2 * capacity, uint32_t{1},
+                      (maskWidth + 7) / 8 * maskHeight};
+};
+
+constexpr auto harris = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride, int32_t /*threshold*/,
+                           uint32_t /*border*/, uint32_t* /*xy*/, uint32_t capacity, uint32_t* /*count*/) {
+    return std::array{imageLength(src, stride, width, height), 2 * capacity, uint32_t{1}};
+};
+
+constexpr auto scoredHarris = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                 int32_t /*threshold*/, uint32_t /*border*/, uint32_t* /*xy*/, int32_t* /*scores*/,
+                                 uint32_t capacity, uint32_t* /*count*/, uint32_t /*nmsEnabled*/) {
+    return std::array{imageLength(src, stride, width, height), 2 * capacity, capacity, uint32_t{1}};
+};
+
+/** A small image with a short list is not worth the way. */
+constexpr auto isLargeOrLong = [](const auto& lengths, auto...)
+{
+    constexpr uint32_t kSmall = 25344;
+    return lengths[0] > kSmall || uint64_t{lengths[1]} * sizeof(uint32_t) > kSmall;
+};
+using FallBackIfLargeOrLong = FallBackIf<isLargeOrLong>;
+
+constexpr auto eigenCorners = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                 float /*quality*/, uint32_t /*minDistance*/, uint32_t /*border*/, uint32_t* /*xy*/,
+                                 float* /*scores*/, uint32_t capacity, uint32_t* /*count*/) {
+    return std::array{imageLength(src, stride, width, height), 2 * capacity, capacity, uint32_t{1}};
+};
+
+constexpr auto refined = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride, const float* /*xy*/,
+                            uint32_t count, auto...) {
+    return std::array{imageLength(src, stride, width, height), 2 * count, 2 * count};
+};
+
+// ---- Patches and templates ----
+
+template <uint32_t side>
+constexpr auto patchScores = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                const uint8_t* /*patch*/, const uint32_t* /*xy*/, uint32_t count, float* /*scores*/) {
+    return std::array{imageLength(src, stride, width, height), side * side, 2 * count, count};
+};
+
+constexpr auto patchSearch8 = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                 const uint8_t* /*patch*/, int32_t /*x*/, int32_t /*y*/, uint32_t /*radiusX*/,
+                                 uint32_t /*radiusY*/, uint32_t* /*bestXY*/, float* /*score*/, const float* offset) {
+    return std::array{imageLength(src, stride, width, height), 64u, 2u, 1u, offset ? 2u : 0u};
+};
+
+constexpr auto patchSearch = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                const uint8_t* patch, uint32_t size, uint32_t patchStride, auto...) {
+    return std::array{imageLength(src, stride, width, height), imageLength(patch, patchStride, size, size), 2u, 1u};
+};
+
+constexpr auto templateMatch = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                  const uint8_t* templ, uint32_t templateWidth, uint32_t templateHeight,
+                                  uint32_t templateStride, vsrMatchMethod /*method*/, float* dst, uint32_t dstStride)
+{
+    return std::array{imageLength(src, stride, width, height),
+                      imageLength(templ, templateStride, templateWidth, templateHeight),
+                      imageLength(dst, dstStride, width - templateWidth + 1, height - templateHeight + 1)};
+};
+
 }  // namespace
 }  // namespace visora
 
