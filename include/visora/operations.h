@@ -31,6 +31,7 @@
 #include "visora/reduce.h"
 #include "visora/scale.h"
 #include "visora/set.h"
+#include "visora/shape.h"
 #include "visora/statistics.h"
 #include "visora/threshold.h"
 #include "visora/track.h"
