@@ -227,7 +227,35 @@ template <class D, class V>
 HWY_INLINE V withOneNan(D d, V v)
 {
     const hn::RebindToUnsigned<D> bits;
-    return hn::IfThenElse(hn::Eq(v, v), v, hn::BitCast(d, hn::Set(bits, 0x7fc00000)));
+    const auto nan = hn::BitCast(d, hn::Set(bits, 0x7fc00000));
+#if HWY_ARCH_ARM_A64
+    // What compilers know to be a test for NaN they make of three instructions.
+    if constexpr (sizeof(v.raw) == 16)
+    {
+        uint32x4_t isNumber;
+        asm("fcmeq %0.4s, %1.4s, %1.4s" : "=w"(isNumber) : "w"(v.raw));
+        return V(vbslq_f32(isNumber, v.raw, nan.raw));
+    }
+#endif
+    return hn::IfThenElse(hn::Eq(v, v), v, nan);
+}
+
+/** The same for results of arithmetic, whose NaNs do not signal. */
+template <class D, class V>
+HWY_INLINE V resultWithOneNan(D d, V v)
+{
+#if HWY_ARCH_ARM_A64
+    // Of a number and a quiet NaN this takes the number, of two the first. Compilers would take the second one.
+    if constexpr (sizeof(v.raw) == 16)
+    {
+        const float32x4_t nan = vreinterpretq_f32_u32(vdupq_n_u32(0x7fc00000));
+        float32x4_t result;
+        asm("fmaxnm %0.4s, %1.4s, %2.4s" : "=w"(result) : "w"(nan), "w"(v.raw));
+        (void)d;
+        return V(result);
+    }
+#endif
+    return withOneNan(d, v);
 }
 
 /** The elements of a vector in reverse. */

@@ -23,12 +23,12 @@ constexpr auto saturatedSum = [](auto /*d*/, auto a, auto b) HWY_ATTR { return h
 constexpr auto sum = [](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::Add(a, b); };
 
 constexpr auto product = [](auto d, auto a, auto b, float scale) HWY_ATTR
-{ return oneNan(d, hn::Mul(hn::Mul(hn::Set(d, scale), a), b)); };
+{ return resultWithOneNan(d, hn::Mul(hn::Mul(hn::Set(d, scale), a), b)); };
 
 constexpr auto quotient = [](auto d, auto a, auto b, float scale) HWY_ATTR
 {
     const auto zero = hn::Zero(d);
-    return hn::IfThenElse(hn::Eq(b, zero), zero, oneNan(d, hn::Div(hn::Mul(hn::Set(d, scale), a), b)));
+    return hn::IfThenElse(hn::Eq(b, zero), zero, resultWithOneNan(d, hn::Div(hn::Mul(hn::Set(d, scale), a), b)));
 };
 
 // dst = (src1 & mask) | (src2 & ~mask).
@@ -93,7 +93,8 @@ VSR_KERNEL(vsrAbsDiffu16, absDiffU16, binary, difference);
 VSR_KERNEL(vsrAbsDiffs32, absDiffS32, binary, difference);
 VSR_KERNEL(vsrAbsDifff32, absDiffF32, binary, difference);
 VSR_KERNEL(vsrAddu8, addU8, binary, saturatedSum);
-VSR_KERNEL(vsrAddf32, addF32, binary, [](auto d, auto a, auto b) HWY_ATTR { return oneNan(d, hn::Add(a, b)); });
+VSR_KERNEL(vsrAddf32, addF32, binary,
+           [](auto d, auto a, auto b) HWY_ATTR { return resultWithOneNan(d, hn::Add(a, b)); });
 VSR_KERNEL(vsrElementMulf32, mulF32, binary, product);
 VSR_KERNEL(vsrElementDivf32, divF32, binary, quotient);
 VSR_KERNEL(vsrElementMuls16, mulS16, binary,

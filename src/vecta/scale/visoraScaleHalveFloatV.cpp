@@ -126,7 +126,6 @@ HWY_INLINE void combineColumns(D d, const FloatColumns& columns, size_t count, f
 {
     const auto four = hn::Set(d, 4.0f);
     const auto six = hn::Set(d, 6.0f);
-    const auto nan = hn::Set(d, std::numeric_limits<float>::quiet_NaN());
     const auto combine = [&](auto normalise) HWY_ATTR
     {
         const auto one = [&](size_t x) HWY_ATTR
@@ -138,8 +137,7 @@ HWY_INLINE void combineColumns(D d, const FloatColumns& columns, size_t count, f
             sum = hn::Add(sum, hn::Mul(six, hn::LoadU(d, even + 1)));
             sum = hn::Add(sum, hn::Mul(four, hn::LoadU(d, odd + 1)));
             sum = hn::Add(sum, hn::LoadU(d, even + 2));
-            const auto mean = normalise(sum);
-            hn::StoreU(hn::IfThenElse(hn::Eq(mean, mean), mean, nan), d, out + x);
+            hn::StoreU(resultWithOneNan(d, normalise(sum)), d, out + x);
         };
 #if HWY_ARCH_ARM
         size_t x = 0;

@@ -40,7 +40,7 @@ class StretchedFloats
         for (uint32_t x = 0; x < dstWidth; ++x)
         {
             const LinearFloatTaps taps(x, srcWidth, dstWidth);
-            lower_[x] = taps.lower;
+            lower_[x] = static_cast<uint32_t>(taps.lower * sizeof(float));
             weights_[x] = taps.weight;
             if (taps.lower == lastPixel_)
             {
@@ -65,9 +65,18 @@ class StretchedFloats
         row.number = number;
         const uint32_t* lower = lower_;
         float* pairs = pairs_;
-        for (size_t x = 0; x < paired_; ++x)
+        const auto* bytes = reinterpret_cast<const uint8_t*>(pixels);
+        size_t begin = 0;
+        for (; begin + 4 <= paired_; begin += 4)
         {
-            std::memcpy(pairs + 2 * x, pixels + lower[x], 2 * sizeof(float));
+            for (size_t x = begin; x < begin + 4; ++x)
+            {
+                std::memcpy(pairs + 2 * x, bytes + lower[x], 2 * sizeof(float));
+            }
+        }
+        for (size_t x = begin; x < paired_; ++x)
+        {
+            std::memcpy(pairs + 2 * x, bytes + lower[x], 2 * sizeof(float));
         }
         std::fill(pairs_ + 2 * paired_, pairs_ + 2 * width_, pixels[lastPixel_]);
         coverByTwo(0, width_, hn::Lanes(d),
@@ -96,7 +105,7 @@ class StretchedFloats
                    {
                        const auto p = hn::LoadU(d, upper + x);
                        const auto mixed = hn::Add(p, hn::Mul(share, hn::Sub(hn::LoadU(d, lower + x), p)));
-                       hn::StoreU(withOneNan(d, mixed), d, out + x);
+                       hn::StoreU(resultWithOneNan(d, mixed), d, out + x);
                    });
     }
 
@@ -112,7 +121,7 @@ class StretchedFloats
     size_t width_;
     size_t paired_;  // outputs before the last pixel
     uint32_t lastPixel_;
-    uint32_t* lower_;
+    uint32_t* lower_;  // in bytes, of which a row has less than 2^32
     float* weights_;
     float* pairs_;
     Row rows_[2];

@@ -154,7 +154,7 @@ class ColumnPicker
         const uint8_t* from = row + columns_[1] + 1 - kStep;
         uint8_t* to = out + 1;
         const uint8_t* ahead = next + kStep;
-        size_t left = dstWidth_ - 1;
+        const size_t count = dstWidth_ - 1;
         const auto one = [](const uint8_t* pixels) HWY_ATTR
         {
             if constexpr (kStep == 2)
@@ -162,18 +162,25 @@ class ColumnPicker
             else
                 return vld4q_u8(pixels).val[3];
         };
-        for (; left >= 32; left -= 32, from += 32 * kStep, to += 32, ahead += 32 * kStep)
+        const auto two = [=](size_t x) HWY_ATTR
+        {
+            const auto first = one(from + x * kStep);
+            const auto second = one(from + (x + 16) * kStep);
+            vst1q_u8(to + x, first);
+            vst1q_u8(to + x + 16, second);
+        };
+        (void)d;
+        if (count < 32)
+        {
+            return coverRange(0, count, 16, [=](size_t x) HWY_ATTR { vst1q_u8(to + x, one(from + x * kStep)); });
+        }
+        for (size_t x = 0; x < count - 32; x += 32)
         {
             for (size_t i = 0; i < 32 * kStep; i += kLineBytes)
-                hwy::Prefetch(ahead + i);
-            const auto first = one(from);
-            const auto second = one(from + 16 * kStep);
-            vst1q_u8(to, first);
-            vst1q_u8(to + 16, second);
+                hwy::Prefetch(ahead + x * kStep + i);
+            two(x);
         }
-        (void)d;
-        coverRange(0, left, 16, [&](size_t x) HWY_ATTR { vst1q_u8(to + x, one(from + x * kStep)); });
-        return;
+        return two(count - 32);
 #endif
         const uint8_t* lane = row + columns_[1] + 1 - kStep;  // where the lane of output 1 begins
         coverRange(1, dstWidth_, hn::Lanes(d),
