@@ -222,22 +222,31 @@ HWY_INLINE V lerpLanes(D d, V p, V q, V weight)
     return hn::IfThenElse(hn::Eq(weight, hn::Zero(d)), p, mixed);
 }
 
+/** Where there are floats that are no NaN. */
+template <class V>
+HWY_INLINE auto isNumber(V v)
+{
+#if HWY_ARCH_ARM_A64
+    // Compilers make three instructions of what they know to be a test for NaN.
+    if constexpr (sizeof(v.raw) == 16)
+    {
+        uint32x4_t equal;
+        asm("fcmeq %0.4s, %1.4s, %1.4s" : "=w"(equal) : "w"(v.raw));
+        return decltype(hn::Eq(v, v))(equal);
+    }
+    else
+#endif
+    {
+        return hn::Eq(v, v);
+    }
+}
+
 /** Every NaN as 0x7fc00000. */
 template <class D, class V>
 HWY_INLINE V withOneNan(D d, V v)
 {
     const hn::RebindToUnsigned<D> bits;
-    const auto nan = hn::BitCast(d, hn::Set(bits, 0x7fc00000));
-#if HWY_ARCH_ARM_A64
-    // What compilers know to be a test for NaN they make of three instructions.
-    if constexpr (sizeof(v.raw) == 16)
-    {
-        uint32x4_t isNumber;
-        asm("fcmeq %0.4s, %1.4s, %1.4s" : "=w"(isNumber) : "w"(v.raw));
-        return V(vbslq_f32(isNumber, v.raw, nan.raw));
-    }
-#endif
-    return hn::IfThenElse(hn::Eq(v, v), v, nan);
+    return hn::IfThenElse(isNumber(v), v, hn::BitCast(d, hn::Set(bits, 0x7fc00000)));
 }
 
 /** The same for results of arithmetic, whose NaNs do not signal. */

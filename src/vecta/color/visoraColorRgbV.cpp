@@ -59,6 +59,47 @@ HWY_INLINE void dropAlphaOfFour(const uint8_t* src, uint8_t* dst)
 }
 #endif
 
+#if HWY_TARGET <= HWY_AVX3
+/** 64 pixels of RGB565 to three bytes each. */
+template <bool kExchanges>
+HWY_INLINE void spreadFields(const uint8_t* src, uint8_t* dst)
+{
+    const hn::FixedTag<uint8_t, 64> d;
+    const hn::FixedTag<uint16_t, 32> u16;
+    using V16 = hn::Vec<decltype(u16)>;
+    alignas(16) static constexpr uint8_t kSameOrder[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14};
+    alignas(16) static constexpr uint8_t kExchanged[16] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12};
+    const auto order = hn::LoadDup128(d, kExchanges ? kExchanged : kSameOrder);
+    // Blocks of four pixels in 12 bytes: those at even places among all, and those at odd ones.
+    const auto spread = [=](size_t half, __m512i& even, __m512i& odd) HWY_ATTR
+    {
+        const V16 words = hn::BitCast(u16, hn::LoadU(d, src + 64 * half));
+        const auto masked = [=](V16 v, uint16_t mask) HWY_ATTR { return hn::And(v, hn::Set(u16, mask)); };
+        const V16 red = hn::Or(masked(hn::ShiftLeft<3>(words), 0x00F8), masked(hn::ShiftRight<2>(words), 0x0007));
+        const V16 green = hn::Or(masked(hn::ShiftLeft<5>(words), 0xFC00), masked(hn::ShiftRight<1>(words), 0x0300));
+        const V16 blue = hn::Or(masked(hn::ShiftRight<8>(words), 0x00F8), hn::ShiftRight<13>(words));
+        const V16 redGreen = hn::Or(red, green);
+        even = hn::TableLookupBytes(hn::BitCast(d, hn::InterleaveLower(u16, redGreen, blue)), order).raw;
+        odd = hn::TableLookupBytes(hn::BitCast(d, hn::InterleaveUpper(u16, redGreen, blue)), order).raw;
+    };
+    __m512i even0, odd0, even1, odd1;
+    spread(0, even0, odd0);
+    spread(1, even1, odd1);
+    const auto put = [=](size_t i, __m512i v) HWY_ATTR { hn::StoreU(hn::Vec<decltype(d)>{v}, d, dst + 64 * i); };
+    // Fours of bytes from 16 on are those of odd blocks.
+    put(0, _mm512_permutex2var_epi32(even0, _mm512_setr_epi32(0, 1, 2, 16, 17, 18, 4, 5, 6, 20, 21, 22, 8, 9, 10, 24),
+                                     odd0));
+    put(1, _mm512_mask_blend_epi32(
+               0xFF00,
+               _mm512_permutex2var_epi32(
+                   even0, _mm512_setr_epi32(25, 26, 12, 13, 14, 28, 29, 30, 0, 0, 0, 0, 0, 0, 0, 0), odd0),
+               _mm512_permutex2var_epi32(even1, _mm512_setr_epi32(0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 16, 17, 18, 4, 5),
+                                         odd1)));
+    put(2, _mm512_permutex2var_epi32(
+               even1, _mm512_setr_epi32(6, 20, 21, 22, 8, 9, 10, 24, 25, 26, 12, 13, 14, 28, 29, 30), odd1));
+}
+#endif
+
 /** Four bytes a pixel to three. Every store but for its last quarter stays: the next one begins there. So the row's
  * last pixels are left. @return how many pixels are done */
 template <bool kExchanges>
@@ -134,6 +175,17 @@ HWY_INLINE bool repackRow(const uint8_t* src, size_t width, uint8_t* dst)
                                                         : addAlpha<kExchanges>(src, width, dst);
                 begin = HWY_MIN(done, width - n);
             }
+#if HWY_TARGET <= HWY_AVX3
+            if constexpr (Source::kBytes == 2 && Destination::kBytes == 3)
+            {
+                size_t done = 0;
+                for (; done + 64 <= width; done += 64)
+                {
+                    spreadFields<std::is_same_v<Destination, BGR888>>(src + 2 * done, dst + 3 * done);
+                }
+                begin = HWY_MIN(done, width - n);
+            }
+#endif
 #endif
             coverRange(begin, width, n,
                        [=](size_t x) HWY_ATTR

@@ -31,7 +31,7 @@ HWY_INLINE vsrStatus grayImage(Format, Reference reference, const uint8_t* src, 
             {
                 const uint8_t* from = src + y * srcStride;
                 uint8_t* to = dst + y * dstStride;
-                coverByTwo(0, width, hn::Lanes(d),
+                coverRange(0, width, hn::Lanes(d),
                            [=](size_t x) HWY_ATTR
                            {
                                const auto luma = lumaOf(d, Format::load(d, from + x * Format::kBytes));

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "cpu/visoraScratch.h"
 #include "hwy/cache_control.h"
@@ -154,7 +155,7 @@ class ColumnPicker
         const uint8_t* from = row + columns_[1] + 1 - kStep;
         uint8_t* to = out + 1;
         const uint8_t* ahead = next + kStep;
-        const size_t count = dstWidth_ - 1;
+        size_t left = dstWidth_ - 1;
         const auto one = [](const uint8_t* pixels) HWY_ATTR
         {
             if constexpr (kStep == 2)
@@ -162,25 +163,30 @@ class ColumnPicker
             else
                 return vld4q_u8(pixels).val[3];
         };
-        const auto two = [=](size_t x) HWY_ATTR
+        for (; left >= 64; left -= 64, to += 64, ahead += 64 * kStep)
         {
-            const auto first = one(from + x * kStep);
-            const auto second = one(from + (x + 16) * kStep);
-            vst1q_u8(to + x, first);
-            vst1q_u8(to + x + 16, second);
-        };
+            for (size_t i = 0; i < 64 * kStep; i += kLineBytes)
+                hwy::Prefetch(ahead + i);
+            const auto take = [&]() HWY_ATTR { return one(std::exchange(from, from + 16 * kStep)); };
+            const auto first = take();
+            const auto second = take();
+            const auto third = take();
+            const auto fourth = take();
+            vst1q_u8(to, first);
+            vst1q_u8(to + 16, second);
+            vst1q_u8(to + 32, third);
+            vst1q_u8(to + 48, fourth);
+        }
         (void)d;
-        if (count < 32)
+        if (left == 0)
         {
-            return coverRange(0, count, 16, [=](size_t x) HWY_ATTR { vst1q_u8(to + x, one(from + x * kStep)); });
+            return;
         }
-        for (size_t x = 0; x < count - 32; x += 32)
-        {
-            for (size_t i = 0; i < 32 * kStep; i += kLineBytes)
-                hwy::Prefetch(ahead + x * kStep + i);
-            two(x);
-        }
-        return two(count - 32);
+        // Less than a vector of outputs overlaps those that are done.
+        const size_t back = left < 16 ? 16 - left : 0;
+        coverRange(0, left + back, 16,
+                   [&](size_t x) HWY_ATTR { vst1q_u8(to - back + x, one(from - back * kStep + x * kStep)); });
+        return;
 #endif
         const uint8_t* lane = row + columns_[1] + 1 - kStep;  // where the lane of output 1 begins
         coverRange(1, dstWidth_, hn::Lanes(d),
@@ -276,9 +282,11 @@ HWY_INLINE bool pickPixels(const uint8_t* src, uint32_t srcStride, uint8_t* dst,
     }
     const ColumnPicker picker(columns, dstWidth, scratch.data());
     uint32_t rowBefore = UINT32_MAX;
+    uint32_t next = rows(0);
     for (uint32_t y = 0; y < dstHeight; ++y)
     {
-        const uint32_t row = rows(y);
+        const uint32_t row = next;
+        next = rows(std::min(y + 1, dstHeight - 1));
         uint8_t* out = dst + size_t{y} * dstStride;
         if (row == rowBefore)
         {
@@ -286,7 +294,6 @@ HWY_INLINE bool pickPixels(const uint8_t* src, uint32_t srcStride, uint8_t* dst,
         }
         else
         {
-            const uint32_t next = rows(std::min(y + 1, dstHeight - 1));
             picker.pick(src + size_t{row} * srcStride, src + size_t{next} * srcStride, out);
         }
         rowBefore = row;

@@ -36,6 +36,17 @@ HWY_INLINE void transposeBlock(D d, const uint8_t* src, ptrdiff_t srcStep, uint8
     hn::Vec<D> mixed[kColumns];
     const auto loadPart = [&](size_t row) HWY_ATTR
     { return hn::LoadU(part, reinterpret_cast<const T*>(src + static_cast<ptrdiff_t>(row) * srcStep)); };
+    if constexpr (kColumns == 4)
+    {
+        // In halves of a vector: compilers make interleaved stores of single elements, which cost more.
+        const Block<D> columns = loadColumns(d, loadPart);
+        const hn::Vec<D> all[] = {columns.v0, columns.v1, columns.v2, columns.v3};
+        VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
+        {
+            hn::StoreU(all[i], d, reinterpret_cast<T*>(dst + static_cast<ptrdiff_t>(i) * dstStep));
+        }
+        return;
+    }
     VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
     {
         rows[i] = sideBySide(d, i, loadPart);
@@ -77,20 +88,12 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     constexpr size_t kLineBytes = 64;
     constexpr size_t kRows = hn::MaxLanes(D());
     constexpr size_t kColumns = 16 / sizeof(T);
-    constexpr size_t kRowsAhead = kLineBytes / sizeof(T);
+    constexpr size_t kRowsAhead = 64;
     const auto srcStep = static_cast<ptrdiff_t>(srcStride);
     const auto dstStep = static_cast<ptrdiff_t>(dstStride);
     const auto moveBlock = [&](size_t x, size_t y) HWY_ATTR
     {
         const uint8_t* from = src + y * srcStride + x * sizeof(T);
-        // The processor does not foresee where a band goes on, one cache line a row.
-        if (const size_t ahead = y + kRowsAhead; x * sizeof(T) % kLineBytes == 0 && ahead + kRows <= height)
-        {
-            for (size_t row = ahead; row < ahead + kRows; ++row)
-            {
-                hwy::Prefetch(src + row * srcStride + x * sizeof(T));
-            }
-        }
         switch (turn)
         {
             case Turn::Clockwise:
@@ -114,7 +117,17 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
         const size_t bandBegin = bandEnd - band >= kColumns ? band : bandEnd - kColumns;
         coverRange(0, height, kRows,
                    [&](size_t y) HWY_ATTR
-                   { coverRange(bandBegin, bandEnd, kColumns, [&](size_t x) HWY_ATTR { moveBlock(x, y); }); });
+                   {
+                       // The processor does not foresee where a band goes on, one cache line a row.
+                       if (const size_t ahead = y + kRowsAhead; ahead + kRows <= height)
+                       {
+                           for (size_t row = ahead; row < ahead + kRows; ++row)
+                           {
+                               hwy::Prefetch(src + row * srcStride + bandBegin * sizeof(T));
+                           }
+                       }
+                       coverRange(bandBegin, bandEnd, kColumns, [&](size_t x) HWY_ATTR { moveBlock(x, y); });
+                   });
     }
 }
 
@@ -167,8 +180,8 @@ bool transposeBytes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, u
 bool transposeFloats(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,
                      uint32_t dstStride)
 {
-    return turnImage<uint32_t>(reinterpret_cast<const uint8_t*>(src), srcWidth, srcHeight, srcStride / 4 * 4,
-                               reinterpret_cast<uint8_t*>(dst), dstStride / 4 * 4, Turn::None);
+    return turnImage<float>(reinterpret_cast<const uint8_t*>(src), srcWidth, srcHeight, srcStride / 4 * 4,
+                            reinterpret_cast<uint8_t*>(dst), dstStride / 4 * 4, Turn::None);
 }
 
 }  // namespace HWY_NAMESPACE
