@@ -54,11 +54,12 @@ HWY_INLINE Block<D> turnedQuads(D d, const Block<D>& b)
             hn::ConcatUpperUpper(d, a3, a1)};
 }
 
-/** Rows row, row + 4, ... side by side, load(row) giving four columns of one. */
+/** Rows row, row + 4, ... side by side, load(row) giving four columns of one; so with others than floats, of which a
+ * block of 128 bits has more. */
 template <class D, class Load>
 HWY_INLINE hn::Vec<D> sideBySide(D d, size_t row, Load load)
 {
-    if constexpr (hn::MaxLanes(D()) == 4)
+    if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 16)
     {
         return load(row);
     }
