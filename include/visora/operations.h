@@ -7,10 +7,12 @@
 #define VISORA_OPERATIONS_H
 
 #include "visora/background.h"
+#include "visora/camera.h"
 #include "visora/color.h"
 #include "visora/corner.h"
 #include "visora/correlate.h"
 #include "visora/descriptor.h"
+#include "visora/depth.h"
 #include "visora/difference.h"
 #include "visora/dot.h"
 #include "visora/edge.h"
@@ -23,6 +25,7 @@
 #include "visora/histogram.h"
 #include "visora/integral.h"
 #include "visora/match.h"
+#include "visora/matrix.h"
 #include "visora/moments.h"
 #include "visora/morphology.h"
 #include "visora/motion.h"
