@@ -8,6 +8,7 @@
 
 #include "visora/background.h"
 #include "visora/camera.h"
+#include "visora/cluster.h"
 #include "visora/color.h"
 #include "visora/corner.h"
 #include "visora/correlate.h"
@@ -40,5 +41,6 @@
 #include "visora/track.h"
 #include "visora/transform.h"
 #include "visora/warp.h"
+#include "visora/wavelet.h"
 
 #endif

@@ -1,6 +1,7 @@
 // How to call what looks for points and patches and describes them.
 #include <algorithm>
 #include <bit>
+#include <memory>
 
 #include "support/scene.h"
 #include "support/sets.h"
@@ -249,6 +250,95 @@ const Register descriptors({
      ofSets(prepareDescriptors<vsrDescriptorGradient128u8C, uint8_t, 128>, {5}), "", 1000},
     {VISORA_OPERATION(vsrDescriptorPatch64u8s8), ofSets(prepareDescriptors<vsrDescriptorPatch64u8s8C, int8_t, 64>, {5}),
      "", 1000},
+});
+
+// ---- Oriented-gradient blocks ----
+
+void prepareBlocks(Arguments& a)
+{
+    const Picture src(a);
+    const bool typical = a.shape().typical;
+    const uint32_t cellSize = a.choose(2, 8, 8);
+    const uint32_t blockCells = a.choose(1, 4, 2);
+    const uint32_t blockStep = a.choose(1, 3, 1);
+    const uint32_t bins = a.choose(2, 32, 9);
+    uint64_t handle = 0;
+    vsrHOGInitC(cellSize, blockCells, blockStep, bins, typical ? 0 : a.random().between(0, 1), &handle);
+    a.keep(std::shared_ptr<void>(nullptr, [handle](void*) { vsrHOGDeInitC(handle); }));
+    const auto blocks = [&](uint32_t side)
+    { return side / cellSize < blockCells ? 0 : (side / cellSize - blockCells) / blockStep + 1; };
+    const uint32_t columns = blocks(src.width) * blockCells * blockCells * bins;
+    const uint32_t rows = blocks(src.height);
+    if (columns == 0 || rows == 0)
+    {
+        return;
+    }
+    const uint32_t stride = a.dstStride(columns * 2, 2);
+    a.call(vsrExtractHOGu16C, src.data, src.width, src.height, src.stride, handle,
+           a.output<uint16_t>(columns, rows, stride), stride);
+}
+
+void prepareWindowScore(Arguments& a)
+{
+    // A grid of blocks for 8x8 pixels, windows of 64x128 pixels.
+    const uint32_t blockLength = a.choose(1, 40, 36);
+    const uint32_t width = a.shape().typical ? a.shape().width / 8 - 1 : a.shape().width;
+    const uint32_t height = a.shape().typical ? a.shape().height / 8 - 1 : a.shape().height;
+    const uint32_t windowWidth = a.shape().typical ? 7 : std::min(width, a.random().between(1, 9));
+    const uint32_t windowHeight = a.shape().typical ? 15 : std::min(height, a.random().between(1, 9));
+    const uint32_t stepX = a.choose(1, 5, 1);
+    const uint32_t stepY = a.choose(1, 5, 1);
+    const uint32_t stride = a.srcStride(width * blockLength * 2, 2);
+    const auto* features = a.input<uint16_t>(width * blockLength, height, stride);
+    const uint32_t weightCount = windowWidth * windowHeight * blockLength;
+    const auto* weights = a.input<float>(weightCount, 1, weightCount * 4);
+    const uint32_t columns = (width - windowWidth) / stepX + 1;
+    const uint32_t dstStride = a.dstStride(columns * 4, 4);
+    a.call(vsrHOGWindowScoreu16f32C, features, width, height, stride, blockLength, weights, windowWidth, windowHeight,
+           stepX, stepY, 0.5f, a.output<float>(columns, (height - windowHeight) / stepY + 1, dstStride), dstStride);
+}
+
+const Register blocks({
+    {VISORA_OPERATION(vsrExtractHOGu16), ofSets(prepareBlocks, {})},
+    {VISORA_OPERATION(vsrHOGWindowScoreu16f32), ofSets(prepareWindowScore, {4, 6, 7})},
+});
+
+// ---- Wavelet ----
+
+template <bool inverse>
+void prepareHaar(Arguments& a)
+{
+    const uint32_t width = a.shape().width;
+    const uint32_t height = a.shape().height;
+    const uint32_t lows = (width + 1) / 2;
+    const uint32_t rows = (height + 1) / 2;
+    if constexpr (inverse)
+    {
+        const uint32_t bandStride = a.srcStride(lows * 2, 2);
+        const auto* ll = a.input<int16_t>(lows, rows, bandStride);
+        const auto* hl = a.input<int16_t>(width / 2, rows, bandStride);
+        const auto* lh = a.input<int16_t>(lows, height / 2, bandStride);
+        const auto* hh = a.input<int16_t>(width / 2, height / 2, bandStride);
+        const uint32_t stride = a.dstStride(width * 2, 2);
+        a.call(vsrHaarInverses16C, ll, hl, lh, hh, width, height, bandStride, a.output<int16_t>(width, height, stride),
+               stride);
+    }
+    else
+    {
+        const uint32_t stride = a.srcStride(width * 2, 2);
+        const auto* src = a.input<int16_t>(width, height, stride);
+        const uint32_t bandStride = a.dstStride(lows * 2, 2);
+        auto* ll = a.output<int16_t>(lows, rows, bandStride);
+        auto* hl = a.output<int16_t>(width / 2, rows, bandStride);
+        auto* lh = a.output<int16_t>(lows, height / 2, bandStride);
+        auto* hh = a.output<int16_t>(width / 2, height / 2, bandStride);
+        a.call(vsrHaarForwards16C, src, width, height, stride, ll, hl, lh, hh, bandStride);
+    }
+}
+
+const Register wavelet({
+    {VISORA_OPERATION(vsrHaarForwards16), ofSets(prepareHaar<false>, {})},
+    {VISORA_OPERATION(vsrHaarInverses16), ofSets(prepareHaar<true>, {})},
 });
 
 }  // namespace

@@ -188,6 +188,58 @@ constexpr auto templateMatch = [](const uint8_t* src, uint32_t width, uint32_t h
                       imageLength(dst, dstStride, width - templateWidth + 1, height - templateHeight + 1)};
 };
 
+// ---- Clusters ----
+
+constexpr auto assigned = [](const auto* src, uint32_t length, uint32_t count, uint32_t stride, const auto* centres,
+                             uint32_t numCentres, uint32_t centreStride, auto...)
+{
+    return std::array{imageLength(src, stride, length, count), imageLength(centres, centreStride, length, numCentres),
+                      count, count};
+};
+
+constexpr auto updated = [](const auto* src, uint32_t length, uint32_t count, uint32_t stride,
+                            const uint16_t* /*indices*/, auto* centres, uint32_t numCentres, uint32_t centreStride,
+                            auto* results)
+{
+    // A count for each centre, or the greatest shift of all.
+    constexpr bool isEach = std::is_integral_v<std::remove_pointer_t<decltype(results)>>;
+    return std::array{imageLength(src, stride, length, count), count,
+                      imageLength(centres, centreStride, length, numCentres), isEach ? numCentres : 1u};
+};
+
+constexpr auto codeHistogram = [](const uint16_t* /*codes*/, uint32_t numCodes, uint32_t numBins,
+                                  vsrHistogramNorm /*norm*/, float* /*histogram*/) {
+    return std::array{numCodes, numBins};
+};
+
+// ---- Oriented gradients, wavelet ----
+
+constexpr auto windowScores = [](const uint16_t* features, uint32_t gridWidth, uint32_t gridHeight, uint32_t gridStride,
+                                 uint32_t blockLength, const float* /*weights*/, uint32_t windowWidth,
+                                 uint32_t windowHeight, uint32_t stepX, uint32_t stepY, float /*bias*/, float* dst,
+                                 uint32_t dstStride)
+{
+    return std::array{
+        imageLength(features, gridStride, gridWidth * blockLength, gridHeight),
+        windowWidth * windowHeight * blockLength,
+        imageLength(dst, dstStride, (gridWidth - windowWidth) / stepX + 1, (gridHeight - windowHeight) / stepY + 1)};
+};
+
+/** All bands are as long as that of low frequencies. */
+constexpr auto toBands = [](const int16_t* src, uint32_t width, uint32_t height, uint32_t stride, int16_t* ll,
+                            int16_t* /*hl*/, int16_t* /*lh*/, int16_t* /*hh*/, uint32_t bandStride)
+{
+    const uint32_t band = imageLength(ll, bandStride, width / 2 + width % 2, height / 2 + height % 2);
+    return std::array{imageLength(src, stride, width, height), band, band, band, band};
+};
+
+constexpr auto fromBands = [](const int16_t* ll, const int16_t* /*hl*/, const int16_t* /*lh*/, const int16_t* /*hh*/,
+                              uint32_t width, uint32_t height, uint32_t bandStride, int16_t* dst, uint32_t dstStride)
+{
+    const uint32_t band = imageLength(ll, bandStride, width / 2 + width % 2, height / 2 + height % 2);
+    return std::array{band, band, band, band, imageLength(dst, dstStride, width, height)};
+};
+
 }  // namespace
 }  // namespace visora
 

@@ -10,6 +10,7 @@
 
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/descriptor/visoraDirection-inl.h"
 #include "vecta/dot/visoraDot-inl.h"
 #include "vecta/visoraVector-inl.h"
 
@@ -18,9 +19,6 @@ namespace visora
 {
 namespace HWY_NAMESPACE
 {
-
-using Samples = hn::CappedTag<float, 16>;
-constexpr size_t kSampleLanes = hn::MaxLanes(Samples());
 
 constexpr size_t wholeVectors(size_t count)
 {
@@ -113,30 +111,6 @@ using FloatProducts = FloatSums<Product>;
 HWY_INLINE float sumOfSquares(const float* values, size_t count)
 {
     return sumWithOne<FloatProducts>(values, values, count);
-}
-
-/** Directions of gradients in eighths of a turn. */
-template <class V>
-HWY_INLINE V directionsOf(V dx, V dy)
-{
-    const Samples d;
-    const auto ax = hn::Abs(dx);
-    const auto ay = hn::Abs(dy);
-    const auto big = hn::Max(ax, ay);
-    const auto zero = hn::Zero(d);
-    const auto isFlat = hn::Eq(big, zero);
-    const auto t = hn::Div(hn::Min(ax, ay), hn::IfThenElse(isFlat, hn::Set(d, 1.0f), big));
-    const auto z = hn::Mul(t, t);
-    auto p = hn::Set(d, kDirectionTerms[5]);
-    for (size_t k = 5; k-- > 0;)
-    {
-        p = hn::Add(hn::Set(d, kDirectionTerms[k]), hn::Mul(z, p));
-    }
-    p = hn::Mul(t, p);
-    p = hn::IfThenElse(hn::Gt(ay, ax), hn::Sub(hn::Set(d, 2.0f), p), p);
-    p = hn::IfThenElse(hn::Lt(dx, zero), hn::Sub(hn::Set(d, 4.0f), p), p);
-    p = hn::IfThenElse(hn::Lt(dy, zero), hn::Sub(hn::Set(d, 8.0f), p), p);
-    return hn::IfThenZeroElse(hn::Or(isFlat, hn::Eq(p, hn::Set(d, 8.0f))), p);
 }
 
 // Columns and rows -1 .. 16.
