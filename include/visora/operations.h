@@ -15,6 +15,7 @@
 #include "visora/difference.h"
 #include "visora/dot.h"
 #include "visora/edge.h"
+#include "visora/edge_smooth.h"
 #include "visora/element.h"
 #include "visora/filter.h"
 #include "visora/geom.h"
