@@ -54,4 +54,12 @@ visora_package(dev libvisoraopt-dev libdevel "This package has the headers, and 
 if(VISORA_BUILD_TOOLS)
     visora_package(tools visora-tools graphics "This package has the programs that apply it to pictures." ${library})
 endif()
+if(VISORA_BUILD_PYTHON)
+    # Made for one version of the interpreter.
+    execute_process(COMMAND ${VISORA_PYTHON} -c "import sys; major, minor = sys.version_info[:2]
+print(f'python3 (>= {major}.{minor}~), python3 (<< {major}.{minor + 1}~)', end='')"
+                    OUTPUT_VARIABLE interpreter COMMAND_ERROR_IS_FATAL ANY)
+    visora_package(python python3-visora python "This package has the operations on NumPy arrays, for Python."
+                   ${library} ${interpreter} python3-numpy)
+endif()
 include(CPack)

@@ -39,3 +39,7 @@ for page in root/usr/share/man/man1/*.gz; do
     program=$(basename "$page" .1.gz)
     "root/usr/bin/$program" --version
 done
+if [ -d root/usr/lib/python3 ]; then
+    PYTHONPATH=root/usr/lib/python3/dist-packages PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -c 'import numpy, visora
+assert (visora.bitwiseNotu8(numpy.zeros((4, 5), numpy.uint8)) == 255).all()'
+fi
