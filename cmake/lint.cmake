@@ -38,7 +38,7 @@ endforeach()
 list(TRANSFORM folders PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM folders APPEND /*.cpp)
 file(GLOB_RECURSE LINTED CONFIGURE_DEPENDS ${folders})
-list(FILTER LINTED EXCLUDE REGEX "examples/demo/stb.cpp")
+list(FILTER LINTED EXCLUDE REGEX "examples/pictures/stb.cpp")
 visora_lint("" ${LINTED})
 if(VISORA_BUILD_PYTHON)
     # The analyzer goes through the interpreter's headers at length.

@@ -43,7 +43,7 @@ awk '/^```cpp/ { on = 1; next } /^```/ { on = 0 } on' "$source/README.md" >first
 python=root/usr/lib/python3/dist-packages
 if [ -d "$python/visora" ]; then
     awk '/^```python/ { on = 1; next } /^```/ { on = 0 } on' "$source/README.md" >first.py
-    PYTHONPATH=$folder/$python /usr/bin/python3 first.py
+    PYTHONPATH=$folder/$python PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 first.py
 fi
 for page in root/usr/share/man/man1/*.gz; do
     program=$(basename "$page" .1.gz)

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "visora.h"
+#include "visora/host.h"
 
 #if defined(__aarch64__)
 #define VISORA_ARCHITECTURE "aarch64"
@@ -254,8 +255,21 @@ int showInfo(const InfoOptions& options)
     return options.mode.empty() || info["mode"]["status"] == VISORA_SUCCESS ? 0 : 1;
 }
 
+std::string& lastLogLine()
+{
+    thread_local std::string line;
+    return line;
+}
+
 int runProgram(const char* name, const std::function<int()>& run)
 {
+    // Users are told what goes wrong by the programs themselves.
+    const auto keep = [](void* /*context*/, int /*priority*/, const char* /*tag*/, const char* text)
+    {
+        lastLogLine() = text;
+        return 1;
+    };
+    vsrHostSetLogSink(keep, nullptr);
     try
     {
         const int result = run();

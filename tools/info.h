@@ -28,6 +28,9 @@ vsrOperationMode modeOf(const std::string& name);
 /** The library's. */
 std::string version();
 
+/** The line of the library's log that came last on this thread. */
+std::string& lastLogLine();
+
 /** What `run` returns; 1, with a message that begins with the program's name, when it throws or cannot write. */
 int runProgram(const char* name, const std::function<int()>& run);
 

@@ -1,6 +1,5 @@
 // Points followed from one frame to the next, drawn as arrows.
 #include <algorithm>
-#include <cmath>
 #include <stdexcept>
 
 #include "stages.h"
@@ -74,35 +73,6 @@ std::vector<float> cornersToFollow(const Picture& gray)
     return points;
 }
 
-void drawLine(Picture& rgb, float fromX, float fromY, float toX, float toY)
-{
-    const auto steps = static_cast<int>(std::ceil(std::max({1.0f, std::abs(toX - fromX), std::abs(toY - fromY)})));
-    for (int i = 0; i <= steps; ++i)
-    {
-        const float part = static_cast<float>(i) / static_cast<float>(steps);
-        const float x = fromX + (toX - fromX) * part + 0.5f;
-        const float y = fromY + (toY - fromY) * part + 0.5f;
-        if (x >= 0 && y >= 0 && x < static_cast<float>(rgb.width) && y < static_cast<float>(rgb.height))
-        {
-            uint8_t* pixel = rgb.data() + (static_cast<size_t>(y) * rgb.width + static_cast<size_t>(x)) * 3;
-            pixel[0] = 255;
-            pixel[1] = 220;
-            pixel[2] = 0;
-        }
-    }
-}
-
-void drawArrow(Picture& rgb, const float* from, const float* to)
-{
-    const float dx = (to[0] - from[0]) * kExaggeration;
-    const float dy = (to[1] - from[1]) * kExaggeration;
-    const float x = from[0] + dx;
-    const float y = from[1] + dy;
-    drawLine(rgb, from[0], from[1], x, y);
-    drawLine(rgb, x, y, x - 0.3f * dx - 0.15f * dy, y - 0.3f * dy + 0.15f * dx);
-    drawLine(rgb, x, y, x - 0.3f * dx + 0.15f * dy, y - 0.3f * dy - 0.15f * dx);
-}
-
 const RegisterStages tracking({
     {"Optical flow to the next frame, 5 times as long",
      [](const Photograph& photograph, Runner& runner)
@@ -146,7 +116,7 @@ const RegisterStages tracking({
          {
              if (status[i] == VISORA_TRACK_FOUND)
              {
-                 drawArrow(result, &points[2 * i], &moved[2 * i]);
+                 pictures::drawArrow(result, &points[2 * i], &moved[2 * i], kExaggeration, {255, 220, 0});
              }
          }
          return result;
