@@ -24,5 +24,5 @@ add_custom_command(OUTPUT ${CHECKED} VERBATIM
 add_custom_target(visora_checked_header ALL DEPENDS ${CHECKED})
 target_include_directories(visoraopt INTERFACE $<BUILD_INTERFACE:${VISORA_CHECKED_FOLDER}>)
 if(VISORA_INSTALL)
-    install(FILES ${CHECKED} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/visora)
+    install(FILES ${CHECKED} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/visora COMPONENT dev)
 endif()

@@ -54,4 +54,12 @@ visora_package(dev libvisoraopt-dev libdevel "This package has the headers, and 
 if(VISORA_BUILD_TOOLS)
     visora_package(tools visora-tools graphics "This package has the programs that apply it to pictures." ${library})
 endif()
+if(VISORA_BUILD_PYTHON)
+    # The module is that of one version of the interpreter, and of NumPy's binary interface.
+    execute_process(COMMAND dpkg-query -W -f \${Provides} python3-numpy OUTPUT_VARIABLE numpy ERROR_QUIET)
+    string(REGEX MATCH "python3-numpy-abi[0-9]+" numpy "${numpy}")
+    math(EXPR next "${VISORA_PYTHON_MINOR} + 1")
+    visora_package(python python3-visora python "This package has the functions for Python, on NumPy arrays."
+                   ${library} python3-numpy ${numpy} "python3 (>= 3.${VISORA_PYTHON_MINOR})" "python3 (<< 3.${next})")
+endif()
 include(CPack)

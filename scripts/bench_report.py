@@ -76,7 +76,7 @@ def rows(run):
             "operation": operation, "size": size, "peer": peer or "", "vector": line["vector"],
             "reference": line.get("reference", math.nan), "peer_time": peer_time, "ratio": peer_time / line["vector"],
             "gain": line.get("reference", math.nan) / line["vector"],
-            "copy": line.get("memcpy", math.nan) / line["vector"],
+            "share": line.get("memcpy", math.nan) / line["vector"],
             "sets": [line.get(name, math.nan) / line["vector"] for name in run.further_sets],
         }
 
@@ -112,8 +112,8 @@ def copy_chart(table):
     """Share of memcpy's speed against the size, a line per operation that moves little else than memory."""
     shares = collections.defaultdict(list)
     for row in table:
-        if math.isfinite(row["copy"]):
-            shares[int(row["size"].split("x")[0])].append(row["copy"])
+        if math.isfinite(row["share"]):
+            shares[int(row["size"].split("x")[0])].append(row["share"])
     shares = dict(sorted(shares.items()))
     if not shares:
         return None

@@ -40,6 +40,22 @@ download_package() {
     (cd "$2" && { apt-get download -q "$1" || { refresh_package_lists && apt-get download -q "$1"; }; })
 }
 
+# Some photographs and two frames of a film, into a folder.
+fetch_photographs() {
+    if [ ! -f "$1/graf3.png" ]; then
+        say "Fetching photographs (the package opencv-doc, unpacked into $1, not installed)"
+        mkdir -p "$1/download"
+        download_package opencv-doc "$1/download"
+        dpkg-deb --fsys-tarfile "$1"/download/opencv-doc_*.deb |
+            tar -x -C "$1/download" ./usr/share/doc/opencv-doc/examples/data
+        local data=$1/download/usr/share/doc/opencv-doc/examples/data
+        mv "$data"/rubberwhale1.png "$1/frame1.png"
+        mv "$data"/rubberwhale2.png "$1/frame2.png"
+        mv "$data"/{aloeL.jpg,building.jpg,graf1.png,fruits.jpg,graf3.png} "$1"
+        rm -r "$1/download"
+    fi
+}
+
 # What the library, its examples and the demo are built with.
 install_build_packages() {
     install_packages build-essential clang cmake ninja-build pkg-config libhwy-dev libglib2.0-dev libstb-dev \
@@ -52,10 +68,15 @@ install_python_packages() {
         python3-distributed python3-tqdm
 }
 
+install_docs_packages() {
+    install_packages python3-sphinx python3-myst-parser furo python3-matplotlib python3-jinja2
+}
+
 install_test_packages() {
     install_build_packages
     install_packages git libgtest-dev libbenchmark-dev clang-format clang-tidy android-liblog-dev android-libcutils-dev
     install_packages help2man lintian
+    install_docs_packages
     # The sanitizers' run-time library is packaged by compiler version.
     install_packages "libclang-rt-$(clang -dumpversion | cut -d. -f1)-dev"
 }

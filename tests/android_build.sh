@@ -30,4 +30,8 @@ printf '#include <%s>\n' android/log.h cutils/properties.h common/visoraLog.h co
     -L "$system" -L "$folder" -llog -lcutils -lion "$stub" -lglib-2.0 -lhwy -ldl -lpthread
 "$c" -I "$source/include" -o "$folder/first_program" "$source/examples/first_program.c" -L "$folder" -lvisoraopt \
     "-Wl,-rpath-link,$folder:$system:$(dirname "$stub")"
-LD_LIBRARY_PATH="$folder:$system:$(dirname "$stub")" "$folder/first_program"
+export LD_LIBRARY_PATH="$folder:$system:$(dirname "$stub")"
+"$folder/first_program"
+# The log is the distribution's.
+LD_BIND_NOW=1 LD_DEBUG=bindings "$folder/first_program" 2>"$folder/bindings" >"$folder/log"
+grep -qE "libvisoraopt.so .*/liblog.so.* symbol .__android_log_print'" "$folder/bindings"

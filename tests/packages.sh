@@ -35,6 +35,16 @@ cd "$folder"
 "$cmake" --build consumer >log || { cat log; exit 1; }
 consumer/first_program
 consumer/log_sink
+# The C++ and Python programs of the README.
+awk '/^```cpp/ { on = 1; next } /^```/ { on = 0 } on' "$source/README.md" >first.cpp
+# shellcheck disable=SC2046
+"$c" -x c++ -std=c++20 -o first_cpp first.cpp -lstdc++ $(pkg-config --cflags --libs visora)
+./first_cpp
+python=root/usr/lib/python3/dist-packages
+if [ -d "$python/visora" ]; then
+    awk '/^```python/ { on = 1; next } /^```/ { on = 0 } on' "$source/README.md" >first.py
+    PYTHONPATH=$folder/$python PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 first.py
+fi
 for page in root/usr/share/man/man1/*.gz; do
     program=$(basename "$page" .1.gz)
     "root/usr/bin/$program" --version

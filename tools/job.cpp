@@ -183,18 +183,17 @@ class Call
                 {
                     throw Refused("--" + name(parameter) + " is needed: numbers with commas between them");
                 }
-                Parameter each = parameter;
-                each.role = Role::Scalar;
                 std::istringstream stream(text);
                 for (std::string part; std::getline(stream, part, ',');)
                 {
-                    lists_[i].push_back(parseNumber(each, part));
+                    lists_[i].push_back(parseNumber(parameter, part));
                 }
                 if (parameter.count >= 0 && !known_[static_cast<size_t>(parameter.count)])
                 {
                     // Entries may be pairs.
-                    const auto numbers = static_cast<int64_t>(lists_[i].size());
-                    know(parameter.count, static_cast<double>(numbers / operation_.shape(values_, i).channels));
+                    const int64_t each = operation_.shape(values_, i).channels;
+                    const int64_t entries = static_cast<int64_t>(lists_[i].size()) / each;
+                    know(parameter.count, static_cast<double>(entries));
                 }
             }
         }

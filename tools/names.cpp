@@ -89,7 +89,7 @@ std::string listed(const std::vector<const Operation*>& some)
     return text + (some.size() > kMost ? ", ..." : "");
 }
 
-const Operation& only(const std::string& name, std::vector<const Operation*> found)
+const Operation& only(const std::string& name, const std::vector<const Operation*>& found)
 {
     // Bytes are what pictures have.
     std::vector<const Operation*> ofBytes = found;
