@@ -13,6 +13,9 @@
  *
  * A program that includes this header begins with VISORA_OP_CPU_PERFORMANCE, the best variants; with
  * VISORA_KEEP_MODE defined it is left as it is. Nothing here throws.
+ *
+ * visora/checked.hpp, made when the library is built, has a function for every operation, which checks what the C
+ * function cannot and names the argument that it refuses: vsr::filterGaussian5x5u8_v2(src, dst, 1).
  */
 #ifndef VISORA_HPP
 #define VISORA_HPP
@@ -46,17 +49,19 @@ class [[nodiscard]] Status
 {
   public:
     constexpr Status() = default;
-    constexpr explicit Status(vsrStatus code) : code_(code) {}
+    constexpr explicit Status(vsrStatus code, const char* argument = nullptr) : code_(code), argument_(argument) {}
 
     constexpr bool ok() const { return code_ == VISORA_SUCCESS; }
     constexpr explicit operator bool() const { return ok(); }
     constexpr vsrStatus code() const { return code_; }
     /** In English; of static storage. */
     const char* text() const { return vsrStatusText(code_); }
-    friend constexpr bool operator==(Status, Status) = default;
+    /** The argument that was refused, where visora/checked.hpp found it, else null. */
+    constexpr const char* argument() const { return argument_; }
 
   private:
     vsrStatus code_ = VISORA_SUCCESS;
+    const char* argument_ = nullptr;
 };
 
 /** A value, or why there is none. */
@@ -223,14 +228,26 @@ class View
         return View(&at(x, y), width, height, stride_, channels_);
     }
 
-    /** Whether any byte belongs to both, taking the bytes between rows for theirs. */
+    /** Whether they share memory: any byte from the first to the last, or with equal strides any of their rows'. */
     template <class U>
     bool overlaps(const View<U>& other) const
     {
         const auto [first, end] = extent();
         const auto [otherFirst, otherEnd] = other.extent();
-        return first < otherEnd && otherFirst < end;
+        if (first >= otherEnd || otherFirst >= end)
+        {
+            return false;
+        }
+        if (stride_ != other.stride())
+        {
+            return true;
+        }
+        // Two parts of one image may lie side by side.
+        const size_t apart =
+            first < otherFirst ? (otherFirst - first) % stride_ : (stride_ - (first - otherFirst) % stride_) % stride_;
+        return apart < rowBytes() || apart + other.rowBytes() > stride_;
     }
+    constexpr size_t rowBytes() const { return size_t{width_} * channels_ * sizeof(T); }
     /** Addresses of its first byte and of the one behind its last. */
     std::pair<uintptr_t, uintptr_t> extent() const
     {

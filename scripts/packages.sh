@@ -64,7 +64,8 @@ install_build_packages() {
 
 # What the Python package is built with and tested against.
 install_python_packages() {
-    install_packages python3-dev python3-clang python3-numpy pybind11-dev python3-pytest python3-opencv
+    install_packages python3-dev python3-clang python3-numpy pybind11-dev python3-pytest python3-opencv \
+        python3-distributed python3-tqdm
 }
 
 install_docs_packages() {

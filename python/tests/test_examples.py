@@ -32,5 +32,26 @@ def test_numpy_step():
 
 
 def test_call_overhead_runs():
-    done = run("python/benchmarks/call_overhead.py")
+    done = run("python/benchmarks/call_overhead.py", 10)
     assert done.returncode == 0 and len(done.stdout.splitlines()) == 9, done.stderr
+
+
+def test_folder_on_dask(tmp_path):
+    pictures, results = tmp_path / "pictures", tmp_path / "results"
+    (pictures / "more").mkdir(parents=True)
+    image = np.random.default_rng(1).integers(0, 256, (40, 50), np.uint8)
+    for name in ("a.png", "a.jpg", "more/b.png"):
+        cv2.imwrite(str(pictures / name), image)
+    (pictures / "broken.png").write_bytes((pictures / "a.png").read_bytes()[:60])
+    (pictures / "notes.txt").write_text("no picture")
+    done = run("examples/python/folder_on_dask.py", pictures, results, "--workers", 1)
+    assert done.returncode == 1 and "3 pictures done, 1 not" in done.stdout, done.stderr
+    assert "broken.png is no picture that can be read" in done.stderr
+    made = {str(path.relative_to(results)) for path in results.rglob("*.*")}
+    assert made == {"a.png.png", "a.jpg.png", "more/b.png.png"}
+    assert cv2.imread(str(results / "more/b.png.png")).shape == (40, 50, 3)
+    # Again: what is there is left alone.
+    (pictures / "broken.png").unlink()
+    done = run("examples/python/folder_on_dask.py", pictures, results)
+    assert done.returncode == 0 and done.stdout == "nothing to do\n", done.stderr
+    assert "no folder" in run("examples/python/folder_on_dask.py", tmp_path / "none", results).stderr

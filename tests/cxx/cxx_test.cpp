@@ -75,6 +75,11 @@ TEST(Cxx, PartsLieInside)
     EXPECT_FALSE(view.part(0, 0, 0, 1));
     EXPECT_TRUE(part->overlaps(view));
     EXPECT_FALSE(view.part(0, 0, 30, 5)->overlaps(*part));
+    // Side by side, and one column over.
+    EXPECT_FALSE(view.part(0, 5, 4, 15)->overlaps(*part));
+    EXPECT_FALSE(part->overlaps(*view.part(0, 5, 4, 15)));
+    EXPECT_TRUE(view.part(0, 5, 5, 15)->overlaps(*part));
+    EXPECT_TRUE(part->overlaps(*view.part(0, 5, 5, 15)));
 }
 
 TEST(Cxx, CallsSpreadViewsOverTheParametersOfTheFunction)
