@@ -101,6 +101,16 @@ enum
     VISORA_FORMAT_YCRCB420_PSEUDO_PLANAR = 17
 };
 
+/** An ellipse; the centre of pixel (x, y) has the coordinates x and y. */
+typedef struct vsrEllipse
+{
+    float cx; /**< centre */
+    float cy;
+    float radiusA; /**< half axes, A the longer one in results */
+    float radiusB;
+    float angle; /**< of axis A, degrees from +x toward +y; in results 0 to below 180 */
+} vsrEllipse;
+
 /* ---- Variables ---- */
 
 /**
