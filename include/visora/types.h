@@ -54,6 +54,16 @@ typedef struct vsrK6Attribute
     int32_t value;
 } vsrK6Attribute;
 
+/** An ellipse; the centre of pixel (x, y) has the coordinates x and y. */
+typedef struct vsrEllipse
+{
+    float cx; /**< centre */
+    float cy;
+    float radiusA; /**< half axes, A the longer one in results */
+    float radiusB;
+    float angle; /**< of axis A, degrees from +x toward +y; in results 0 to below 180 */
+} vsrEllipse;
+
 /** How a pixel of a resized or warped image is made. */
 typedef uint32_t vsrInterpolation;
 
