@@ -91,7 +91,8 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     constexpr size_t kRowsAhead = 64;
     const auto srcStep = static_cast<ptrdiff_t>(srcStride);
     const auto dstStep = static_cast<ptrdiff_t>(dstStride);
-    const auto moveBlock = [&](size_t x, size_t y) HWY_ATTR
+    // Inlined, all of it, so that what a band has in common stays in registers.
+    const auto moveBlock = [=](size_t x, size_t y) HWY_ATTR __attribute__((always_inline))
     {
         const uint8_t* from = src + y * srcStride + x * sizeof(T);
         switch (turn)
@@ -115,19 +116,20 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     {
         const size_t bandEnd = HWY_MIN(band + kBand, width);
         const size_t bandBegin = bandEnd - band >= kColumns ? band : bandEnd - kColumns;
-        coverRange(0, height, kRows,
-                   [&](size_t y) HWY_ATTR
-                   {
-                       // The processor does not foresee where a band goes on, one cache line a row.
-                       if (const size_t ahead = y + kRowsAhead; ahead + kRows <= height)
-                       {
-                           for (size_t row = ahead; row < ahead + kRows; ++row)
-                           {
-                               hwy::Prefetch(src + row * srcStride + bandBegin * sizeof(T));
-                           }
-                       }
-                       coverRange(bandBegin, bandEnd, kColumns, [&](size_t x) HWY_ATTR { moveBlock(x, y); });
-                   });
+        coverRange(
+            0, height, kRows, [=](size_t y) HWY_ATTR __attribute__((always_inline)) {
+                // The processor does not foresee where a band goes on, one cache line a row.
+                if (const size_t ahead = y + kRowsAhead; ahead + kRows <= height)
+                {
+                    for (size_t row = ahead; row < ahead + kRows; ++row)
+                    {
+                        hwy::Prefetch(src + row * srcStride + bandBegin * sizeof(T));
+                    }
+                }
+                coverRange(
+                    bandBegin, bandEnd,
+                    kColumns, [=](size_t x) HWY_ATTR __attribute__((always_inline)) { moveBlock(x, y); });
+            });
     }
 }
 
