@@ -1,9 +1,9 @@
 #!/bin/sh
 # The Debian packages: what lintian says of them, and what a program does with them in a folder of their own, by
 # pkg-config and by CMake, as a user's would.
-# usage: packages.sh CPACK BUILD_FOLDER SOURCE_FOLDER CMAKE C_COMPILER
+# usage: packages.sh CPACK BUILD_FOLDER SOURCE_FOLDER CMAKE C_COMPILER CXX_COMPILER
 set -eu
-cpack=$1 build=$2 source=$3 cmake=$4 c=$5
+cpack=$1 build=$2 source=$3 cmake=$4 c=$5 cxx=$6
 folder=$(mktemp -d)
 trap 'rm -r "$folder"' EXIT
 
@@ -30,22 +30,22 @@ cd "$folder"
 # shellcheck disable=SC2046
 "$c" -o first_program "$source/examples/first_program.c" $(pkg-config --cflags --libs visora)
 ./first_program
+# The README's in C++, and below the one in Python.
+readme() { awk -v "fence=\`\`\`$1" '$0 == fence { on = !seen++; next } /^```$/ { on = 0 } on' "$source/README.md"; }
+readme cpp >readme.cpp
+# shellcheck disable=SC2046
+"$cxx" -std=c++20 -o readme_program readme.cpp $(pkg-config --cflags --libs visora)
+./readme_program
 "$cmake" -S "$source/tests/package" -B consumer "-DCMAKE_C_COMPILER=$c" "-DCMAKE_PREFIX_PATH=$folder/root/usr" >log ||
     { cat log; exit 1; }
 "$cmake" --build consumer >log || { cat log; exit 1; }
 consumer/first_program
 consumer/log_sink
-# The C++ and Python programs of the README.
-awk '/^```cpp/ { on = 1; next } /^```/ { on = 0 } on' "$source/README.md" >first.cpp
-# shellcheck disable=SC2046
-"$c" -x c++ -std=c++20 -o first_cpp first.cpp -lstdc++ $(pkg-config --cflags --libs visora)
-./first_cpp
-python=root/usr/lib/python3/dist-packages
-if [ -d "$python/visora" ]; then
-    awk '/^```python/ { on = 1; next } /^```/ { on = 0 } on' "$source/README.md" >first.py
-    PYTHONPATH=$folder/$python PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 first.py
-fi
 for page in root/usr/share/man/man1/*.gz; do
     program=$(basename "$page" .1.gz)
     "root/usr/bin/$program" --version
 done
+if [ -d root/usr/lib/python3 ]; then
+    readme python >readme.py
+    PYTHONPATH=root/usr/lib/python3/dist-packages PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 readme.py
+fi
