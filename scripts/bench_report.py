@@ -31,6 +31,8 @@ class Run:
     def __init__(self, path):
         document = json.loads(pathlib.Path(path).read_text())
         self.context = document["context"]
+        # The name that makers and users have for it.
+        self.context["instruction_set"] = self.context["instruction_set"].replace("AVX3", "AVX-512")
         times = collections.defaultdict(list)
         for entry in document["benchmarks"]:
             if entry.get("run_type") != "iteration" or entry.get("error_occurred") or "items" not in entry:

@@ -113,8 +113,11 @@ def page(header, functions, description, shown, known):
     lines = [f"# {title}", "", f"`#include <{header}>`", "", linked(as_text(common), known), "",
              *types(header, description, known)]
     shown_now = {}
+    newest = {each["operation"]: each["name"] for each in
+              sorted((each for each in functions if each["kind"] == "operation" and each["newest"]),
+                     key=lambda each: each["version"])}
     for function in functions:
-        if function["kind"] == "operation" and function["newest"]:
+        if newest.get(function.get("operation")) == function["name"]:
             made = shown.operation(function)
             if made:
                 shown_now[function["name"]] = made

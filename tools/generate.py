@@ -25,7 +25,7 @@ def text(value):
 
 
 def add_examples(function, examples):
-    """Values for parameters that have no default; later patterns win."""
+    """Values that come before the defaults; later patterns win."""
     names = {parameter["name"] for parameter in function["parameters"]}
     for pattern, values in examples.items():
         if re.fullmatch(pattern, function["name"]):
@@ -43,7 +43,7 @@ def parameter_entry(parameter, function):
         return names.index(name) if name in names else -1
 
     images = parameter["role"] in IMAGES
-    example = parameter.get("default", parameter.get("example"))
+    example = parameter.get("example", parameter.get("default"))
     given = "" if example is None else ",".join(map(str, example)) if isinstance(example, list) else str(example)
     sized = [index(parameter.get(side, "")) if parameter["pointer"] else -1 for side in ("width", "height", "count")]
     fields = [text(parameter["name"]), text(parameter["text"]), f"Role::{parameter['role'].capitalize()}",
@@ -83,7 +83,7 @@ def operation_code(i, function):
     lines += ["        default: return {};", "    }", "}", "", "double value([[maybe_unused]] const Values& v, size_t parameter)",
               "{", locals_of(function), "    switch (parameter)", "    {"]
     for at, parameter in enumerate(parameters):
-        example = parameter.get("default", parameter.get("example"))
+        example = parameter.get("example", parameter.get("default"))
         if not parameter["pointer"] and example is not None:
             lines.append(f"        case {at}: return static_cast<double>({example});")
     lines += ["        default: return 0;", "    }", "}", "", "const char* refusal([[maybe_unused]] const Values& v)", "{",
