@@ -137,6 +137,7 @@ const Register stableRegions({
     {REFERENCE_ALONE(vsrMserDetectu8), ownShapeUnits(prepareBoth, {7, 10})},
     {REFERENCE_ALONE(vsrMserSplitu8), ownShapeUnits(prepareSplit, {6, 9, 12, 15})},
     {REFERENCE_ALONE(vsrMserSplitExtu8), ownShapeUnits(prepareTraits<vsrMserSplitExtu8C>, {7, 10, 14, 17})},
+    {REFERENCE_ALONE(vsrMserSplitExtu8ST), prepareTraits<vsrMserSplitExtu8STC>},
     {REFERENCE_ALONE(vsrMserEllipsesf32), ownShapeUnits(prepareEllipses, {1, 3})},
     {REFERENCE_ALONE(vsrMserMasku8), ownShapeUnits(prepareRegionMask, {1, 3})},
 });
