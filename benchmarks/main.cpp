@@ -1,15 +1,20 @@
 // Times every operation, both kinds, at three image sizes beside its peers and a memcpy of the same bytes: one process,
-// one thread, repetitions of all benchmarks interleaved, medians. Takes Google Benchmark's options; --benchmark_filter
-// chooses by "<operation>/<label>/<contestant>/<width>x<height>".
+// one thread, repetitions of all benchmarks interleaved, medians of processor time. Takes Google Benchmark's options; --benchmark_filter
+// chooses by "<operation>/<label>/<contestant>/<width>x<height>". With --instruction_sets the vector variants are timed
+// on every further instruction set that this machine has, as contestants of those names.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <map>
+#include <optional>
+#include <set>
+#include <string_view>
 
 #include "contests.h"
 #include "peers.h"
+#include "support/instruction_sets.h"
 #include "visora/variants/filter.h"
 
 #ifdef VISORA_HAVE_OPENCV
@@ -41,11 +46,17 @@ void timeWork(benchmark::State& state, const std::function<void()>& work)
     }
 }
 
-void addContest(const Contest& contest)
+void addContest(const Contest& contest, int64_t instructionSet = 0)
 {
     add(contest,
-        [prepare = contest.prepare](benchmark::State& state)
+        [prepare = contest.prepare, items = contest.items, instructionSet](benchmark::State& state)
         {
+            std::optional<test::UseInstructionSet> use;
+            if (instructionSet != 0)
+            {
+                use.emplace(instructionSet);
+            }
+            state.counters["items"] = items;
             const std::function<void()> work = prepare();
             if (!work)
             {
@@ -54,6 +65,21 @@ void addContest(const Contest& contest)
             }
             timeWork(state, work);
         });
+}
+
+// The vector variants once more, on the instruction sets that are not this machine's best.
+void addFurtherInstructionSets()
+{
+    const std::vector<int64_t>& sets = test::instructionSets();
+    for (Contest contest : contests())
+    {
+        for (size_t i = 1; contest.contestant == "vector" && i < sets.size(); ++i)
+        {
+            Contest further = contest;
+            further.contestant = hwy::TargetName(sets[i]);
+            addContest(further, sets[i]);
+        }
+    }
 }
 
 // An entry point and its kernel on an image too small for any work; the difference is what dispatch costs.
@@ -84,7 +110,7 @@ class Table : public benchmark::BenchmarkReporter
         {
             if (run.run_type == Run::RT_Iteration && !run.error_occurred && run.iterations > 0)
             {
-                const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
+                const double seconds = run.cpu_accumulated_time / static_cast<double>(run.iterations);
                 times_[run.run_name.function_name].push_back(seconds * 1e9);
             }
         }
@@ -136,8 +162,8 @@ class Table : public benchmark::BenchmarkReporter
     }
 
   private:
-    static void printLine(const std::string& operation, int width, const std::map<std::string, double>& line,
-                          double& logRatios, int& ratios)
+    void printLine(const std::string& operation, int width, const std::map<std::string, double>& line,
+                   double& logRatios, int& ratios) const
     {
         const auto time = [&](const char* contestant)
         {
@@ -147,7 +173,8 @@ class Table : public benchmark::BenchmarkReporter
         std::string best;
         for (const auto& [contestant, value] : line)
         {
-            const bool ours = contestant == "reference" || contestant == "vector" || contestant == "memcpy";
+            const bool ours = contestant == "reference" || contestant == "vector" || contestant == "memcpy" ||
+                              furtherSets_.contains(contestant);
             if (!ours && (best.empty() || value < line.at(best)))
             {
                 best = contestant;
@@ -169,6 +196,15 @@ class Table : public benchmark::BenchmarkReporter
                     vector, peer, best.c_str(), peer / vector, time("memcpy") / vector);
     }
 
+    std::set<std::string> furtherSets_ = []
+    {
+        std::set<std::string> names;
+        for (const int64_t set : test::instructionSets())
+        {
+            names.insert(hwy::TargetName(set));
+        }
+        return names;
+    }();
     std::map<std::string, std::vector<double>> times_;
     std::map<std::string, double> dispatch_;
 };
@@ -189,6 +225,11 @@ int main(int argc, char** argv)
     static char repetitions[] = "--benchmark_repetitions=7";
     static char minTime[] = "--benchmark_min_time=0.02";
     options.insert(options.begin() + 1, {interleave, repetitions, minTime});
+    const auto further =
+        std::remove_if(options.begin() + 1, options.end(),
+                       [](const char* option) { return std::string_view(option) == "--instruction_sets"; });
+    const bool instructionSets = further != options.end();
+    options.erase(further, options.end());
     int count = static_cast<int>(options.size());
     benchmark::Initialize(&count, options.data());
     if (benchmark::ReportUnrecognizedArguments(count, options.data()))
@@ -199,7 +240,12 @@ int main(int argc, char** argv)
     {
         addContest(contest);
     }
+    if (instructionSets)
+    {
+        addFurtherInstructionSets();
+    }
     addDispatch();
+    benchmark::AddCustomContext("instruction_set", ivsrVectorInstructionSet());
     Table table;
     benchmark::RunSpecifiedBenchmarks(&table);
     return 0;

@@ -27,31 +27,6 @@ auto half(int type)
     };
 }
 
-// Two planes, as one call of the library makes them; without a scale OpenCV has its fastest way.
-auto sobel(int depth)
-{
-    return [=](int width, int height) -> std::function<void()>
-    {
-        const bool small = depth == CV_8S;  // not offered: 16 bits are narrowed
-        const int work = small ? CV_16S : depth;
-        cv::Mat dx(height, width, work);
-        cv::Mat dy(height, width, work);
-        return [=, src = image(width, height, CV_8UC1)]() mutable
-        {
-            cv::Sobel(src, dx, work, 1, 0, 3, 1, 0, cv::BORDER_REPLICATE);
-            cv::Sobel(src, dy, work, 0, 1, 3, 1, 0, cv::BORDER_REPLICATE);
-        };
-    };
-}
-
-auto gradient(int width, int height) -> std::function<void()>
-{
-    cv::Mat dx(height, width, CV_16S);
-    cv::Mat dy(height, width, CV_16S);
-    return [=, src = image(width, height, CV_8UC1)]() mutable
-    { cv::spatialGradient(src, dx, dy, 3, cv::BORDER_REPLICATE); };
-}
-
 auto pyramid(int type)
 {
     return [=](int width, int height) -> std::function<void()>
@@ -75,10 +50,6 @@ const RegisterPeers openCvPyramids({
     {"vsrScaleDownBy2Gaussian5x5u8", "", "OpenCV", half(CV_8UC1)},
     {"vsrScaleDownBy2Gaussian5x5f32", "", "OpenCV", half(CV_32FC1)},
     {"vsrScaleDownBy2Gaussian5x5f32_v2", "", "OpenCV", half(CV_32FC1)},
-    {"vsrImageGradientSobelPlanars16", "", "OpenCV", sobel(CV_16S)},
-    {"vsrImageGradientSobelPlanars16", "", "OpenCV spatialGradient", gradient},
-    {"vsrImageGradientSobelPlanars8", "", "OpenCV", sobel(CV_8S)},
-    {"vsrImageGradientSobelPlanarf32", "", "OpenCV", sobel(CV_32F)},
     {"vsrPyramidCreateu8", "", "OpenCV", pyramid(CV_8UC1)},
     {"vsrPyramidCreateu8_v2", "", "OpenCV", pyramid(CV_8UC1)},
     {"vsrPyramidCreateu8_v3", "halves", "OpenCV", pyramid(CV_8UC1)},

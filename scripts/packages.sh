@@ -7,8 +7,11 @@ say() {
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then
         "$@"
-    else
+    elif command -v sudo >/dev/null; then
         sudo "$@"
+    else
+        say "This needs root, and sudo is not installed. As root, run: $*"
+        return 1
     fi
 }
 
@@ -32,15 +35,48 @@ install_packages() {
     fi
 }
 
+# Downloads a package into a folder without installing it. The lists may be old or, where nobody may renew them, missing.
+download_package() {
+    (cd "$2" && { apt-get download -q "$1" || { refresh_package_lists && apt-get download -q "$1"; }; })
+}
+
+# Some photographs and two frames of a film, into a folder.
+fetch_photographs() {
+    if [ ! -f "$1/aloeR.jpg" ]; then
+        say "Fetching photographs (the package opencv-doc, unpacked into $1, not installed)"
+        mkdir -p "$1/download"
+        download_package opencv-doc "$1/download"
+        dpkg-deb --fsys-tarfile "$1"/download/opencv-doc_*.deb |
+            tar -x -C "$1/download" ./usr/share/doc/opencv-doc/examples/data
+        local data=$1/download/usr/share/doc/opencv-doc/examples/data
+        mv "$data"/rubberwhale1.png "$1/frame1.png"
+        mv "$data"/rubberwhale2.png "$1/frame2.png"
+        mv "$data"/{aloeL.jpg,aloeR.jpg,building.jpg,graf1.png,fruits.jpg,graf3.png} "$1"
+        rm -r "$1/download"
+    fi
+}
+
 # What the library, its examples and the demo are built with.
 install_build_packages() {
     install_packages build-essential clang cmake ninja-build pkg-config libhwy-dev libglib2.0-dev libstb-dev \
-        libcli11-dev nlohmann-json3-dev
+        libcli11-dev nlohmann-json3-dev python3-clang
+}
+
+# What the Python package is built with and tested against.
+install_python_packages() {
+    install_packages python3-dev python3-clang python3-numpy pybind11-dev python3-pytest python3-opencv \
+        python3-distributed python3-tqdm
+}
+
+install_docs_packages() {
+    install_packages python3-sphinx python3-myst-parser furo python3-matplotlib python3-jinja2
 }
 
 install_test_packages() {
     install_build_packages
     install_packages git libgtest-dev libbenchmark-dev clang-format clang-tidy android-liblog-dev android-libcutils-dev
+    install_packages help2man lintian
+    install_docs_packages
     # The sanitizers' run-time library is packaged by compiler version.
     install_packages "libclang-rt-$(clang -dumpversion | cut -d. -f1)-dev"
 }
@@ -59,14 +95,14 @@ install_aarch64_packages() {
 
 # The libraries that the benchmarks compare with.
 install_peer_packages() {
-    install_packages libopencv-dev libyuv-dev
+    install_packages libopencv-dev libyuv-dev libfftw3-dev
 }
 
 # What the instruction counts of 64-bit ARM compare with, and what estimates cycles. The names of these packages carry
 # versions: they are those of the libraries that this machine's development packages link to.
 install_aarch64_peer_packages() {
     local library file packages=()
-    for library in opencv_core opencv_imgproc opencv_features2d opencv_video opencv_calib3d yuv; do
+    for library in opencv_core opencv_imgproc opencv_features2d opencv_video opencv_calib3d yuv fftw3f; do
         file=$(readlink -f "/usr/lib/$(cc -print-multiarch)/lib$library.so")
         packages+=("$(dpkg-query -S "$file" | cut -d: -f1):arm64")
     done

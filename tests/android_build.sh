@@ -13,7 +13,7 @@ printf '%s\n' 'set(CMAKE_SYSTEM_NAME Linux)' 'set(ANDROID TRUE)' "set(CMAKE_C_CO
     "set(CMAKE_CXX_COMPILER $cxx)" >"$folder/toolchain.cmake"
 "$cmake" -S "$source" -B "$folder/build" -G Ninja "-DCMAKE_TOOLCHAIN_FILE=$folder/toolchain.cmake" >"$folder/log" ||
     { cat "$folder/log"; exit 1; }
-! grep -n visorahost "$folder/build/build.ninja"
+if grep -n visorahost "$folder/build/build.ninja"; then exit 1; fi
 grep -qE 'LINK_LIBRARIES = .*-llog +-lcutils +-lion' "$folder/build/build.ninja"
 grep -q -- '-llog -lcutils -lion' "$folder/build/src/visora.pc"
 
@@ -30,4 +30,8 @@ printf '#include <%s>\n' android/log.h cutils/properties.h common/visoraLog.h co
     -L "$system" -L "$folder" -llog -lcutils -lion "$stub" -lglib-2.0 -lhwy -ldl -lpthread
 "$c" -I "$source/include" -o "$folder/first_program" "$source/examples/first_program.c" -L "$folder" -lvisoraopt \
     "-Wl,-rpath-link,$folder:$system:$(dirname "$stub")"
-LD_LIBRARY_PATH="$folder:$system:$(dirname "$stub")" "$folder/first_program"
+export LD_LIBRARY_PATH="$folder:$system:$(dirname "$stub")"
+"$folder/first_program"
+# The log is the distribution's.
+LD_BIND_NOW=1 LD_DEBUG=bindings "$folder/first_program" 2>"$folder/bindings" >"$folder/log"
+grep -qE "libvisoraopt.so .*/liblog.so.* symbol .__android_log_print'" "$folder/bindings"

@@ -7,25 +7,6 @@ namespace demo
 namespace
 {
 
-void drawCross(Picture& rgb, uint32_t x, uint32_t y)
-{
-    const auto paint = [&](uint32_t atX, uint32_t atY)
-    {
-        if (atX < rgb.width && atY < rgb.height)
-        {
-            uint8_t* pixel = rgb.data() + (size_t{atY} * rgb.width + atX) * 3;
-            pixel[0] = 255;
-            pixel[1] = 32;
-            pixel[2] = 32;
-        }
-    };
-    for (uint32_t i = 0; i <= 8; ++i)
-    {
-        paint(x + i - 4, y);
-        paint(x, y + i - 4);
-    }
-}
-
 const RegisterStages corners({
     {"FAST-9 corners, strongest of each neighbourhood",
      [](const Photograph& photograph, Runner& runner)
@@ -47,7 +28,7 @@ const RegisterStages corners({
          Picture result = toRgb(gray);
          for (uint32_t i = 0; i < count; ++i)
          {
-             drawCross(result, xy[size_t{i} * 2], xy[size_t{i} * 2 + 1]);
+             pictures::drawCross(result, xy[size_t{i} * 2], xy[size_t{i} * 2 + 1], {255, 32, 32});
          }
          return result;
      }},

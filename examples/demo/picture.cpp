@@ -1,13 +1,9 @@
 #include "picture.h"
 
 #include <stb_easy_font.h>
-#include <stb_image.h>
 #include <stb_image_resize.h>
-#include <stb_image_write.h>
 
 #include <algorithm>
-#include <memory>
-#include <stdexcept>
 
 namespace demo
 {
@@ -60,57 +56,6 @@ void drawText(Picture& sheet, uint32_t left, uint32_t top, std::string text)
 }
 
 }  // namespace
-
-Picture readPicture(const std::filesystem::path& path)
-{
-    int width = 0;
-    int height = 0;
-    int channels = 0;
-    const std::unique_ptr<uint8_t, void (*)(void*)> pixels(stbi_load(path.c_str(), &width, &height, &channels, 3),
-                                                           stbi_image_free);
-    if (!pixels)
-    {
-        throw std::runtime_error(path.string() + ": " + stbi_failure_reason());
-    }
-    Picture picture(static_cast<uint32_t>(width), static_cast<uint32_t>(height), 3);
-    std::copy_n(pixels.get(), picture.pixels.size(), picture.data());
-    return picture;
-}
-
-void writePicture(const std::filesystem::path& path, const Picture& picture)
-{
-    if (!stbi_write_png(path.c_str(), static_cast<int>(picture.width), static_cast<int>(picture.height),
-                        static_cast<int>(picture.channels), picture.data(),
-                        static_cast<int>(picture.width * picture.channels)))
-    {
-        throw std::runtime_error("cannot write " + path.string());
-    }
-}
-
-Picture toGray(const Picture& rgb)
-{
-    Picture gray(rgb.width, rgb.height, 1);
-    for (size_t i = 0; i < gray.pixels.size(); ++i)
-    {
-        const uint8_t* pixel = rgb.data() + i * 3;
-        gray.pixels[i] = static_cast<uint8_t>((pixel[0] * 77 + pixel[1] * 150 + pixel[2] * 29) >> 8);
-    }
-    return gray;
-}
-
-Picture toRgb(const Picture& picture)
-{
-    if (picture.channels == 3)
-    {
-        return picture;
-    }
-    Picture rgb(picture.width, picture.height, 3);
-    for (size_t i = 0; i < rgb.pixels.size(); ++i)
-    {
-        rgb.pixels[i] = picture.pixels[i / 3];
-    }
-    return rgb;
-}
 
 void ContactSheet::startRow()
 {

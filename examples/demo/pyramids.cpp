@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <stdexcept>
 
 #include "stages.h"
 #include "visora/pyramid.h"
@@ -65,6 +66,11 @@ Picture laidOut(const Pyramid& pyramid, Brightness brightness)
 // The photograph without the columns and rows that the levels cannot halve.
 Picture halvable(const Picture& gray)
 {
+    if (gray.width < kUnit || gray.height < kUnit)
+    {
+        throw std::runtime_error("a pyramid of " + std::to_string(kLevels) + " levels needs " + std::to_string(kUnit) +
+                                 " pixels in both directions");
+    }
     Picture cut(gray.width / kUnit * kUnit, gray.height / kUnit * kUnit, 1);
     for (uint32_t y = 0; y < cut.height; ++y)
     {

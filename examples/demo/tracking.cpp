@@ -1,6 +1,6 @@
 // Points followed from one frame to the next, drawn as arrows.
 #include <algorithm>
-#include <cmath>
+#include <stdexcept>
 
 #include "stages.h"
 #include "visora/corner.h"
@@ -73,65 +73,50 @@ std::vector<float> cornersToFollow(const Picture& gray)
     return points;
 }
 
-void drawLine(Picture& rgb, float fromX, float fromY, float toX, float toY)
-{
-    const auto steps = static_cast<int>(std::ceil(std::max({1.0f, std::abs(toX - fromX), std::abs(toY - fromY)})));
-    for (int i = 0; i <= steps; ++i)
-    {
-        const float part = static_cast<float>(i) / static_cast<float>(steps);
-        const float x = fromX + (toX - fromX) * part + 0.5f;
-        const float y = fromY + (toY - fromY) * part + 0.5f;
-        if (x >= 0 && y >= 0 && x < static_cast<float>(rgb.width) && y < static_cast<float>(rgb.height))
-        {
-            uint8_t* pixel = rgb.data() + (static_cast<size_t>(y) * rgb.width + static_cast<size_t>(x)) * 3;
-            pixel[0] = 255;
-            pixel[1] = 220;
-            pixel[2] = 0;
-        }
-    }
-}
-
-void drawArrow(Picture& rgb, const float* from, const float* to)
-{
-    const float dx = (to[0] - from[0]) * kExaggeration;
-    const float dy = (to[1] - from[1]) * kExaggeration;
-    const float x = from[0] + dx;
-    const float y = from[1] + dy;
-    drawLine(rgb, from[0], from[1], x, y);
-    drawLine(rgb, x, y, x - 0.3f * dx - 0.15f * dy, y - 0.3f * dy + 0.15f * dx);
-    drawLine(rgb, x, y, x - 0.3f * dx + 0.15f * dy, y - 0.3f * dy - 0.15f * dx);
-}
-
 const RegisterStages tracking({
     {"Optical flow to the next frame, 5 times as long",
      [](const Photograph& photograph, Runner& runner)
      {
          const Picture& first = photograph.gray;
          const Picture& second = photograph.nextGray;
-         if (second.width != first.width || second.height != first.height)
+         if (second.pixels.empty())
          {
              return Picture();
+         }
+         if (second.width != first.width || second.height != first.height)
+         {
+             throw std::runtime_error("the next frame has another size");
+         }
+         if (std::min(first.width, first.height) >> (kLevels - 1) == 0)
+         {
+             throw std::runtime_error("too small to follow points in");
          }
          const Pyramid firstPyramid(first, runner);
          const Pyramid secondPyramid(second, runner);
          const std::vector<float> points = cornersToFollow(first);
+         if (points.empty())
+         {
+             throw std::runtime_error("no corners to follow");
+         }
          std::vector<float> moved(points.size());
          std::vector<int32_t> status(points.size() / 2);
          constexpr int32_t kWindow = 15;
-         runner.run("optical flow", first.pixels.size(),
-                    [&]
-                    {
-                        return vsrTrackLKOpticalFlowu8_v2(
-                            first.data(), second.data(), first.width, first.height, first.width, firstPyramid.levels(),
-                            secondPyramid.levels(), points.data(), moved.data(), status.data(),
-                            static_cast<int32_t>(status.size()), kWindow, kWindow, 30, kLevels);
-                    });
+         runner.run(
+             "optical flow", status.size(),
+             [&]
+             {
+                 return vsrTrackLKOpticalFlowu8_v2(first.data(), second.data(), first.width, first.height, first.width,
+                                                   firstPyramid.levels(), secondPyramid.levels(), points.data(),
+                                                   moved.data(), status.data(), static_cast<int32_t>(status.size()),
+                                                   kWindow, kWindow, 30, kLevels);
+             },
+             "point");
          Picture result = toRgb(first);
          for (size_t i = 0; i < status.size(); ++i)
          {
              if (status[i] == VISORA_TRACK_FOUND)
              {
-                 drawArrow(result, &points[2 * i], &moved[2 * i]);
+                 pictures::drawArrow(result, &points[2 * i], &moved[2 * i], kExaggeration, {255, 220, 0});
              }
          }
          return result;

@@ -161,6 +161,14 @@ VSR_API vsrStatus vsrImageGradientScharrPlanars16(const uint8_t* src, uint32_t s
 VSR_API vsrStatus vsrImageGradientScharrPlanarf32(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                                   uint32_t srcStride, float* dx, float* dy, uint32_t gradStride);
 
+/**
+ * Not an entry point: the reference of the 3x3 Scharr gradient as s16 pairs, which the library itself calls. Strides are
+ * never 0; nothing is checked.
+ * @return 0
+ */
+VSR_API vsrStatus vsrImageGradientScharrInterleaveds16C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                        uint32_t srcStride, int16_t* gradients, uint32_t gradStride);
+
 /* ---- Derivatives with a border type ---- */
 
 /*

@@ -12,7 +12,6 @@
 #define VISORA_POINTS_H
 
 #include "visora/camera.h"
-#include "visora/rectangle.h"
 #include "visora/types.h"
 
 VSR_BEGIN_DECLARATIONS

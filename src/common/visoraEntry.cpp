@@ -7,13 +7,13 @@ bool Buffer::isSound() const
 {
     if (!data_)
     {
-        return isMask();
+        return isOptional();
     }
     if (rowBytes_ == 0)
     {
-        return false;
+        return mayBeEmpty();
     }
-    return !isImage() || (height_ != 0 && rowBytes_ <= UINT32_MAX && stride_ >= rowBytes_);
+    return !(isImage() || isSet()) || (height_ != 0 && rowBytes_ <= UINT32_MAX && stride_ >= rowBytes_);
 }
 
 // Whether this output may begin where the other buffer does.
@@ -32,7 +32,7 @@ bool Buffers::areSound() const
         {
             return false;
         }
-        for (size_t j = 0; one.isWritten() && j < count_; ++j)
+        for (size_t j = 0; one.isWritten() && one.data_ && j < count_; ++j)
         {
             const Buffer& other = *buffers_[j];
             if (j != i && other.data_ == one.data_ && !other.isNumbers() && !one.mayBegin(other))

@@ -39,9 +39,15 @@ class Buffer
         Input,
         OptionalMask,
         Array,
+        OptionalArray,
+        List,
+        Set,
         Numbers,
         Output,
-        Result
+        Result,
+        OptionalResult,
+        ResultList,
+        ResultSet
     };
 
     Buffer(Role role, const void* data, uint64_t rowBytes, uint32_t width, uint32_t height, uint32_t stride,
@@ -63,8 +69,11 @@ class Buffer
     bool isImage() const { return role_ == Role::Input || role_ == Role::Output || isMask(); }
     bool isMask() const { return role_ == Role::OptionalMask; }
     bool isNumbers() const { return role_ == Role::Numbers; }
-    bool isAbsent() const { return isMask() && !data_; }
-    bool isWritten() const { return role_ == Role::Output || role_ == Role::Result; }
+    bool isSet() const { return role_ == Role::Set || role_ == Role::ResultSet; }
+    bool isOptional() const { return isMask() || role_ == Role::OptionalArray || role_ == Role::OptionalResult; }
+    bool mayBeEmpty() const { return role_ == Role::List || role_ == Role::ResultList || role_ == Role::ResultSet; }
+    bool isAbsent() const { return isOptional() && !data_; }
+    bool isWritten() const { return role_ >= Role::Output; }
     bool isSound() const;
     bool mayBegin(const Buffer& other) const;
 
@@ -129,6 +138,56 @@ class Result : public Buffer
     template <class T>
     explicit Result(T* data, uint64_t count = 1)
         : Buffer(Role::Result, data, count * sizeof(T), 0, 0, 0, sizeof(T), InPlace::No)
+    {
+    }
+};
+
+/** An array that is read, or null. Nobody asks for its length. */
+class OptionalArray : public Buffer
+{
+  public:
+    explicit OptionalArray(const void* data) : Buffer(Role::OptionalArray, data, 1, 0, 0, 0, 0, InPlace::No) {}
+};
+
+/** An array that is written, or null. */
+class OptionalResult : public Buffer
+{
+  public:
+    explicit OptionalResult(void* data) : Buffer(Role::OptionalResult, data, 1, 0, 0, 0, 0, InPlace::No) {}
+};
+
+/** A list that is read and may be empty. */
+class List : public Buffer
+{
+  public:
+    explicit List(const void* data) : Buffer(Role::List, data, 0, 0, 0, 0, 0, InPlace::No) {}
+};
+
+/** A list that is written and may be empty. */
+class ResultList : public Buffer
+{
+  public:
+    explicit ResultList(void* data) : Buffer(Role::ResultList, data, 0, 0, 0, 0, 0, InPlace::No) {}
+};
+
+/** Vectors of `length` elements, which may be none at all. They are no image: no unit asks for their size. */
+class Set : public Buffer
+{
+  public:
+    template <class T>
+    Set(const T* data, uint32_t length, uint32_t stride)
+        : Buffer(Role::Set, data, uint64_t{length} * sizeof(T), length, 1, stride, sizeof(T), InPlace::No)
+    {
+    }
+};
+
+/** Vectors that are written; they may be of no elements. */
+class ResultSet : public Buffer
+{
+  public:
+    template <class T>
+    ResultSet(T* data, uint32_t length, uint32_t stride)
+        : Buffer(Role::ResultSet, data, uint64_t{length} * sizeof(T), length, 1, stride, sizeof(T), InPlace::No)
     {
     }
 };

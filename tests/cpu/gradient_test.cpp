@@ -93,6 +93,7 @@ TEST_F(Gradients, AreSmoothedAcross)
     expectPairs<int16_t>(vsrImageGradientSobelInterleaveds16C, 1, 2, kWhole);
     expectPairs<float>(vsrImageGradientSobelInterleavedf32C, 1, 2, kWhole);
     expectPairs<int8_t>(vsrImageGradientSobelInterleaveds8C, 1, 2, kFloor<8>);
+    expectPairs<int16_t>(vsrImageGradientScharrInterleaveds16C, 3, 10, kWhole);
     expectPlanes<int16_t>(vsrImageGradientScharrPlanars16C, 3, 10, kWhole);
     expectPlanes<float>(vsrImageGradientScharrPlanarf32C, 3, 10, kDivided<32>);
 }

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "common/hardware_double.h"
 #include "cpu/visoraAngle.h"
 #include "support/images.h"
 #include "visora/variants/background.h"
@@ -131,6 +132,42 @@ TEST(Background, IsLearntAndForgotten)
     EXPECT_EQ(VISORA_EBADPARAM, vsrBGCodePruneu8(kPixels, 1, 6, 2, 256, counts.data(), bounds.data(), lastSeen.data()));
 }
 
+// The model of one seed's frames, and the last of them classified by it.
+Image modelOf(uint64_t seed)
+{
+    constexpr uint32_t kPixels = 2000;
+    const uint8_t reach[] = {30, 20, 10};
+    const uint8_t slack[] = {3, 2, 1};
+    Image counts(kPixels);
+    Image bounds(3 * 12 * kPixels);
+    std::vector<uint32_t> lastSeen(3 * kPixels);
+    for (uint32_t time = 1; time < 12; ++time)
+    {
+        EXPECT_EQ(0u, vsrBGCodeLearnu8V(randomPixels(3 * kPixels, seed + time).data(), kPixels, 1, 3 * kPixels, reach,
+                                        time, 3, counts.data(), bounds.data(), lastSeen.data()));
+    }
+    EXPECT_EQ(0u, vsrBGCodePruneu8V(kPixels, 1, 12, 9, 3, counts.data(), bounds.data(), lastSeen.data()));
+    Image mask(kPixels);
+    EXPECT_EQ(0u, vsrBGCodeClassifyu8V(randomPixels(3 * kPixels, seed + 11).data(), kPixels, 1, 3 * kPixels, 3,
+                                       counts.data(), bounds.data(), slack, slack, mask.data(), kPixels));
+    bounds.insert(bounds.end(), mask.begin(), mask.end());
+    return bounds;
+}
+
+CHILD_TEST(BackgroundThreads, ModelsDoNotMeet)
+{
+    const Image expected[] = {modelOf(100), modelOf(200)};
+    EXPECT_NE(expected[0], expected[1]);
+    inThreads(2,
+              [&](int thread)
+              {
+                  for (int round = 0; round < 20; ++round)
+                  {
+                      EXPECT_EQ(expected[thread], modelOf(thread == 0 ? 100 : 200));
+                  }
+              });
+}
+
 // ---- Windows that follow ----
 
 // A filled ellipse of these half axes about (60, 45), turned by an angle in degrees.
@@ -141,8 +178,9 @@ Image ellipse(double a, double b, double degrees)
     const double s = std::sin(degrees * M_PI / 180);
     for (size_t i = 0; i < image.size(); ++i)
     {
+        const size_t row = i / 128;
         const double x = static_cast<double>(i % 128) - 60;
-        const double y = static_cast<double>(i / 128) - 45;
+        const double y = static_cast<double>(row) - 45;
         image[i] = std::pow((x * c + y * s) / a, 2) + std::pow((y * c - x * s) / b, 2) <= 1 ? 200 : 0;
     }
     return image;
@@ -234,14 +272,16 @@ TEST(MotionHistory, RemembersForAWhileAndTellsTheDirection)
     EXPECT_TRUE(std::isnan(history[3]));
     EXPECT_EQ(VISORA_EBADPARAM, vsrMotionHistoryu8f32(mask, 4, 1, 0, 10, -1, history, 0));
 
-    for (double degrees = 0; degrees < 360; degrees += 22.5)
+    for (int sixteenth = 0; sixteenth < 16; ++sixteenth)
     {
+        const double degrees = 22.5 * sixteenth;
         // Time that grows in one direction.
         std::vector<float> times(40 * 20);
         for (size_t i = 0; i < times.size(); ++i)
         {
+            const size_t row = i / 40;
             times[i] = static_cast<float>(std::cos(degrees * M_PI / 180) * static_cast<double>(i % 40) +
-                                          std::sin(degrees * M_PI / 180) * static_cast<double>(i / 40));
+                                          std::sin(degrees * M_PI / 180) * static_cast<double>(row));
         }
         std::vector<float> orientation(times.size());
         Image valid(times.size());

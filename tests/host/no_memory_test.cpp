@@ -1,5 +1,7 @@
 // Memory may run out in any allocation: nothing is thrown out of a C function, and the next call works again.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -119,8 +121,22 @@ TEST(WithoutMemory, EveryVariantReturns)
     EXPECT_LT(10, failures) << "kernels borrow scratch memory";
 }
 
+// Whether a process that has found nothing yet can set a mode: an emulated processor may not be described.
+bool aFreshProcessSets(vsrOperationMode mode)
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        _exit(vsrSetOperationMode(mode) == VISORA_SUCCESS ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(child, waitpid(child, &status, 0));
+    return status == 0;
+}
+
 TEST(WithoutMemory, TheRuntimeReturns)
 {
+    const bool isDescribed = aFreshProcessSets(VISORA_OP_CPU_PERFORMANCE);
     vsrHostSetLogSink([](void*, int, const char*, const char*) { return 1; }, nullptr);
     const auto everything = []
     {
@@ -152,7 +168,7 @@ TEST(WithoutMemory, TheRuntimeReturns)
         vsrCleanUp();
     };
     EXPECT_LT(5, failEachAllocation("runtime", everything));
-    EXPECT_EQ(VISORA_SUCCESS, vsrSetOperationMode(VISORA_OP_CPU_PERFORMANCE)) << "the machine was found";
+    EXPECT_EQ(isDescribed, vsrSetOperationMode(VISORA_OP_CPU_PERFORMANCE) == VISORA_SUCCESS) << "the machine was found";
     vsrHostSetLogSink(nullptr, nullptr);
 }
 

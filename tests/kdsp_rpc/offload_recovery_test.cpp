@@ -114,6 +114,33 @@ TEST(OffloadRecovery, TriesAgainAfterEachCleanUpAndThenUsesTheVectorVariant)
     }
 }
 
+TEST(OffloadRecovery, OperationsWithoutAFallbackTryAgainAndGiveTheLastAnswer)
+{
+    const struct
+    {
+        std::deque<int32_t> answers;
+        size_t remoteCalls;
+        uint32_t result;
+    } cases[] = {{{0}, 1, 0}, {{7}, 1, 7}, {{104, 0}, 2, 0}, {{104, 104, 7}, 3, 7}, {{104}, 6, 104}};
+    for (const auto& one : cases)
+    {
+        inChild(
+            [&]
+            {
+                Phone phone;
+                phone.dsp.computes = false;
+                phone.dsp.answer("vsrImageGradientScharrInterleaveds16K", one.answers);
+                const Image src = randomImage(1);
+                std::vector<int16_t> pairs(2 * src.size());
+                EXPECT_EQ(one.result, vsrImageGradientScharrInterleaveds16K(src.data(), kSide, kSide, kSide,
+                                                                            pairs.data(), 4 * kSide));
+                EXPECT_EQ(std::vector<int16_t>(pairs.size()), pairs);
+                EXPECT_EQ(one.remoteCalls, phone.dsp.takeRemoteCalls().size());
+                EXPECT_EQ(VISORA_OP_EXT_KDSP, mode_globalVar);
+            });
+    }
+}
+
 TEST(OffloadRecovery, ADspThatStaysDownIsReloadedAndNotAskedAgain)
 {
     inChild(

@@ -66,7 +66,7 @@ struct Offloaded
     bool hasStatus;
     /** Small images are declined. */
     bool wantsLarge;
-    /** The remote function's answer is the result, whatever it is. */
+    /** The remote function's answer is the result, whatever it is; only a restart may be answered by another call. */
     bool forwards;
 };
 

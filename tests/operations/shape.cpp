@@ -17,6 +17,20 @@ uint8_t blobAt(uint32_t x, uint32_t y, uint32_t cell)
     return distance <= radius && distance >= hole ? 255 : 0;
 }
 
+std::vector<int32_t> typicalStar(uint32_t width, uint32_t height)
+{
+    constexpr int kPoints = 60;
+    std::vector<int32_t> xy;
+    for (int i = 0; i < kPoints; ++i)
+    {
+        const double reach = i % 2 == 0 ? 0.48 : 0.25;
+        const double angle = i * 2 * M_PI / kPoints;
+        xy.push_back(static_cast<int32_t>(width * (0.5 + reach * std::cos(angle))));
+        xy.push_back(static_cast<int32_t>(height * (0.5 + reach * std::sin(angle))));
+    }
+    return xy;
+}
+
 ShapePicture<> shapeMask(Arguments& a)
 {
     Random& random = a.random();
@@ -24,7 +38,7 @@ ShapePicture<> shapeMask(Arguments& a)
     uint32_t i = 0;
     if (a.shape().typical || random.oneIn(2))
     {
-        const uint32_t cell = a.shape().typical ? 48 : random.between(3, 40);
+        const uint32_t cell = a.shape().typical ? kTypicalCell : random.between(3, 40);
         return ShapePicture<>(a,
                               [&, cell]
                               {
@@ -188,11 +202,23 @@ void prepareFill(Arguments& a)
 {
     const uint32_t width = a.shape().width;
     const uint32_t height = a.shape().height;
+    if (a.shape().typical)
+    {
+        // What is between the blobs, which a fill leaves as it is.
+        std::vector<uint8_t> mask(size_t{width} * height);
+        for (uint32_t i = 0; i < mask.size(); ++i)
+        {
+            mask[i] = blobAt(i % width, i / width, kTypicalCell);
+        }
+        a.call(vsrFloodFillu8C, a.updated(mask), width, height, width, 0u, 0u, uint8_t{0}, 1u, 1u, connectivity,
+               floating ? 1u : 0u, shapeNumbers<uint32_t>(a, 1), shapeNumbers<uint32_t>(a, 4));
+        return;
+    }
     const uint32_t stride = a.dstStride(width);
     auto* dst = a.output<uint8_t>(width, height, stride);
-    a.call(vsrFloodFillu8C, dst, width, height, stride, a.choose(0, width - 1, width / 2) % 13,
-           a.choose(0, height - 1, height / 2) % 13, uint8_t{7}, a.choose(0, 12, 255) | 64, 60u, connectivity,
-           floating ? 1u : 0u, shapeNumbers<uint32_t>(a, 1), shapeNumbers<uint32_t>(a, 4));
+    a.call(vsrFloodFillu8C, dst, width, height, stride, a.random().between(0, std::min(width - 1, 12u)),
+           a.random().between(0, std::min(height - 1, 12u)), uint8_t{7}, a.random().between(0, 12) | 64, 60u,
+           connectivity, floating ? 1u : 0u, shapeNumbers<uint32_t>(a, 1), shapeNumbers<uint32_t>(a, 4));
 }
 
 void prepareGrowth(Arguments& a)

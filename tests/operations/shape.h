@@ -44,6 +44,19 @@ struct ShapePicture
 /** Discs and rings in the cells of a grid, `cell` pixels apart: 0 or 255. */
 uint8_t blobAt(uint32_t x, uint32_t y, uint32_t cell);
 
+/** The outlines of these blobs. */
+inline uint8_t outlineAt(uint32_t x, uint32_t y, uint32_t cell)
+{
+    const uint8_t here = blobAt(x, y, cell);
+    return here != blobAt(x + 1, y, cell) || here != blobAt(x, y + 1, cell) ? 255 : 0;
+}
+
+/** Pixels between the blobs of benchmarks. */
+constexpr uint32_t kTypicalCell = 48;
+
+/** A polygon of benchmarks: a star that fills the image. */
+std::vector<int32_t> typicalStar(uint32_t width, uint32_t height);
+
 /** A mask of blobs in benchmarks and often in tests, else noise of any density. */
 ShapePicture<> shapeMask(Arguments& a);
 

@@ -102,6 +102,8 @@ const Register gradients({
      older(kPairs, preparePairs<vsrImageGradientSobelInterleavedf32C, float>)},
     {VISORA_OPERATION(vsrImageGradientSobelInterleaveds8),
      older(kPairs, preparePairs<vsrImageGradientSobelInterleaveds8C, int8_t>)},
+    {VISORA_OPERATION(vsrImageGradientScharrInterleaveds16),
+     preparePairs<vsrImageGradientScharrInterleaveds16C, int16_t>},
     {VISORA_OPERATION(vsrImageGradientScharrPlanars16),
      older(kPlanes, preparePlanes<vsrImageGradientScharrPlanars16C, int16_t>)},
     {VISORA_OPERATION(vsrImageGradientScharrPlanarf32),
@@ -208,8 +210,9 @@ void prepareBackProjection(Arguments& a)
            a.output<uint8_t>(src.width, src.height, stride), stride);
 }
 
-// ---- Counts and rectangles, which the reference serves alone ----
+// ---- Counts and rectangles ----
 
+// The reference serves it alone.
 #define REFERENCE_ALONE(operation) \
 #operation, reinterpret_cast < VSR_FUNC>(operation##C), reinterpret_cast < VSR_FUNC>(operation##C)
 
@@ -222,20 +225,40 @@ void prepareIntensityHistogram(Arguments& a)
            numbers<uint32_t>(a, 256));
 }
 
+// Of all pixels, or of those under a mask.
+template <bool isMasked>
+struct Mask
+{
+    explicit Mask(Arguments& a)
+    {
+        if constexpr (isMasked)
+        {
+            const Source mask(a);
+            data = mask.data;
+            stride = mask.stride;
+        }
+    }
+
+    const uint8_t* data = nullptr;
+    uint32_t stride = 0;
+};
+
+template <bool isMasked>
 void prepareBinnedHistogram(Arguments& a)
 {
     const Source src(a);
-    const Source mask(a);
+    const Mask<isMasked> mask(a);
     const uint32_t bins = a.choose(1, 256, 256);
     a.call(vsrImageIntensityHistogram_v2C, src.data, src.width, src.height, src.stride, mask.data, mask.stride, 20u,
            230u, bins, numbers<uint32_t>(a, bins));
 }
 
+template <bool isMasked>
 void prepareJointHistogram(Arguments& a)
 {
     const Source src1(a);
     const Source src2(a);
-    const Source mask(a);
+    const Mask<isMasked> mask(a);
     const uint32_t bins1 = a.choose(13, 64, 16);
     const uint32_t bins2 = a.choose(65, 128, 100);
     a.call(vsrHistogram2Du8C, src1.data, src1.width, src1.height, src1.stride, src2.data, src2.stride, mask.data,
@@ -284,8 +307,10 @@ void prepareRectMeans(Arguments& a)
 
 const Register countsAndRectangles({
     {REFERENCE_ALONE(vsrImageIntensityHistogram), ownUnits(prepareIntensityHistogram)},
-    {REFERENCE_ALONE(vsrImageIntensityHistogram_v2), ownUnits(prepareBinnedHistogram, {4})},
-    {REFERENCE_ALONE(vsrHistogram2Du8), ownUnits(prepareJointHistogram, {6})},
+    {VISORA_OPERATION(vsrImageIntensityHistogram_v2), ownUnits(prepareBinnedHistogram<true>, {4})},
+    {VISORA_OPERATION(vsrImageIntensityHistogram_v2), ownUnits(prepareBinnedHistogram<false>, {4, 5}), "unmasked"},
+    {VISORA_OPERATION(vsrHistogram2Du8), ownUnits(prepareJointHistogram<true>, {6})},
+    {VISORA_OPERATION(vsrHistogram2Du8), ownUnits(prepareJointHistogram<false>, {6, 7}), "unmasked"},
     {REFERENCE_ALONE(vsrIntegrateRectSumsu32), ownUnits(prepareRectSums)},
     {REFERENCE_ALONE(vsrIntegrateRectMeansu32), ownUnits(prepareRectMeans)},
 });

@@ -1,14 +1,12 @@
 // Entry points of the box filters.
+#include <algorithm>
+
 #include "common/visoraCall.h"
+#include "common/visoraDefine.h"
 #include "visora/variants/filter.h"
 
-using visora::aligned;
-using visora::Call;
-using visora::multiplesOf;
-using visora::packedIfZero;
-using visora::Row;
-using visora::worthOffload;
-
+namespace visora
+{
 namespace
 {
 
@@ -22,24 +20,46 @@ void keepAcceleratorsIfSuited(Call& call, uint32_t minHeight, const uint8_t* src
                    multiplesOf<8>(srcStride, dstStride));
 }
 
-}  // namespace
-
-vsrStatus vsrBoxFilter3x3u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                            uint32_t dstStride)
+// Windows inside the image; what is refused is logged.
+template <auto kernel, uint32_t window>
+vsrStatus boxInside(Call call, const char* condition, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                    uint32_t srcStride, uint8_t* dst, uint32_t dstStride)
 {
     srcStride = packedIfZero(srcStride, srcWidth);
     dstStride = packedIfZero(dstStride, srcWidth);
 
-    Call call(Row::vsrBoxFilter3x3u8, "vsrBoxFilter3x3u8");
-    keepAcceleratorsIfSuited(call, 4, src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    keepAcceleratorsIfSuited(call, std::max(window, 4u), src, srcWidth, srcHeight, srcStride, dst, dstStride);
     call.trace();
-    VSR_REQUIRE_AS(call,
-                   src && dst && srcWidth && srcHeight && srcStride && dstStride && srcStride >= srcWidth &&
-                       srcWidth > 2 && srcHeight > 2,
-                   "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth ) && "
-                   "srcWidth > 2 && srcHeight > 2");
-    return call.run<vsrBoxFilter3x3u8C>(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    VSR_REQUIRE_AS(
+        call,
+        src && dst && srcStride && dstStride && srcStride >= srcWidth && srcWidth >= window && srcHeight >= window,
+        condition);
+    return call.run<kernel>(src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
+
+}  // namespace
+}  // namespace visora
+
+using visora::aligned;
+using visora::Call;
+using visora::multiplesOf;
+using visora::packedIfZero;
+using visora::Row;
+
+#define BOX(entry, window, condition)                                                              \
+    VSR_DEFINE(entry, decltype(entry), {                                                           \
+        return visora::boxInside<entry##C, window>({Row::entry, #entry}, condition, arguments...); \
+    })
+
+BOX(vsrBoxFilter3x3u8, 3,
+    "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth ) && "
+    "srcWidth > 2 && srcHeight > 2");
+BOX(vsrBoxFilter5x5u8, 5,
+    "src && dst && srcWidth && srcHeight && srcStride && dstStride && (srcStride >=srcWidth) && "
+    "srcWidth > 4 && srcHeight > 4");
+BOX(vsrBoxFilter11x11u8, 11,
+    "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth) && "
+    "srcWidth > 10 && srcHeight > 10");
 
 vsrStatus vsrBoxFilter3x3u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                uint8_t* dst, uint32_t dstStride, vsrBorderType borderType, uint8_t borderValue)
@@ -48,7 +68,7 @@ vsrStatus vsrBoxFilter3x3u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t s
     dstStride = packedIfZero(dstStride, srcWidth);
 
     Call call(Row::vsrBoxFilter3x3u8_v2, "vsrBoxFilter3x3u8_v2");
-    keepAcceleratorsIfSuited(call, 4, src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    visora::keepAcceleratorsIfSuited(call, 4, src, srcWidth, srcHeight, srcStride, dst, dstStride);
     call.trace();
     if (!(src && dst && srcWidth && srcHeight && srcStride >= srcWidth && dstStride >= srcWidth &&
           borderType <= VISORA_BORDER_REPLICATE))
@@ -59,40 +79,6 @@ vsrStatus vsrBoxFilter3x3u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t s
                                                      borderValue);
 }
 
-vsrStatus vsrBoxFilter5x5u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
-                            uint32_t dstStride)
-{
-    srcStride = packedIfZero(srcStride, srcWidth);
-    dstStride = packedIfZero(dstStride, srcWidth);
-
-    Call call(Row::vsrBoxFilter5x5u8, "vsrBoxFilter5x5u8");
-    keepAcceleratorsIfSuited(call, 5, src, srcWidth, srcHeight, srcStride, dst, dstStride);
-    call.trace();
-    VSR_REQUIRE_AS(call,
-                   src && dst && srcWidth && srcHeight && srcStride && dstStride && srcStride >= srcWidth &&
-                       srcWidth > 4 && srcHeight > 4,
-                   "src && dst && srcWidth && srcHeight && srcStride && dstStride && (srcStride >=srcWidth) && "
-                   "srcWidth > 4 && srcHeight > 4");
-    return call.run<vsrBoxFilter5x5u8C>(src, srcWidth, srcHeight, srcStride, dst, dstStride);
-}
-
-vsrStatus vsrBoxFilter11x11u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                              uint8_t* dst, uint32_t dstStride)
-{
-    srcStride = packedIfZero(srcStride, srcWidth);
-    dstStride = packedIfZero(dstStride, srcWidth);
-
-    Call call(Row::vsrBoxFilter11x11u8, "vsrBoxFilter11x11u8");
-    keepAcceleratorsIfSuited(call, 11, src, srcWidth, srcHeight, srcStride, dst, dstStride);
-    call.trace();
-    VSR_REQUIRE_AS(call,
-                   src && dst && srcWidth && srcHeight && srcStride && dstStride && srcStride >= srcWidth &&
-                       srcWidth > 10 && srcHeight > 10,
-                   "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth) && "
-                   "srcWidth > 10 && srcHeight > 10");
-    return call.run<vsrBoxFilter11x11u8C>(src, srcWidth, srcHeight, srcStride, dst, dstStride);
-}
-
 vsrStatus vsrBoxFilterNxNf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,
                              uint32_t dstStride, uint32_t N)
 {
@@ -101,7 +87,7 @@ vsrStatus vsrBoxFilterNxNf32(const float* src, uint32_t srcWidth, uint32_t srcHe
     dstStride = packedIfZero(dstStride, static_cast<uint32_t>(rowBytes));
 
     Call call(Row::vsrBoxFilterNxNf32, "vsrBoxFilterNxNf32");
-    call.keepDspIf(worthOffload(srcWidth, srcHeight, visora::kMinDspPixelsHeavy) &&
+    call.keepDspIf(visora::worthOffload(srcWidth, srcHeight, visora::kMinDspPixelsHeavy) &&
                    multiplesOf<8>(srcWidth, srcStride, dstStride) && aligned<8>(src, dst));
     call.keepGpuIf(aligned<16>(src, dst) && multiplesOf<8>(srcStride, dstStride));
     call.trace();

@@ -1,14 +1,10 @@
 // Entry points of the binomial Gaussian filters.
 #include "common/visoraCall.h"
+#include "common/visoraDefine.h"
 #include "visora/variants/filter.h"
 
-using visora::aligned;
-using visora::Call;
-using visora::multiplesOf;
-using visora::packedIfZero;
-using visora::Row;
-using visora::worthOffload;
-
+namespace visora
+{
 namespace
 {
 
@@ -19,20 +15,47 @@ constexpr bool narrowerThanAStep(uint32_t width)
     return inner - inner % 6 < width - 7;
 }
 
-// The 5x5 and 11x11 filters leave a call to the DSP or the GPU whether constraint checks are on or not.
-template <class T>
-void keepUnitOfWideFilter(Call& call, const T* src, uint32_t width, uint32_t height, uint32_t srcStride, T* dst,
-                          uint32_t dstStride)
+// The 5x5 and 11x11 filters work on images of at least `leastWidth` x `leastHeight`. They leave a call to the DSP or
+// the GPU whether constraint checks are on or not. The u8 members ask of the destination's stride only that there is
+// one.
+template <auto kernel, uint32_t leastWidth, uint32_t leastHeight, class T>
+vsrStatus wideFilter(Call call, const char* condition, const T* src, uint32_t srcWidth, uint32_t srcHeight,
+                     uint32_t srcStride, T* dst, uint32_t dstStride, int32_t blurBorder)
 {
-    call.keepDspOnlyIf(aligned<16>(src, dst) && multiplesOf<8>(width, srcStride, dstStride));
-    call.keepGpuIf(height % 2 == 0 && multiplesOf<4>(width, srcStride, dstStride));
+    const size_t rowBytes = srcWidth * sizeof(T);
+    srcStride = packedIfZero(srcStride, static_cast<uint32_t>(rowBytes));
+    dstStride = packedIfZero(dstStride, static_cast<uint32_t>(rowBytes));
+
+    call.keepDspOnlyIf(aligned<16>(src, dst) && multiplesOf<8>(srcWidth, srcStride, dstStride));
+    call.keepGpuIf(srcHeight % 2 == 0 && multiplesOf<4>(srcWidth, srcStride, dstStride));
+    call.trace();
+    VSR_REQUIRE_AS(call,
+                   src && dst && srcWidth >= leastWidth && srcHeight >= leastHeight && srcStride >= rowBytes &&
+                       dstStride >= (sizeof(T) == 1 ? 1 : rowBytes),
+                   condition);
+    return call.run<kernel>(src, srcWidth, srcHeight, srcStride, dst, dstStride, blurBorder);
+}
+
+template <auto kernel, uint32_t leastWidth, uint32_t leastHeight, class T>
+vsrStatus wideFilter(Call call, const char* condition, const T* src, uint32_t width, uint32_t height, T* dst,
+                     int32_t blurBorder)
+{
+    return wideFilter<kernel, leastWidth, leastHeight>(call, condition, src, width, height, 0, dst, 0, blurBorder);
 }
 
 }  // namespace
+}  // namespace visora
+
+using visora::aligned;
+using visora::Call;
+using visora::multiplesOf;
+using visora::packedIfZero;
+using visora::Row;
+using visora::worthOffload;
 
 vsrStatus vsrFilterGaussian3x3u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst, int32_t blurBorder)
 {
-    if (narrowerThanAStep(width))
+    if (visora::narrowerThanAStep(width))
     {
         return visora::refuseRange("vsrFilterGaussian3x3u8");
     }
@@ -47,7 +70,7 @@ vsrStatus vsrFilterGaussian3x3u8(const uint8_t* src, uint32_t width, uint32_t he
 vsrStatus vsrFilterGaussian3x3u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                     uint8_t* dst, uint32_t dstStride, int32_t blurBorder)
 {
-    if (narrowerThanAStep(srcWidth))
+    if (visora::narrowerThanAStep(srcWidth))
     {
         return visora::refuseRange("vsrFilterGaussian3x3u8_v2");
     }
@@ -85,105 +108,28 @@ vsrStatus vsrFilterGaussian3x3u8_v3(const uint8_t* src, uint32_t srcWidth, uint3
                                                           borderType, borderValue);
 }
 
-vsrStatus vsrFilterGaussian5x5u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst, int32_t blurBorder)
-{
-    Call call(Row::vsrFilterGaussian5x5u8, "vsrFilterGaussian5x5u8");
-    keepUnitOfWideFilter(call, src, width, height, width, dst, width);
-    call.trace();
-    VSR_REQUIRE(call, src && dst && width && height && height > 4 && width > 4);
-    return call.run<vsrFilterGaussian5x5u8C>(src, width, height, width, dst, width, blurBorder);
-}
+#define WIDE_FILTER(entry, operation, leastWidth, leastHeight, condition)                                     \
+    VSR_DEFINE(entry, decltype(entry), {                                                                      \
+        return visora::wideFilter<operation##C, leastWidth, leastHeight>({Row::operation, #entry}, condition, \
+                                                                         arguments...);                       \
+    })
 
-vsrStatus vsrFilterGaussian5x5u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                    uint8_t* dst, uint32_t dstStride, int32_t blurBorder)
-{
-    srcStride = packedIfZero(srcStride, srcWidth);
-    dstStride = packedIfZero(dstStride, srcWidth);
-
-    Call call(Row::vsrFilterGaussian5x5u8, "vsrFilterGaussian5x5u8_v2");
-    keepUnitOfWideFilter(call, src, srcWidth, srcHeight, srcStride, dst, dstStride);
-    call.trace();
-    VSR_REQUIRE(call, src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcHeight > 4 &&
-                          srcWidth > 4);
-    return call.run<vsrFilterGaussian5x5u8C>(src, srcWidth, srcHeight, srcStride, dst, dstStride, blurBorder);
-}
-
-vsrStatus vsrFilterGaussian5x5s16(const int16_t* src, uint32_t width, uint32_t height, int16_t* dst, int32_t blurBorder)
-{
-    const auto rowBytes = static_cast<uint32_t>(width * sizeof(int16_t));
-    Call call(Row::vsrFilterGaussian5x5s16, "vsrFilterGaussian5x5s16");
-    keepUnitOfWideFilter(call, src, width, height, rowBytes, dst, rowBytes);
-    call.trace();
-    VSR_REQUIRE(call, src && dst && width && height && height > 1);
-    return call.run<vsrFilterGaussian5x5s16C>(src, width, height, rowBytes, dst, rowBytes, blurBorder);
-}
-
-vsrStatus vsrFilterGaussian5x5s16_v2(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                     int16_t* dst, uint32_t dstStride, int32_t blurBorder)
-{
-    const auto rowBytes = static_cast<uint32_t>(srcWidth * sizeof(int16_t));
-    srcStride = packedIfZero(srcStride, rowBytes);
-    dstStride = packedIfZero(dstStride, rowBytes);
-
-    Call call(Row::vsrFilterGaussian5x5s16, "vsrFilterGaussian5x5s16_v2");
-    keepUnitOfWideFilter(call, src, srcWidth, srcHeight, srcStride, dst, dstStride);
-    call.trace();
-    VSR_REQUIRE_AS(call,
-                   src && dst && srcWidth && srcHeight && (srcStride >= srcWidth * sizeof(int16_t)) &&
-                       (dstStride >= srcWidth * sizeof(int16_t)) && srcHeight > 1,
-                   "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth*sizeof(int16_t))"
-                   " && (dstStride >= srcWidth*sizeof(int16_t)) && srcHeight > 1");
-    return call.run<vsrFilterGaussian5x5s16C>(src, srcWidth, srcHeight, srcStride, dst, dstStride, blurBorder);
-}
-
-vsrStatus vsrFilterGaussian5x5s32(const int32_t* src, uint32_t width, uint32_t height, int32_t* dst, int32_t blurBorder)
-{
-    const auto rowBytes = static_cast<uint32_t>(width * sizeof(int32_t));
-    Call call(Row::vsrFilterGaussian5x5s32, "vsrFilterGaussian5x5s32");
-    keepUnitOfWideFilter(call, src, width, height, rowBytes, dst, rowBytes);
-    call.trace();
-    VSR_REQUIRE(call, src && dst && width && height && width > 4 && height > 4);
-    return call.run<vsrFilterGaussian5x5s32C>(src, width, height, rowBytes, dst, rowBytes, blurBorder);
-}
-
-vsrStatus vsrFilterGaussian5x5s32_v2(const int32_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                     int32_t* dst, uint32_t dstStride, int32_t blurBorder)
-{
-    const auto rowBytes = static_cast<uint32_t>(srcWidth * sizeof(int32_t));
-    srcStride = packedIfZero(srcStride, rowBytes);
-    dstStride = packedIfZero(dstStride, rowBytes);
-
-    Call call(Row::vsrFilterGaussian5x5s32, "vsrFilterGaussian5x5s32_v2");
-    keepUnitOfWideFilter(call, src, srcWidth, srcHeight, srcStride, dst, dstStride);
-    call.trace();
-    VSR_REQUIRE_AS(call,
-                   src && dst && srcWidth && srcHeight && (srcStride >= srcWidth * sizeof(int32_t)) &&
-                       (dstStride >= srcWidth * sizeof(int32_t)) && srcWidth > 4 && srcHeight > 4,
-                   "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth*sizeof(int32_t))"
-                   " && (dstStride >= srcWidth*sizeof(int32_t)) && srcWidth > 4 && srcHeight > 4");
-    return call.run<vsrFilterGaussian5x5s32C>(src, srcWidth, srcHeight, srcStride, dst, dstStride, blurBorder);
-}
-
-vsrStatus vsrFilterGaussian11x11u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst,
-                                   int32_t blurBorder)
-{
-    Call call(Row::vsrFilterGaussian11x11u8, "vsrFilterGaussian11x11u8");
-    keepUnitOfWideFilter(call, src, width, height, width, dst, width);
-    call.trace();
-    VSR_REQUIRE(call, src && dst && width && height && height > 10 && width > 10);
-    return call.run<vsrFilterGaussian11x11u8C>(src, width, height, width, dst, width, blurBorder);
-}
-
-vsrStatus vsrFilterGaussian11x11u8_v2(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                      uint8_t* dst, uint32_t dstStride, int32_t blurBorder)
-{
-    srcStride = packedIfZero(srcStride, srcWidth);
-    dstStride = packedIfZero(dstStride, srcWidth);
-
-    Call call(Row::vsrFilterGaussian11x11u8, "vsrFilterGaussian11x11u8_v2");
-    keepUnitOfWideFilter(call, src, srcWidth, srcHeight, srcStride, dst, dstStride);
-    call.trace();
-    VSR_REQUIRE(call, src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcHeight > 10 &&
-                          srcWidth > 10);
-    return call.run<vsrFilterGaussian11x11u8C>(src, srcWidth, srcHeight, srcStride, dst, dstStride, blurBorder);
-}
+WIDE_FILTER(vsrFilterGaussian5x5u8, vsrFilterGaussian5x5u8, 5, 5,
+            "src && dst && width && height && height > 4 && width > 4");
+WIDE_FILTER(
+    vsrFilterGaussian5x5u8_v2, vsrFilterGaussian5x5u8, 5, 5,
+    "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcHeight > 4 && srcWidth > 4");
+WIDE_FILTER(vsrFilterGaussian5x5s16, vsrFilterGaussian5x5s16, 1, 2, "src && dst && width && height && height > 1");
+WIDE_FILTER(vsrFilterGaussian5x5s16_v2, vsrFilterGaussian5x5s16, 1, 2,
+            "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth*sizeof(int16_t))"
+            " && (dstStride >= srcWidth*sizeof(int16_t)) && srcHeight > 1");
+WIDE_FILTER(vsrFilterGaussian5x5s32, vsrFilterGaussian5x5s32, 5, 5,
+            "src && dst && width && height && width > 4 && height > 4");
+WIDE_FILTER(vsrFilterGaussian5x5s32_v2, vsrFilterGaussian5x5s32, 5, 5,
+            "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth*sizeof(int32_t))"
+            " && (dstStride >= srcWidth*sizeof(int32_t)) && srcWidth > 4 && srcHeight > 4");
+WIDE_FILTER(vsrFilterGaussian11x11u8, vsrFilterGaussian11x11u8, 11, 11,
+            "src && dst && width && height && height > 10 && width > 10");
+WIDE_FILTER(
+    vsrFilterGaussian11x11u8_v2, vsrFilterGaussian11x11u8, 11, 11,
+    "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcHeight > 10 && srcWidth > 10");

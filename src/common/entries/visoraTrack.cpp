@@ -21,6 +21,17 @@ bool fitsDsp(const void* src1, const void* src2, uint32_t width, uint32_t height
     return worthOffload(stride, height) && multiplesOf<8>(width, stride) && aligned<8>(src1, src2);
 }
 
+template <class... Pointers>
+bool areGiven(Pointers... pointers)
+{
+    return (pointers && ...);
+}
+
+bool haveCentre(int32_t windowWidth, int32_t windowHeight)
+{
+    return (windowWidth & 1) && (windowHeight & 1);
+}
+
 }  // namespace
 
 vsrStatus vsrTrackLKOpticalFlowu8(const uint8_t* src1, const uint8_t* src2, uint32_t width, uint32_t height,
@@ -33,8 +44,8 @@ vsrStatus vsrTrackLKOpticalFlowu8(const uint8_t* src1, const uint8_t* src2, uint
     call.keepDspIf(fitsDsp(src1, src2, width, height, width));
     call.trace();
     VSR_REQUIRE_AS(call,
-                   src1 && src2 && src1Pyr && src2Pyr && featureXY && featureXY_out && featureStatus &&
-                       (windowWidth & 0x1) && (windowHeight & 0x1),
+                   areGiven(src1, src2, src1Pyr, src2Pyr, featureXY, featureXY_out, featureStatus) &&
+                       haveCentre(windowWidth, windowHeight),
                    kCondition);
     return call.run<vsrTrackLKOpticalFlowu8C>(src1, src2, width, height, src1Pyr, src2Pyr, featureXY, featureXY_out,
                                               featureStatus, nFeatures, windowWidth, windowHeight, maxIterations,
@@ -53,8 +64,8 @@ vsrStatus vsrTrackLKOpticalFlowu8_v2(const uint8_t* src1, const uint8_t* src2, u
     call.keepDspIf(fitsDsp(src1, src2, width, height, stride));
     call.trace();
     VSR_REQUIRE_AS(call,
-                   src1 && src2 && src1Pyr && src2Pyr && featureXY && featureXY_out && featureStatus &&
-                       (windowWidth & 0x1) && (windowHeight & 0x1),
+                   areGiven(src1, src2, src1Pyr, src2Pyr, featureXY, featureXY_out, featureStatus) &&
+                       haveCentre(windowWidth, windowHeight),
                    kCondition);
     return call.run<vsrTrackLKOpticalFlowu8_v2C>(src1, src2, width, height, stride, src1Pyr, src2Pyr, featureXY,
                                                  featureXY_out, featureStatus, nFeatures, windowWidth, windowHeight,
@@ -74,8 +85,8 @@ vsrStatus vsrTrackLKOpticalFlowu8_v3(const uint8_t* src1, const uint8_t* src2, u
     call.keepDspIf(fitsDsp(src1, src2, width, height, stride));
     call.trace();
     VSR_REQUIRE_AS(call,
-                   src1 && src2 && src1Pyr && src2Pyr && featureXY && featureXY_out && featureStatus &&
-                       (windowWidth & 0x1) && (windowHeight & 0x1),
+                   areGiven(src1, src2, src1Pyr, src2Pyr, featureXY, featureXY_out, featureStatus) &&
+                       haveCentre(windowWidth, windowHeight),
                    kCondition);
     return call.runOrFallBack<vsrTrackLKOpticalFlowu8_v3C>(
         src1, src2, width, height, stride, src1Pyr, src2Pyr, featureXY, featureXY_out, featureStatus, nFeatures,
@@ -94,8 +105,8 @@ vsrStatus vsrTrackLKOpticalFlowf32(const float* src1, const float* src2, uint32_
     call.keepDspIf(fitsDsp(src1, src2, width, height, stride));
     call.trace();
     VSR_REQUIRE_AS(call,
-                   src1 && src2 && src1Pyr && src2Pyr && featureXY && featureXY_out && featureStatus &&
-                       (windowWidth & 0x1) && (windowHeight & 0x1),
+                   areGiven(src1, src2, src1Pyr, src2Pyr, featureXY, featureXY_out, featureStatus) &&
+                       haveCentre(windowWidth, windowHeight),
                    kCondition);
     return call.run<vsrTrackLKOpticalFlowf32C>(src1, src2, width, height, stride, src1Pyr, src2Pyr, featureXY,
                                                featureXY_out, featureStatus, nFeatures, windowWidth, windowHeight,

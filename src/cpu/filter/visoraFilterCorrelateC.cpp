@@ -5,6 +5,7 @@
 #include "common/visoraConvolution.h"
 #include "cpu/filter/visoraFilterBorder.h"
 #include "cpu/filter/visoraFilterFloat.h"
+#include "cpu/visoraDrivers.h"
 #include "cpu/visoraScratch.h"
 #include "visora/variants/filter.h"
 
@@ -74,6 +75,13 @@ vsrStatus separable(const int16_t* src, size_t width, size_t height, size_t srcS
     return VISORA_SUCCESS;
 }
 
+}  // namespace
+
+namespace visora
+{
+namespace
+{
+
 template <size_t N>
 vsrStatus correlationOf(const int16_t* src, uint32_t width, uint32_t height, uint32_t srcStride, const int16_t* kernel,
                         int16_t* dst, uint32_t dstStride)
@@ -84,6 +92,7 @@ vsrStatus correlationOf(const int16_t* src, uint32_t width, uint32_t height, uin
 }
 
 }  // namespace
+}  // namespace visora
 
 vsrStatus vsrFilterCorr3x3s8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                               const int8_t* kernel, uint32_t shift, uint8_t* dst, uint32_t dstStride)
@@ -139,36 +148,11 @@ vsrStatus vsrFilterCorrNxNf32C(const float* src, uint32_t srcWidth, uint32_t src
     return VISORA_SUCCESS;
 }
 
-vsrStatus vsrFilterCorrSep9x9s16C(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                  const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<9>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
-
-vsrStatus vsrFilterCorrSep11x11s16C(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                    const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<11>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
-
-vsrStatus vsrFilterCorrSep13x13s16C(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                    const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<13>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
-
-vsrStatus vsrFilterCorrSep15x15s16C(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                    const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<15>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
-
-vsrStatus vsrFilterCorrSep17x17s16C(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                    const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<17>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
-
+VSR_REFERENCE(vsrFilterCorrSep9x9s16, correlationOf<9>);
+VSR_REFERENCE(vsrFilterCorrSep11x11s16, correlationOf<11>);
+VSR_REFERENCE(vsrFilterCorrSep13x13s16, correlationOf<13>);
+VSR_REFERENCE(vsrFilterCorrSep15x15s16, correlationOf<15>);
+VSR_REFERENCE(vsrFilterCorrSep17x17s16, correlationOf<17>);
 vsrStatus vsrFilterConvSepMxNs16C(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                   const int16_t* rowKernel, uint32_t M, uint32_t rowShift, const int16_t* columnKernel,
                                   uint32_t N, uint32_t columnShift, int16_t* dst, uint32_t dstStride)

@@ -38,5 +38,6 @@ VSR_REFERENCE(vsrImageGradientSobelInterleaveds8, pairedGradients, visora::kSobe
 VSR_REFERENCE(vsrImageGradientSobelPlanars16, planarGradients, visora::kSobel);
 VSR_REFERENCE(vsrImageGradientSobelPlanars8, planarGradients, visora::kSobel);
 VSR_REFERENCE(vsrImageGradientSobelPlanarf32, planarGradients, visora::kSobel);
+VSR_REFERENCE(vsrImageGradientScharrInterleaveds16, pairedGradients, visora::kScharr);
 VSR_REFERENCE(vsrImageGradientScharrPlanars16, planarGradients, visora::kScharr);
 VSR_REFERENCE(vsrImageGradientScharrPlanarf32, planarGradients, visora::kScharr);

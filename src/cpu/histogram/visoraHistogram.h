@@ -2,6 +2,7 @@
 #ifndef VISORA_CPU_HISTOGRAM_H
 #define VISORA_CPU_HISTOGRAM_H
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -72,6 +73,16 @@ inline Histogram histogramOf(const uint8_t* src, uint32_t width, uint32_t height
         counter.add(src + y * stride, width);
     }
     return counter.counts();
+}
+
+/** Levels from `lower` to below `upper` in so many bins. */
+inline void binLevels(const Histogram& counts, uint32_t lower, uint32_t upper, uint32_t bins, uint32_t* histogram)
+{
+    std::fill_n(histogram, bins, 0u);
+    for (uint32_t v = lower; v < upper; ++v)
+    {
+        histogram[(v - lower) * bins / (upper - lower)] += counts[v];
+    }
 }
 
 /** A level by its share, rounded to the nearest, ties to even, and cut to 0 .. top. */

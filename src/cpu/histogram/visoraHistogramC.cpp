@@ -45,12 +45,7 @@ vsrStatus vsrImageIntensityHistogram_v2C(const uint8_t* src, uint32_t srcWidth, 
             counter.add(src + y * srcStride, srcWidth);
         }
     }
-    const visora::Histogram counts = counter.counts();
-    std::fill_n(histogram, bins, 0u);
-    for (uint32_t v = lower; v < upper; ++v)
-    {
-        histogram[(v - lower) * bins / (upper - lower)] += counts[v];
-    }
+    visora::binLevels(counter.counts(), lower, upper, bins, histogram);
     return VISORA_SUCCESS;
 }
 

@@ -7,8 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <tuple>
 #include <type_traits>
 
+#include "common/visoraDefine.h"
 #include "cpu/visoraScratch.h"
 #include "visora/variants/track.h"
 
@@ -380,6 +382,24 @@ void withStrides(const vsrPyramidLevel* first, const vsrPyramidLevel* second, in
     call(convert(first, firstMemory), convert(second, secondMemory));
 }
 
+/** A tracker of packed images by `strided`, one of images with strides. The number of levels comes last. */
+template <auto strided, class... Rest>
+vsrStatus trackPacked(const uint8_t* src1, const uint8_t* src2, uint32_t width, uint32_t height,
+                      const vsrPyramidLevel* src1Pyr, const vsrPyramidLevel* src2Pyr, Rest... rest)
+{
+    withStrides(src1Pyr, src2Pyr, std::get<sizeof...(rest) - 1>(std::tuple(rest...)),
+                [&](const vsrPyramidLevel_v2* first, const vsrPyramidLevel_v2* second)
+                { strided(src1, src2, width, height, width, first, second, rest...); });
+    return VISORA_SUCCESS;
+}
+
 }  // namespace visora
+
+/** Defines the `variant` of the older members, which end by the number of iterations only, by that of the newest. */
+#define VSR_TRACK_UNTIL_ITERATIONS(variant)                                                                            \
+    VSR_DEFINE(vsrTrackLKOpticalFlowu8_v2##variant, decltype(vsrTrackLKOpticalFlowu8_v2),                              \
+               { return vsrTrackLKOpticalFlowu8_v3##variant(arguments..., VISORA_TRACK_UNTIL_ITERATIONS, 0.0f, 0); }); \
+    VSR_DEFINE(vsrTrackLKOpticalFlowu8##variant, decltype(vsrTrackLKOpticalFlowu8),                                    \
+               { return visora::trackPacked<vsrTrackLKOpticalFlowu8_v2##variant>(arguments...); })
 
 #endif

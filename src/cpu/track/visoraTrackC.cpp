@@ -179,32 +179,7 @@ void lkOpticalFlow_v3(const uint8_t* src1, const uint8_t* src2, const vsrPyramid
                    scratch, scratchSize);
 }
 
-vsrStatus vsrTrackLKOpticalFlowu8C(const uint8_t* src1, const uint8_t* src2, uint32_t width, uint32_t height,
-                                   const vsrPyramidLevel* src1Pyr, const vsrPyramidLevel* src2Pyr,
-                                   const float* featureXY, float* featureXY_out, int32_t* featureStatus,
-                                   int32_t nFeatures, int32_t windowWidth, int32_t windowHeight, int32_t maxIterations,
-                                   int32_t nPyramidLevels)
-{
-    withStrides(src1Pyr, src2Pyr, nPyramidLevels,
-                [&](const vsrPyramidLevel_v2* first, const vsrPyramidLevel_v2* second)
-                {
-                    vsrTrackLKOpticalFlowu8_v2C(src1, src2, width, height, width, first, second, featureXY,
-                                                featureXY_out, featureStatus, nFeatures, windowWidth, windowHeight,
-                                                maxIterations, nPyramidLevels);
-                });
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrTrackLKOpticalFlowu8_v2C(const uint8_t* src1, const uint8_t* src2, uint32_t width, uint32_t height,
-                                      uint32_t stride, const vsrPyramidLevel_v2* src1Pyr,
-                                      const vsrPyramidLevel_v2* src2Pyr, const float* featureXY, float* featureXY_out,
-                                      int32_t* featureStatus, int32_t nFeatures, int32_t windowWidth,
-                                      int32_t windowHeight, int32_t maxIterations, int32_t nPyramidLevels)
-{
-    return vsrTrackLKOpticalFlowu8_v3C(src1, src2, width, height, stride, src1Pyr, src2Pyr, featureXY, featureXY_out,
-                                       featureStatus, nFeatures, windowWidth, windowHeight, maxIterations,
-                                       nPyramidLevels, VISORA_TRACK_UNTIL_ITERATIONS, 0, 0);
-}
+VSR_TRACK_UNTIL_ITERATIONS(C);
 
 vsrStatus vsrTrackLKOpticalFlowu8_v3C(const uint8_t* src1, const uint8_t* src2, uint32_t /*width*/, uint32_t /*height*/,
                                       uint32_t /*stride*/, const vsrPyramidLevel_v2* src1Pyr,

@@ -18,6 +18,15 @@ constexpr auto sameSizeBehind = [](const auto* src, uint32_t width, uint32_t hei
     return sameSize(src, width, height, srcStride, std::get<numbers>(all), std::get<numbers + 1>(all));
 };
 
+/** A second image of the same size, and some numbers behind it. */
+template <size_t numbers>
+constexpr auto withGuide = [](const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, const auto* guide,
+                              uint32_t guideStride, auto... rest)
+{
+    const auto [from, to] = sameSizeBehind<numbers>(src, width, height, srcStride, rest...);
+    return std::array{from, imageLength(guide, guideStride, width, height), to};
+};
+
 constexpr auto gradientPlanes = [](const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, auto* dx,
                                    auto* dy, uint32_t gradStride, auto...)
 {
@@ -75,11 +84,7 @@ constexpr auto areAligned = [](const auto& /*lengths*/, const int16_t* src, uint
                                const int16_t* /*columnKernel*/, uint32_t /*N*/, uint32_t /*columnShift*/, int16_t* dst,
                                uint32_t dstStride)
 { return aligned<8>(src, dst) && multiplesOf<8>(srcStride, dstStride); };
-struct ForwardIfAligned
-{
-    static constexpr bool kRecovers = false;
-    static constexpr auto kConstraint = areAligned;
-};
+using RetryIfAligned = RetryIf<areAligned>;
 
 constexpr auto edgesAndGradients = [](const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                                       uint32_t /*low*/, uint32_t /*high*/, vsrCannyNorm /*norm*/, uint8_t* dst,

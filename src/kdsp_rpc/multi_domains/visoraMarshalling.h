@@ -20,6 +20,7 @@ namespace visora
 struct FallBack
 {
     static constexpr bool kRecovers = true;
+    static constexpr bool kFallsBack = true;
     static constexpr auto kConstraint = nullptr;
 };
 
@@ -31,6 +32,7 @@ template <auto constraint>
 struct FallBackIf
 {
     static constexpr bool kRecovers = true;
+    static constexpr bool kFallsBack = true;
     static constexpr auto kConstraint = constraint;
 };
 
@@ -42,10 +44,28 @@ constexpr auto isLarge = [](const auto& lengths, auto...)
 };
 using FallBackIfLarge = FallBackIf<isLarge>;
 
+/** A call that found the DSP restarted is made again; what the last one gave is the result, as with Forward. */
+struct Retry
+{
+    static constexpr bool kRecovers = true;
+    static constexpr bool kFallsBack = false;
+    static constexpr auto kConstraint = nullptr;
+};
+
+/** As Retry, but calls that do not meet the constraint are declined as by FallBackIf. */
+template <auto constraint>
+struct RetryIf
+{
+    static constexpr bool kRecovers = true;
+    static constexpr bool kFallsBack = false;
+    static constexpr auto kConstraint = constraint;
+};
+
 /** One remote call, whose result is the operation's when it fails or the operation has no status of its own. */
 struct Forward
 {
     static constexpr bool kRecovers = false;
+    static constexpr bool kFallsBack = false;
     static constexpr auto kConstraint = nullptr;
 };
 
@@ -87,7 +107,7 @@ struct Marshalling<R(A...)>
             return send<answer>(remote, handle, all, bufferLengths, ownStatus,
                                 std::make_index_sequence<Kernel<R(A...)>::kRemoteArguments>());
         };
-        if constexpr (Kind::kRecovers)
+        if constexpr (Kind::kFallsBack)
         {
             const RemoteResult result = callRemote(handle, call);
             if (result.status != 0)
@@ -99,7 +119,7 @@ struct Marshalling<R(A...)>
         }
         else
         {
-            const int32_t status = call();
+            const int32_t status = Kind::kRecovers ? callRemote(handle, call).status : call();
             return static_cast<R>(status == 0 && answer == Answer::Status ? ownStatus : static_cast<uint32_t>(status));
         }
     }

@@ -294,35 +294,11 @@ HWY_INLINE vsrStatus correlationOf(const int16_t* src, uint32_t srcWidth, uint32
                                 dstStride);
 }
 
-vsrStatus correlation9(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                       const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<9>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
-
-vsrStatus correlation11(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                        const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<11>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
-
-vsrStatus correlation13(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                        const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<13>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
-
-vsrStatus correlation15(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                        const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<15>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
-
-vsrStatus correlation17(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                        const int16_t* kernel, int16_t* dst, uint32_t dstStride)
-{
-    return correlationOf<17>(src, srcWidth, srcHeight, srcStride, kernel, dst, dstStride);
-}
+VSR_KERNEL(vsrFilterCorrSep9x9s16, correlation9, correlationOf<9>);
+VSR_KERNEL(vsrFilterCorrSep11x11s16, correlation11, correlationOf<11>);
+VSR_KERNEL(vsrFilterCorrSep13x13s16, correlation13, correlationOf<13>);
+VSR_KERNEL(vsrFilterCorrSep15x15s16, correlation15, correlationOf<15>);
+VSR_KERNEL(vsrFilterCorrSep17x17s16, correlation17, correlationOf<17>);
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora

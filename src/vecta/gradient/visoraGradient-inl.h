@@ -8,6 +8,9 @@
 
 #include "cpu/gradient/visoraGradient.h"
 #include "hwy/highway.h"
+#if HWY_ARCH_ARM
+#include "vecta/gradient/visoraGradientSixteen-inl.h"
+#endif
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -149,6 +152,22 @@ HWY_INLINE auto firstElement(const GradientPairs<T>& row)
     return reinterpret_cast<const Pair*>(row.pairs);
 }
 
+// The pixels of a row but its first and last.
+template <GradientKind kind, class D, class Out>
+HWY_INLINE void gradientRow(D d, const GradientRows& rows, const Out& out)
+{
+#if HWY_ARCH_ARM
+    constexpr size_t kTogether = 16;
+    if (rows.width >= kTogether + 2)
+    {
+        return coverRange(1, rows.width - 1, kTogether,
+                          [=](size_t x) HWY_ATTR { gradientsOfSixteen<kind>(rows, x, out); });
+    }
+#endif
+    coverAligned(1, rows.width - 1, hn::Lanes(d), firstElement(out),
+                 [&](size_t x) HWY_ATTR { gradientStep<kind>(d, rows, x, out); });
+}
+
 template <GradientKind kind, class Out>
 HWY_INLINE vsrStatus vectorGradients(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                                      const Out& out, uint32_t gradStride)
@@ -160,9 +179,7 @@ HWY_INLINE vsrStatus vectorGradients(const uint8_t* src, uint32_t width, uint32_
                                                      {
                                                          const GradientRows rows(src, width, height, srcStride, y);
                                                          const Out outRow = out.row(y, gradStride);
-                                                         coverAligned(1, width - 1, hn::Lanes(d), firstElement(outRow),
-                                                                      [&](size_t x) HWY_ATTR
-                                                                      { gradientStep<kind>(d, rows, x, outRow); });
+                                                         gradientRow<kind>(d, rows, outRow);
                                                          putGradient<kind>(rows, 0, outRow);
                                                          putGradient<kind>(rows, width - 1, outRow);
                                                      }

@@ -14,6 +14,7 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
+VSR_KERNEL(vsrImageGradientScharrInterleaveds16, scharrPairss16, pairedGradients, kScharr);
 VSR_KERNEL(vsrImageGradientScharrPlanars16, scharrPlaness16, planarGradients, kScharr);
 VSR_KERNEL(vsrImageGradientScharrPlanarf32, scharrPlanesf32, planarGradients, kScharr);
 
@@ -23,6 +24,7 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
+VSR_VECTOR(vsrImageGradientScharrInterleaveds16, scharrPairss16);
 VSR_VECTOR(vsrImageGradientScharrPlanars16, scharrPlaness16);
 VSR_VECTOR(vsrImageGradientScharrPlanarf32, scharrPlanesf32);
 
