@@ -85,13 +85,33 @@ Peer peer(const char* operation, const char* label, int from1, int from2, int to
                      __VA_ARGS__ __VA_OPT__(, ) w.ours.ptr<D>(), static_cast<uint32_t>(w.ours.step)); \
     }
 // One number: the first of the results.
-#define REDUCTION(operation, T, ...)                                                       \
+#define REDUCTION(operation, T, R, ...)                                                    \
     [](Work& w)                                                                            \
     {                                                                                      \
-        uint64_t result = 0;                                                               \
+        R result = 0;                                                                      \
         operation##V(w.first<T>(), w.width(), w.height(), static_cast<uint32_t>(w.a.step), \
-                     __VA_ARGS__ __VA_OPT__(, ) reinterpret_cast<Number*>(&result));       \
+                     __VA_ARGS__ __VA_OPT__(, ) & result);                                 \
         w.ours.at<double>(0) = static_cast<double>(result);                                \
+    }
+// Two numbers.
+#define EXTREMES(operation, T, ...)                                                        \
+    [](Work& w)                                                                            \
+    {                                                                                      \
+        T low = 0, high = 0;                                                               \
+        operation##V(w.first<T>(), w.width(), w.height(), static_cast<uint32_t>(w.a.step), \
+                     __VA_ARGS__ __VA_OPT__(, ) & low, &high);                             \
+        w.ours.at<double>(0) = low;                                                        \
+        w.ours.at<double>(1) = high;                                                       \
+    }
+#define FILL(operation, T, value, ...) \
+    [](Work& w)                        \
+    { operation##V(w.ours.ptr<T>(), w.width(), w.height(), static_cast<uint32_t>(w.ours.step), value, __VA_ARGS__); }
+#define PROJECTION(operation, rows, columns)                                                                        \
+    [](Work& w)                                                                                                     \
+    {                                                                                                               \
+        w.ours.create(rows, columns, CV_32S);                                                                       \
+        operation##V(w.first<uint8_t>(), w.width(), w.height(), static_cast<uint32_t>(w.a.step), VISORA_REDUCE_SUM, \
+                     w.ours.ptr<uint32_t>());                                                                       \
     }
 
 constexpr int kU8 = CV_8U;
@@ -101,6 +121,9 @@ constexpr int kS32 = CV_32S;
 constexpr int kF32 = CV_32F;
 constexpr int kF64 = CV_64F;
 const cv::Scalar kValues(10, 60, 200, 7);
+constexpr uint8_t kBytes[] = {10, 60, 200, 7};
+constexpr int16_t kShorts[] = {10, 60, 200, 7};
+constexpr float kFloats[] = {10, 60, 200, 7};
 
 constexpr Function kAbsDiff = [](Work& w) { cv::absdiff(w.a, w.b, w.peer); };
 constexpr Function kAdd = [](Work& w) { cv::add(w.a, w.b, w.peer); };
@@ -125,14 +148,17 @@ const RegisterPeers elements({
     peer("vsrAbsDiffs32", "", kS32, kS32, kS32, kAbsDiff, BINARY(vsrAbsDiffs32, int32_t, int32_t)),
     peer("vsrAbsDifff32", "", kF32, kF32, kF32, kAbsDiff, BINARY(vsrAbsDifff32, float, float)),
     peer(
-        "vsrAbsDiffScalaru8", "", CV_8UC3, kU8, CV_8UC3, [](Work& w) { cv::absdiff(w.a, kValues, w.peer); }, nullptr),
+        "vsrAbsDiffScalaru8", "", CV_8UC3, kU8, CV_8UC3, [](Work& w) { cv::absdiff(w.a, kValues, w.peer); },
+        UNARY(vsrAbsDiffScalaru8, uint8_t, uint8_t, 3, kBytes)),
     peer(
         "vsrAbsDiffScalarf32", "", CV_32FC3, kU8, CV_32FC3, [](Work& w) { cv::absdiff(w.a, kValues, w.peer); },
-        nullptr),
+        UNARY(vsrAbsDiffScalarf32, float, float, 3, kFloats)),
     peer(
-        "vsrSubtractu8", "", CV_8UC3, kU8, CV_8UC3, [](Work& w) { cv::subtract(w.a, kValues, w.peer); }, nullptr),
+        "vsrSubtractu8", "", CV_8UC3, kU8, CV_8UC3, [](Work& w) { cv::subtract(w.a, kValues, w.peer); },
+        UNARY(vsrSubtractu8, uint8_t, uint8_t, 3, kBytes)),
     peer(
-        "vsrSubtracts16", "", CV_16SC3, kU8, CV_16SC3, [](Work& w) { cv::subtract(w.a, kValues, w.peer); }, nullptr),
+        "vsrSubtracts16", "", CV_16SC3, kU8, CV_16SC3, [](Work& w) { cv::subtract(w.a, kValues, w.peer); },
+        UNARY(vsrSubtracts16, int16_t, int16_t, 3, kShorts)),
     peer(
         "vsrAbss16", "", kS16, kU8, kS16, [](Work& w) { cv::absdiff(w.a, cv::Scalar::all(0), w.peer); },
         UNARY(vsrAbss16, int16_t, int16_t)),
@@ -141,7 +167,13 @@ const RegisterPeers elements({
         UNARY(vsrAbsf32, float, float)),
     peer("vsrAddu8", "", kU8, kU8, kU8, kAdd, BINARY(vsrAddu8, uint8_t, uint8_t)),
     peer(
-        "vsrAddu8u16", "", kU8, kU16, kU16, [](Work& w) { cv::add(w.a, w.b, w.peer, cv::noArray(), CV_16U); }, nullptr),
+        "vsrAddu8u16", "", kU8, kU16, kU16, [](Work& w) { cv::add(w.a, w.b, w.peer, cv::noArray(), CV_16U); },
+        [](Work& w)
+        {
+            vsrAddu8u16V(w.first<uint8_t>(), w.width(), w.height(), static_cast<uint32_t>(w.a.step),
+                         w.second<uint16_t>(), static_cast<uint32_t>(w.b.step), w.ours.ptr<uint16_t>(),
+                         static_cast<uint32_t>(w.ours.step));
+        }),
     peer("vsrAdds16", "", kS16, kS16, kS16, kAdd, BINARY(vsrAdds16, int16_t, int16_t, VISORA_OVERFLOW_SATURATE)),
     peer("vsrAddf32", "", kF32, kF32, kF32, kAdd, BINARY(vsrAddf32, float, float)),
     peer(
@@ -214,52 +246,59 @@ const RegisterPeers elements({
     peer(
         "vsrCopyMaskedu8", "", CV_8UC3, kU8, CV_8UC3, [](Work& w) { w.a.copyTo(w.peer, w.mask); },
         UNARY(vsrCopyMaskedu8, uint8_t, uint8_t, 3, w.mask.ptr(), static_cast<uint32_t>(w.mask.step))),
-    peer("vsrSetElementsu8", "", kU8, kU8, kU8, kSet, nullptr),
+    peer("vsrSetElementsu8", "", kU8, kU8, kU8, kSet, FILL(vsrSetElementsu8, uint8_t, 10, nullptr, 0)),
     peer(
-        "vsrSetElementsu8", "masked", kU8, kU8, kU8, [](Work& w) { w.peer.setTo(kValues, w.mask); }, nullptr),
-    peer("vsrSetElementsu16", "", kU8, kU8, kU16, kSet, nullptr),
-    peer("vsrSetElementss16", "", kU8, kU8, kS16, kSet, nullptr),
-    peer("vsrSetElementss32", "", kU8, kU8, kS32, kSet, nullptr),
-    peer("vsrSetElementsf32", "", kU8, kU8, kF32, kSet, nullptr),
-    peer("vsrSetElementsc2u8", "", kU8, kU8, CV_8UC2, kSet, nullptr),
-    peer("vsrSetElementsc3u8", "", kU8, kU8, CV_8UC3, kSet, nullptr),
-    peer("vsrSetElementsc4u8", "", kU8, kU8, CV_8UC4, kSet, nullptr),
+        "vsrSetElementsu8", "masked", kU8, kU8, kU8, [](Work& w) { w.peer.setTo(kValues, w.mask); },
+        FILL(vsrSetElementsu8, uint8_t, 10, w.mask.ptr(), static_cast<uint32_t>(w.mask.step))),
+    peer("vsrSetElementsu16", "", kU8, kU8, kU16, kSet, FILL(vsrSetElementsu16, uint16_t, 10, nullptr, 0)),
+    peer("vsrSetElementss16", "", kU8, kU8, kS16, kSet, FILL(vsrSetElementss16, int16_t, 10, nullptr, 0)),
+    peer("vsrSetElementss32", "", kU8, kU8, kS32, kSet, FILL(vsrSetElementss32, int32_t, 10, nullptr, 0)),
+    peer("vsrSetElementsf32", "", kU8, kU8, kF32, kSet, FILL(vsrSetElementsf32, float, 10, nullptr, 0)),
+    peer("vsrSetElementsc2u8", "", kU8, kU8, CV_8UC2, kSet, FILL(vsrSetElementsc2u8, uint8_t, kBytes, nullptr, 0)),
+    peer("vsrSetElementsc3u8", "", kU8, kU8, CV_8UC3, kSet, FILL(vsrSetElementsc3u8, uint8_t, kBytes, nullptr, 0)),
+    peer("vsrSetElementsc4u8", "", kU8, kU8, CV_8UC4, kSet, FILL(vsrSetElementsc4u8, uint8_t, kBytes, nullptr, 0)),
     peer(
         "vsrRotateImageInterleavedu8", "", CV_8UC2, kU8, CV_8UC2,
         [](Work& w) { cv::rotate(w.a, w.peer, cv::ROTATE_90_CLOCKWISE); }, nullptr),
 });
 
-using Number = uint64_t;
 const RegisterPeers reductions({
-    peer("vsrSumu8", "", kU8, kU8, kF64, kSum, REDUCTION(vsrSumu8, uint8_t, nullptr, 0)),
-    peer("vsrSums16", "", kS16, kU8, kF64, kSum, nullptr),
+    peer("vsrSumu8", "", kU8, kU8, kF64, kSum, REDUCTION(vsrSumu8, uint8_t, uint64_t, nullptr, 0)),
+    peer("vsrSums16", "", kS16, kU8, kF64, kSum, REDUCTION(vsrSums16, int16_t, int64_t)),
     peer("vsrSumf32", "", kF32, kU8, kF64, kSum, nullptr),
-    peer("vsrSumOfSquaresu8", "", kU8, kU8, kF64, kSquares, REDUCTION(vsrSumOfSquaresu8, uint8_t)),
-    peer("vsrSumOfSquaress16", "", kS16, kU8, kF64, kSquares, nullptr),
+    peer("vsrSumOfSquaresu8", "", kU8, kU8, kF64, kSquares, REDUCTION(vsrSumOfSquaresu8, uint8_t, uint64_t)),
+    peer("vsrSumOfSquaress16", "", kS16, kU8, kF64, kSquares, REDUCTION(vsrSumOfSquaress16, int16_t, uint64_t)),
     peer("vsrAverageu8", "", kU8, kU8, kF64, kMean, nullptr),
     peer("vsrAverages32", "", kS32, kU8, kF64, kMean, nullptr),
     peer(
         "vsrCountNonZerou8", "", kU8, kU8, kF64, [](Work& w) { w.peer.at<double>(0) = cv::countNonZero(w.a); },
-        nullptr),
+        REDUCTION(vsrCountNonZerou8, uint8_t, uint32_t)),
     peer(
         "vsrBitCountu8", "", kU8, kU8, kF64, [](Work& w) { w.peer.at<double>(0) = cv::norm(w.a, cv::NORM_HAMMING); },
-        nullptr),
-    peer("vsrMinMaxu8", "", kU8, kU8, kF64, kMinMax, nullptr),
-    peer("vsrMinMaxs16", "", kS16, kU8, kF64, kMinMax, nullptr),
-    peer("vsrMinMaxs32", "", kS32, kU8, kF64, kMinMax, nullptr),
-    peer("vsrMinMaxf32", "", kF32, kU8, kF64, kMinMax, nullptr),
+        REDUCTION(vsrBitCountu8, uint8_t, uint32_t)),
+    peer("vsrMinMaxu8", "", kU8, kU8, kF64, kMinMax, EXTREMES(vsrMinMaxu8, uint8_t, nullptr, 0)),
+    peer("vsrMinMaxs16", "", kS16, kU8, kF64, kMinMax, EXTREMES(vsrMinMaxs16, int16_t)),
+    peer("vsrMinMaxs32", "", kS32, kU8, kF64, kMinMax, EXTREMES(vsrMinMaxs32, int32_t)),
+    peer("vsrMinMaxf32", "", kF32, kU8, kF64, kMinMax, EXTREMES(vsrMinMaxf32, float)),
     peer("vsrMinMaxLocu8", "", kU8, kU8, kF64, kLocate, nullptr),
     peer("vsrMinMaxLocs16", "", kS16, kU8, kF64, kLocate, nullptr),
     peer("vsrMinMaxLocf32", "", kF32, kU8, kF64, kLocate, nullptr),
     peer(
         "vsrReduceColumnsu8", "", kU8, kU8, kS32, [](Work& w) { cv::reduce(w.a, w.peer, 0, cv::REDUCE_SUM, CV_32S); },
-        nullptr),
+        PROJECTION(vsrReduceColumnsu8, 1, w.a.cols)),
     peer(
         "vsrReduceRowsu8", "", kU8, kU8, kS32, [](Work& w) { cv::reduce(w.a, w.peer, 1, cv::REDUCE_SUM, CV_32S); },
-        nullptr),
+        PROJECTION(vsrReduceRowsu8, w.a.rows, 1)),
     peer(
         "vsrSumOfAbsoluteDiffu8", "", kU8, kU8, kF64,
-        [](Work& w) { w.peer.at<double>(0) = cv::norm(w.a, w.b, cv::NORM_L1); }, nullptr),
+        [](Work& w) { w.peer.at<double>(0) = cv::norm(w.a, w.b, cv::NORM_L1); },
+        [](Work& w)
+        {
+            uint64_t sum = 0;
+            vsrSumOfAbsoluteDiffu8V(w.first<uint8_t>(), w.width(), w.height(), static_cast<uint32_t>(w.a.step),
+                                    w.second<uint8_t>(), static_cast<uint32_t>(w.b.step), &sum);
+            w.ours.at<double>(0) = static_cast<double>(sum);
+        }),
     // One vector per row, as the operation is called.
     peer(
         "vsrSumOfSquaredDiffu8", "", kU8, kU8, kF64,

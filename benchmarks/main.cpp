@@ -1,5 +1,5 @@
 // Times every operation, both kinds, at three image sizes beside its peers and a memcpy of the same bytes: one process,
-// one thread, repetitions of all benchmarks interleaved, medians. Takes Google Benchmark's options; --benchmark_filter
+// one thread, repetitions of all benchmarks interleaved, medians of processor time. Takes Google Benchmark's options; --benchmark_filter
 // chooses by "<operation>/<label>/<contestant>/<width>x<height>". With --instruction_sets the vector variants are timed
 // on every further instruction set that this machine has, as contestants of those names.
 #include <benchmark/benchmark.h>
@@ -110,7 +110,7 @@ class Table : public benchmark::BenchmarkReporter
         {
             if (run.run_type == Run::RT_Iteration && !run.error_occurred && run.iterations > 0)
             {
-                const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
+                const double seconds = run.cpu_accumulated_time / static_cast<double>(run.iterations);
                 times_[run.run_name.function_name].push_back(seconds * 1e9);
             }
         }

@@ -1,6 +1,7 @@
 /**
  * @file
- * Planar models (homography, affine map) fitted to point correspondences.
+ * Models of two views (homography, affine map, similarity, rigid motion, fundamental matrix) fitted to point
+ * correspondences; with visora/camera.h, visora/depth.h and visora/matrix.h all geometry.
  *
  * Common to all:
  * - A homography is 9 floats h0..h8, row by row. It maps (x, y) to ((h0 x + h1 y + h2) / w, (h3 x + h4 y + h5) / w)
@@ -16,6 +17,9 @@
 #ifndef VISORA_GEOM_H
 #define VISORA_GEOM_H
 
+#include "visora/camera.h"
+#include "visora/depth.h"
+#include "visora/matrix.h"
 #include "visora/types.h"
 
 VSR_BEGIN_DECLARATIONS
@@ -114,6 +118,68 @@ VSR_API vsrStatus vsrGeomHomographyRobustFitf32(const vsrCorrespondences* corrs,
 VSR_API vsrStatus vsrGeomHomographyRobustFitf32_v2(const vsrCorrespondences* corrs, float* homography, float maxsqerr,
                                                    uint16_t* inliers, uint32_t* numInliers, uint16_t* scratchInliers,
                                                    float* errinliers);
+
+/* ---- Models that refuse silently ----
+ *
+ * They return VISORA_EBADPARAM, without a log line and with nothing written, for a null pointer (also in the record,
+ * and also with numIndices 0), a stride below 2, a used coordinate, a model or a maxsqerr that is not finite, or a
+ * result that begins where another list of the call does; VISORA_ENOMEM, with nothing written, without scratch memory.
+ * Fits work in double precision and round once; pixels need no scaling.
+ */
+
+/**
+ * As vsrGeomAffineEvaluatef32.
+ * @param errinliers  room for numIndices entries; the squared error of each inlier
+ */
+VSR_API int vsrGeomAffineEvaluatef32_v2(const vsrCorrespondences* corrs, const float* affine, float maxsqerr,
+                                        uint16_t* inliers, uint32_t* numInliers, float* errinliers);
+
+/**
+ * Affine map of correspondences among which some are wrong, as vsrGeomHomographyRobustFitf32 by samples of 3. The state
+ * of randValue is not touched.
+ * @param affine    9 floats, the last row (0, 0, 1): the least-squares fit to all inliers, or the best sample's model
+ *                  where that fit fails
+ * @param maxsqerr  as for vsrGeomAffineEvaluatef32, at least 0
+ * @param inliers   room for numIndices entries; the point numbers of the best sample's inliers, in order
+ * @return 0; VISORA_EFAIL when no map was found (all zero then, and no inliers)
+ */
+VSR_API vsrStatus vsrGeomAffineRobustFitf32(const vsrCorrespondences* corrs, float* affine, float maxsqerr,
+                                            uint16_t* inliers, uint32_t* numInliers);
+
+/**
+ * Least-squares similarity (turn, scale and shift) in closed form.
+ * @param similarity  9 floats a, -b, tx, b, a, ty, 0, 0, 1
+ * @return 0; VISORA_EFAIL, with zeros, for fewer than 2 correspondences or when all points are the same
+ */
+VSR_API vsrStatus vsrGeomSimilarityFitf32(const vsrCorrespondences* corrs, float* similarity);
+
+/**
+ * Rigid motion between two sets of points in space, to = scale R from + t, in the least-squares sense (S. Umeyama,
+ * 1991).
+ * @param from       3 numPoints floats, finite; at least one point
+ * @param to         their partners
+ * @param withScale  0: the scale is 1
+ * @param rotation   9 floats, row by row
+ * @return 0; VISORA_EFAIL, with zeros, for fewer than 3 points, or when a scale is asked for and all are the same
+ */
+VSR_API vsrStatus vsrGeomRigidFit3xNf32(const float* from, const float* to, uint32_t numPoints, uint32_t withScale,
+                                        float* rotation, float* translation, float* scale);
+
+/**
+ * Fundamental matrix F with (u, v, 1) F (x, y, 1)' = 0 by the normalised eight-point method (R. Hartley, 1997).
+ * @param fundamental  9 floats, row by row, of rank 2 and length 1, the element of greatest magnitude positive
+ * @return 0; VISORA_EFAIL, with zeros, for fewer than 8 correspondences
+ */
+VSR_API vsrStatus vsrGeomFundamentalFitf32(const vsrCorrespondences* corrs, float* fundamental);
+
+/**
+ * Fundamental matrix of correspondences among which some are wrong, as vsrGeomAffineRobustFitf32 by samples of 8.
+ * @param maxsqerr  square of the Sampson distance below which a correspondence is an inlier, at least 0
+ */
+VSR_API vsrStatus vsrGeomFundamentalRobustFitf32(const vsrCorrespondences* corrs, float* fundamental, float maxsqerr,
+                                                 uint16_t* inliers, uint32_t* numInliers);
+
+/* ---- Samples ---- */
 
 /**
  * How many random samples are enough: with the given share of inliers, that many samples of `modelPoints` hold one

@@ -14,7 +14,7 @@
 #ifndef VISORA_INTEGRAL_H
 #define VISORA_INTEGRAL_H
 
-#include "visora/rectangle.h"
+#include "visora/types.h"
 
 VSR_BEGIN_DECLARATIONS
 

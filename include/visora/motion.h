@@ -11,7 +11,7 @@
 #ifndef VISORA_MOTION_H
 #define VISORA_MOTION_H
 
-#include "visora/rectangle.h"
+#include "visora/types.h"
 
 VSR_BEGIN_DECLARATIONS
 

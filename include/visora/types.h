@@ -54,6 +54,16 @@ typedef struct vsrK6Attribute
     int32_t value;
 } vsrK6Attribute;
 
+/** An ellipse; the centre of pixel (x, y) has the coordinates x and y. */
+typedef struct vsrEllipse
+{
+    float cx; /**< centre */
+    float cy;
+    float radiusA; /**< half axes, A the longer one in results */
+    float radiusB;
+    float angle; /**< of axis A, degrees from +x toward +y; in results 0 to below 180 */
+} vsrEllipse;
+
 /** How a pixel of a resized or warped image is made. */
 typedef uint32_t vsrInterpolation;
 
@@ -100,6 +110,25 @@ enum
     VISORA_FORMAT_YCRCB422_PSEUDO_PLANAR = 16,
     VISORA_FORMAT_YCRCB420_PSEUDO_PLANAR = 17
 };
+
+/** A rectangle of pixels. */
+typedef struct vsrRectangle
+{
+    uint32_t x; /**< left column */
+    uint32_t y; /**< top row */
+    uint32_t width;
+    uint32_t height;
+} vsrRectangle;
+
+/** A rectangle, or the box about an ellipse, in any direction. */
+typedef struct vsrRotatedBox
+{
+    float cx; /**< centre, in pixels; (0, 0) is the centre of the top-left pixel */
+    float cy;
+    float width; /**< sides */
+    float height;
+    float angle; /**< of the width, degrees from +x toward +y */
+} vsrRotatedBox;
 
 /* ---- Variables ---- */
 

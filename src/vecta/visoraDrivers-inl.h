@@ -94,7 +94,8 @@ HWY_INLINE void stepRow(size_t width, const Step& step, P... rows)
     constexpr size_t lanes = Step::kLanes;
     // Pointers that move leave less to do per step than an index.
     const auto advance = [&](size_t columns) HWY_ATTR { ((rows.data += columns * P::kPer), ...); };
-    [&](auto... ends) HWY_ATTR
+    // Inlined, so that the pointers stay in registers.
+    [&](auto... ends) HWY_ATTR __attribute__((always_inline))
     {
         const size_t rest = width % lanes;
         if (rest != 0 && width > lanes)
@@ -132,7 +133,8 @@ HWY_INLINE void stepRow(size_t width, const Step& step, P... rows)
                 (ends.give(rows, 0, lanes), ...);
             }
         }
-    }(RowEnd<P, lanes>{}...);
+    }
+    (RowEnd<P, lanes>{}...);
 }
 
 /** stepRow over all rows; rows that follow each other without a gap are one. */

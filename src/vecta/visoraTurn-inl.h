@@ -40,11 +40,26 @@ HWY_INLINE Block<D> turned(D d, const Block<D>& b)
             hn::BitCast(d, hn::InterleaveLower(d64, a1, a3)), hn::BitCast(d, hn::InterleaveUpper(d64, a1, a3))};
 }
 
-/** Rows row, row + 4, ... side by side, load(row) giving four columns of one. */
+/** Vector i of the result holds the four floats at place i of all of them. For vectors of sixteen floats. */
+template <class D>
+HWY_INLINE Block<D> turnedQuads(D d, const Block<D>& b)
+{
+    static_assert(hn::MaxLanes(D()) == 16);
+    const auto swapped = [](auto v) HWY_ATTR { return hn::SwapAdjacentBlocks(v); };
+    const auto a0 = hn::OddEvenBlocks(swapped(b.v1), b.v0);
+    const auto a1 = hn::OddEvenBlocks(b.v1, swapped(b.v0));
+    const auto a2 = hn::OddEvenBlocks(swapped(b.v3), b.v2);
+    const auto a3 = hn::OddEvenBlocks(b.v3, swapped(b.v2));
+    return {hn::ConcatLowerLower(d, a2, a0), hn::ConcatLowerLower(d, a3, a1), hn::ConcatUpperUpper(d, a2, a0),
+            hn::ConcatUpperUpper(d, a3, a1)};
+}
+
+/** Rows row, row + 4, ... side by side, load(row) giving four columns of one; so with others than floats, of which a
+ * block of 128 bits has more. */
 template <class D, class Load>
 HWY_INLINE hn::Vec<D> sideBySide(D d, size_t row, Load load)
 {
-    if constexpr (hn::MaxLanes(D()) == 4)
+    if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 16)
     {
         return load(row);
     }

@@ -222,12 +222,49 @@ HWY_INLINE V lerpLanes(D d, V p, V q, V weight)
     return hn::IfThenElse(hn::Eq(weight, hn::Zero(d)), p, mixed);
 }
 
+/** Where there are floats that are no NaN. */
+template <class V>
+HWY_INLINE auto isNumber(V v)
+{
+#if HWY_ARCH_ARM_A64
+    // Compilers make three instructions of what they know to be a test for NaN.
+    if constexpr (sizeof(v.raw) == 16)
+    {
+        uint32x4_t equal;
+        asm("fcmeq %0.4s, %1.4s, %1.4s" : "=w"(equal) : "w"(v.raw));
+        return decltype(hn::Eq(v, v))(equal);
+    }
+    else
+#endif
+    {
+        return hn::Eq(v, v);
+    }
+}
+
 /** Every NaN as 0x7fc00000. */
 template <class D, class V>
 HWY_INLINE V withOneNan(D d, V v)
 {
     const hn::RebindToUnsigned<D> bits;
-    return hn::IfThenElse(hn::Eq(v, v), v, hn::BitCast(d, hn::Set(bits, 0x7fc00000)));
+    return hn::IfThenElse(isNumber(v), v, hn::BitCast(d, hn::Set(bits, 0x7fc00000)));
+}
+
+/** The same for results of arithmetic, whose NaNs do not signal. */
+template <class D, class V>
+HWY_INLINE V resultWithOneNan(D d, V v)
+{
+#if HWY_ARCH_ARM_A64
+    // Of a number and a quiet NaN this takes the number, of two the first. Compilers would take the second one.
+    if constexpr (sizeof(v.raw) == 16)
+    {
+        const float32x4_t nan = vreinterpretq_f32_u32(vdupq_n_u32(0x7fc00000));
+        float32x4_t result;
+        asm("fmaxnm %0.4s, %1.4s, %2.4s" : "=w"(result) : "w"(nan), "w"(v.raw));
+        (void)d;
+        return V(result);
+    }
+#endif
+    return withOneNan(d, v);
 }
 
 /** The elements of a vector in reverse. */

@@ -178,8 +178,9 @@ Image ellipse(double a, double b, double degrees)
     const double s = std::sin(degrees * M_PI / 180);
     for (size_t i = 0; i < image.size(); ++i)
     {
+        const size_t row = i / 128;
         const double x = static_cast<double>(i % 128) - 60;
-        const double y = static_cast<double>(i / 128) - 45;
+        const double y = static_cast<double>(row) - 45;
         image[i] = std::pow((x * c + y * s) / a, 2) + std::pow((y * c - x * s) / b, 2) <= 1 ? 200 : 0;
     }
     return image;
@@ -271,14 +272,16 @@ TEST(MotionHistory, RemembersForAWhileAndTellsTheDirection)
     EXPECT_TRUE(std::isnan(history[3]));
     EXPECT_EQ(VISORA_EBADPARAM, vsrMotionHistoryu8f32(mask, 4, 1, 0, 10, -1, history, 0));
 
-    for (double degrees = 0; degrees < 360; degrees += 22.5)
+    for (int sixteenth = 0; sixteenth < 16; ++sixteenth)
     {
+        const double degrees = 22.5 * sixteenth;
         // Time that grows in one direction.
         std::vector<float> times(40 * 20);
         for (size_t i = 0; i < times.size(); ++i)
         {
+            const size_t row = i / 40;
             times[i] = static_cast<float>(std::cos(degrees * M_PI / 180) * static_cast<double>(i % 40) +
-                                          std::sin(degrees * M_PI / 180) * static_cast<double>(i / 40));
+                                          std::sin(degrees * M_PI / 180) * static_cast<double>(row));
         }
         std::vector<float> orientation(times.size());
         Image valid(times.size());

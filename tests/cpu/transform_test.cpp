@@ -5,6 +5,7 @@
 #include <complex>
 
 #include "support/images.h"
+#include "support/instruction_sets.h"
 #include "visora/variants/statistics.h"
 
 namespace visora::test
@@ -166,6 +167,29 @@ INSTANTIATE_TEST_SUITE_P(Shapes, FftAccuracy,
                          testing::Values(FftShape{1, 1, 0}, FftShape{2, 8, VISORA_FFT_COMPLEX}, FftShape{64, 32, 0},
                                          FftShape{32, 64, VISORA_FFT_COMPLEX}, FftShape{512, 3, VISORA_FFT_ROWS},
                                          FftShape{1024, 2, VISORA_FFT_ROWS | VISORA_FFT_COMPLEX}));
+
+// Lines that do not fit the nearest cache are transformed in parts, which the small images of other tests never are.
+TEST(Fft, OfLongLinesIsTheSameByVectors)
+{
+    for (const auto& [width, height, flags] :
+         {FftShape{4096, 2, VISORA_FFT_ROWS}, FftShape{1024, 17, VISORA_FFT_ROWS | VISORA_FFT_COMPLEX},
+          FftShape{64, 2048, 0}, FftShape{4, 4096, VISORA_FFT_COMPLEX}})
+    {
+        std::vector<float> src(size_t{2} * width * height);
+        Random random(width);
+        std::generate(src.begin(), src.end(), [&] { return static_cast<float>(random.between(0, 2000)) / 512 - 2; });
+        const uint32_t stride = (flags & VISORA_FFT_COMPLEX) != 0 ? 8 * width : 4 * width;
+        std::vector<float> expected(src.size());
+        ASSERT_EQ(0u, vsrFFTf32C(src.data(), width, height, stride, flags, expected.data(), 8 * width));
+        for (const int64_t set : instructionSets())
+        {
+            const UseInstructionSet use(set);
+            std::vector<float> found(src.size());
+            ASSERT_EQ(0u, vsrFFTf32V(src.data(), width, height, stride, flags, found.data(), 8 * width));
+            ASSERT_TRUE(expected == found) << width << "x" << height << " " << hwy::TargetName(set);
+        }
+    }
+}
 
 TEST(Fft, TakesOnlyPowersOfTwoAndKnownFlags)
 {

@@ -132,14 +132,14 @@ const std::vector<Offloaded>& offloadedOperations()
 {
     const auto is = [](std::string_view a, std::string_view b) { return a == b; };
     static const std::vector<Offloaded> list{
-#define VSR_OFFLOADED(operation, answer, kind, ...) \
-    {#operation,                                    \
-     reinterpret_cast<VSR_FUNC>(operation##K),      \
-     reinterpret_cast<VSR_FUNC>(operation##Ka),     \
-     reinterpret_cast<VSR_FUNC>(operation##Kc),     \
-     reinterpret_cast<VSR_FUNC>(operation##Km),     \
-     is(#answer, "Status"),                         \
-     is(#kind, "FallBackIfLarge"),                  \
+#define VSR_OFFLOADED(operation, answer, kind, ...)                      \
+    {#operation,                                                         \
+     reinterpret_cast<VSR_FUNC>(operation##K),                           \
+     reinterpret_cast<VSR_FUNC>(operation##Ka),                          \
+     reinterpret_cast<VSR_FUNC>(operation##Kc),                          \
+     reinterpret_cast<VSR_FUNC>(operation##Km),                          \
+     is(#answer, "Status"),                                              \
+     is(#kind, "FallBackIfLarge") || is(#kind, "FallBackIfLargeOrLong"), \
      is(#kind, "Forward") || is(#kind, "Retry") || is(#kind, "RetryIfAligned")},
 #include "kdsp_rpc/multi_domains/operations/all.def"
     };

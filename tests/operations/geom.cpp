@@ -130,6 +130,27 @@ std::function<void(Arguments&)> robustFit(double typicalScale)
     };
 }
 
+template <auto kernel>
+void prepareRobust(Arguments& a)
+{
+    // A call takes up to 1500 fits, so a third of the shapes has to do.
+    if (a.choose(0, 2, 0) != 0)
+    {
+        return;
+    }
+    const Given given = giveCorrespondences(a, kTypicalPixels, kTypicalOutliers);
+    auto* model = a.output<float>(9, 1, 36);
+    // What lies behind the inliers is left as it was.
+    auto* inliers = a.output<uint16_t>(given.count, 1, size_t{given.count} * 2);
+    a.call(kernel, given.record, model, typicalMaxSquaredError(given.scale), inliers, a.output<uint32_t>(1, 1, 4));
+}
+
+void prepareAffineErrors(Arguments& a)
+{
+    prepareEvaluation<vsrGeomAffineEvaluatef32_v2C, 6, true>(a);
+    a.entry().unchecked = {};
+}
+
 constexpr char kFit[] =
     "corrs && homography && corrs->from && corrs->to && corrs->indices && corrs->fromStride > 1 && "
     "corrs->toStride > 1";
@@ -159,6 +180,11 @@ const Register fits({
      "pixels", 0, true},
     {VISORA_OPERATION(vsrGeomHomographyRobustFitf32_v2),
      ruled(kRobust, robustFit<vsrGeomHomographyRobustFitf32_v2C, true>(1)), "", 0, true},
+    {VISORA_OPERATION(vsrGeomAffineEvaluatef32_v2), prepareAffineErrors, "", 0, true},
+    {VISORA_OPERATION(vsrGeomAffineRobustFitf32), prepareRobust<vsrGeomAffineRobustFitf32C>, "", 0, true},
+    {VISORA_OPERATION(vsrGeomSimilarityFitf32), fit<vsrGeomSimilarityFitf32C>(kTypicalPixels), "", 0, true},
+    {VISORA_OPERATION(vsrGeomFundamentalFitf32), fit<vsrGeomFundamentalFitf32C>(kTypicalPixels), "", 0, true},
+    {VISORA_OPERATION(vsrGeomFundamentalRobustFitf32), prepareRobust<vsrGeomFundamentalRobustFitf32C>, "", 0, true},
 });
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <cmath>
 #include <limits>
 
+#include "support/floats.h"
 #include "support/operations.h"
 #include "visora/variants/warp.h"
 
@@ -286,8 +287,8 @@ template <auto kernel, size_t dimensions, size_t elements>
 void preparePoints(Arguments& a)
 {
     const uint32_t count = a.shape().width;
-    const auto* src = a.input<float>(count * dimensions, 1, count * dimensions * sizeof(float));
-    const auto* matrix = a.input<float>(elements, 1, elements * sizeof(float));
+    const auto* src = image<float>(a, count * dimensions, 1, count * dimensions * sizeof(float));
+    const auto* matrix = image<float>(a, elements, 1, elements * sizeof(float));
     a.call(kernel, src, count, matrix, a.output<float>(count * dimensions, 1, count * dimensions * sizeof(float)));
 }
 

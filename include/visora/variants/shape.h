@@ -2,7 +2,7 @@
 #ifndef VISORA_VARIANTS_SHAPE_H
 #define VISORA_VARIANTS_SHAPE_H
 
-#include "visora/types.h"
+#include "visora/shape.h"
 
 #define VISORA_LIST "visora/operations/shape.def"
 #include "visora/variants/list.h"

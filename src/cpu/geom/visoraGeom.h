@@ -70,8 +70,8 @@ class MinimalStandard
 constexpr uint32_t kRobustSeed = 200;
 constexpr uint32_t kMaxSamples = 1500;
 
-/** Draws the places of 4 different correspondences among `count`. False when 199 draws do not give them. */
-bool drawSample(MinimalStandard& generator, uint32_t count, uint32_t places[kHomographyPoints]);
+/** Draws the places of `points` different correspondences among `count`. False when 199 draws do not give them. */
+bool drawSample(MinimalStandard& generator, uint32_t count, uint32_t* places, uint32_t points = kHomographyPoints);
 
 /** How many samples are enough when the best one has that many inliers; `limit` has been enough so far. */
 uint32_t lowerSampleLimit(uint32_t limit, uint32_t inliers, uint32_t count);

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <iterator>
 
-#include "cpu/geom/visoraGeom.h"
+#include "cpu/geom/visoraGeomTwoView.h"
 
 using visora::Correspondence;
 using visora::correspondence;
@@ -55,43 +55,19 @@ NormalEquations<float, 6> affineEquations(const vsrCorrespondences& corrs)
     return equations;
 }
 
-// Lists the correspondences for which squaredError(correspondence, limit) is below `limit`, which it may scale.
-template <class SquaredError>
-int evaluate(const vsrCorrespondences& corrs, float maxsqerr, uint16_t* inliers, uint32_t* numInliers,
-             float* errinliers, SquaredError squaredError)
-{
-    uint32_t count = 0;
-    for (uint32_t i = 0; i < corrs.numIndices; ++i)
-    {
-        float limit = maxsqerr;
-        const float error = squaredError(correspondence(corrs, i), limit);
-        if (error < limit)
-        {
-            inliers[count] = corrs.indices[i];
-            if (errinliers)
-            {
-                errinliers[count] = error;
-            }
-            ++count;
-        }
-    }
-    *numInliers = count;
-    return count == corrs.numIndices ? 0 : -1;
-}
-
 // Both sides of the test are multiplied by w^2.
 int evaluateHomography(const vsrCorrespondences& corrs, const float* h, float maxsqerr, uint16_t* inliers,
                        uint32_t* numInliers, float* errinliers)
 {
-    return evaluate(corrs, maxsqerr, inliers, numInliers, errinliers,
-                    [h](const Correspondence& c, float& limit)
-                    {
-                        const float w = h[8] + (h[6] * c.x + h[7] * c.y);
-                        const float ex = h[2] + (h[0] * c.x + h[1] * c.y) - c.u * w;
-                        const float ey = h[5] + (h[3] * c.x + h[4] * c.y) - c.v * w;
-                        limit = w * (w * limit);
-                        return ex * ex + ey * ey;
-                    });
+    return visora::listInliers(corrs, maxsqerr, inliers, numInliers, errinliers,
+                               [h](const Correspondence& c, float& limit)
+                               {
+                                   const float w = h[8] + (h[6] * c.x + h[7] * c.y);
+                                   const float ex = h[2] + (h[0] * c.x + h[1] * c.y) - c.u * w;
+                                   const float ey = h[5] + (h[3] * c.x + h[4] * c.y) - c.v * w;
+                                   limit = w * (w * limit);
+                                   return ex * ex + ey * ey;
+                               });
 }
 
 vsrStatus robustFit(const vsrCorrespondences& corrs, float* homography, float maxsqerr, uint16_t* inliers,
@@ -261,13 +237,13 @@ int vsrGeomHomographyEvaluatef32_v2C(const vsrCorrespondences* corrs, const floa
 int vsrGeomAffineEvaluatef32C(const vsrCorrespondences* corrs, const float* affine, float maxsqerr, uint16_t* inliers,
                               uint32_t* numInliers)
 {
-    return evaluate(*corrs, maxsqerr, inliers, numInliers, nullptr,
-                    [a = affine](const Correspondence& c, float&)
-                    {
-                        const float ex = a[2] + a[0] * c.x + a[1] * c.y - c.u;
-                        const float ey = a[5] + a[3] * c.x + a[4] * c.y - c.v;
-                        return ex * ex + ey * ey;
-                    });
+    return vsrGeomAffineEvaluatef32_v2C(corrs, affine, maxsqerr, inliers, numInliers, nullptr);
+}
+
+int vsrGeomAffineEvaluatef32_v2C(const vsrCorrespondences* corrs, const float* affine, float maxsqerr,
+                                 uint16_t* inliers, uint32_t* numInliers, float* errinliers)
+{
+    return visora::listInliers(*corrs, maxsqerr, inliers, numInliers, errinliers, visora::AffineResidual{affine});
 }
 
 vsrStatus vsrGeomHomographyRobustFitf32C(const vsrCorrespondences* corrs, float* homography, float maxsqerr,

@@ -70,11 +70,11 @@ uint32_t samplesNeeded(float outlierChance, float logMiss, int limit)
 
 }  // namespace
 
-bool visora::drawSample(MinimalStandard& generator, uint32_t count, uint32_t places[kHomographyPoints])
+bool visora::drawSample(MinimalStandard& generator, uint32_t count, uint32_t* places, uint32_t points)
 {
     constexpr int kMaxDraws = 199;
     uint32_t* end = places;
-    for (int draw = 0; draw < kMaxDraws && end != places + kHomographyPoints; ++draw)
+    for (int draw = 0; draw < kMaxDraws && end != places + points; ++draw)
     {
         const uint32_t place = generator.next() % count;
         if (std::find(places, end, place) == end)
@@ -82,7 +82,7 @@ bool visora::drawSample(MinimalStandard& generator, uint32_t count, uint32_t pla
             *end++ = place;
         }
     }
-    return end == places + kHomographyPoints;
+    return end == places + points;
 }
 
 uint32_t visora::lowerSampleLimit(uint32_t limit, uint32_t inliers, uint32_t count)

@@ -166,6 +166,33 @@ HWY_INLINE void storeRepeated(D d, V pairs, uint8_t* dstCb, uint8_t* dstCr)
 #endif
 }
 
+#if HWY_ARCH_ARM
+/** Pairs to two planes of samples as they are: loads take them apart. */
+template <bool kTwoRows>
+HWY_INLINE bool splitPairs(Rows<kTwoRows> src, size_t units, uint8_t* dstCb, uint8_t* dstCr)
+{
+    return withFittingVector<uint8_t>(units,
+                                      [=](auto d) HWY_ATTR
+                                      {
+                                          coverRange(0, units, hn::Lanes(d),
+                                                     [=](size_t x) HWY_ATTR
+                                                     {
+                                                         hn::Vec<decltype(d)> b, r;
+                                                         loadPairs(d, src.top + 2 * x, b, r);
+                                                         if constexpr (kTwoRows)
+                                                         {
+                                                             hn::Vec<decltype(d)> below, rBelow;
+                                                             loadPairs(d, src.bottom + 2 * x, below, rBelow);
+                                                             b = hn::AverageRound(b, below);
+                                                             r = hn::AverageRound(r, rBelow);
+                                                         }
+                                                         hn::StoreU(b, d, dstCb + x);
+                                                         hn::StoreU(r, d, dstCr + x);
+                                                     });
+                                      });
+}
+#endif
+
 /** The same from pairs. */
 template <Along along, bool kToPairs, bool kTwoRows>
 HWY_INLINE bool convertPairs(Rows<kTwoRows> src, size_t units, uint8_t* dstCb, uint8_t* dstCr)
@@ -224,8 +251,17 @@ HWY_INLINE bool convertRow(const ChromaSamples<const uint8_t>& top, const Chroma
                          : convertPlanes<along, false, kTwoRows>(cb, cr, units, dst.cb, dst.cr);
     }
     const From pairs = {top.cb, bottom.cb};
-    return isToPairs ? convertPairs<along, true, kTwoRows>(pairs, units, dst.cb, dst.cr)
-                     : convertPairs<along, false, kTwoRows>(pairs, units, dst.cb, dst.cr);
+    if (isToPairs)
+    {
+        return convertPairs<along, true, kTwoRows>(pairs, units, dst.cb, dst.cr);
+    }
+#if HWY_ARCH_ARM
+    if constexpr (along == Along::Same)
+    {
+        return splitPairs(pairs, units, dst.cb, dst.cr);
+    }
+#endif
+    return convertPairs<along, false, kTwoRows>(pairs, units, dst.cb, dst.cr);
 }
 
 /** Chroma but for a last column that stands alone. @return false when it is too narrow */

@@ -28,21 +28,95 @@ HWY_INLINE auto loadFor(D d, const uint8_t* src)
 }
 
 #if !HWY_ARCH_ARM
-/** Four bytes a pixel to three by a shuffle. Every store but for its last quarter stays: the next one begins there. So
- * the row's last pixels are left. @return how many pixels are done */
-template <bool kBlueFirst>
+
+// Pixels of four bytes and of three: a shuffle within blocks of 128 bits, which hold four pixels, and another one of
+// groups of four bytes, which brings blocks of 12 bytes together or apart.
+
+template <bool kExchanges, class D>
+HWY_INLINE hn::Vec<D> withoutAlpha(D d, const uint8_t* pixels)
+{
+    alignas(16) static constexpr uint8_t kSameOrder[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14};
+    alignas(16) static constexpr uint8_t kExchanged[16] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12};
+    return hn::TableLookupBytes(hn::LoadU(d, pixels), hn::LoadDup128(d, kExchanges ? kExchanged : kSameOrder));
+}
+
+#if HWY_TARGET <= HWY_AVX3
+/** Four vectors of pixels of four bytes to three of three. */
+template <bool kExchanges>
+HWY_INLINE void dropAlphaOfFour(const uint8_t* src, uint8_t* dst)
+{
+    const hn::FixedTag<uint8_t, 64> d;
+    const auto take = [=](size_t i) HWY_ATTR { return withoutAlpha<kExchanges>(d, src + 64 * i).raw; };
+    const auto put = [=](size_t i, __m512i v) HWY_ATTR { hn::StoreU(hn::Vec<decltype(d)>{v}, d, dst + 64 * i); };
+    const __m512i v0 = take(0), v1 = take(1), v2 = take(2), v3 = take(3);
+    // Fours of bytes from 16 on are the second vector's; the last of each four is of no pixel.
+    put(0,
+        _mm512_permutex2var_epi32(v0, _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20), v1));
+    put(1, _mm512_permutex2var_epi32(v1, _mm512_setr_epi32(5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25),
+                                     v2));
+    put(2, _mm512_permutex2var_epi32(
+               v2, _mm512_setr_epi32(10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25, 26, 28, 29, 30), v3));
+}
+#endif
+
+#if HWY_TARGET <= HWY_AVX3
+/** 64 pixels of RGB565 to three bytes each. */
+template <bool kExchanges>
+HWY_INLINE void spreadFields(const uint8_t* src, uint8_t* dst)
+{
+    const hn::FixedTag<uint8_t, 64> d;
+    const hn::FixedTag<uint16_t, 32> u16;
+    using V16 = hn::Vec<decltype(u16)>;
+    alignas(16) static constexpr uint8_t kSameOrder[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14};
+    alignas(16) static constexpr uint8_t kExchanged[16] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12};
+    const auto order = hn::LoadDup128(d, kExchanges ? kExchanged : kSameOrder);
+    // Blocks of four pixels in 12 bytes: those at even places among all, and those at odd ones.
+    const auto spread = [=](size_t half, __m512i& even, __m512i& odd) HWY_ATTR
+    {
+        const V16 words = hn::BitCast(u16, hn::LoadU(d, src + 64 * half));
+        const auto masked = [=](V16 v, uint16_t mask) HWY_ATTR { return hn::And(v, hn::Set(u16, mask)); };
+        const V16 red = hn::Or(masked(hn::ShiftLeft<3>(words), 0x00F8), masked(hn::ShiftRight<2>(words), 0x0007));
+        const V16 green = hn::Or(masked(hn::ShiftLeft<5>(words), 0xFC00), masked(hn::ShiftRight<1>(words), 0x0300));
+        const V16 blue = hn::Or(masked(hn::ShiftRight<8>(words), 0x00F8), hn::ShiftRight<13>(words));
+        const V16 redGreen = hn::Or(red, green);
+        even = hn::TableLookupBytes(hn::BitCast(d, hn::InterleaveLower(u16, redGreen, blue)), order).raw;
+        odd = hn::TableLookupBytes(hn::BitCast(d, hn::InterleaveUpper(u16, redGreen, blue)), order).raw;
+    };
+    __m512i even0, odd0, even1, odd1;
+    spread(0, even0, odd0);
+    spread(1, even1, odd1);
+    const auto put = [=](size_t i, __m512i v) HWY_ATTR { hn::StoreU(hn::Vec<decltype(d)>{v}, d, dst + 64 * i); };
+    // Fours of bytes from 16 on are those of odd blocks.
+    put(0, _mm512_permutex2var_epi32(even0, _mm512_setr_epi32(0, 1, 2, 16, 17, 18, 4, 5, 6, 20, 21, 22, 8, 9, 10, 24),
+                                     odd0));
+    put(1, _mm512_mask_blend_epi32(
+               0xFF00,
+               _mm512_permutex2var_epi32(
+                   even0, _mm512_setr_epi32(25, 26, 12, 13, 14, 28, 29, 30, 0, 0, 0, 0, 0, 0, 0, 0), odd0),
+               _mm512_permutex2var_epi32(even1, _mm512_setr_epi32(0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 16, 17, 18, 4, 5),
+                                         odd1)));
+    put(2, _mm512_permutex2var_epi32(
+               even1, _mm512_setr_epi32(6, 20, 21, 22, 8, 9, 10, 24, 25, 26, 12, 13, 14, 28, 29, 30), odd1));
+}
+#endif
+
+/** Four bytes a pixel to three. Every store but for its last quarter stays: the next one begins there. So the row's
+ * last pixels are left. @return how many pixels are done */
+template <bool kExchanges>
 HWY_INLINE size_t dropAlpha(const uint8_t* src, size_t width, uint8_t* dst)
 {
     const hn::CappedTag<uint8_t, 32> d;
-    using V = hn::Vec<decltype(d)>;
-    alignas(16) static constexpr uint8_t kSameOrder[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14};
-    alignas(16) static constexpr uint8_t kExchanged[16] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12};
-    const V order = hn::LoadDup128(d, kBlueFirst ? kExchanged : kSameOrder);
     const size_t n = hn::Lanes(d);
     size_t x = 0;
+#if HWY_TARGET <= HWY_AVX3
+    for (; x + 64 <= width; x += 64)
+    {
+        dropAlphaOfFour<kExchanges>(src + 4 * x, dst + 3 * x);
+    }
+#endif
     for (; 3 * x + n <= 3 * width && x + n / 4 <= width; x += n / 4)
     {
-        V pixels = hn::TableLookupBytes(hn::LoadU(d, src + 4 * x), order);
+        auto pixels = withoutAlpha<kExchanges>(d, src + 4 * x);
         if constexpr (kBlocks<decltype(d)> == 2)
         {
             const hn::Repartition<int32_t, decltype(d)> s32;
@@ -54,6 +128,33 @@ HWY_INLINE size_t dropAlpha(const uint8_t* src, size_t width, uint8_t* dst)
     }
     return x;
 }
+
+/** Three bytes a pixel to four. Every load but for its last quarter counts, so the row's last pixels are left. @return
+ * how many pixels are done */
+template <bool kExchanges>
+HWY_INLINE size_t addAlpha(const uint8_t* src, size_t width, uint8_t* dst)
+{
+    const hn::ScalableTag<uint8_t> d;
+    const hn::Repartition<int32_t, decltype(d)> s32;
+    alignas(16) static constexpr uint8_t kSameOrder[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
+    alignas(16) static constexpr uint8_t kExchanged[16] = {2, 1, 0, 0, 5, 4, 3, 3, 8, 7, 6, 6, 11, 10, 9, 9};
+    alignas(64) static constexpr int32_t kApart[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
+    const auto order = hn::LoadDup128(d, kExchanges ? kExchanged : kSameOrder);
+    const auto opaque = hn::BitCast(d, hn::Set(s32, static_cast<int32_t>(0xFF000000)));
+    const size_t n = hn::Lanes(d);
+    size_t x = 0;
+    for (; 3 * x + n <= 3 * width; x += n / 4)
+    {
+        auto pixels = hn::LoadU(d, src + 3 * x);
+        if constexpr (kBlocks < decltype(d) >> 1)
+        {
+            pixels = hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(s32, pixels), hn::SetTableIndices(s32, kApart)));
+        }
+        hn::StoreU(hn::Or(hn::TableLookupBytes(pixels, order), opaque), d, dst + 4 * x);
+    }
+    return x;
+}
+
 #endif
 
 template <class Source, class Destination>
@@ -66,11 +167,25 @@ HWY_INLINE bool repackRow(const uint8_t* src, size_t width, uint8_t* dst)
             const size_t n = hn::Lanes(d);
             size_t begin = 0;
 #if !HWY_ARCH_ARM
-            if constexpr (Source::kBytes == 4 && Destination::kBytes == 3)
+            if constexpr (Source::kBytes + Destination::kBytes == 7)
             {
-                const size_t done = dropAlpha<std::is_same_v<Destination, BGR888>>(src, width, dst);
+                constexpr bool kExchanges =
+                    std::is_same_v<Destination, BGR888> || std::is_same_v<Destination, BGRA8888>;
+                const size_t done = Source::kBytes == 4 ? dropAlpha<kExchanges>(src, width, dst)
+                                                        : addAlpha<kExchanges>(src, width, dst);
                 begin = HWY_MIN(done, width - n);
             }
+#if HWY_TARGET <= HWY_AVX3
+            if constexpr (Source::kBytes == 2 && Destination::kBytes == 3)
+            {
+                size_t done = 0;
+                for (; done + 64 <= width; done += 64)
+                {
+                    spreadFields<std::is_same_v<Destination, BGR888>>(src + 2 * done, dst + 3 * done);
+                }
+                begin = HWY_MIN(done, width - n);
+            }
+#endif
 #endif
             coverRange(begin, width, n,
                        [=](size_t x) HWY_ATTR

@@ -16,13 +16,6 @@ namespace HWY_NAMESPACE
 
 // ---- Formulas ----
 
-/** Every NaN becomes the one that results have. */
-template <class D, class V>
-HWY_INLINE V oneNan(D d, V v)
-{
-    return hn::IfThenElse(hn::Eq(v, v), v, hn::Set(d, kNan));
-}
-
 /** a < b ? a : b of floats: b when a is a NaN or equal. */
 template <class V>
 HWY_INLINE V smallerOr(V a, V b)
@@ -52,7 +45,7 @@ HWY_INLINE V absDiff(D d, V a, V b)
     using T = hn::TFromD<D>;
     if constexpr (std::is_same_v<T, float>)
     {
-        return oneNan(d, hn::Abs(hn::Sub(a, b)));
+        return resultWithOneNan(d, hn::Abs(hn::Sub(a, b)));
     }
     else if constexpr (std::is_signed_v<T>)
     {

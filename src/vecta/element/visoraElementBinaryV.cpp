@@ -22,14 +22,27 @@ constexpr auto larger = [](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::Max
 constexpr auto saturatedSum = [](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::SaturatedAdd(a, b); };
 constexpr auto sum = [](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::Add(a, b); };
 
-constexpr auto product = [](auto d, auto a, auto b, float scale) HWY_ATTR
-{ return oneNan(d, hn::Mul(hn::Mul(hn::Set(d, scale), a), b)); };
+constexpr auto product = [](auto d, auto a, auto b) HWY_ATTR { return resultWithOneNan(d, hn::Mul(a, b)); };
 
-constexpr auto quotient = [](auto d, auto a, auto b, float scale) HWY_ATTR
+constexpr auto quotient = [](auto d, auto a, auto b) HWY_ATTR
 {
     const auto zero = hn::Zero(d);
-    return hn::IfThenElse(hn::Eq(b, zero), zero, oneNan(d, hn::Div(hn::Mul(hn::Set(d, scale), a), b)));
+    return hn::IfThenElse(hn::Eq(b, zero), zero, resultWithOneNan(d, hn::Div(a, b)));
 };
+
+// dst = formula(scale * src1, src2). A scale of 1 changes nothing.
+template <class Formula>
+HWY_INLINE vsrStatus scaledBinary(Formula formula, const float* src1, uint32_t width, uint32_t height,
+                                  uint32_t src1Stride, const float* src2, uint32_t src2Stride, float scale, float* dst,
+                                  uint32_t dstStride)
+{
+    if (scale == 1)
+    {
+        return binary(formula, src1, width, height, src1Stride, src2, src2Stride, dst, dstStride);
+    }
+    const auto scaled = [=](auto d, auto a, auto b) HWY_ATTR { return formula(d, hn::Mul(hn::Set(d, scale), a), b); };
+    return binary(scaled, src1, width, height, src1Stride, src2, src2Stride, dst, dstStride);
+}
 
 // dst = (src1 & mask) | (src2 & ~mask).
 struct SelectStep
@@ -93,9 +106,10 @@ VSR_KERNEL(vsrAbsDiffu16, absDiffU16, binary, difference);
 VSR_KERNEL(vsrAbsDiffs32, absDiffS32, binary, difference);
 VSR_KERNEL(vsrAbsDifff32, absDiffF32, binary, difference);
 VSR_KERNEL(vsrAddu8, addU8, binary, saturatedSum);
-VSR_KERNEL(vsrAddf32, addF32, binary, [](auto d, auto a, auto b) HWY_ATTR { return oneNan(d, hn::Add(a, b)); });
-VSR_KERNEL(vsrElementMulf32, mulF32, binary, product);
-VSR_KERNEL(vsrElementDivf32, divF32, binary, quotient);
+VSR_KERNEL(vsrAddf32, addF32, binary,
+           [](auto d, auto a, auto b) HWY_ATTR { return resultWithOneNan(d, hn::Add(a, b)); });
+VSR_KERNEL(vsrElementMulf32, mulF32, scaledBinary, product);
+VSR_KERNEL(vsrElementDivf32, divF32, scaledBinary, quotient);
 VSR_KERNEL(vsrElementMuls16, mulS16, binary,
            [](auto d, auto a, auto b, uint32_t shift) HWY_ATTR
            { return shiftedProduct(d, a, b, static_cast<int>(shift)); });

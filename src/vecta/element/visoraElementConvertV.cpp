@@ -43,7 +43,8 @@ struct ToFloatStep : ByteStep
                    [&](auto k, auto v) HWY_ATTR
                    {
                        const auto scaled = hn::Mul(hn::Set(d, scale), hn::ConvertTo(d, v));
-                       hn::StoreU(oneNan(d, hn::Add(scaled, hn::Set(d, offset))), d, dst + k * hn::MaxLanes(d));
+                       hn::StoreU(resultWithOneNan(d, hn::Add(scaled, hn::Set(d, offset))), d,
+                                  dst + k * hn::MaxLanes(d));
                    });
     }
 };
@@ -80,7 +81,7 @@ struct AccumulateStep : ByteStep
     HWY_INLINE hn::Vec<DF> blended(hn::Vec<DS32> v, const float* old) const
     {
         const DF d;
-        return oneNan(
+        return resultWithOneNan(
             d, hn::Add(hn::Mul(hn::Set(d, beta), hn::LoadU(d, old)), hn::Mul(hn::Set(d, alpha), hn::ConvertTo(d, v))));
     }
 };

@@ -67,8 +67,8 @@ struct FloatStep
         turn = hn::IfThenZeroElse(hn::Ge(turn, hn::Set(d, polar::kWhole)), turn);
         const VF length = hn::Sqrt(hn::Add(hn::Mul(x, x), hn::Mul(y, y)));
         // Only a NaN among x and y makes the length one: squares are not negative.
-        hn::StoreU(oneNan(d, length), d, magnitude);
-        hn::StoreU(hn::IfThenElse(hn::Eq(length, length), turn, hn::Set(d, kNan)), d, angle);
+        hn::StoreU(resultWithOneNan(d, length), d, magnitude);
+        hn::StoreU(hn::IfThenElse(isNumber(length), turn, hn::Set(d, kNan)), d, angle);
     }
 };
 

@@ -235,7 +235,7 @@ HWY_INLINE void addWindowRow(D8 d8, D32 d32, V8 p, const uint8_t* guide, const u
     }
 }
 
-// The means of sixteen pixels, from sums of rows that 32 bits hold, one after the other.
+// The means of sixteen pixels where 32 bits hold the sums of single rows of the window only.
 class LargeMeans
 {
   public:
@@ -291,6 +291,7 @@ HWY_INLINE vsrStatus anyBilateral(const WindowSource<uint8_t>& source, const Win
         return VISORA_ENOMEM;
     }
     auto* pairs = scratch.as<int32_t>();
+    int64_t weightSum = 0;
     for (size_t j = 0; j <= radius; ++j)
     {
         const auto weightAt = [&](size_t column)
@@ -301,6 +302,7 @@ HWY_INLINE vsrStatus anyBilateral(const WindowSource<uint8_t>& source, const Win
         for (size_t k = 0; k < pairCount; ++k)
         {
             pairs[j * pairCount + k] = tapPair(weightAt(2 * k), weightAt(2 * k + 1));
+            weightSum += (j == 0 ? 1 : 2) * (weightAt(2 * k) + weightAt(2 * k + 1));
         }
     }
     const WeightTable<entries> table(weights.ofDifference);
@@ -325,7 +327,7 @@ HWY_INLINE vsrStatus anyBilateral(const WindowSource<uint8_t>& source, const Win
                        });
         }
     };
-    if (radius <= 7)
+    if (weightSum <= INT32_MAX / (255 * 128))
     {
         withFittingVector<uint8_t>(source.width,
                                    [&](auto d8) HWY_ATTR

@@ -251,73 +251,122 @@ bool boxMean11x11(const BoxCall& call)
 template <size_t n>
 using Together = std::integral_constant<size_t, n>;
 
-// Covers [0, width) in steps of four vectors, then of one.
-template <class D, class Body>
-HWY_INLINE void coverFour(D d, size_t width, Body body)
+// Covers [begin, end) in steps of n vectors, then of one.
+template <size_t n, class D, class Body>
+HWY_INLINE void coverTogether(D d, size_t begin, size_t end, Body body)
 {
     const size_t lanes = hn::Lanes(d);
-    size_t x = 0;
-    for (; x + 4 * lanes <= width; x += 4 * lanes)
+    size_t x = begin;
+    for (; x + n * lanes <= end; x += n * lanes)
     {
-        body(x, Together<4>());
+        body(x, Together<n>());
     }
-    for (; x + lanes <= width; x += lanes)
+    for (; x + lanes <= end; x += lanes)
     {
         body(x, Together<1>());
     }
-    if (x < width)
+    if (x < end)
     {
-        body(width - lanes, Together<1>());
+        body(end - lanes, Together<1>());
     }
 }
+
+// Some vectors side by side.
+template <size_t n, class D>
+struct Vectors
+{
+    HWY_INLINE void load(D d, const float* from)
+    {
+        for (size_t i = 0; i < n; ++i)
+        {
+            v[i] = hn::LoadU(d, from + i * hn::Lanes(d));
+        }
+    }
+    HWY_INLINE void add(const Vectors& other)
+    {
+        for (size_t i = 0; i < n; ++i)
+        {
+            v[i] = hn::Add(v[i], other.v[i]);
+        }
+    }
+    HWY_INLINE void store(D d, float* to) const
+    {
+        for (size_t i = 0; i < n; ++i)
+        {
+            hn::StoreU(v[i], d, to + i * hn::Lanes(d));
+        }
+    }
+
+    hn::Vec<D> v[n];
+};
+
+// The rows of a window that lie inside the image.
+struct WindowSpan
+{
+    const float* begin;
+    const float* end;
+};
 
 // Sums begin with the first row itself; the sum along the row begins with +0 and makes +0 of a -0.
 template <size_t n, class D>
-HWY_INLINE void columnSumsFrom(D d, const float* rows, size_t span, size_t step, float* sums)
+HWY_INLINE void columnSumsFrom(D d, const WindowSpan& window, size_t x, size_t step, float* sums)
 {
-    const size_t lanes = hn::Lanes(d);
-    hn::Vec<D> sum[n];
-    for (size_t i = 0; i < n; ++i)
+    Vectors<n, D> sum, row;
+    sum.load(d, window.begin + x);
+    for (const float* at = window.begin + step; at != window.end; at += step)
     {
-        sum[i] = hn::LoadU(d, rows + i * lanes);
+        row.load(d, at + x);
+        sum.add(row);
     }
-    const float* end = rows + span;
-    for (const float* row = rows + step; row != end; row += step)
+    sum.store(d, sums + x);
+}
+
+// The same of two windows, one row apart and of at least two rows: those that they share are loaded once.
+template <size_t n, class D>
+HWY_INLINE void columnSumsTwice(D d, const WindowSpan& upper, const WindowSpan& lower, size_t x, size_t step,
+                                float* upperSums, float* lowerSums)
+{
+    Vectors<n, D> up, low, row;
+    low.load(d, lower.begin + x);
+    up.load(d, upper.begin + x);
+    if (upper.begin != lower.begin)
     {
-        for (size_t i = 0; i < n; ++i)
-        {
-            sum[i] = hn::Add(sum[i], hn::LoadU(d, row + i * lanes));
-        }
+        up.add(low);
     }
-    for (size_t i = 0; i < n; ++i)
+    for (const float* at = lower.begin + step; at != upper.end; at += step)
     {
-        hn::StoreU(sum[i], d, sums + i * lanes);
+        row.load(d, at + x);
+        up.add(row);
+        low.add(row);
     }
+    if (upper.end != lower.end)
+    {
+        row.load(d, upper.end + x);
+        low.add(row);
+    }
+    up.store(d, upperSums + x);
+    low.store(d, lowerSums + x);
 }
 
 template <size_t n, class D>
-HWY_INLINE void rowMeansFrom(D d, const float* sums, size_t count, hn::Vec<D> reciprocal, hn::Vec<D> quietNan,
-                             float* out)
+HWY_INLINE void rowMeansFrom(D d, const float* sums, size_t count, hn::Vec<D> reciprocal, float* out)
 {
-    const size_t lanes = hn::Lanes(d);
-    hn::Vec<D> sum[n];
+    Vectors<n, D> sum, column;
     for (size_t i = 0; i < n; ++i)
     {
-        sum[i] = hn::Zero(d);
+        sum.v[i] = hn::Zero(d);
     }
     const float* end = sums + count;
-    for (const float* column = sums; column != end; ++column)
+    for (const float* at = sums; at != end; ++at)
     {
-        for (size_t i = 0; i < n; ++i)
-        {
-            sum[i] = hn::Add(sum[i], hn::LoadU(d, column + i * lanes));
-        }
+        column.load(d, at);
+        sum.add(column);
     }
-    for (size_t i = 0; i < n; ++i)
+    for (auto& v : sum.v)
     {
-        const auto mean = hn::Mul(sum[i], reciprocal);
-        hn::StoreU(hn::IfThenElse(hn::Eq(mean, mean), mean, quietNan), d, out + i * lanes);
+        v = resultWithOneNan(d, hn::Mul(v, reciprocal));
     }
+    sum.store(d, out);
 }
 
 template <class D>
@@ -333,17 +382,18 @@ HWY_INLINE vsrStatus boxMeanFloat(D d, const float* src, size_t width, size_t he
     const bool shared = std::less<>()(src, dstEnd) && std::less<>()(static_cast<const float*>(dst), srcEnd);
 
     const size_t sumsCount = left + width + right;
-    const Scratch memory((sumsCount + (shared ? width * height : 0)) * sizeof(float));
+    const Scratch memory((2 * sumsCount + (shared ? width * height : 0)) * sizeof(float));
     auto* const scratch = memory.as<float>();
     if (!scratch)
     {
         return VISORA_ENOMEM;
     }
-    std::fill_n(scratch, sumsCount, 0.0f);
-    float* sums = scratch + left;
+    std::fill_n(scratch, 2 * sumsCount, 0.0f);
+    float* const upperSums = scratch + left;
+    float* const lowerSums = upperSums + sumsCount;
     if (shared)
     {
-        float* image = scratch + sumsCount;
+        float* image = scratch + 2 * sumsCount;
         for (size_t y = 0; y < height; ++y)
         {
             std::copy_n(src + y * srcStep, width, image + y * width);
@@ -353,22 +403,46 @@ HWY_INLINE vsrStatus boxMeanFloat(D d, const float* src, size_t width, size_t he
     }
 
     const auto reciprocal = hn::Set(d, 1.0f / static_cast<float>(uint64_t{size} * size));
-    const auto quietNan = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<D>(), 0x7FC00000u));
-    for (size_t y = 0; y < height; ++y)
+    const auto windowAt = [=](size_t y) -> WindowSpan {
+        return {src + (y - std::min(y, size / 2)) * srcStep, src + std::min(y + size - size / 2, height) * srcStep};
+    };
+    // Strips of the image whose windows of rows stay in the first-level cache, and are wide beside the columns that
+    // neighbouring strips both need.
+    constexpr size_t kCachedFloats = 6144;
+    const size_t strip = std::max({size_t{256}, 4 * std::min(size, width), kCachedFloats / size});
+    for (size_t begin = 0; begin != width;)
     {
-        const float* top = src + (y - std::min(y, size / 2)) * srcStep;
-        const float* bottom = src + std::min(y + size - size / 2, height) * srcStep;
-        coverFour(d, width,
-                  [&](size_t x, auto together) HWY_ATTR {
-                      columnSumsFrom<decltype(together)::value>(d, top + x, static_cast<size_t>(bottom - top), srcStep,
-                                                                sums + x);
-                  });
-        float* out = dst + y * dstStep;
-        coverFour(d, width,
-                  [&](size_t x, auto together) HWY_ATTR {
-                      rowMeansFrom<decltype(together)::value>(d, sums + x - left, left + right + 1, reciprocal,
-                                                              quietNan, out + x);
-                  });
+        const size_t end = width - begin < strip + strip / 2 ? width : begin + strip;
+        const size_t firstColumn = begin - std::min(begin, left);
+        const size_t lastColumn = std::min(end + right, width);
+        const auto writeMeans = [&](size_t y, const float* sums) HWY_ATTR
+        {
+            float* out = dst + y * dstStep;
+            coverTogether<8>(d, begin, end,
+                             [&](size_t x, auto together) HWY_ATTR {
+                                 rowMeansFrom<decltype(together)::value>(d, sums + x - left, left + right + 1,
+                                                                         reciprocal, out + x);
+                             });
+        };
+        size_t y = 0;
+        for (; size > 1 && y + 1 < height; y += 2)
+        {
+            coverTogether<4>(d, firstColumn, lastColumn,
+                             [&](size_t x, auto together) HWY_ATTR {
+                                 columnSumsTwice<decltype(together)::value>(d, windowAt(y), windowAt(y + 1), x, srcStep,
+                                                                            upperSums, lowerSums);
+                             });
+            writeMeans(y, upperSums);
+            writeMeans(y + 1, lowerSums);
+        }
+        for (; y < height; ++y)
+        {
+            coverTogether<4>(d, firstColumn, lastColumn,
+                             [&](size_t x, auto together) HWY_ATTR
+                             { columnSumsFrom<decltype(together)::value>(d, windowAt(y), x, srcStep, upperSums); });
+            writeMeans(y, upperSums);
+        }
+        begin = end;
     }
     return VISORA_SUCCESS;
 }

@@ -22,7 +22,9 @@ namespace HWY_NAMESPACE
 {
 
 constexpr size_t kTileRows = 8;
-constexpr size_t kTileColumns = 1024;
+// The sums of a tile leave half of the first-level cache to what they are made of.
+template <class Sum>
+constexpr size_t kTileColumns = 2048 / sizeof(Sum);
 
 // ---- Pixels to planes and back ----
 
@@ -240,7 +242,7 @@ struct TileSums
 {
     static constexpr size_t kPixelBytes = sizeof(T);
     static constexpr size_t kPlanes = sizeof(Sum) / kPixelBytes;
-    static constexpr size_t kPlaneElements = (kTileColumns + 2 * radius) / kPlanes + 64 / sizeof(Sum);
+    static constexpr size_t kPlaneElements = (kTileColumns<Sum> + 2 * radius) / kPlanes + 64 / sizeof(Sum);
     using Row = std::array<std::array<Sum, kPlaneElements>, kPlanes>;
 
     alignas(64) std::array<Row, kTileRows> rows;
@@ -410,7 +412,7 @@ HWY_INLINE void filterTiles(D d, const GaussianImage<T>& image, const GaussianBo
         for (size_t done = 0; done < inner;)
         {
             const size_t rest = (inner - done + lanes - 1) / lanes * lanes;
-            const size_t columns = std::min({kTileColumns, rest, inner / lanes * lanes});
+            const size_t columns = std::min({kTileColumns<Sum>, rest, inner / lanes * lanes});
             const size_t x = std::min(done, inner - columns);
             const Tile<radius, T, Sum> tile = {image, border, y, rows, x, columns, sums};
             sumColumns<radius>(d, tile);

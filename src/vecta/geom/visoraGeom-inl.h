@@ -8,6 +8,7 @@
 #endif
 
 #include "hwy/highway.h"
+#include "vecta/geom/visoraGeomPoints.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -118,6 +119,57 @@ class AffineError
     V a0_, a1_, a2_, a3_, a4_, a5_;
     V maxsqerr_;
 };
+
+/** The squared Sampson distance, see SampsonResidual. */
+template <class D>
+class SampsonError
+{
+  public:
+    using V = hn::Vec<D>;
+
+    HWY_INLINE SampsonError(D d, const float* F, float maxsqerr)
+        : F_{hn::Set(d, F[0]), hn::Set(d, F[1]), hn::Set(d, F[2]), hn::Set(d, F[3]), hn::Set(d, F[4]),
+             hn::Set(d, F[5]), hn::Set(d, F[6]), hn::Set(d, F[7]), hn::Set(d, F[8])},
+          maxsqerr_(hn::Set(d, maxsqerr))
+    {
+    }
+
+    HWY_INLINE Errors<V> operator()(const Points<V>& point) const
+    {
+        const V a = row(F_[0], point.x, F_[1], point.y, F_[2]);
+        const V b = row(F_[3], point.x, F_[4], point.y, F_[5]);
+        const V c = row(F_[6], point.x, F_[7], point.y, F_[8]);
+        const V p = row(F_[0], point.u, F_[3], point.v, F_[6]);
+        const V q = row(F_[1], point.u, F_[4], point.v, F_[7]);
+        const V e = row(point.u, a, point.v, b, c);
+        return {hn::Mul(e, e), hn::Mul(maxsqerr_, hn::Add(squaredLength(a, b), squaredLength(p, q)))};
+    }
+
+  private:
+    static HWY_INLINE V row(V a, V x, V b, V y, V c) { return hn::Add(hn::Add(hn::Mul(a, x), hn::Mul(b, y)), c); }
+
+    V F_[9];
+    V maxsqerr_;
+};
+
+template <template <class> class Error>
+HWY_INLINE uint32_t countInliers(const GatheredPoints& points, const float* model, float maxsqerr)
+{
+    const hn::ScalableTag<float> d;
+    const hn::RebindToSigned<decltype(d)> di;
+    const Error<decltype(d)> error(d, model, maxsqerr);
+    auto count = hn::Zero(di);
+    for (size_t i = 0; i < points.length(); i += hn::Lanes(d))
+    {
+        const auto errors =
+            error(Points<hn::Vec<decltype(d)>>{hn::Load(d, points.x() + i), hn::Load(d, points.y() + i),
+                                               hn::Load(d, points.u() + i), hn::Load(d, points.v() + i)});
+        // A mask's lanes are 0 or -1.
+        const auto isInlier = hn::RebindMask(di, hn::Lt(errors.squared, errors.limit));
+        count = hn::Sub(count, hn::VecFromMask(di, isInlier));
+    }
+    return static_cast<uint32_t>(hn::GetLane(hn::SumOfLanes(di, count)));
+}
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora

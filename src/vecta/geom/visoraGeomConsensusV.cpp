@@ -213,24 +213,6 @@ HWY_INLINE void fitSamples(const Samples& samples, size_t batch, Models& models)
     }
 }
 
-HWY_INLINE uint32_t countInliers(const GatheredPoints& points, const float* homography, float maxsqerr)
-{
-    const hn::ScalableTag<float> d;
-    const hn::RebindToSigned<decltype(d)> di;
-    const HomographyError<decltype(d)> error(d, homography, maxsqerr);
-    auto count = hn::Zero(di);
-    for (size_t i = 0; i < points.length(); i += hn::Lanes(d))
-    {
-        const auto errors =
-            error(Points<hn::Vec<decltype(d)>>{hn::Load(d, points.x() + i), hn::Load(d, points.y() + i),
-                                               hn::Load(d, points.u() + i), hn::Load(d, points.v() + i)});
-        // A mask's lanes are 0 or -1.
-        const auto isInlier = hn::RebindMask(di, hn::Lt(errors.squared, errors.limit));
-        count = hn::Sub(count, hn::VecFromMask(di, isInlier));
-    }
-    return static_cast<uint32_t>(hn::GetLane(hn::SumOfLanes(di, count)));
-}
-
 // Counts of inliers decide alone, so the lists are made for the models that become the best one only. A batch is drawn
 // ahead of the samples' evaluation; those that turn out not to be needed are as if they had never been drawn.
 bool findConsensus(const vsrCorrespondences& corrs, float maxsqerr, uint16_t* inliers, uint32_t* numInliers,
@@ -284,7 +266,7 @@ bool findConsensus(const vsrCorrespondences& corrs, float maxsqerr, uint16_t* in
                 homography[i] = models.h[i][sample];
             }
             homography[8] = 1;
-            const uint32_t count = countInliers(points, homography, maxsqerr);
+            const uint32_t count = countInliers<HomographyError>(points, homography, maxsqerr);
             if (count > std::max(*numInliers, kHomographyPoints - 1))
             {
                 vsrGeomHomographyEvaluatef32_v2V(&corrs, homography, maxsqerr, inliers, numInliers, errinliers);

@@ -232,10 +232,10 @@ int evaluateHomography(const vsrCorrespondences* corrs, const float* homography,
 }
 
 int evaluateAffine(const vsrCorrespondences* corrs, const float* affine, float maxsqerr, uint16_t* inliers,
-                   uint32_t* numInliers)
+                   uint32_t* numInliers, float* errinliers)
 {
     const hn::ScalableTag<float> d;
-    return evaluate(d, AffineError<decltype(d)>(d, affine, maxsqerr), *corrs, inliers, numInliers, nullptr);
+    return evaluate(d, AffineError<decltype(d)>(d, affine, maxsqerr), *corrs, inliers, numInliers, errinliers);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -285,7 +285,13 @@ int vsrGeomHomographyEvaluatef32_v2V(const vsrCorrespondences* corrs, const floa
 int vsrGeomAffineEvaluatef32V(const vsrCorrespondences* corrs, const float* affine, float maxsqerr, uint16_t* inliers,
                               uint32_t* numInliers)
 {
-    return HWY_DYNAMIC_DISPATCH(evaluateAffine)(corrs, affine, maxsqerr, inliers, numInliers);
+    return HWY_DYNAMIC_DISPATCH(evaluateAffine)(corrs, affine, maxsqerr, inliers, numInliers, nullptr);
+}
+
+int vsrGeomAffineEvaluatef32_v2V(const vsrCorrespondences* corrs, const float* affine, float maxsqerr,
+                                 uint16_t* inliers, uint32_t* numInliers, float* errinliers)
+{
+    return HWY_DYNAMIC_DISPATCH(evaluateAffine)(corrs, affine, maxsqerr, inliers, numInliers, errinliers);
 }
 
 #endif

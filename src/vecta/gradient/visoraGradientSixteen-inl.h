@@ -77,22 +77,27 @@ HWY_INLINE void storeSixteen(const Sixteen& across, const Sixteen& down, size_t 
 template <GradientKind kind>
 HWY_INLINE void storeSixteen(const Sixteen& across, const Sixteen& down, size_t x, const GradientPairs<int16_t>& out)
 {
-    vst2q_s16(out.pairs + 2 * x, {{across.low, down.low}});
-    vst2q_s16(out.pairs + 2 * x + 16, {{across.high, down.high}});
+    const int16x8x2_t low = {{across.low, down.low}};
+    const int16x8x2_t high = {{across.high, down.high}};
+    vst2q_s16(out.pairs + 2 * x, low);
+    vst2q_s16(out.pairs + 2 * x + 16, high);
 }
 
 template <GradientKind kind>
 HWY_INLINE void storeSixteen(const Sixteen& across, const Sixteen& down, size_t x, const GradientPairs<int8_t>& out)
 {
-    vst2q_s8(out.pairs + 2 * x, {{asBytes<kind>(across), asBytes<kind>(down)}});
+    const int8x16x2_t pairs = {{asBytes<kind>(across), asBytes<kind>(down)}};
+    vst2q_s8(out.pairs + 2 * x, pairs);
 }
 
 template <GradientKind kind>
 HWY_INLINE void storeSixteen(const Sixteen& across, const Sixteen& down, size_t x, const GradientPairs<float>& out)
 {
     float* pairs = out.pairs + 2 * x;
-    const auto store = [](float* to, int32x4_t dx, int32x4_t dy) HWY_ATTR {
-        vst2q_f32(to, {{asFloats<kind>(dx), asFloats<kind>(dy)}});
+    const auto store = [](float* to, int32x4_t dx, int32x4_t dy) HWY_ATTR
+    {
+        const float32x4x2_t both = {{asFloats<kind>(dx), asFloats<kind>(dy)}};
+        vst2q_f32(to, both);
     };
     store(pairs, vmovl_s16(vget_low_s16(across.low)), vmovl_s16(vget_low_s16(down.low)));
     store(pairs + 8, vmovl_high_s16(across.low), vmovl_high_s16(down.low));

@@ -19,9 +19,9 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
+using Eight = hn::FixedTag<uint8_t, 8>;
 using Pixels16 = hn::FixedTag<uint16_t, 8>;
 using Words = hn::FixedTag<uint32_t, 4>;
-using Sums32 = hn::CappedTag<uint32_t, 8>;
 using Sums64 = hn::CappedTag<uint64_t, 4>;
 
 // Running sums of eight values whose sum fits 16 bits.
@@ -43,84 +43,175 @@ HWY_INLINE V runningSums4(V v)
     return hn::Add(v, hn::ShiftLeftLanes<2>(d, v));
 }
 
-// The last of eight 16-bit sums in all lanes.
-template <class V>
-HWY_INLINE hn::Vec<Sums32> lastOf(V sums)
-{
-#if HWY_TARGET <= HWY_AVX2
-    return hn::Vec<Sums32>{_mm256_broadcastd_epi32(_mm_srli_si128(sums.raw, 14))};
-#else
-    const Words words;
-    return hn::Broadcast<3>(hn::ShiftRight<16>(hn::BitCast(words, sums)));
-#endif
-}
-
-// The sums of the pixels left of a vector, in all lanes, and how they grow: elements left + within + above.
-class Left32
+// What is left of a vector of pixels in all lanes, and how it grows: steps of pixels to their running sums. A step
+// hands its vectors of sums to store(sums, place in the step).
+#if HWY_TARGET <= HWY_AVX3
+class Left
 {
   public:
-    HWY_INLINE Left32() : left_(hn::Zero(Sums32())) {}
+    static constexpr size_t kStep = 16;
+    using Sums = hn::FixedTag<uint32_t, 16>;
 
-    // Eight elements from 16-bit values, over the ones above them when there are any.
-    template <bool kAbove, class V>
-    HWY_INLINE void put(V values, const uint32_t* above, uint32_t* out)
+    HWY_INLINE Left() : left_(_mm512_setzero_si512()) {}
+
+    HWY_INLINE void set(uint32_t sum) { left_ = _mm512_set1_epi64(sum); }
+
+    // eight(i) gives bytes from i on. Every lane gets all of them and sums its own and those before it: few of the
+    // instructions that move bytes about, of which the machine can begin less than of others.
+    template <class Bytes, class Store>
+    HWY_INLINE void step(Bytes eight, Store store)
     {
-        const Sums32 d;
-        const auto sums = runningSums8(values);
-        const auto store = [&](auto within, size_t at) HWY_ATTR
+        const __m512i before = _mm512_set_epi64(-1, 0x00ffffffffffffff, 0x0000ffffffffffff, 0x000000ffffffffff,
+                                                0x00000000ffffffff, 0x0000000000ffffff, 0x000000000000ffff, 0xff);
+        const __m512i none = _mm512_setzero_si512();
+        const auto eightSums = [&](size_t i) HWY_ATTR
         {
-            auto element = hn::Add(left_, within);
-            if constexpr (kAbove)
-            {
-                element = hn::Add(element, hn::LoadU(d, above + at));
-            }
-            hn::StoreU(element, d, out + at);
+            const __m512i bytes = _mm512_broadcastq_epi64(eight(i).raw);
+            const __m512i sums = _mm512_sad_epu8(_mm512_and_si512(bytes, before), none);
+            const __m512i element = _mm512_add_epi64(sums, left_);
+            left_ = _mm512_add_epi64(left_, _mm512_sad_epu8(bytes, none));
+            return element;
         };
-        if constexpr (hn::MaxLanes(Sums32()) == 8)
-        {
-            store(hn::PromoteTo(d, sums), 0);
-        }
-        else
-        {
-            const hn::Half<Pixels16> half;
-            store(hn::PromoteTo(d, hn::LowerHalf(half, sums)), 0);
-            store(hn::PromoteTo(d, hn::UpperHalf(half, sums)), 4);
-        }
-        left_ = hn::Add(left_, lastOf(sums));
+        const __m512i first = eightSums(0);
+        const __m512i second = eightSums(8);
+        const __m512i lowWords = _mm512_set_epi32(30, 28, 26, 24, 22, 20, 18, 16, 14, 12, 10, 8, 6, 4, 2, 0);
+        store(hn::Vec<Sums>{_mm512_permutex2var_epi32(first, lowWords, second)}, 0);
     }
 
-    HWY_INLINE uint32_t value() const { return hn::GetLane(left_); }
+  private:
+    __m512i left_;
+};
+#else
+class Left
+{
+  public:
+    static constexpr size_t kStep = 8;
+    using Sums = hn::CappedTag<uint32_t, 8>;
+
+    HWY_INLINE Left() : left_(hn::Zero(Sums())) {}
+
+    HWY_INLINE void set(uint32_t sum) { left_ = hn::Set(Sums(), sum); }
+
+    template <class Bytes, class Store>
+    HWY_INLINE void step(Bytes eight, Store store)
+    {
+        const Sums d;
+        const auto sums = runningSums8(hn::PromoteTo(Pixels16(), eight(0)));
+#if HWY_TARGET == HWY_AVX2
+        store(hn::Add(left_, hn::PromoteTo(d, sums)), 0);
+        left_ = hn::Add(left_, hn::Vec<Sums>{_mm256_broadcastd_epi32(_mm_srli_si128(sums.raw, 14))});
+#else
+        const hn::Half<Pixels16> half;
+        store(hn::Add(left_, hn::PromoteTo(d, hn::LowerHalf(half, sums))), 0);
+        const auto upper = hn::PromoteTo(d, hn::UpperHalf(half, sums));
+        store(hn::Add(left_, upper), 4);
+        left_ = hn::Add(left_, hn::Broadcast<3>(upper));
+#endif
+    }
 
   private:
-    hn::Vec<Sums32> left_;
+    hn::Vec<Sums> left_;
+};
+#endif
+constexpr size_t kStep = Left::kStep;
+
+// A row of an integral image: its elements are running sums and the elements above, when there are any.
+template <bool kAbove>
+class SumRow
+{
+  public:
+    // The rows' first elements, which are 0, lie before the pointers.
+    HWY_INLINE SumRow(const uint32_t* above, uint32_t* row) : above_(above), row_(row) {}
+
+    // Goes on at column x, up to which the row is finished.
+    HWY_INLINE void startAt(size_t x)
+    {
+        const auto last = static_cast<ptrdiff_t>(x) - 1;
+        left_.set(row_[last] - (kAbove ? above_[last] : 0));
+    }
+
+    // eight(x) gives the bytes from column x on.
+    template <class Bytes>
+    HWY_INLINE void put(size_t x, Bytes eight)
+    {
+        left_.step([&](size_t i) HWY_ATTR { return eight(x + i); },
+                   [&](auto sums, size_t i) HWY_ATTR
+                   {
+                       const typename Left::Sums d;
+                       if constexpr (kAbove)
+                       {
+                           sums = hn::Add(sums, hn::LoadU(d, above_ + x + i));
+                       }
+                       hn::StoreU(sums, d, row_ + x + i);
+                   });
+    }
+
+    // A single element, `sum` being that of the row so far.
+    HWY_INLINE void putOne(size_t x, uint32_t sum) const { row_[x] = sum + (kAbove ? above_[x] : 0); }
+
+  private:
+    const uint32_t* above_;
+    uint32_t* row_;
+    Left left_;
 };
 
-HWY_INLINE hn::Vec<Pixels16> loadPixels(const uint8_t* pixels)
+// Covers a row that has room for a step: start(x) and put(x) at its start, from where `row` begins a vector, as stores
+// across cache lines are slow, and at its end.
+template <class Start, class Put>
+HWY_INLINE void coverSums(size_t width, const uint32_t* row, Start start, Put put)
 {
-    return hn::PromoteTo(Pixels16(), hn::LoadU(hn::FixedTag<uint8_t, 8>(), pixels));
+    put(0);
+    size_t x = kStep - reinterpret_cast<uintptr_t>(row) / sizeof(uint32_t) % kStep;
+    if (x + kStep <= width)
+    {
+        start(x);
+        for (; x + kStep <= width; x += kStep)
+        {
+            put(x);
+        }
+    }
+    else
+    {
+        x = kStep;
+    }
+    if (x < width)
+    {
+        start(width - kStep);
+        put(width - kStep);
+    }
+}
+
+HWY_INLINE hn::Vec<Eight> eightAt(const uint8_t* pixels)
+{
+    return hn::LoadU(Eight(), pixels);
+}
+
+template <bool kAbove>
+HWY_INLINE void integrateRow(const uint8_t* pixels, size_t width, const uint32_t* above, uint32_t* row)
+{
+    row[-1] = 0;
+    SumRow<kAbove> sums(above, row);
+    if (width >= kStep)
+    {
+        return coverSums(
+            width, row, [&](size_t x) HWY_ATTR { sums.startAt(x); },
+            [&](size_t x) HWY_ATTR { sums.put(x, [=](size_t at) HWY_ATTR { return eightAt(pixels + at); }); });
+    }
+    uint32_t sum = 0;
+    for (size_t x = 0; x < width; ++x)
+    {
+        sums.putOne(x, sum += pixels[x]);
+    }
 }
 
 vsrStatus integrateu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t* dst,
                       uint32_t dstStride)
 {
-    const size_t width = srcWidth;
-    std::fill_n(dst, width + 1, 0u);
+    std::fill_n(dst, size_t{srcWidth} + 1, 0u);
     for (size_t y = 0; y < srcHeight; ++y)
     {
-        const uint8_t* pixels = src + y * srcStride;
-        const uint32_t* above = planeRow(dst, dstStride, y) + 1;
-        uint32_t* row = planeRow(dst, dstStride, y + 1) + 1;
-        row[-1] = 0;
-        Left32 left;
-        size_t x = 0;
-        for (; x + 8 <= width; x += 8)
-        {
-            left.put<true>(loadPixels(pixels + x), above + x, row + x);
-        }
-        for (uint32_t sum = left.value(); x < width; ++x)
-        {
-            row[x] = above[x] + (sum += pixels[x]);
-        }
+        integrateRow<true>(src + y * srcStride, srcWidth, planeRow(dst, dstStride, y) + 1,
+                           planeRow(dst, dstStride, y + 1) + 1);
     }
     return VISORA_SUCCESS;
 }
@@ -128,22 +219,9 @@ vsrStatus integrateu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
 vsrStatus integrateRows(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t* dst,
                         uint32_t dstStride)
 {
-    const size_t width = srcWidth;
     for (size_t y = 0; y < srcHeight; ++y)
     {
-        const uint8_t* pixels = src + y * srcStride;
-        uint32_t* row = planeRow(dst, dstStride, y) + 1;
-        row[-1] = 0;
-        Left32 left;
-        size_t x = 0;
-        for (; x + 8 <= width; x += 8)
-        {
-            left.put<false>(loadPixels(pixels + x), nullptr, row + x);
-        }
-        for (uint32_t sum = left.value(); x < width; ++x)
-        {
-            row[x] = sum += pixels[x];
-        }
+        integrateRow<false>(src + y * srcStride, srcWidth, nullptr, planeRow(dst, dstStride, y) + 1);
     }
     return VISORA_SUCCESS;
 }
@@ -152,7 +230,7 @@ vsrStatus integrateMasked(const uint8_t* src, uint32_t srcWidth, uint32_t srcHei
                           const uint8_t* mask, uint32_t maskStride, uint32_t* sums, uint32_t sumsStride,
                           uint32_t* counts, uint32_t countsStride)
 {
-    const Pixels16 d;
+    const Eight d;
     const size_t width = srcWidth;
     std::fill_n(sums, width + 1, 0u);
     std::fill_n(counts, width + 1, 0u);
@@ -160,27 +238,35 @@ vsrStatus integrateMasked(const uint8_t* src, uint32_t srcWidth, uint32_t srcHei
     {
         const uint8_t* pixels = src + y * srcStride;
         const uint8_t* counted = mask + y * maskStride;
-        const uint32_t* sumsAbove = planeRow(sums, sumsStride, y) + 1;
         uint32_t* sumsRow = planeRow(sums, sumsStride, y + 1) + 1;
-        const uint32_t* countsAbove = planeRow(counts, countsStride, y) + 1;
         uint32_t* countsRow = planeRow(counts, countsStride, y + 1) + 1;
         sumsRow[-1] = countsRow[-1] = 0;
-        Left32 sumLeft;
-        Left32 countLeft;
-        size_t x = 0;
-        for (; x + 8 <= width; x += 8)
+        SumRow<true> sum(planeRow(sums, sumsStride, y) + 1, sumsRow);
+        SumRow<true> count(planeRow(counts, countsStride, y) + 1, countsRow);
+        if (width >= kStep)
         {
-            const auto out = hn::VecFromMask(d, hn::Eq(loadPixels(counted + x), hn::Zero(d)));
-            sumLeft.put<true>(hn::AndNot(out, loadPixels(pixels + x)), sumsAbove + x, sumsRow + x);
-            countLeft.put<true>(hn::AndNot(out, hn::Set(d, uint16_t{1})), countsAbove + x, countsRow + x);
+            coverSums(
+                width, sumsRow,
+                [&](size_t x) HWY_ATTR
+                {
+                    sum.startAt(x);
+                    count.startAt(x);
+                },
+                [&](size_t x) HWY_ATTR
+                {
+                    const auto out = [=](size_t at) HWY_ATTR
+                    { return hn::VecFromMask(d, hn::Eq(eightAt(counted + at), hn::Zero(d))); };
+                    sum.put(x, [=](size_t at) HWY_ATTR { return hn::AndNot(out(at), eightAt(pixels + at)); });
+                    count.put(x, [=](size_t at) HWY_ATTR { return hn::AndNot(out(at), hn::Set(d, uint8_t{1})); });
+                });
+            continue;
         }
-        uint32_t sum = sumLeft.value();
-        for (uint32_t count = countLeft.value(); x < width; ++x)
+        uint32_t pixelsBefore = 0;
+        uint32_t countBefore = 0;
+        for (size_t x = 0; x < width; ++x)
         {
-            sum += counted[x] != 0 ? pixels[x] : 0;
-            count += counted[x] != 0 ? 1 : 0;
-            sumsRow[x] = sumsAbove[x] + sum;
-            countsRow[x] = countsAbove[x] + count;
+            sum.putOne(x, pixelsBefore += counted[x] != 0 ? pixels[x] : 0);
+            count.putOne(x, countBefore += counted[x] != 0 ? 1 : 0);
         }
     }
     return VISORA_SUCCESS;

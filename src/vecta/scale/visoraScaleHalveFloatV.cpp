@@ -89,8 +89,15 @@ HWY_INLINE void sumColumnsTwice(D d, const WindowRows& upper, const WindowRows& 
                                 FloatColumns& upperColumns, FloatColumns& lowerColumns)
 {
     using V = hn::Vec<D>;
-    const float* rows[7] = {upper.rows[0], upper.rows[1], upper.rows[2], upper.rows[3],
-                            upper.rows[4], lower.rows[3], lower.rows[4]};
+    const float* rows[7] = {upper.rows[0] + first, upper.rows[1] + first, upper.rows[2] + first, upper.rows[3] + first,
+                            upper.rows[4] + first, lower.rows[3] + first, lower.rows[4] + first};
+#if HWY_ARCH_ARM
+    // Pointers that are known to begin at one distance are moved, and get that added in every step besides.
+    for (const float*& row : rows)
+    {
+        asm("" : "+r"(row));
+    }
+#endif
     const V four = hn::Set(d, 4.0f);
     const V six = hn::Set(d, 6.0f);
     const auto sumAt = [&](size_t x, V& up, V& low) HWY_ATTR
@@ -109,8 +116,8 @@ HWY_INLINE void sumColumnsTwice(D d, const WindowRows& upper, const WindowRows& 
                {
                    V up[2];
                    V low[2];
-                   sumAt(first + 2 * i, up[0], low[0]);
-                   sumAt(first + 2 * i + hn::Lanes(d), up[1], low[1]);
+                   sumAt(2 * i, up[0], low[0]);
+                   sumAt(2 * i + hn::Lanes(d), up[1], low[1]);
                    storeColumns(d, up[0], up[1], i, upperColumns);
                    storeColumns(d, low[0], low[1], i, lowerColumns);
                });
@@ -126,7 +133,6 @@ HWY_INLINE void combineColumns(D d, const FloatColumns& columns, size_t count, f
 {
     const auto four = hn::Set(d, 4.0f);
     const auto six = hn::Set(d, 6.0f);
-    const auto nan = hn::Set(d, std::numeric_limits<float>::quiet_NaN());
     const auto combine = [&](auto normalise) HWY_ATTR
     {
         const auto one = [&](size_t x) HWY_ATTR
@@ -138,8 +144,7 @@ HWY_INLINE void combineColumns(D d, const FloatColumns& columns, size_t count, f
             sum = hn::Add(sum, hn::Mul(six, hn::LoadU(d, even + 1)));
             sum = hn::Add(sum, hn::Mul(four, hn::LoadU(d, odd + 1)));
             sum = hn::Add(sum, hn::LoadU(d, even + 2));
-            const auto mean = normalise(sum);
-            hn::StoreU(hn::IfThenElse(hn::Eq(mean, mean), mean, nan), d, out + x);
+            hn::StoreU(resultWithOneNan(d, normalise(sum)), d, out + x);
         };
 #if HWY_ARCH_ARM
         size_t x = 0;

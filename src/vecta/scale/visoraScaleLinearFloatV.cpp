@@ -25,7 +25,7 @@ namespace HWY_NAMESPACE
 class StretchedFloats
 {
   public:
-    static size_t scratchBytes(size_t dstWidth) { return 6 * roundUp(dstWidth * sizeof(float)); }
+    static size_t scratchBytes(size_t dstWidth) { return (6 + kPlanRows) * roundUp(dstWidth * sizeof(float)); }
 
     StretchedFloats(uint32_t srcWidth, uint32_t dstWidth, uint8_t* scratch)
         : width_(dstWidth), paired_(dstWidth), lastPixel_(srcWidth - 1)
@@ -40,13 +40,19 @@ class StretchedFloats
         for (uint32_t x = 0; x < dstWidth; ++x)
         {
             const LinearFloatTaps taps(x, srcWidth, dstWidth);
-            lower_[x] = taps.lower;
+            lower_[x] = static_cast<uint32_t>(taps.lower * sizeof(float));
             weights_[x] = taps.weight;
             if (taps.lower == lastPixel_)
             {
                 paired_ = std::min<size_t>(paired_, x);
             }
         }
+#if HWY_TARGET <= HWY_AVX3
+        blockStarts_ = reinterpret_cast<uint32_t*>(take(1));
+        lowerPlaces_ = reinterpret_cast<uint32_t*>(take(1));
+        upperPlaces_ = reinterpret_cast<uint32_t*>(take(1));
+        hasBlocks_ = planBlocks(srcWidth);
+#endif
     }
 
     // Source row `number` becomes the row of that slot.
@@ -63,11 +69,26 @@ class StretchedFloats
             return;
         }
         row.number = number;
+#if HWY_TARGET <= HWY_AVX3
+        if (hasBlocks_)
+        {
+            return stretchBlocks(pixels, row.pixels);
+        }
+#endif
         const uint32_t* lower = lower_;
         float* pairs = pairs_;
-        for (size_t x = 0; x < paired_; ++x)
+        const auto* bytes = reinterpret_cast<const uint8_t*>(pixels);
+        size_t begin = 0;
+        for (; begin + 4 <= paired_; begin += 4)
         {
-            std::memcpy(pairs + 2 * x, pixels + lower[x], 2 * sizeof(float));
+            for (size_t x = begin; x < begin + 4; ++x)
+            {
+                std::memcpy(pairs + 2 * x, bytes + lower[x], 2 * sizeof(float));
+            }
+        }
+        for (size_t x = begin; x < paired_; ++x)
+        {
+            std::memcpy(pairs + 2 * x, bytes + lower[x], 2 * sizeof(float));
         }
         std::fill(pairs_ + 2 * paired_, pairs_ + 2 * width_, pixels[lastPixel_]);
         coverByTwo(0, width_, hn::Lanes(d),
@@ -96,7 +117,7 @@ class StretchedFloats
                    {
                        const auto p = hn::LoadU(d, upper + x);
                        const auto mixed = hn::Add(p, hn::Mul(share, hn::Sub(hn::LoadU(d, lower + x), p)));
-                       hn::StoreU(withOneNan(d, mixed), d, out + x);
+                       hn::StoreU(resultWithOneNan(d, mixed), d, out + x);
                    });
     }
 
@@ -107,12 +128,83 @@ class StretchedFloats
         uint32_t number = UINT32_MAX;
     };
 
-    static size_t roundUp(size_t bytes) { return (bytes + 63) / 64 * 64; }
+#if HWY_TARGET <= HWY_AVX3
+    // Sixteen outputs come out of two permutations of the 32 pixels that theirs lie among.
+    static constexpr size_t kPlanRows = 3;
+    static constexpr size_t kBlock = 16;
+
+    size_t blocks() const
+    {
+        return (width_ + kBlock - 1) / kBlock;
+    }
+    // The last block overlaps the one before it.
+    size_t firstOutput(size_t block) const
+    {
+        return std::min(block * kBlock, width_ - kBlock);
+    }
+
+    // @return false when the pixels of a block lie too far apart
+    bool planBlocks(uint32_t srcWidth)
+    {
+        constexpr uint32_t kPixels = 2 * kBlock;
+        if (width_ < kBlock || srcWidth < kPixels)
+        {
+            return false;
+        }
+        for (size_t block = 0; block < blocks(); ++block)
+        {
+            const auto columnAt = [&](size_t i)
+            { return lower_[firstOutput(block) + i] / static_cast<uint32_t>(sizeof(float)); };
+            const uint32_t start = std::min(columnAt(0), srcWidth - kPixels);
+            blockStarts_[block] = start;
+            for (size_t i = 0; i < kBlock; ++i)
+            {
+                lowerPlaces_[block * kBlock + i] = columnAt(i) - start;
+                upperPlaces_[block * kBlock + i] = std::min(columnAt(i) + 1, lastPixel_) - start;
+            }
+            if (upperPlaces_[block * kBlock + kBlock - 1] >= kPixels)
+            {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void stretchBlocks(const float* pixels, float* out) const
+    {
+        const hn::FixedTag<float, kBlock> d;
+        for (size_t block = 0; block < blocks(); ++block)
+        {
+            const float* from = pixels + blockStarts_[block];
+            const __m512 first = _mm512_loadu_ps(from);
+            const __m512 second = _mm512_loadu_ps(from + kBlock);
+            const auto take = [&](const uint32_t* places) HWY_ATTR
+            {
+                const __m512i at = _mm512_loadu_si512(places + block * kBlock);
+                return hn::Vec<decltype(d)>{_mm512_permutex2var_ps(first, at, second)};
+            };
+            const size_t x = firstOutput(block);
+            hn::StoreU(lerpLanes(d, take(lowerPlaces_), take(upperPlaces_), hn::LoadU(d, weights_ + x)), d, out + x);
+        }
+    }
+
+    bool hasBlocks_ = false;
+    uint32_t* blockStarts_;
+    uint32_t* lowerPlaces_;
+    uint32_t* upperPlaces_;
+#else
+    static constexpr size_t kPlanRows = 0;
+#endif
+
+    static size_t roundUp(size_t bytes)
+    {
+        return (bytes + 63) / 64 * 64;
+    }
 
     size_t width_;
     size_t paired_;  // outputs before the last pixel
     uint32_t lastPixel_;
-    uint32_t* lower_;
+    uint32_t* lower_;  // in bytes, of which a row has less than 2^32
     float* weights_;
     float* pairs_;
     Row rows_[2];

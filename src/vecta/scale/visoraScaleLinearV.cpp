@@ -120,10 +120,14 @@ class StretchedRows
         picker_.pick(pixels, pixels, taps_);
         const hn::Repartition<int16_t, D> d16;
         const hn::Rebind<uint8_t, decltype(d16)> d8;
-        const auto stretch = [&](size_t x) HWY_ATTR
+        // Locals: what is stored could be the members.
+        const uint8_t* taps = taps_;
+        const int16_t* weights = weights_;
+        int32_t* sums = row.sums;
+        const auto stretch = [=](size_t x) HWY_ATTR
         {
-            const auto pairs = hn::PromoteTo(d16, hn::LoadU(d8, taps_ + 2 * x));
-            hn::StoreU(sumsOfPairProducts(d, pairs, hn::LoadU(d16, weights_ + 2 * x)), d, row.sums + x);
+            const auto pairs = hn::PromoteTo(d16, hn::LoadU(d8, taps + 2 * x));
+            hn::StoreU(sumsOfPairProducts(d, pairs, hn::LoadU(d16, weights + 2 * x)), d, sums + x);
         };
         coverByTwo(0, elements_, hn::Lanes(d), stretch);
     }

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "cpu/visoraScratch.h"
 #include "hwy/cache_control.h"
@@ -162,17 +163,29 @@ class ColumnPicker
             else
                 return vld4q_u8(pixels).val[3];
         };
-        for (; left >= 32; left -= 32, from += 32 * kStep, to += 32, ahead += 32 * kStep)
+        for (; left >= 64; left -= 64, to += 64, ahead += 64 * kStep)
         {
-            for (size_t i = 0; i < 32 * kStep; i += kLineBytes)
+            for (size_t i = 0; i < 64 * kStep; i += kLineBytes)
                 hwy::Prefetch(ahead + i);
-            const auto first = one(from);
-            const auto second = one(from + 16 * kStep);
+            const auto take = [&]() HWY_ATTR { return one(std::exchange(from, from + 16 * kStep)); };
+            const auto first = take();
+            const auto second = take();
+            const auto third = take();
+            const auto fourth = take();
             vst1q_u8(to, first);
             vst1q_u8(to + 16, second);
+            vst1q_u8(to + 32, third);
+            vst1q_u8(to + 48, fourth);
         }
         (void)d;
-        coverRange(0, left, 16, [&](size_t x) HWY_ATTR { vst1q_u8(to + x, one(from + x * kStep)); });
+        if (left == 0)
+        {
+            return;
+        }
+        // Less than a vector of outputs overlaps those that are done.
+        const size_t back = left < 16 ? 16 - left : 0;
+        coverRange(0, left + back, 16,
+                   [&](size_t x) HWY_ATTR { vst1q_u8(to - back + x, one(from - back * kStep + x * kStep)); });
         return;
 #endif
         const uint8_t* lane = row + columns_[1] + 1 - kStep;  // where the lane of output 1 begins
@@ -269,9 +282,11 @@ HWY_INLINE bool pickPixels(const uint8_t* src, uint32_t srcStride, uint8_t* dst,
     }
     const ColumnPicker picker(columns, dstWidth, scratch.data());
     uint32_t rowBefore = UINT32_MAX;
+    uint32_t next = rows(0);
     for (uint32_t y = 0; y < dstHeight; ++y)
     {
-        const uint32_t row = rows(y);
+        const uint32_t row = next;
+        next = rows(std::min(y + 1, dstHeight - 1));
         uint8_t* out = dst + size_t{y} * dstStride;
         if (row == rowBefore)
         {
@@ -279,7 +294,6 @@ HWY_INLINE bool pickPixels(const uint8_t* src, uint32_t srcStride, uint8_t* dst,
         }
         else
         {
-            const uint32_t next = rows(std::min(y + 1, dstHeight - 1));
             picker.pick(src + size_t{row} * srcStride, src + size_t{next} * srcStride, out);
         }
         rowBefore = row;

@@ -28,7 +28,7 @@ HWY_INLINE V timesSix(V v)
     return hn::ShiftLeft<1>(timesThree(v));
 }
 
-constexpr size_t kChunk = 512;
+constexpr size_t kChunk = 2048;
 
 // The sums down the columns of a chunk, with those on either side of it.
 struct Sums

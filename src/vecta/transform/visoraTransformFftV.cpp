@@ -1,8 +1,5 @@
-// Fourier transforms, vector variants: as many lines at once as a vector has lanes. Two stages go through the registers
-// in one pass; every value is computed as the reference does.
-#include "cpu/transform/visoraTransformFft.h"
+// Fourier transforms, vector variants: rows, then columns, as many at once as a vector has lanes.
 #include "cpu/visoraPlane.h"
-#include "cpu/visoraScratch.h"
 #include "visora/variants/statistics.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -11,8 +8,9 @@
 
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/transform/visoraTransformFft-inl.h"
+#include "vecta/transform/visoraTransformFftRows-inl.h"
 #include "vecta/visoraExport.h"
-#include "vecta/visoraTurn-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -20,176 +18,6 @@ namespace visora
 {
 namespace HWY_NAMESPACE
 {
-
-using Lines = hn::CappedTag<float, 16>;
-using Line = hn::Vec<Lines>;
-constexpr size_t kLanes = hn::MaxLanes(Lines());
-
-// One complex value of every line.
-struct Point
-{
-    Line re, im;
-};
-
-// Buffers of a transform of up to `longest` values: the points, the twiddle factors of all stages, and where a value
-// goes at first.
-class Work
-{
-  public:
-    HWY_INLINE Work(uint32_t longest, size_t extraFloats)
-        : scratch_((size_t{longest} * (2 * kLanes + 3) + extraFloats) * sizeof(float))
-    {
-        if (isThere())
-        {
-            points_ = reinterpret_cast<float*>(scratch_.data());
-            twiddles_ = points_ + 2 * kLanes * longest;
-            places_ = reinterpret_cast<uint32_t*>(twiddles_ + 2 * size_t{longest});
-            extra_ = twiddles_ + 3 * size_t{longest};
-        }
-    }
-
-    HWY_INLINE bool isThere() const { return scratch_.data() != nullptr; }
-    HWY_INLINE float* extra() const { return extra_; }
-
-    // For lines of n values. A negative sine is what tells the inverse transform from the forward one.
-    HWY_INLINE void setLength(uint32_t n, bool inverse)
-    {
-        n_ = n;
-        const float* wave = quarterWave();
-        for (uint32_t h = 1; h < n; h *= 2)
-        {
-            for (uint32_t k = 0; k < h; ++k)
-            {
-                const Twiddle w = twiddle(wave, k, h);
-                twiddles_[2 * (h + k)] = w.c;
-                twiddles_[2 * (h + k) + 1] = inverse ? -w.s : w.s;
-            }
-        }
-        for (uint32_t j = 0; j < n; ++j)
-        {
-            places_[j] = reversedBits(j, bitsOf(n));
-        }
-    }
-
-    HWY_INLINE uint32_t length() const { return n_; }
-
-    HWY_INLINE Point get(size_t j) const
-    {
-        const Lines d;
-        return {hn::LoadU(d, points_ + 2 * kLanes * j), hn::LoadU(d, points_ + 2 * kLanes * j + kLanes)};
-    }
-
-    HWY_INLINE void set(size_t j, const Point& p) const
-    {
-        const Lines d;
-        hn::StoreU(p.re, d, points_ + 2 * kLanes * j);
-        hn::StoreU(p.im, d, points_ + 2 * kLanes * j + kLanes);
-    }
-
-    // Value i before the transform.
-    HWY_INLINE void setSource(size_t i, const Point& p) const { set(places_[i], p); }
-
-    // b times the twiddle factor k of stage h.
-    HWY_INLINE Point twisted(const Point& b, size_t h, size_t k) const
-    {
-        const Lines d;
-        const auto c = hn::Set(d, twiddles_[2 * (h + k)]);
-        const auto s = hn::Set(d, twiddles_[2 * (h + k) + 1]);
-        return {hn::Add(hn::Mul(c, b.re), hn::Mul(s, b.im)), hn::Sub(hn::Mul(c, b.im), hn::Mul(s, b.re))};
-    }
-
-  private:
-    Scratch scratch_;
-    float* points_ = nullptr;
-    float* twiddles_ = nullptr;
-    uint32_t* places_ = nullptr;
-    float* extra_ = nullptr;
-    uint32_t n_ = 0;
-};
-
-HWY_INLINE Point operator+(const Point& a, const Point& b)
-{
-    return {hn::Add(a.re, b.re), hn::Add(a.im, b.im)};
-}
-
-HWY_INLINE Point operator-(const Point& a, const Point& b)
-{
-    return {hn::Sub(a.re, b.re), hn::Sub(a.im, b.im)};
-}
-
-// A quarter of a turn.
-template <bool inverse>
-HWY_INLINE Point turnedQuarter(const Point& b)
-{
-    if constexpr (inverse)
-    {
-        return {hn::Neg(b.im), b.re};
-    }
-    else
-    {
-        return {b.im, hn::Neg(b.re)};
-    }
-}
-
-// Stages h and 2h of the four points j, j + h, j + 2h, j + 3h, given what the first stage's and the second stage's two
-// factors make of a point.
-template <class First, class Second, class Third>
-HWY_INLINE void fourPoints(const Work& work, size_t j, size_t h, First first, Second second, Third third)
-{
-    const Point p0 = work.get(j);
-    const Point p2 = work.get(j + 2 * h);
-    const Point t1 = first(work.get(j + h));
-    const Point t3 = first(work.get(j + 3 * h));
-    const Point a0 = p0 + t1;
-    const Point a1 = p0 - t1;
-    const Point a2 = second(p2 + t3);
-    const Point a3 = third(p2 - t3);
-    work.set(j, a0 + a2);
-    work.set(j + h, a1 + a3);
-    work.set(j + 2 * h, a0 - a2);
-    work.set(j + 3 * h, a1 - a3);
-}
-
-template <bool inverse>
-HWY_INLINE void transform(const Work& work)
-{
-    const size_t n = work.length();
-    size_t h = 1;
-    if (bitsOf(work.length()) % 2 != 0)
-    {
-        for (size_t j = 0; j < n; j += 2)
-        {
-            const Point a = work.get(j);
-            const Point b = work.get(j + 1);
-            work.set(j, a + b);
-            work.set(j + 1, a - b);
-        }
-        h = 2;
-    }
-    const auto same = [](const Point& p) HWY_ATTR { return p; };
-    const auto quarter = [](const Point& p) HWY_ATTR { return turnedQuarter<inverse>(p); };
-    for (; h < n; h *= 4)
-    {
-        for (size_t g = 0; g < n; g += 4 * h)
-        {
-            fourPoints(work, g, h, same, same, quarter);
-            for (size_t k = 1; k < h; ++k)
-            {
-                const auto second = [&](const Point& p) HWY_ATTR { return work.twisted(p, 2 * h, k); };
-                const auto third = [&](const Point& p) HWY_ATTR { return work.twisted(p, 2 * h, k + h); };
-                if (2 * k == h)
-                {
-                    fourPoints(work, g + k, h, quarter, second, third);
-                }
-                else
-                {
-                    fourPoints(
-                        work, g + k, h, [&](const Point& p) HWY_ATTR { return work.twisted(p, h, k); }, second, third);
-                }
-            }
-        }
-    }
-}
 
 // No negative zero, one kind of NaN.
 HWY_INLINE Line finishedLine(Line r)
@@ -205,101 +33,89 @@ HWY_INLINE Point finishedPoint(const Point& p)
     return {finishedLine(p.re), finishedLine(p.im)};
 }
 
-// Rows through the transform. load(work, y) sets the points of the rows from y on; the results go to `dst`.
-template <bool inverse, class Load>
-HWY_INLINE void transformRows(const Work& work, uint32_t height, float* dst, size_t dstPitch, bool finish, Load load)
+// Points from rows y, y + 1, ...
+template <bool isComplex, class T>
+HWY_INLINE void loadRows(const Work& work, const T* src, size_t stride, size_t y, uint32_t height)
 {
-    const Lines d;
-    const Quad quad;
+    const Points points = work.points();
+    forColumns(src, stride, y, height, (isComplex ? 2 : 1) * size_t{work.length()},
+               [&](size_t x, const Block<Lines>& b) HWY_ATTR
+               {
+                   if constexpr (isComplex)
+                   {
+                       points.set(work.place(x / 2), {b.v0, b.v1});
+                       points.set(work.place(x / 2 + 1), {b.v2, b.v3});
+                   }
+                   else
+                   {
+                       const auto zero = hn::Zero(Lines());
+                       points.set(work.place(x), {b.v0, zero});
+                       points.set(work.place(x + 1), {b.v1, zero});
+                       points.set(work.place(x + 2), {b.v2, zero});
+                       points.set(work.place(x + 3), {b.v3, zero});
+                   }
+               });
+}
+
+// The rows of an image; the results go to `dst`.
+template <bool inverse, bool isComplex, class T>
+HWY_INLINE void transformRows(const Work& work, const T* src, size_t stride, uint32_t height, float* dst,
+                              size_t dstPitch, bool finish)
+{
+    const Points points = work.points();
+    const auto columns = [=](size_t x) HWY_ATTR
+    {
+        Point a = points.get(x / 2);
+        Point b = points.get(x / 2 + 1);
+        if (finish)
+        {
+            a = finishedPoint(a);
+            b = finishedPoint(b);
+        }
+        return Block<Lines>{a.re, a.im, b.re, b.im};
+    };
     for (size_t y = 0; y < height; y += kLanes)
     {
         const size_t rows = std::min<size_t>(kLanes, height - y);
-        load(y);
-        transform<inverse>(work);
-        for (size_t x = 0; x < work.length(); x += 2)
+        // All places at once, in the order in which the rows lie in memory.
+        loadRows<isComplex>(work, src, stride, y, height);
+        transform<inverse>(
+            work, [](size_t /*begin*/, size_t /*end*/) {},
+            [&](size_t begin, size_t end) HWY_ATTR
+            { storeRows(dst + y * dstPitch, dstPitch, rows, 2 * begin, 2 * end, columns); });
+    }
+}
+
+// Columns x .. x + count - 1 of complex rows, transformed; put(y, point) takes the results.
+template <bool inverse, class Put>
+HWY_INLINE void transformColumn(const Work& work, const float* src, size_t pitch, size_t x, size_t count, Put put)
+{
+    const Lines d;
+    const Points points = work.points();
+    const auto load = [&](size_t begin, size_t end) HWY_ATTR
+    {
+        for (size_t place = begin; place < end; ++place)
         {
-            Point a = work.get(x);
-            Point b = work.get(x + 1);
-            if (finish)
+            const float* row = src + work.place(place) * pitch + 2 * x;
+            float some[2 * kLanes] = {};
+            if (count < kLanes)
             {
-                a = finishedPoint(a);
-                b = finishedPoint(b);
+                std::copy_n(row, 2 * count, some);
+                row = some;
             }
-            storeColumns(d, Block<Lines>{a.re, a.im, b.re, b.im},
-                         [&](size_t row, auto four) HWY_ATTR
-                         {
-                             if (row < rows)
-                             {
-                                 hn::StoreU(four, quad, dst + (y + row) * dstPitch + 2 * x);
-                             }
-                         });
+            Point p;
+            hn::LoadInterleaved2(d, row, p.re, p.im);
+            points.set(place, p);
         }
-    }
-}
-
-// Rows y, y + 1, ... of a real source; beyond the last one it is repeated.
-template <class T>
-HWY_INLINE void loadReal(const Work& work, const T* src, size_t stride, size_t y, uint32_t height)
-{
-    const Lines d;
-    for (size_t x = 0; x < work.length(); x += 4)
-    {
-        const Block<Lines> b = loadColumns(
-            d,
-            [&](size_t row) HWY_ATTR
-            {
-                const T* four = planeRow(src, stride, std::min<size_t>(y + row, height - 1)) + x;
-                if constexpr (sizeof(T) == 1)
-                {
-                    const hn::FixedTag<int32_t, 4> d32;
-                    return hn::ConvertTo(Quad(), hn::PromoteTo(d32, hn::LoadU(hn::FixedTag<uint8_t, 4>(), four)));
-                }
-                else
-                {
-                    return hn::LoadU(Quad(), four);
-                }
-            });
-        const auto zero = hn::Zero(d);
-        work.setSource(x, {b.v0, zero});
-        work.setSource(x + 1, {b.v1, zero});
-        work.setSource(x + 2, {b.v2, zero});
-        work.setSource(x + 3, {b.v3, zero});
-    }
-}
-
-HWY_INLINE void loadComplex(const Work& work, const float* src, size_t stride, size_t y, uint32_t height)
-{
-    const Lines d;
-    for (size_t x = 0; x < work.length(); x += 2)
-    {
-        const Block<Lines> b = loadColumns(d,
-                                           [&](size_t row) HWY_ATTR
-                                           {
-                                               const size_t at = std::min<size_t>(y + row, height - 1);
-                                               return hn::LoadU(Quad(), planeRow(src, stride, at) + 2 * x);
-                                           });
-        work.setSource(x, {b.v0, b.v1});
-        work.setSource(x + 1, {b.v2, b.v3});
-    }
-}
-
-// Columns x .. x + count - 1 of complex rows into the points.
-HWY_INLINE void loadColumnsOf(const Work& work, const float* src, size_t pitch, size_t x, size_t count)
-{
-    const Lines d;
-    for (size_t y = 0; y < work.length(); ++y)
-    {
-        const float* row = src + y * pitch + 2 * x;
-        float some[2 * kLanes] = {};
-        if (count < kLanes)
-        {
-            std::copy_n(row, 2 * count, some);
-            row = some;
-        }
-        Point p;
-        hn::LoadInterleaved2(d, row, p.re, p.im);
-        work.setSource(y, p);
-    }
+    };
+    transform<inverse>(work, load,
+                       [&](size_t begin, size_t end) HWY_ATTR
+                       {
+                           for (size_t y = begin; y < end; ++y)
+                           {
+                               put(y, points.get(y));
+                           }
+                       });
 }
 
 HWY_INLINE void storeComplex(const Point& p, size_t skip, size_t count, float* to)
@@ -320,12 +136,9 @@ HWY_INLINE void transformColumns(const Work& work, uint32_t width, float* dst, s
     for (size_t x = 0; x < width; x += kLanes)
     {
         const size_t count = std::min<size_t>(kLanes, width - x);
-        loadColumnsOf(work, dst, pitch, x, count);
-        transform<false>(work);
-        for (size_t y = 0; y < work.length(); ++y)
-        {
-            storeComplex(finishedPoint(work.get(y)), 0, count, dst + y * pitch + 2 * x);
-        }
+        transformColumn<false>(work, dst, pitch, x, count,
+                               [&](size_t y, const Point& p) HWY_ATTR
+                               { storeComplex(finishedPoint(p), 0, count, dst + y * pitch + 2 * x); });
     }
 }
 
@@ -338,20 +151,20 @@ HWY_INLINE void transformHalfOfColumns(const Work& work, uint32_t width, float* 
     for (size_t x = 0; x <= width / 2; x += kLanes)
     {
         const bool isMiddle = x == width / 2;
-        loadColumnsOf(work, dst, pitch, x, isMiddle ? 1 : kLanes);
-        transform<false>(work);
-        for (size_t y = 0; y < n; ++y)
-        {
-            const Point p = work.get(y);
-            storeComplex(finishedPoint(p), 0, isMiddle ? 1 : kLanes, dst + y * pitch + 2 * x);
-            if (!isMiddle)
+        const size_t count = isMiddle ? 1 : kLanes;
+        transformColumn<false>(
+            work, dst, pitch, x, count,
+            [&](size_t y, const Point& p) HWY_ATTR
             {
-                // Column 0 is its own mirror image.
-                const Point mirrored = finishedPoint({hn::Reverse(d, p.re), hn::Neg(hn::Reverse(d, p.im))});
-                float* to = dst + (y == 0 ? 0 : n - y) * pitch + 2 * (width - x - (kLanes - 1));
-                storeComplex(mirrored, 0, x == 0 ? kLanes - 1 : kLanes, to);
-            }
-        }
+                storeComplex(finishedPoint(p), 0, count, dst + y * pitch + 2 * x);
+                if (!isMiddle)
+                {
+                    // Column 0 is its own mirror image.
+                    const Point mirrored = finishedPoint({hn::Reverse(d, p.re), hn::Neg(hn::Reverse(d, p.im))});
+                    float* to = dst + (y == 0 ? 0 : n - y) * pitch + 2 * (width - x - (kLanes - 1));
+                    storeComplex(mirrored, 0, x == 0 ? kLanes - 1 : kLanes, to);
+                }
+            });
     }
 }
 
@@ -366,8 +179,7 @@ HWY_INLINE vsrStatus forwardReal(const T* src, uint32_t width, uint32_t height, 
     }
     const size_t pitch = dstStride / sizeof(float);
     work.setLength(width, false);
-    transformRows<false>(work, height, dst, pitch, !columns,
-                         [&](size_t y) HWY_ATTR { loadReal(work, src, srcStride, y, height); });
+    transformRows<false, false>(work, src, srcStride, height, dst, pitch, !columns);
     if (columns)
     {
         work.setLength(height, false);
@@ -393,8 +205,7 @@ HWY_INLINE vsrStatus forwardComplex(const float* src, uint32_t width, uint32_t h
     }
     const size_t pitch = dstStride / sizeof(float);
     work.setLength(width, false);
-    transformRows<false>(work, height, dst, pitch, !columns,
-                         [&](size_t y) HWY_ATTR { loadComplex(work, src, srcStride, y, height); });
+    transformRows<false, true>(work, src, srcStride, height, dst, pitch, !columns);
     if (columns)
     {
         work.setLength(height, false);
@@ -442,25 +253,23 @@ vsrStatus ifftf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint3
     float* rows = work.extra();
     const size_t pitch = 2 * size_t{srcWidth};
     work.setLength(srcWidth, true);
-    transformRows<true>(work, srcHeight, rows, pitch, false,
-                        [&](size_t y) HWY_ATTR { loadComplex(work, src, srcStride, y, srcHeight); });
+    transformRows<true, true>(work, src, srcStride, srcHeight, rows, pitch, false);
     work.setLength(srcHeight, true);
     const auto scale = hn::Set(d, 1.0f / static_cast<float>(values));
     for (size_t x = 0; x < srcWidth; x += kLanes)
     {
         const size_t count = std::min<size_t>(kLanes, srcWidth - x);
-        loadColumnsOf(work, rows, pitch, x, count);
-        transform<true>(work);
-        for (size_t y = 0; y < srcHeight; ++y)
-        {
-            float some[kLanes];
-            float* to = planeRow(dst, dstStride, y) + x;
-            hn::StoreU(finishedLine(hn::Mul(work.get(y).re, scale)), d, count == kLanes ? to : some);
-            if (count < kLanes)
-            {
-                std::copy_n(some, count, to);
-            }
-        }
+        transformColumn<true>(work, rows, pitch, x, count,
+                              [&](size_t y, const Point& p) HWY_ATTR
+                              {
+                                  float some[kLanes];
+                                  float* to = planeRow(dst, dstStride, y) + x;
+                                  hn::StoreU(finishedLine(hn::Mul(p.re, scale)), d, count == kLanes ? to : some);
+                                  if (count < kLanes)
+                                  {
+                                      std::copy_n(some, count, to);
+                                  }
+                              });
     }
     return VISORA_SUCCESS;
 }

@@ -1,5 +1,6 @@
 // Mirrored images, vector variants.
 #include <cstring>
+#include <utility>
 
 #include "visora/variants/warp.h"
 
@@ -56,9 +57,11 @@ struct Ends
 
 // Pixels done until less than `vectors` of them are left. Each step reads both ends before it writes either, so the
 // destination may be the source.
-template <class Pixels, size_t vectors, class D, class T>
-HWY_INLINE size_t exchangeVectors(D d, const Ends<const T>& src, const Ends<T>& dst, size_t done, size_t count)
+template <class Pixels, class D, class T, size_t... i>
+HWY_INLINE size_t exchangeVectors(D d, std::index_sequence<i...> /*steps*/, const Ends<const T>& src,
+                                  const Ends<T>& dst, size_t done, size_t count)
 {
+    constexpr size_t vectors = sizeof...(i);
     const size_t lanes = hn::Lanes(d);
     const size_t elements = lanes * Pixels::kChannels;
     const size_t stop = done + (count - done) / (vectors * lanes) * (vectors * lanes);
@@ -68,17 +71,10 @@ HWY_INLINE size_t exchangeVectors(D d, const Ends<const T>& src, const Ends<T>& 
     T* toHigh = dst.highEnd - (done + lanes) * Pixels::kChannels;
     for (; done != stop; done += vectors * lanes)
     {
-        const auto low0 = Pixels::load(low);
-        const auto high0 = Pixels::load(high);
-        if constexpr (vectors == 2)
-        {
-            const auto low1 = Pixels::load(low + elements);
-            const auto high1 = Pixels::load(high - elements);
-            high1.storeReversed(toLow + elements);
-            low1.storeReversed(toHigh - elements);
-        }
-        high0.storeReversed(toLow);
-        low0.storeReversed(toHigh);
+        const Pixels lows[] = {Pixels::load(low + i * elements)...};
+        const Pixels highs[] = {Pixels::load(high - i * elements)...};
+        (highs[i].storeReversed(toLow + i * elements), ...);
+        (lows[i].storeReversed(toHigh - i * elements), ...);
         low += vectors * elements;
         high -= vectors * elements;
         toLow += vectors * elements;
@@ -94,8 +90,12 @@ HWY_INLINE void exchange(const Ends<const T>& src, const Ends<T>& dst, size_t co
     const hn::ScalableTag<T> wide;
     const hn::CappedTag<T, 16 / sizeof(T)> narrow;
     constexpr size_t kChannels = Pixels<decltype(wide)>::kChannels;
-    size_t done = exchangeVectors<Pixels<decltype(wide)>, 2>(wide, src, dst, 0, count);
-    done = exchangeVectors<Pixels<decltype(narrow)>, 1>(narrow, src, dst, done, count);
+    using Wide = Pixels<decltype(wide)>;
+    // Short vectors leave more to gain from larger steps.
+    constexpr size_t kVectors = HWY_ARCH_ARM && kChannels == 1 ? 4 : 2;
+    size_t done = exchangeVectors<Wide>(wide, std::make_index_sequence<kVectors>(), src, dst, 0, count);
+    done = exchangeVectors<Wide>(wide, std::index_sequence<0>(), src, dst, done, count);
+    done = exchangeVectors<Pixels<decltype(narrow)>>(narrow, std::index_sequence<0>(), src, dst, done, count);
     // By bytes: the pixels of an interleaved image need not be aligned to their size.
     constexpr size_t kPixel = kChannels * sizeof(T);
     for (; done < count; ++done)

@@ -1,4 +1,5 @@
 // Warps of f32 images, coordinate maps and points, vector variants.
+#include <algorithm>
 #include <cstring>
 
 #include "cpu/warp/visoraWarpLens.h"
@@ -76,7 +77,8 @@ HWY_INLINE void takeFloatTaps(const WarpPlane& plane, const Strip& places, const
     }
 }
 
-HWY_INLINE void warpFloatStrip(const WarpPlane& plane, const MatrixRow& row, size_t x, float border, float* out)
+HWY_INLINE void warpFloatStrip(const WarpPlane& plane, const MatrixRow& row, size_t x, size_t y, float border,
+                               float* out)
 {
     const FloatTag d;
     FloatStrip strip;
@@ -90,6 +92,7 @@ HWY_INLINE void warpFloatStrip(const WarpPlane& plane, const MatrixRow& row, siz
         splitPosition(v, plane.height, strip.places.v + i, strip.b + i);
     }
     makePlan(plane, strip.places, kBilinearReach, plan);
+    fetchAhead(plane, plan, y);
     takeFloatTaps(plane, strip.places, plan, border, taps);
     for (size_t i = 0; i < kStrip; i += hn::Lanes(d))
     {
@@ -123,7 +126,7 @@ bool warpFloats(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_
                 const MatrixRow row(warps::byAffine(affine), static_cast<float>(y));
                 float* out = dst + y * (dstStride / sizeof(float)) + x;
                 float part[kStrip];
-                warpFloatStrip(plane, row, x, borderValue, count == kStrip ? out : part);
+                warpFloatStrip(plane, row, x, y, borderValue, count == kStrip ? out : part);
                 if (count < kStrip)
                 {
                     std::memcpy(out, part, count * sizeof(float));
@@ -167,8 +170,8 @@ bool buildMap(const float* cameraMatrix, const float* distortion, const float* r
                                        hn::Mul(of(lens.p2), pq));
                 const auto outX = hn::Add(hn::Mul(of(lens.fx), s), of(lens.cx));
                 const auto outY = hn::Add(hn::Mul(of(lens.fy), t), of(lens.cy));
-                hn::StoreU(withOneNan(dFloat, hn::DemoteTo(dFloat, outX)), dFloat, mapX + y * stride + x);
-                hn::StoreU(withOneNan(dFloat, hn::DemoteTo(dFloat, outY)), dFloat, mapY + y * stride + x);
+                hn::StoreU(resultWithOneNan(dFloat, hn::DemoteTo(dFloat, outX)), dFloat, mapX + y * stride + x);
+                hn::StoreU(resultWithOneNan(dFloat, hn::DemoteTo(dFloat, outY)), dFloat, mapY + y * stride + x);
             };
             coverRange(0, mapWidth, hn::Lanes(d), mapPixels);
         }
@@ -215,11 +218,13 @@ vsrStatus transformPlanePoints(const float* src, uint32_t numPoints, const float
                            Floats x, y;
                            hn::LoadInterleaved2(d, from, x, y);
                            const auto w = line(2, x, y);
-                           hn::StoreInterleaved2(withOneNan(d, hn::Div(line(0, x, y), w)),
-                                                 withOneNan(d, hn::Div(line(1, x, y), w)), d, to);
+                           hn::StoreInterleaved2(resultWithOneNan(d, hn::Div(line(0, x, y), w)),
+                                                 resultWithOneNan(d, hn::Div(line(1, x, y), w)), d, to);
                        });
     return VISORA_SUCCESS;
 }
+
+#if HWY_ARCH_ARM
 
 vsrStatus transformSpacePoints(const float* src, uint32_t numPoints, const float* matrix, float* dst)
 {
@@ -233,13 +238,61 @@ vsrStatus transformSpacePoints(const float* src, uint32_t numPoints, const float
                            {
                                const float* m = matrix + 4 * row;
                                const auto flat = hn::Add(hn::Mul(hn::Set(d, m[0]), x), hn::Mul(hn::Set(d, m[1]), y));
-                               return withOneNan(
+                               return resultWithOneNan(
                                    d, hn::Add(flat, hn::Add(hn::Mul(hn::Set(d, m[2]), z), hn::Set(d, m[3]))));
                            };
                            hn::StoreInterleaved3(line(0), line(1), line(2), d, to);
                        });
     return VISORA_SUCCESS;
 }
+
+#else
+
+// Where no load takes every third element, the coordinates of as many points as a vector holds are spread: each to the
+// three places of its point.
+vsrStatus transformSpacePoints(const float* src, uint32_t numPoints, const float* matrix, float* dst)
+{
+    const FloatTag d;
+    constexpr size_t kLanes = hn::MaxLanes(FloatTag());
+    constexpr size_t kElements = kLanes / 3 * 3;
+    alignas(64) int32_t places[3][kLanes];
+    alignas(64) float weights[4][kLanes];
+    alignas(64) int32_t ofPoint[kLanes];
+    for (size_t i = 0; i < kLanes; ++i)
+    {
+        for (size_t c = 0; c < 3; ++c)
+        {
+            places[c][i] = static_cast<int32_t>(std::min(i / 3 * 3 + c, kLanes - 1));
+        }
+        for (size_t c = 0; c < 4; ++c)
+        {
+            weights[c][i] = matrix[4 * (i % 3) + c];
+        }
+        ofPoint[i] = i < kElements ? -1 : 0;
+    }
+    const auto isOfPoint = hn::MaskFromVec(hn::BitCast(d, hn::Load(IntTag(), ofPoint)));
+    const auto transform = [&](const float* from, float* to) HWY_ATTR
+    {
+        const Floats points = hn::LoadU(d, from);
+        const auto term = [&](size_t c) HWY_ATTR
+        { return hn::Mul(hn::Load(d, weights[c]), hn::TableLookupLanes(points, hn::SetTableIndices(d, places[c]))); };
+        const auto sum = hn::Add(hn::Add(term(0), term(1)), hn::Add(term(2), hn::Load(d, weights[3])));
+        // What lies behind the last whole point stays: the destination may be the source.
+        hn::StoreU(hn::IfThenElse(isOfPoint, resultWithOneNan(d, sum), points), d, to);
+    };
+    size_t left = size_t{3} * numPoints;
+    for (; left >= kLanes; left -= kElements, src += kElements, dst += kElements)
+    {
+        transform(src, dst);
+    }
+    float rest[kLanes] = {};
+    std::memcpy(rest, src, left * sizeof(float));
+    transform(rest, rest);
+    std::memcpy(dst, rest, left * sizeof(float));
+    return VISORA_SUCCESS;
+}
+
+#endif
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora

@@ -52,6 +52,21 @@ HWY_INLINE void place(const WarpCall& call, size_t x, size_t y, size_t count, St
     placeByMatrix(call, MatrixRow(positions, static_cast<float>(positions.dstY + y)), positions.dstX + x, 0, strip);
 }
 
+// Fetches of images that outgrow the nearer caches. Maps are read themselves, one float after the other, and wait for
+// that.
+HWY_INLINE void fetch(const WarpCall& call, const Plan& plan, size_t y)
+{
+    constexpr size_t kLargeBytes = 3 << 20;
+    if (!call.positions.matrix || call.planes * call.srcStride * call.srcHeight < kLargeBytes)
+    {
+        return;
+    }
+    for (size_t p = 0; p < call.planes; ++p)
+    {
+        fetchAhead(call.plane(p), plan, y);
+    }
+}
+
 HWY_NOINLINE void warpNearest(const WarpCall& call, size_t x, size_t y, size_t count)
 {
     Strip strip;
@@ -63,6 +78,7 @@ HWY_NOINLINE void warpNearest(const WarpCall& call, size_t x, size_t y, size_t c
         strip.v[i] += kPlaceOne / 2;
     }
     makePlan(call.plane(0), strip, kNearestReach, plan);
+    fetch(call, plan, y);
     for (size_t p = 0; p < call.planes; ++p)
     {
         StripOut out(call.dst[p] + y * call.dstStride + x * call.channels, count, call.channels);
@@ -78,6 +94,7 @@ HWY_NOINLINE void warpBilinear(const WarpCall& call, size_t x, size_t y, size_t 
     Taps taps;
     place(call, x, y, count, strip);
     makePlan(call.plane(0), strip, kBilinearReach, plan);
+    fetch(call, plan, y);
     for (size_t p = 0; p < call.planes; ++p)
     {
         StripOut out(call.dst[p] + y * call.dstStride + x, count, 1);
@@ -93,6 +110,7 @@ HWY_NOINLINE void warpBilinearWide(const WarpCall& call, size_t x, size_t y, siz
     WideTaps taps;
     place(call, x, y, count, strip);
     makePlan(call.plane(0), strip, kBilinearReach, plan);
+    fetch(call, plan, y);
     StripOut out(call.dst[0] + y * call.dstStride + 4 * x, count, 4);
     takeWideTaps(call.plane(0), strip, plan, taps);
     bilinearWideStrip(strip, taps, out.data());
@@ -107,6 +125,7 @@ HWY_NOINLINE void warpCubic(const WarpCall& call, size_t x, size_t y, size_t cou
     CubicShares rows;
     place(call, x, y, count, strip);
     makePlan(call.plane(0), strip, kCubicReach, plan);
+    fetch(call, plan, y);
     takeShares(strip.u, columns);
     takeShares(strip.v, rows);
     for (size_t p = 0; p < call.planes; ++p)

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "cpu/warp/visoraWarpCall.h"
+#include "hwy/cache_control.h"
 #include "hwy/highway.h"
 #include "vecta/visoraVector-inl.h"
 
@@ -208,6 +209,20 @@ HWY_INLINE void makePlan(const WarpPlane& plane, const Strip& strip, const Reach
         plan.groups[g] = hn::AllFalse(d, hn::Lt(beyond, hn::Zero(d)))                     ? Where::Inside
                          : !plane.replicate && hn::AllTrue(d, hn::Lt(apart, hn::Zero(d))) ? Where::Outside
                                                                                           : Where::Mixed;
+    }
+}
+
+/**
+ * Fetches some of what the strip behind this one takes, which processors do not foresee where the image is turned:
+ * places as far on as this strip is long, others in each row of a block.
+ */
+HWY_INLINE void fetchAhead(const WarpPlane& plane, const Plan& plan, size_t y)
+{
+    constexpr size_t kEvery = 8;
+    const ptrdiff_t onwards = ptrdiff_t{plan.offsets[kStrip - 1]} - plan.offsets[0];
+    for (size_t i = y % kEvery; i < kStrip; i += kEvery)
+    {
+        hwy::Prefetch(plane.pixels + (plan.offsets[i] + onwards));
     }
 }
 

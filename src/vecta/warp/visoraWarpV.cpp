@@ -9,7 +9,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraExport.h"
-#include "vecta/visoraVector-inl.h"
+#include "vecta/visoraTurn-inl.h"
 
 // Loops over arrays of vectors must be unrolled for these to live in registers.
 #ifndef VISORA_UNROLL
@@ -22,33 +22,49 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-// A square block as large as a vector has elements: source row i becomes column i of the destination. A negative
-// destination step walks the rows upward, a reversed source order turns the other way round.
-template <class T>
-HWY_INLINE void transposeBlock(const uint8_t* src, ptrdiff_t srcStep, uint8_t* dst, ptrdiff_t dstStep)
+// A block of as many source columns as 128 bits have elements, and as many rows as a vector has: source row i becomes
+// column i of the destination. A negative destination step walks the rows upward, a reversed source order turns the
+// other way round. Each 128 bits of the vectors are a square block of their own, so that the rows that are written are
+// as long as vectors.
+template <class D>
+HWY_INLINE void transposeBlock(D d, const uint8_t* src, ptrdiff_t srcStep, uint8_t* dst, ptrdiff_t dstStep)
 {
-    constexpr size_t kRows = 16 / sizeof(T);
-    const hn::FixedTag<T, kRows> d;
-    hn::Vec<decltype(d)> rows[kRows];
-    hn::Vec<decltype(d)> mixed[kRows];
-    VISORA_UNROLL for (size_t i = 0; i < kRows; ++i)
+    using T = hn::TFromD<D>;
+    constexpr size_t kColumns = 16 / sizeof(T);
+    const hn::FixedTag<T, kColumns> part;
+    hn::Vec<D> rows[kColumns];
+    hn::Vec<D> mixed[kColumns];
+    const auto loadPart = [&](size_t row) HWY_ATTR
+    { return hn::LoadU(part, reinterpret_cast<const T*>(src + static_cast<ptrdiff_t>(row) * srcStep)); };
+    if constexpr (kColumns == 4)
     {
-        rows[i] = hn::LoadU(d, reinterpret_cast<const T*>(src + static_cast<ptrdiff_t>(i) * srcStep));
-    }
-    // Rows of the upper half interleaved with those of the lower one, log2(kRows) times.
-    VISORA_UNROLL for (size_t step = 1; step < kRows; step *= 2)
-    {
-        VISORA_UNROLL for (size_t i = 0; i < kRows / 2; ++i)
+        // In halves of a vector: compilers make interleaved stores of single elements, which cost more.
+        const Block<D> columns = loadColumns(d, loadPart);
+        const hn::Vec<D> all[] = {columns.v0, columns.v1, columns.v2, columns.v3};
+        VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
         {
-            mixed[2 * i] = hn::InterleaveLower(d, rows[i], rows[i + kRows / 2]);
-            mixed[2 * i + 1] = hn::InterleaveUpper(d, rows[i], rows[i + kRows / 2]);
+            hn::StoreU(all[i], d, reinterpret_cast<T*>(dst + static_cast<ptrdiff_t>(i) * dstStep));
         }
-        VISORA_UNROLL for (size_t i = 0; i < kRows; ++i)
+        return;
+    }
+    VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
+    {
+        rows[i] = sideBySide(d, i, loadPart);
+    }
+    // Rows of the upper half interleaved with those of the lower one, log2(kColumns) times.
+    VISORA_UNROLL for (size_t step = 1; step < kColumns; step *= 2)
+    {
+        VISORA_UNROLL for (size_t i = 0; i < kColumns / 2; ++i)
+        {
+            mixed[2 * i] = hn::InterleaveLower(d, rows[i], rows[i + kColumns / 2]);
+            mixed[2 * i + 1] = hn::InterleaveUpper(d, rows[i], rows[i + kColumns / 2]);
+        }
+        VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
         {
             rows[i] = mixed[i];
         }
     }
-    VISORA_UNROLL for (size_t i = 0; i < kRows; ++i)
+    VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
     {
         hn::StoreU(rows[i], d, reinterpret_cast<T*>(dst + static_cast<ptrdiff_t>(i) * dstStep));
     }
@@ -64,37 +80,32 @@ enum class Turn
 // Clockwise: destination column of source row y is height - 1 - y, so blocks read their rows bottom up.
 // Anticlockwise: destination row of source column x is width - 1 - x, so blocks write their rows bottom up.
 // Blocks at the far edges overlap their neighbours. Needs a block each way.
-template <class T>
-HWY_INLINE void exchangeAxes(const uint8_t* src, size_t width, size_t height, size_t srcStride, uint8_t* dst,
+template <class D>
+HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t height, size_t srcStride, uint8_t* dst,
                              size_t dstStride, Turn turn)
 {
-    constexpr size_t kBlock = 16 / sizeof(T);
-    constexpr size_t kBlocksAhead = 4;
+    using T = hn::TFromD<D>;
     constexpr size_t kLineBytes = 64;
+    constexpr size_t kRows = hn::MaxLanes(D());
+    constexpr size_t kColumns = 16 / sizeof(T);
+    constexpr size_t kRowsAhead = 64;
     const auto srcStep = static_cast<ptrdiff_t>(srcStride);
     const auto dstStep = static_cast<ptrdiff_t>(dstStride);
-    const auto moveBlock = [&](size_t x, size_t y) HWY_ATTR
+    // Inlined, all of it, so that what a band has in common stays in registers.
+    const auto moveBlock = [=](size_t x, size_t y) HWY_ATTR __attribute__((always_inline))
     {
         const uint8_t* from = src + y * srcStride + x * sizeof(T);
-        // The processor does not foresee where a band goes on, one cache line a row.
-        if (const size_t ahead = y + kBlocksAhead * kBlock; x * sizeof(T) % kLineBytes == 0 && ahead + kBlock <= height)
-        {
-            for (size_t row = ahead; row < ahead + kBlock; ++row)
-            {
-                hwy::Prefetch(src + row * srcStride + x * sizeof(T));
-            }
-        }
         switch (turn)
         {
             case Turn::Clockwise:
-                transposeBlock<T>(from + (kBlock - 1) * srcStride, -srcStep,
-                                  dst + x * dstStride + (height - kBlock - y) * sizeof(T), dstStep);
+                transposeBlock(d, from + (kRows - 1) * srcStride, -srcStep,
+                               dst + x * dstStride + (height - kRows - y) * sizeof(T), dstStep);
                 break;
             case Turn::Anticlockwise:
-                transposeBlock<T>(from, srcStep, dst + (width - 1 - x) * dstStride + y * sizeof(T), -dstStep);
+                transposeBlock(d, from, srcStep, dst + (width - 1 - x) * dstStride + y * sizeof(T), -dstStep);
                 break;
             default:
-                transposeBlock<T>(from, srcStep, dst + x * dstStride + y * sizeof(T), dstStep);
+                transposeBlock(d, from, srcStep, dst + x * dstStride + y * sizeof(T), dstStep);
                 break;
         }
     };
@@ -104,23 +115,31 @@ HWY_INLINE void exchangeAxes(const uint8_t* src, size_t width, size_t height, si
     for (size_t band = 0; band < width; band += kBand)
     {
         const size_t bandEnd = HWY_MIN(band + kBand, width);
-        const size_t bandBegin = bandEnd - band >= kBlock ? band : bandEnd - kBlock;
-        coverRange(0, height, kBlock,
-                   [&](size_t y) HWY_ATTR
-                   { coverRange(bandBegin, bandEnd, kBlock, [&](size_t x) HWY_ATTR { moveBlock(x, y); }); });
+        const size_t bandBegin = bandEnd - band >= kColumns ? band : bandEnd - kColumns;
+        coverRange(
+            0, height, kRows, [=](size_t y) HWY_ATTR __attribute__((always_inline)) {
+                // The processor does not foresee where a band goes on, one cache line a row.
+                if (const size_t ahead = y + kRowsAhead; ahead + kRows <= height)
+                {
+                    for (size_t row = ahead; row < ahead + kRows; ++row)
+                    {
+                        hwy::Prefetch(src + row * srcStride + bandBegin * sizeof(T));
+                    }
+                }
+                coverRange(
+                    bandBegin, bandEnd,
+                    kColumns, [=](size_t x) HWY_ATTR __attribute__((always_inline)) { moveBlock(x, y); });
+            });
     }
 }
 
 template <class T>
-HWY_INLINE bool turned(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
-                       uint32_t dstStride, Turn turn)
+HWY_INLINE bool turnImage(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                          uint32_t dstStride, Turn turn)
 {
-    if (width < 16 / sizeof(T) || height < 16 / sizeof(T))
-    {
-        return false;
-    }
-    exchangeAxes<T>(src, width, height, srcStride, dst, dstStride, turn);
-    return true;
+    return width >= 16 / sizeof(T) &&
+           withFittingVector<T>(
+               height, [=](auto d) HWY_ATTR { exchangeAxes(d, src, width, height, srcStride, dst, dstStride, turn); });
 }
 
 constexpr Turn quarterTurn(uint32_t rotation)
@@ -140,7 +159,7 @@ bool rotateInterleaved(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
     {
         return vsrFlipu8V(src, srcWidth, srcHeight, srcStride, 2, VISORA_FLIP_BOTH, dst, dstStride) == VISORA_SUCCESS;
     }
-    return turned<uint16_t>(src, srcWidth, srcHeight, srcStride, dst, dstStride, quarterTurn(rotation));
+    return turnImage<uint16_t>(src, srcWidth, srcHeight, srcStride, dst, dstStride, quarterTurn(rotation));
 }
 
 bool rotatePlane(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
@@ -150,20 +169,20 @@ bool rotatePlane(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint
     {
         return vsrFlipu8V(src, srcWidth, srcHeight, srcStride, 1, VISORA_FLIP_BOTH, dst, dstStride) == VISORA_SUCCESS;
     }
-    return turned<uint8_t>(src, srcWidth, srcHeight, srcStride, dst, dstStride, quarterTurn(rotation));
+    return turnImage<uint8_t>(src, srcWidth, srcHeight, srcStride, dst, dstStride, quarterTurn(rotation));
 }
 
 bool transposeBytes(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
                     uint32_t dstStride)
 {
-    return turned<uint8_t>(src, srcWidth, srcHeight, srcStride, dst, dstStride, Turn::None);
+    return turnImage<uint8_t>(src, srcWidth, srcHeight, srcStride, dst, dstStride, Turn::None);
 }
 
 // Bits are moved, whatever they mean.
 bool transposeFloats(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,
                      uint32_t dstStride)
 {
-    return turned<uint32_t>(reinterpret_cast<const uint8_t*>(src), srcWidth, srcHeight, srcStride / 4 * 4,
+    return turnImage<float>(reinterpret_cast<const uint8_t*>(src), srcWidth, srcHeight, srcStride / 4 * 4,
                             reinterpret_cast<uint8_t*>(dst), dstStride / 4 * 4, Turn::None);
 }
 

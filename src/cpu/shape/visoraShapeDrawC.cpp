@@ -1,0 +1,212 @@
+// Drawing, reference variants.
+#include <numeric>
+
+#include "cpu/shape/visoraShape.h"
+#include "cpu/shape/visoraShapeDraw.h"
+#include "cpu/visoraDegrees.h"
+#include "visora/variants/shape.h"
+
+using visora::Canvas;
+using visora::CanvasPoint;
+using visora::Span;
+
+namespace
+{
+
+// An edge of a polygon from its upper end down, without its lowest row.
+struct Edge
+{
+    int32_t top;
+    int32_t bottom;
+    int32_t x;
+    int32_t dx;
+};
+
+// Where an edge crosses a row: column + rest / height, 0 <= rest < height.
+struct Crossing
+{
+    bool operator<(const Crossing& other) const
+    {
+        return column != other.column ? column < other.column
+                                      : int64_t{rest} * other.height < int64_t{other.rest} * height;
+    }
+
+    int32_t column;
+    int32_t rest;
+    int32_t height;
+};
+
+Crossing crossingOf(const Edge& edge, int64_t y)
+{
+    const int64_t height = edge.bottom - edge.top;
+    const int64_t numerator = (y - edge.top) * edge.dx;
+    const int64_t whole = visora::floorQuotient(numerator, height);
+    return {static_cast<int32_t>(edge.x + whole), static_cast<int32_t>(numerator - whole * height),
+            static_cast<int32_t>(height)};
+}
+
+// The pixels that an edge goes through exactly.
+void fillExactPixels(const Canvas& canvas, CanvasPoint a, CanvasPoint b)
+{
+    const int64_t dx = b.x - a.x;
+    const int64_t dy = b.y - a.y;
+    if (dy == 0)
+    {
+        canvas.fill(a.y, {std::min(a.x, b.x), std::max(a.x, b.x)});
+        return;
+    }
+    const int64_t steps = std::gcd(std::abs(dx), std::abs(dy));
+    for (int64_t k = 0; k <= steps; ++k)
+    {
+        canvas.dot(a.x + dx / steps * k, a.y + dy / steps * k);
+    }
+}
+
+vsrStatus fillPolygon(const Canvas& canvas, const int32_t* xy, const uint32_t* lengths, uint32_t numChains)
+{
+    size_t points = 0;
+    for (uint32_t i = 0; i < numChains; ++i)
+    {
+        points += lengths[i];
+    }
+    const visora::Scratch scratch(visora::partBytes<Edge>(points) + visora::partBytes<uint32_t>(points) +
+                                  visora::partBytes<Crossing>(points));
+    if (!scratch.data())
+    {
+        return VISORA_ENOMEM;
+    }
+    visora::Parts parts(scratch);
+    Edge* const edges = parts.take<Edge>(points);
+    auto* const active = parts.take<uint32_t>(points);
+    auto* const crossings = parts.take<Crossing>(points);
+    size_t count = 0;
+    visora::forSides(xy, lengths, numChains,
+                     [&](CanvasPoint a, CanvasPoint b)
+                     {
+                         fillExactPixels(canvas, a, b);
+                         if (b.y < a.y)
+                         {
+                             std::swap(a, b);
+                         }
+                         if (a.y != b.y && b.y > 0 && a.y < canvas.height)
+                         {
+                             edges[count++] = {static_cast<int32_t>(a.y), static_cast<int32_t>(b.y),
+                                               static_cast<int32_t>(a.x), static_cast<int32_t>(b.x - a.x)};
+                         }
+                     });
+    std::sort(edges, edges + count, [](const Edge& a, const Edge& b) { return a.top < b.top; });
+    size_t next = 0;
+    size_t live = 0;
+    for (int64_t y = 0; y < canvas.height && (live != 0 || next < count); ++y)
+    {
+        for (; next < count && edges[next].top <= y; ++next)
+        {
+            active[live++] = static_cast<uint32_t>(next);
+        }
+        live = static_cast<size_t>(
+            std::remove_if(active, active + live, [=](uint32_t i) { return edges[i].bottom <= y; }) - active);
+        for (size_t i = 0; i < live; ++i)
+        {
+            crossings[i] = crossingOf(edges[active[i]], y);
+        }
+        std::sort(crossings, crossings + live);
+        for (size_t i = 0; i + 1 < live; i += 2)
+        {
+            const Crossing& first = crossings[i];
+            canvas.fill(y, {first.column + (first.rest != 0 ? 1 : 0), crossings[i + 1].column});
+        }
+    }
+    return VISORA_SUCCESS;
+}
+
+void drawPolyline(const Canvas& canvas, const int32_t* xy, const uint32_t* lengths, uint32_t numChains, uint32_t closed,
+                  uint32_t thickness, uint32_t antialias)
+{
+    for (uint32_t i = 0; i < numChains; ++i)
+    {
+        const uint32_t length = lengths[i];
+        const auto at = [xy](size_t k) { return CanvasPoint{xy[2 * k], xy[2 * k + 1]}; };
+        for (size_t k = 0; k + 1 < length; ++k)
+        {
+            visora::drawLine(canvas, at(k), at(k + 1), thickness, antialias);
+        }
+        if (length == 1 || (closed != 0 && length > 2))
+        {
+            visora::drawLine(canvas, at(length - 1), at(0), thickness, antialias);
+        }
+        xy += 2 * size_t{length};
+    }
+}
+
+int32_t rounded(double v)
+{
+    return static_cast<int32_t>(std::floor(v + 0.5));
+}
+
+}  // namespace
+
+vsrStatus vsrDrawLineu8C(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, uint32_t channels,
+                         int32_t x0, int32_t y0, int32_t x1, int32_t y1, const uint8_t* color, uint32_t thickness,
+                         uint32_t antialias)
+{
+    visora::drawLine({dst, dstWidth, dstHeight, dstStride, channels, color}, {x0, y0}, {x1, y1}, thickness, antialias);
+    return VISORA_SUCCESS;
+}
+
+vsrStatus vsrDrawPolylineu8C(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, uint32_t channels,
+                             const int32_t* xy, const uint32_t* lengths, uint32_t numChains, uint32_t closed,
+                             const uint8_t* color, uint32_t thickness, uint32_t antialias)
+{
+    drawPolyline({dst, dstWidth, dstHeight, dstStride, channels, color}, xy, lengths, numChains, closed, thickness,
+                 antialias);
+    return VISORA_SUCCESS;
+}
+
+vsrStatus vsrFillPolygonu8C(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, uint32_t channels,
+                            const int32_t* xy, const uint32_t* lengths, uint32_t numChains, const uint8_t* color)
+{
+    return fillPolygon({dst, dstWidth, dstHeight, dstStride, channels, color}, xy, lengths, numChains);
+}
+
+vsrStatus vsrDrawEllipseu8C(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, uint32_t channels,
+                            const vsrEllipse* ellipse, float startAngle, float endAngle, const uint8_t* color,
+                            uint32_t thickness)
+{
+    const Canvas canvas{dst, dstWidth, dstHeight, dstStride, channels, color};
+    const double larger = std::max(ellipse->radiusA, ellipse->radiusB);
+    const double all = 8 * std::max(1.0, std::ceil(larger));
+    const double span = static_cast<double>(endAngle) - startAngle;
+    const bool isWhole = span >= 360;
+    const double steps = isWhole ? all : std::max(1.0, std::ceil(all * span / 360.0));
+    const auto most = static_cast<size_t>(steps) + 2;
+    const visora::Scratch scratch(visora::partBytes<int32_t>(2 * most));
+    if (!scratch.data())
+    {
+        return VISORA_ENOMEM;
+    }
+    auto* const xy = scratch.as<int32_t>();
+    uint32_t count = 0;
+    const visora::SineAndCosine turn = visora::sineAndCosine(ellipse->angle);
+    const double a = ellipse->radiusA;
+    const double b = ellipse->radiusB;
+    for (double k = 0; isWhole ? k < steps : k <= steps; ++k)
+    {
+        const visora::SineAndCosine at =
+            visora::sineAndCosine(isWhole ? 360.0 * k / steps : startAngle + span * k / steps);
+        xy[2 * size_t{count}] = rounded(ellipse->cx + (a * at.cosine * turn.cosine - b * at.sine * turn.sine));
+        xy[2 * size_t{count} + 1] = rounded(ellipse->cy + (a * at.cosine * turn.sine + b * at.sine * turn.cosine));
+        ++count;
+    }
+    if (thickness != 0)
+    {
+        drawPolyline(canvas, xy, &count, 1, isWhole ? 1 : 0, thickness, 0);
+        return VISORA_SUCCESS;
+    }
+    if (!isWhole)
+    {
+        xy[2 * size_t{count}] = rounded(ellipse->cx);
+        xy[2 * size_t{count} + 1] = rounded(ellipse->cy);
+        ++count;
+    }
+    return fillPolygon(canvas, xy, &count, 1);
+}

@@ -1,0 +1,393 @@
+// The tree of an image's distinct regions, from its pixels up to the whole image.
+#ifndef VISORA_CPU_SHAPE_MSER_TREE_H
+#define VISORA_CPU_SHAPE_MSER_TREE_H
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace visora
+{
+
+constexpr uint32_t kLevels = 256;
+
+/** Nodes are regions, each from the level on at which it begins to be; pixels are numbered with a frame of one. */
+struct MserTree
+{
+    static constexpr uint32_t kNone = 0xffffffff;
+
+    uint32_t add(uint32_t nodeLevel, uint32_t nodeArea, uint32_t nodeFirst)
+    {
+        level[count] = static_cast<uint8_t>(nodeLevel);
+        area[count] = nodeArea;
+        first[count] = nodeFirst;
+        parent[count] = kNone;
+        return count++;
+    }
+
+    /** Makes one node a part of another. */
+    void attach(uint32_t node, uint32_t to)
+    {
+        parent[node] = to;
+        area[to] += area[node];
+        first[to] = std::min(first[to], first[node]);
+    }
+
+    /** Whether a node is but another name of its parent, which began to be at the same level. */
+    bool isAlias(uint32_t node) const { return parent[node] != kNone && level[parent[node]] == level[node]; }
+
+    size_t pixelAt(uint32_t x, uint32_t y) const { return (size_t{y} + 1) * stride + x + 1; }
+
+    uint32_t width;
+    uint32_t height;
+    size_t stride;
+    uint32_t* area;
+    uint32_t* first;
+    uint32_t* parent;
+    uint8_t* level;
+    uint32_t* nodeOf;  // of pixels
+    uint32_t count = 0;
+};
+
+// ---- Grey images ----
+
+/**
+ * Floods a grey image from below (D. Nister, H. Stewenius, "Linear time maximally stable extremal regions", 2008): the
+ * water always stands at one pixel, its shore lies in a stack for each level, and each basin that is filled up to where
+ * it flows over is a region.
+ */
+class MserFlood
+{
+  public:
+    /** `levels` and `seen` have a byte for each pixel and the frame, `shore` a place for each pixel. */
+    MserFlood(MserTree& tree, uint8_t* levels, uint8_t* seen, uint32_t* shore)
+        : tree_(tree), levels_(levels), seen_(seen), shore_(shore)
+    {
+    }
+
+    /** `flip` is 255 for the regions of the negative. */
+    void run(const uint8_t* src, size_t srcStride, uint8_t flip)
+    {
+        set(src, srcStride, flip);
+        const auto stride = static_cast<uint32_t>(tree_.stride);
+        const std::array<uint32_t, 4> steps = {1, stride, 0u - 1, 0u - stride};
+        uint32_t pixel = stride + 1;
+        uint32_t edge = 0;
+        seen_[pixel] = 1;
+        enter(levels_[pixel]);
+        for (;;)
+        {
+            uint32_t level = levels_[pixel];
+            while (edge < steps.size())
+            {
+                const uint32_t next = pixel + steps[edge];
+                ++edge;
+                if (seen_[next] != 0)
+                {
+                    continue;
+                }
+                seen_[next] = 1;
+                if (levels_[next] >= level)
+                {
+                    push(levels_[next], next, 0);
+                    continue;
+                }
+                // Downhill first; the rest of this pixel's edges later.
+                push(level, pixel, edge);
+                pixel = next;
+                edge = 0;
+                level = levels_[next];
+                enter(level);
+            }
+            const uint32_t node = basins_[depth_ - 1];
+            tree_.nodeOf[pixel] = node;
+            ++tree_.area[node];
+            tree_.first[node] = std::min(tree_.first[node], pixel);
+            if (!pop(pixel, edge))
+            {
+                return;
+            }
+            if (levels_[pixel] > level)
+            {
+                rise(levels_[pixel]);
+            }
+        }
+    }
+
+  private:
+    static constexpr uint32_t kEdgeBits = 3;
+
+    void set(const uint8_t* src, size_t srcStride, uint8_t flip)
+    {
+        const size_t pixels = tree_.stride * (size_t{tree_.height} + 2);
+        std::array<uint32_t, kLevels> histogram{};
+        std::memset(seen_, 1, pixels);
+        for (uint32_t y = 0; y < tree_.height; ++y)
+        {
+            const size_t row = tree_.pixelAt(0, y);
+            std::memset(seen_ + row, 0, tree_.width);
+            for (uint32_t x = 0; x < tree_.width; ++x)
+            {
+                const auto level = static_cast<uint8_t>(src[y * srcStride + x] ^ flip);
+                levels_[row + x] = level;
+                ++histogram[level];
+            }
+        }
+        uint32_t begin = 0;
+        for (uint32_t level = 0; level < kLevels; ++level)
+        {
+            begin_[level] = begin;
+            end_[level] = begin;
+            begin += histogram[level];
+        }
+        filled_.fill(0);
+        depth_ = 0;
+        tree_.count = 0;
+    }
+
+    void push(uint32_t level, uint32_t pixel, uint32_t edge)
+    {
+        shore_[end_[level]++] = pixel << kEdgeBits | edge;
+        filled_[level / 64] |= uint64_t{1} << level % 64;
+    }
+
+    /** The last pixel of the lowest level; false when all are empty. */
+    bool pop(uint32_t& pixel, uint32_t& edge)
+    {
+        for (uint32_t word = 0; word < filled_.size(); ++word)
+        {
+            if (filled_[word] != 0)
+            {
+                const uint32_t level = word * 64 + static_cast<uint32_t>(std::countr_zero(filled_[word]));
+                const uint32_t entry = shore_[--end_[level]];
+                if (end_[level] == begin_[level])
+                {
+                    filled_[word] &= filled_[word] - 1;
+                }
+                pixel = entry >> kEdgeBits;
+                edge = entry & ((1u << kEdgeBits) - 1);
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /** A new basin; those that it lies in are above it. */
+    void enter(uint32_t level) { basins_[depth_++] = tree_.add(level, 0, MserTree::kNone); }
+
+    /** The basin is full up to `level`: it becomes part of what surrounds it there. */
+    void rise(uint32_t level)
+    {
+        while (tree_.level[basins_[depth_ - 1]] < level)
+        {
+            const uint32_t basin = basins_[depth_ - 1];
+            if (depth_ > 1 && tree_.level[basins_[depth_ - 2]] <= level)
+            {
+                --depth_;
+            }
+            else
+            {
+                basins_[depth_ - 1] = tree_.add(level, 0, MserTree::kNone);
+            }
+            tree_.attach(basin, basins_[depth_ - 1]);
+        }
+    }
+
+    MserTree& tree_;
+    uint8_t* levels_;
+    uint8_t* seen_;
+    uint32_t* shore_;
+    std::array<uint32_t, kLevels> begin_{};
+    std::array<uint32_t, kLevels> end_{};
+    std::array<uint64_t, kLevels / 64> filled_{};
+    std::array<uint32_t, kLevels + 1> basins_{};
+    uint32_t depth_ = 0;
+};
+
+// ---- Colour images ----
+
+/** Joins the neighbours of a colour image in the order of their differences. */
+class MserJoin
+{
+  public:
+    /** `sets` and `tops` have a number for each pixel and the frame, `edges` two for each. */
+    MserJoin(MserTree& tree, uint32_t* sets, uint32_t* tops, uint32_t* edges)
+        : tree_(tree), sets_(sets), tops_(tops), edges_(edges)
+    {
+    }
+
+    void run(const uint8_t* src, size_t srcStride)
+    {
+        tree_.count = 0;
+        const uint32_t flat = sortEdges(src, srcStride);
+        forPixels([&](uint32_t pixel) { sets_[pixel] = pixel; });
+        for (uint32_t i = 0; i < flat; ++i)
+        {
+            const auto [a, b] = endsOf(edges_[i]);
+            const uint32_t one = find(a);
+            const uint32_t other = find(b);
+            sets_[std::max(one, other)] = std::min(one, other);
+        }
+        // The first pixel of a set stands for it.
+        forPixels(
+            [&](uint32_t pixel)
+            {
+                const uint32_t set = find(pixel);
+                if (set == pixel)
+                {
+                    tops_[set] = tree_.add(0, 0, pixel);
+                }
+                tree_.nodeOf[pixel] = tops_[set];
+                ++tree_.area[tops_[set]];
+            });
+        uint32_t i = flat;
+        for (uint32_t level = 1; level < kLevels; ++level)
+        {
+            for (; i < ends_[level]; ++i)
+            {
+                const auto [a, b] = endsOf(edges_[i]);
+                join(find(a), find(b), level);
+            }
+        }
+        for (uint32_t node = 0; node < tree_.count; ++node)
+        {
+            resolve(node);
+        }
+    }
+
+  private:
+    struct Ends
+    {
+        uint32_t a, b;
+    };
+
+    template <class Body>
+    void forPixels(Body body) const
+    {
+        for (uint32_t y = 0; y < tree_.height; ++y)
+        {
+            for (uint32_t x = 0; x < tree_.width; ++x)
+            {
+                body(static_cast<uint32_t>(tree_.pixelAt(x, y)));
+            }
+        }
+    }
+
+    /** body(difference, edge) for the edges to the right and down. */
+    template <class Body>
+    void forEdges(const uint8_t* src, size_t srcStride, Body body) const
+    {
+        const auto difference = [](const uint8_t* p, const uint8_t* q)
+        {
+            const auto one = [=](int c) { return p[c] > q[c] ? p[c] - q[c] : q[c] - p[c]; };
+            return static_cast<uint32_t>(std::max(one(0), std::max(one(1), one(2))));
+        };
+        for (uint32_t y = 0; y < tree_.height; ++y)
+        {
+            for (uint32_t x = 0; x < tree_.width; ++x)
+            {
+                const uint8_t* p = src + y * srcStride + 3 * size_t{x};
+                const auto pixel = static_cast<uint32_t>(tree_.pixelAt(x, y));
+                if (x + 1 < tree_.width)
+                {
+                    body(difference(p, p + 3), pixel << 1);
+                }
+                if (y + 1 < tree_.height)
+                {
+                    body(difference(p, p + srcStride), pixel << 1 | 1);
+                }
+            }
+        }
+    }
+
+    /** Returns the number of edges without a difference, which come first. */
+    uint32_t sortEdges(const uint8_t* src, size_t srcStride)
+    {
+        ends_.fill(0);
+        forEdges(src, srcStride, [&](uint32_t difference, uint32_t /*edge*/) { ++ends_[difference]; });
+        uint32_t begin = 0;
+        for (uint32_t& end : ends_)
+        {
+            const uint32_t length = end;
+            end = begin;
+            begin += length;
+        }
+        forEdges(src, srcStride, [&](uint32_t difference, uint32_t edge) { edges_[ends_[difference]++] = edge; });
+        return ends_[0];
+    }
+
+    Ends endsOf(uint32_t edge) const
+    {
+        const uint32_t pixel = edge >> 1;
+        return {pixel, pixel + ((edge & 1) != 0 ? static_cast<uint32_t>(tree_.stride) : 1)};
+    }
+
+    uint32_t find(uint32_t pixel)
+    {
+        while (sets_[pixel] != pixel)
+        {
+            sets_[pixel] = sets_[sets_[pixel]];
+            pixel = sets_[pixel];
+        }
+        return pixel;
+    }
+
+    void join(uint32_t a, uint32_t b, uint32_t level)
+    {
+        if (a == b)
+        {
+            return;
+        }
+        const uint32_t one = tops_[a];
+        const uint32_t other = tops_[b];
+        const bool aIsLarger = tree_.area[one] >= tree_.area[other];
+        uint32_t top;
+        if (tree_.level[one] == level)
+        {
+            top = one;
+            tree_.attach(other, one);
+        }
+        else if (tree_.level[other] == level)
+        {
+            top = other;
+            tree_.attach(one, other);
+        }
+        else
+        {
+            top = tree_.add(level, 0, MserTree::kNone);
+            tree_.attach(one, top);
+            tree_.attach(other, top);
+        }
+        sets_[aIsLarger ? b : a] = aIsLarger ? a : b;
+        tops_[aIsLarger ? a : b] = top;
+    }
+
+    /** Lets a node's parent be no alias. */
+    void resolve(uint32_t node)
+    {
+        uint32_t& parent = tree_.parent[node];
+        while (parent != MserTree::kNone && tree_.isAlias(parent))
+        {
+            // Aliases of one region are at one level, so that a shorter way among them changes nothing else.
+            uint32_t& next = tree_.parent[parent];
+            if (tree_.isAlias(next))
+            {
+                next = tree_.parent[next];
+            }
+            parent = next;
+        }
+    }
+
+    MserTree& tree_;
+    uint32_t* sets_;
+    uint32_t* tops_;
+    uint32_t* edges_;
+    std::array<uint32_t, kLevels> ends_{};
+};
+
+}  // namespace visora
+
+#endif

@@ -1,0 +1,265 @@
+// Fourier transforms of as many lines at once as a vector has lanes. Two stages go through the registers in one pass;
+// every value is computed as the reference does. Included once per instruction set.
+#if defined(VISORA_VECTA_TRANSFORM_FFT_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VISORA_VECTA_TRANSFORM_FFT_INL_H
+#undef VISORA_VECTA_TRANSFORM_FFT_INL_H
+#else
+#define VISORA_VECTA_TRANSFORM_FFT_INL_H
+#endif
+
+#include <algorithm>
+
+#include "cpu/transform/visoraTransformFft.h"
+#include "cpu/visoraScratch.h"
+#include "hwy/highway.h"
+#include "vecta/visoraVector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+using Lines = hn::CappedTag<float, 16>;
+using Line = hn::Vec<Lines>;
+constexpr size_t kLanes = hn::MaxLanes(Lines());
+// Rows are often a power of two apart, and sixteen of them would drive each other out of the cache before a line of it
+// is used up: with vectors of a cache line whole ones are taken.
+constexpr bool kByCacheLine = kLanes == 16;
+
+// One complex value of every line.
+struct Point
+{
+    Line re, im;
+};
+
+// The points of as many lines as there are lanes, and twiddle factors of all stages. Handed on by value: the addresses
+// would be read again after every store otherwise.
+struct Points
+{
+    HWY_INLINE Point get(size_t j) const
+    {
+        const Lines d;
+        return {hn::LoadU(d, values + 2 * kLanes * j), hn::LoadU(d, values + 2 * kLanes * j + kLanes)};
+    }
+
+    HWY_INLINE void set(size_t j, const Point& p) const
+    {
+        const Lines d;
+        hn::StoreU(p.re, d, values + 2 * kLanes * j);
+        hn::StoreU(p.im, d, values + 2 * kLanes * j + kLanes);
+    }
+
+    // b times the twiddle factor k of stage h.
+    HWY_INLINE Point twisted(const Point& b, size_t h, size_t k) const
+    {
+        const Lines d;
+        const auto c = hn::Set(d, twiddles[2 * (h + k)]);
+        const auto s = hn::Set(d, twiddles[2 * (h + k) + 1]);
+        return {hn::Add(hn::Mul(c, b.re), hn::Mul(s, b.im)), hn::Sub(hn::Mul(c, b.im), hn::Mul(s, b.re))};
+    }
+
+    float* values = nullptr;
+    float* twiddles = nullptr;
+};
+
+// Buffers of a transform of up to `longest` values: the points, the twiddle factors, and where a value goes at first.
+class Work
+{
+  public:
+    HWY_INLINE Work(uint32_t longest, size_t extraFloats)
+        : scratch_((size_t{longest} * (2 * kLanes + 3) + extraFloats) * sizeof(float))
+    {
+        if (isThere())
+        {
+            points_.values = scratch_.as<float>();
+            points_.twiddles = points_.values + 2 * kLanes * longest;
+            places_ = reinterpret_cast<uint32_t*>(points_.twiddles + 2 * size_t{longest});
+            extra_ = points_.twiddles + 3 * size_t{longest};
+        }
+    }
+
+    HWY_INLINE bool isThere() const { return scratch_.data() != nullptr; }
+    HWY_INLINE float* extra() const { return extra_; }
+
+    // For lines of n values. A negative sine is what tells the inverse transform from the forward one.
+    HWY_INLINE void setLength(uint32_t n, bool inverse)
+    {
+        n_ = n;
+        const float* wave = quarterWave();
+        for (uint32_t h = 1; h < n; h *= 2)
+        {
+            for (uint32_t k = 0; k < h; ++k)
+            {
+                const Twiddle w = twiddle(wave, k, h);
+                points_.twiddles[2 * (h + k)] = w.c;
+                points_.twiddles[2 * (h + k) + 1] = inverse ? -w.s : w.s;
+            }
+        }
+        for (uint32_t j = 0; j < n; ++j)
+        {
+            places_[j] = reversedBits(j, bitsOf(n));
+        }
+    }
+
+    HWY_INLINE uint32_t length() const { return n_; }
+    HWY_INLINE Points points() const { return points_; }
+    // Where value i is before the transform, which is also the value that is at place i.
+    HWY_INLINE size_t place(size_t i) const { return places_[i]; }
+
+  private:
+    Scratch scratch_;
+    Points points_;
+    uint32_t* places_ = nullptr;
+    float* extra_ = nullptr;
+    uint32_t n_ = 0;
+};
+
+HWY_INLINE Point operator+(const Point& a, const Point& b)
+{
+    return {hn::Add(a.re, b.re), hn::Add(a.im, b.im)};
+}
+
+HWY_INLINE Point operator-(const Point& a, const Point& b)
+{
+    return {hn::Sub(a.re, b.re), hn::Sub(a.im, b.im)};
+}
+
+// A quarter of a turn.
+template <bool inverse>
+HWY_INLINE Point turnedQuarter(const Point& b)
+{
+    if constexpr (inverse)
+    {
+        return {hn::Neg(b.im), b.re};
+    }
+    else
+    {
+        return {b.im, hn::Neg(b.re)};
+    }
+}
+
+// Stages h and 2h of the four points j, j + h, j + 2h, j + 3h, given what the first stage's and the second stage's two
+// factors make of a point.
+template <class First, class Second, class Third>
+HWY_INLINE void fourPoints(Points points, size_t j, size_t h, First first, Second second, Third third)
+{
+    const Point p0 = points.get(j);
+    const Point p2 = points.get(j + 2 * h);
+    const Point t1 = first(points.get(j + h));
+    const Point t3 = first(points.get(j + 3 * h));
+    const Point a0 = p0 + t1;
+    const Point a1 = p0 - t1;
+    const Point a2 = second(p2 + t3);
+    const Point a3 = third(p2 - t3);
+    points.set(j, a0 + a2);
+    points.set(j + h, a1 + a3);
+    points.set(j + 2 * h, a0 - a2);
+    points.set(j + 3 * h, a1 - a3);
+}
+
+// So many points of all lines are transformed while they are in the nearest cache.
+constexpr size_t kNear = 2048 / kLanes;
+// So many results are taken at once: a cache line of each row.
+constexpr size_t kChunk = 8;
+
+// Stages h and 2h of the four points with the twiddle factors k, h apart from `at` on.
+template <bool inverse>
+HWY_INLINE void twoStagesAt(Points points, size_t at, size_t h, size_t k)
+{
+    const auto quarter = [](const Point& p) HWY_ATTR { return turnedQuarter<inverse>(p); };
+    if (k == 0)
+    {
+        const auto same = [](const Point& p) HWY_ATTR { return p; };
+        return fourPoints(points, at, h, same, same, quarter);
+    }
+    const auto second = [&](const Point& p) HWY_ATTR { return points.twisted(p, 2 * h, k); };
+    const auto third = [&](const Point& p) HWY_ATTR { return points.twisted(p, 2 * h, k + h); };
+    if (2 * k == h)
+    {
+        return fourPoints(points, at, h, quarter, second, third);
+    }
+    fourPoints(
+        points, at, h, [&](const Point& p) HWY_ATTR { return points.twisted(p, h, k); }, second, third);
+}
+
+// The stages below n of the n points from begin on. Quarters are independent until they are joined.
+template <bool inverse>
+void transformPart(Points points, size_t begin, size_t n)
+{
+    const size_t end = begin + n;
+    size_t h = 1;
+    if (n > kNear)
+    {
+        h = n / 4;
+        for (size_t part = begin; part < end; part += h)
+        {
+            transformPart<inverse>(points, part, h);
+        }
+    }
+    else if (bitsOf(static_cast<uint32_t>(n)) % 2 != 0)
+    {
+        for (size_t j = begin; j < end; j += 2)
+        {
+            const Point a = points.get(j);
+            const Point b = points.get(j + 1);
+            points.set(j, a + b);
+            points.set(j + 1, a - b);
+        }
+        h = 2;
+    }
+    for (; h < n; h *= 4)
+    {
+        for (size_t g = begin; g < end; g += 4 * h)
+        {
+            for (size_t k = 0; k < h; ++k)
+            {
+                twoStagesAt<inverse>(points, g + k, h, k);
+            }
+        }
+    }
+}
+
+/**
+ * A transform of the lines in the points. load(begin, end) sets the points of these places when they are wanted;
+ * emit(begin, end) takes results while they are near, a chunk at a time.
+ */
+template <bool inverse, class Load, class Emit>
+HWY_INLINE void transform(const Work& work, Load load, Emit emit)
+{
+    const Points points = work.points();
+    const size_t n = work.length();
+    if (n <= kNear)
+    {
+        load(0, n);
+        transformPart<inverse>(points, 0, n);
+        for (size_t j = 0; j < n; j += kChunk)
+        {
+            emit(j, std::min(n, j + kChunk));
+        }
+        return;
+    }
+    const size_t h = n / 4;
+    for (size_t part = 0; part < n; part += h)
+    {
+        load(part, part + h);
+        transformPart<inverse>(points, part, h);
+    }
+    for (size_t chunk = 0; chunk < h; chunk += kChunk)
+    {
+        for (size_t k = chunk; k < chunk + kChunk; ++k)
+        {
+            twoStagesAt<inverse>(points, k, h, k);
+        }
+        for (size_t j = chunk; j < n; j += h)
+        {
+            emit(j, j + kChunk);
+        }
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#endif
