@@ -57,7 +57,12 @@ endif()
 if(VISORA_BUILD_PYTHON)
     # Made for one version of the interpreter.
     execute_process(COMMAND ${VISORA_PYTHON} -c "import sys; major, minor = sys.version_info[:2]
-print(f'python3 (>= {major}.{minor}~), python3 (<< {major}.{minor + 1}~)', end='')"
+print(f'python3 (>= {major}.{minor}~), python3 (<< {major}.{minor + 1}~)', end='')
+try:
+    abi = [line.split()[1] for line in open('/usr/share/numpy3/versions') if line.startswith('abi ')]
+    print(''.join(f', python3-numpy-abi{each}' for each in abi), end='')
+except OSError:
+    pass"
                     OUTPUT_VARIABLE interpreter COMMAND_ERROR_IS_FATAL ANY)
     visora_package(python python3-visora python "This package has the operations on NumPy arrays, for Python."
                    ${library} ${interpreter} python3-numpy)
