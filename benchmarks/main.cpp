@@ -1,7 +1,7 @@
 // Times every operation, both kinds, at three image sizes beside its peers and a memcpy of the same bytes: one process,
-// one thread, repetitions of all benchmarks interleaved, medians of processor time. Takes Google Benchmark's options; --benchmark_filter
-// chooses by "<operation>/<label>/<contestant>/<width>x<height>". With --instruction_sets the vector variants are timed
-// on every further instruction set that this machine has, as contestants of those names.
+// one thread, repetitions of all benchmarks interleaved, medians of processor time. Takes Google Benchmark's options;
+// --benchmark_filter chooses by "<operation>/<label>/<contestant>/<width>x<height>". With --instruction_sets the vector
+// variants are timed on every further instruction set that this machine has, as contestants of those names.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

@@ -5,6 +5,7 @@
 
 #include "visoraCaller.h"
 #include "visoraPyramids.h"
+#include "visoraTree.h"
 
 namespace py = pybind11;
 
@@ -57,6 +58,7 @@ PYBIND11_MODULE(_visora, module)
         module.attr(constant.name) = constant.value;
     }
     visora::python::definePyramids(module);
+    visora::python::defineTree(module);
     module.def(
         "setOperationMode", setOperationMode, py::arg("mode"),
         "What serves the calls from now on, one of the OP_ constants. The first call of a function chooses\n"

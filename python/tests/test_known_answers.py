@@ -157,6 +157,21 @@ def test_pyramids_and_tracks():
             visora.pyramidCreateu8(*arguments)
 
 
+def test_trees():
+    vectors = RANDOM.random((200, 6)).astype(np.float32)
+    queries = RANDOM.random((9, 6)).astype(np.float32)
+    indices, distances = visora.KDTree(vectors).search(queries, k=3)
+    squares = ((queries[:, None].astype(np.float64) - vectors) ** 2).sum(-1)
+    assert np.array_equal(indices, squares.argsort(1)[:, :3])
+    assert np.allclose(distances, np.sort(squares, 1)[:, :3], rtol=1e-5)
+    for bad in (vectors[0], vectors.astype(np.float64), vectors * np.float32(np.inf), vectors[:, :0]):
+        with pytest.raises((TypeError, ValueError), match="KDTree"):
+            visora.KDTree(bad)
+    for queried, k in ((queries[:, :5], 1), (queries, 0), (queries[0], 1)):
+        with pytest.raises(ValueError, match="KDTree.search"):
+            visora.KDTree(vectors).search(queried, k=k)
+
+
 def test_in_place_and_parts_of_one_array():
     image = GREY.copy()
     assert visora.bitwiseNotu8(image, out=image) is image and np.array_equal(image, 255 - GREY)

@@ -42,11 +42,13 @@ def same(expected, found):
 
 
 def test_every_operation_is_there():
-    made_by_others = {"vsrPyramidAllocate", "vsrPyramidAllocate_v2", "vsrPyramidAllocate_v3"}  # arrays are NumPy's
+    # Arrays are NumPy's, and trees objects.
+    made_by_others = {"vsrPyramidAllocate", "vsrPyramidAllocate_v2", "vsrPyramidAllocate_v3", "vsrKDTreeBuildf32",
+                      "vsrKDTreeSearchf32"}
     missing = {function["name"] for function in OPERATIONS if python_name(function) is None} - made_by_others
     if missing:
         warnings.warn(f"scripts/shapes.toml does not tell the shapes of the buffers of {', '.join(sorted(missing))}")
-    assert missing == {function["name"] for function in OPERATIONS if function["undescribed"]}
+    assert missing == {function["name"] for function in OPERATIONS if function["undescribed"]} - made_by_others
     assert len(missing) <= len(OPERATIONS) // 20
 
 
