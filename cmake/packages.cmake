@@ -55,16 +55,11 @@ if(VISORA_BUILD_TOOLS)
     visora_package(tools visora-tools graphics "This package has the programs that apply it to pictures." ${library})
 endif()
 if(VISORA_BUILD_PYTHON)
-    # Made for one version of the interpreter.
-    execute_process(COMMAND ${VISORA_PYTHON} -c "import sys; major, minor = sys.version_info[:2]
-print(f'python3 (>= {major}.{minor}~), python3 (<< {major}.{minor + 1}~)', end='')
-try:
-    abi = [line.split()[1] for line in open('/usr/share/numpy3/versions') if line.startswith('abi ')]
-    print(''.join(f', python3-numpy-abi{each}' for each in abi), end='')
-except OSError:
-    pass"
-                    OUTPUT_VARIABLE interpreter COMMAND_ERROR_IS_FATAL ANY)
-    visora_package(python python3-visora python "This package has the operations on NumPy arrays, for Python."
-                   ${library} ${interpreter} python3-numpy)
+    # The module is that of one version of the interpreter, and of NumPy's binary interface.
+    execute_process(COMMAND dpkg-query -W -f \${Provides} python3-numpy OUTPUT_VARIABLE numpy ERROR_QUIET)
+    string(REGEX MATCH "python3-numpy-abi[0-9]+" numpy "${numpy}")
+    math(EXPR next "${VISORA_PYTHON_MINOR} + 1")
+    visora_package(python python3-visora python "This package has the functions for Python, on NumPy arrays."
+                   ${library} python3-numpy ${numpy} "python3 (>= 3.${VISORA_PYTHON_MINOR})" "python3 (<< 3.${next})")
 endif()
 include(CPack)

@@ -2,6 +2,8 @@
 #include <random>
 
 #include "stages.h"
+#include "visora/edge.h"
+#include "visora/edge_smooth.h"
 #include "visora/element.h"
 #include "visora/filter.h"
 #include "visora/warp.h"
@@ -60,6 +62,11 @@ const RegisterStages filters({
                                           { return vsrFilterGaussian11x11u8(src, width, height, dst, 1); })},
     {"box mean 11x11", filtered([](const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst)
                                 { return vsrBoxFilter11x11u8(src, width, height, width, dst, width); })},
+    {"smoothed, edges kept: bilateral 9x9",
+     filtered([](const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst)
+              { return vsrBilateralFilter9x9u8(src, width, height, 0, 4, 30, dst, 0, VISORA_BORDER_REPLICATE, 0); })},
+    {"edges: Canny", filtered([](const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst)
+                              { return vsrFilterCanny3x3u8_v2(src, width, height, 0, 60, 140, dst, 0); })},
     {"negative", filtered([](const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst)
                           { return vsrBitwiseNotu8(src, width, height, 0, dst, 0); })},
 });

@@ -1,12 +1,12 @@
 /**
  * @file
- * Corners of u8 images by the FAST segment test (E. Rosten and T. Drummond, "Machine learning for high-speed corner
- * detection", ECCV 2006).
+ * Corners of u8 images: by the FAST segment test (E. Rosten and T. Drummond, "Machine learning for high-speed corner
+ * detection", ECCV 2006), by the matrix of gradients, and their refinement between pixels, which are further down.
  *
- * A pixel p is a corner when enough contiguous pixels of the 16 on a circle of radius 3 around it are all brighter than
- * p + threshold or all darker than p - threshold: nine for FAST-9, ten for FAST-10. Equality is neither.
+ * FAST: a pixel p is a corner when enough contiguous pixels of the 16 on a circle of radius 3 around it are all
+ * brighter than p + threshold or all darker than p - threshold: nine for FAST-9, ten for FAST-10. Equality is neither.
  *
- * Common to all detectors:
+ * Common to all FAST detectors:
  * - `src` points at the top-left pixel; sizes are in pixels, the stride in bytes, 0 = packed. Nothing has to be
  * aligned.
  * - `threshold` is a difference in grey levels; above 254 nothing is a corner.
@@ -130,6 +130,68 @@ VSR_API void score_9(const uint8_t* src, uint32_t srcStride, const uint32_t* xy,
  */
 VSR_API void nms_processing(const uint32_t* rawXy, const uint32_t* rawScores, uint32_t* rowStarts, uint32_t rawCount,
                             uint32_t* xy, uint32_t* scores, uint32_t* numcorners);
+
+/* ---- Corners by the matrix of gradients ----
+ *
+ * Lists are as those of the FAST detectors: row by row, the first `nCornersMax`, with pixels less than `border` away
+ * from an edge not looked at. A border below a detector's reach counts as that; where it leaves no pixel the count is
+ * 0. With A, B and C the sums of gx^2, gy^2 and gx * gy over a window about a pixel, gx and gy its 3x3 Sobel gradients:
+ * they return 0; VISORA_EBADPARAM, with nothing written, for a null pointer, a zero size, a stride below a row, a
+ * buffer that is written and begins where another one does, or what a function names; VISORA_ENOMEM, with nothing
+ * written, for want of scratch memory. */
+
+/**
+ * Corners by the response of C. Harris and M. Stephens ("A combined corner and edge detector", Alvey Vision Conference,
+ * 1988): (16 * (A * B - C * C) - (A + B)^2) >> 24 over a window of 7x7 pixels, exact and rounded down, which is
+ * det - trace^2 / 16 in units of 2^20. A pixel is a corner when that is above the threshold. The reach is 4.
+ */
+VSR_API vsrStatus vsrCornerHarrisu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                    int32_t threshold, uint32_t border, uint32_t* xy, uint32_t nCornersMax,
+                                    uint32_t* nCorners);
+
+/**
+ * Harris corners with their responses.
+ * @param nmsEnabled  not 0: a corner is dropped when one of its eight neighbours that are looked at has a greater
+ *                    response, or an equal one and an earlier place in row-major order; nCornersMax limits what is left
+ */
+VSR_API vsrStatus vsrCornerHarrisScoreu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                         int32_t threshold, uint32_t border, uint32_t* xy, int32_t* scores,
+                                         uint32_t nCornersMax, uint32_t* nCorners, uint32_t nmsEnabled);
+
+/** Harris corners where the bits of a mask are clear; masks are those of the FAST detectors, their sides not 0. */
+VSR_API vsrStatus vsrCornerHarrisInMasku8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                          int32_t threshold, uint32_t border, uint32_t* xy, uint32_t nCornersMax,
+                                          uint32_t* nCorners, const uint8_t* mask, uint32_t maskWidth,
+                                          uint32_t maskHeight);
+
+/**
+ * Good features to track (J. Shi and C. Tomasi, CVPR 1994): by the smaller eigenvalue
+ * E = (A + B - sqrt((A - B)^2 + (2 C)^2)) / 2 over a window of 3x3 pixels. The reach is 2. Candidates are the pixels
+ * with E above quality times the greatest E that are maxima among their neighbours, as those of Harris. They are taken
+ * in falling order of E, equal ones row by row, unless nearer than minDistance to one taken before.
+ * @param quality      0 to 1; another is refused
+ * @param minDistance  up to 65535; another is refused
+ * @param xy,scores    pairs (x, y) in the order of taking, and their E
+ */
+VSR_API vsrStatus vsrCornerMinEigenu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                      float quality, uint32_t minDistance, uint32_t border, uint32_t* xy, float* scores,
+                                      uint32_t nCornersMax, uint32_t* nCorners);
+
+/**
+ * Places of corners between pixels (W. Foerstner and E. Guelch, 1987): the point q to which the gradients g of a window
+ * about it are perpendicular from where they are, g . (p - q) = 0 in the least squares, weighted towards the middle of
+ * the window, found in steps. A start outside the image stays where it is, and so does one that leads further away than
+ * half the window or out of the image.
+ * @param xy             nCorners starts; image sides above 2^24 are refused
+ * @param windowWidth    odd, 3 to 255; windowHeight as well
+ * @param maxIterations  steps at most; not 0, above 100 counts as 100
+ * @param epsilon        a step no longer than this is the last one; finite and not negative
+ * @param refinedXY      nCorners places, may be xy
+ */
+VSR_API vsrStatus vsrCornerRefineSubPixu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                          const float* xy, uint32_t nCorners, uint32_t windowWidth,
+                                          uint32_t windowHeight, uint32_t maxIterations, float epsilon,
+                                          float* refinedXY);
 
 VSR_END_DECLARATIONS
 

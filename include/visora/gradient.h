@@ -162,8 +162,8 @@ VSR_API vsrStatus vsrImageGradientScharrPlanarf32(const uint8_t* src, uint32_t s
                                                   uint32_t srcStride, float* dx, float* dy, uint32_t gradStride);
 
 /**
- * Not an entry point: the reference of the 3x3 Scharr gradient as s16 pairs, which the library itself calls. Strides are
- * never 0; nothing is checked.
+ * Not an entry point: the reference of the 3x3 Scharr gradient as s16 pairs, which the library itself calls. Strides
+ * are never 0; nothing is checked.
  * @return 0
  */
 VSR_API vsrStatus vsrImageGradientScharrInterleaveds16C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,

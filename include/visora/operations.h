@@ -7,6 +7,7 @@
 #define VISORA_OPERATIONS_H
 
 #include "visora/background.h"
+#include "visora/cluster.h"
 #include "visora/color.h"
 #include "visora/corner.h"
 #include "visora/correlate.h"
@@ -14,6 +15,7 @@
 #include "visora/difference.h"
 #include "visora/dot.h"
 #include "visora/edge.h"
+#include "visora/edge_smooth.h"
 #include "visora/element.h"
 #include "visora/filter.h"
 #include "visora/geom.h"
@@ -21,6 +23,7 @@
 #include "visora/hamming.h"
 #include "visora/histogram.h"
 #include "visora/integral.h"
+#include "visora/match.h"
 #include "visora/moments.h"
 #include "visora/morphology.h"
 #include "visora/motion.h"
@@ -34,5 +37,6 @@
 #include "visora/track.h"
 #include "visora/transform.h"
 #include "visora/warp.h"
+#include "visora/wavelet.h"
 
 #endif

@@ -414,9 +414,9 @@ bool toValue(const char* function, const char* name, PyObject* number, Element e
     Py_DECREF(whole);
     const auto bits = static_cast<int>(sizeOf(element) * 8);
     const bool isSigned = element >= Element::S8 && element <= Element::S64;
-    // 64-bit arguments are no public function's.
-    const int64_t least = isSigned ? -(int64_t{1} << (bits - 1)) : 0;
-    const int64_t largest = (int64_t{1} << (isSigned ? bits - 1 : bits)) - 1;
+    // Those of 64 bits are handles, which fit.
+    const int64_t largest = bits == 64 ? std::numeric_limits<int64_t>::max() : (int64_t{1} << (bits - isSigned)) - 1;
+    const int64_t least = isSigned ? -largest - 1 : 0;
     if (beyond != 0 || value.i < least || value.i > largest)
     {
         return fail(PyExc_ValueError, "%s: %s has to be from %lld to %lld, not %R", function, name,

@@ -23,14 +23,15 @@ SIZES = {"width": 32, "height": 16, "srcWidth": 32, "srcHeight": 16, "dstWidth":
          "length": 24, "numVectors": 5, "numPoints": 7, "bins": 16, "bins1": 8, "bins2": 4, "N": 3, "M": 5,
          "kernelWidth": 3, "kernelHeight": 5, "channels": 3, "n": 4, "gridX": 4, "gridY": 2, "nCornersMax": 400,
          "numQueries": 4, "numIndices": 3, "numVectors1": 3, "numVectors2": 4, "nPoints": 6, "nKeypoints": 4,
-         "nCorners": 6, "patchSize": 5, "templateWidth": 5, "templateHeight": 4, "capacity": 7, "mapWidth": 20, "mapHeight": 10, "maskWidth": 32, "maskHeight": 16}
+         "nCorners": 6, "patchSize": 5, "numCentres": 3, "numCodes": 9, "numBins": 5,
+         "templateWidth": 5, "templateHeight": 4, "capacity": 7, "mapWidth": 20, "mapHeight": 10, "maskWidth": 32, "maskHeight": 16}
 NUMBERS = {"threshold": 30, "shift": 2, "maxWords": 3, "maxIterations": 5, "epsilon": 0.5, "blockSize": 8, "step": 4,
            "rangeX": 3, "rangeY": 2, "patchWidth": 4, "patchHeight": 3, "maxDelta": 200.0, "timestamp": 9.0, "high": 90,
            "low": 20, "lowPermille": 100, "highPermille": 900, "lowThreshold": 40, "highThreshold": 90, "neighbours": 8,
            "sigma": 1.2, "tilesX": 4, "tilesY": 2, "clipLimit": 2.0, "outerDistance": 60, "innerDistance": 20,
            "keyCb": 90, "keyCr": 120, "amount": 128, "border": 3, "left": 2, "top": 1, "constant": 5, "factor": 250,
            "windowWidth": 7, "windowHeight": 5, "x": 12, "y": 7, "radiusX": 3, "radiusY": 2, "quality": 0.1,
-           "sigmaSpace": 2.0, "sigmaRange": 20.0, "radius": 2, "eps": 10.0, "strength": 8.0, "maxDistance": 90,
+           "norm": 1, "gridWidth": 9, "gridHeight": 6, "blockLength": 4, "sigmaSpace": 2.0, "sigmaRange": 20.0, "radius": 2, "eps": 10.0, "strength": 8.0, "maxDistance": 90,
            "gamma": 0.7, "maxValue": 200, "time": 4, "maxAge": 2, "maxsqerr": 1.0, "format": 3, "channel": 4}
 RECTANGLE = {"width": 20, "height": 10}  # where these are numbers, not the size of an image
 NEAR_IDENTITY = [1.02, 0.05, -1.5, -0.03, 0.97, 2.0, 0.0005, 0.0002, 1.0, 0.1, 0.2, 0.9]
@@ -99,6 +100,8 @@ def content(function, parameter, shape, random):
         return random.integers(-3, 4, shape).astype(kind)
     if name == "xy":
         return (random.random(shape) * [28, 13]).astype(kind)
+    if name == "codes" or (name == "indices" and "Cluster" in function["name"]):
+        return random.integers(0, 3, shape).astype(kind)
     if name == "indices":
         return random.integers(0, SIZES["numVectors"], shape).astype(kind)
     if name in ("mask", "bitMask") and parameter["direction"] == "in":

@@ -1,5 +1,7 @@
 // How to call what compares vectors: Hamming distances and dot products, and the binary descriptors they are for.
 #include <bit>
+#include <limits>
+#include <memory>
 
 #include "support/sets.h"
 #include "visora/variants/corner.h"
@@ -248,6 +250,85 @@ const Register binaryDescriptors({
      ofSets([](Arguments& a) { prepareBrief<true>(a, a.choose(0, 1, 1) == 1); }, {5, 6}), "", 1000},
     {VISORA_OPERATION(vsrBriefDescribeRotatedu8), ofSets([](Arguments& a) { prepareBrief<true>(a, false); }, {5, 6}),
      "centroid", 1000},
+});
+
+// ---- Clusters and the tree ----
+
+template <auto kernel, class T, class Distance>
+void prepareAssign(Arguments& a)
+{
+    const uint32_t length = vectorLength(a);
+    const InputSet<T> vectors(a, length, anyCount(a));
+    const InputSet<T> centres(a, length, a.choose(1, 40, 64));
+    a.call(kernel, vectors.data, length, vectors.count, vectors.stride, centres.data, centres.count, centres.stride,
+           outputs<uint16_t>(a, vectors.count), outputs<Distance>(a, vectors.count));
+}
+
+template <auto kernel, class T, class R>
+void prepareUpdate(Arguments& a)
+{
+    const uint32_t length = vectorLength(a);
+    const InputSet<T> vectors(a, length, anyCount(a));
+    const uint32_t count = a.choose(1, 40, 64);
+    // Centres are read and written; they come packed here.
+    std::vector<T> centres(size_t{count} * length);
+    for (T& element : centres)
+    {
+        element = static_cast<T>(a.random().between(0, 255));
+    }
+    const std::vector<uint16_t> indices = anyIndices<uint16_t>(a, vectors.count, count);
+    a.call(kernel, vectors.data, length, vectors.count, vectors.stride, a.given(indices), a.updated(centres), count,
+           static_cast<uint32_t>(length * sizeof(T)), outputs<R>(a, sizeof(T) == 1 ? count : 1));
+}
+
+void prepareHistogram(Arguments& a)
+{
+    const uint32_t bins = a.shape().typical ? 1000 : a.shape().width;
+    const std::vector<uint16_t> codes = anyIndices<uint16_t>(a, anyCount(a), bins);
+    const auto count = static_cast<uint32_t>(codes.size());
+    const uint32_t norm = a.choose(VISORA_HISTOGRAM_L1, VISORA_HISTOGRAM_L2, VISORA_HISTOGRAM_L2);
+    a.call(vsrCodeHistogramu16C, a.given(codes), count, bins, norm, outputs<float>(a, bins));
+}
+
+void prepareSearch(Arguments& a, uint32_t maxLeaves)
+{
+    const uint32_t length = vectorLength(a, 16);
+    const uint32_t count = a.shape().typical ? 10000 : a.random().between(0, a.random().oneIn(4) ? 300 : 40);
+    // Now and then of few values, so that distances are equal.
+    const uint32_t values = a.random().oneIn(3) ? 2 : 1000;
+    std::vector<float> vectors(size_t{count} * length + 1);
+    for (float& element : vectors)
+    {
+        element = static_cast<float>(a.random().between(0, values));
+    }
+    vsrKDTree* tree = nullptr;
+    vsrKDTreeBuildf32C(vectors.data(), length, count, length * 4, &tree);
+    a.keep(std::shared_ptr<vsrKDTree>(tree, vsrKDTreeReleasef32));
+    const uint32_t queries = a.random().oneIn(6) && !a.shape().typical ? 0 : a.choose(13, 20, a.shape().width);
+    const uint32_t stride = a.srcStride(length * 4, 4);
+    const auto* data = a.made<float>(length, queries, stride,
+                                     [&]
+                                     {
+                                         return a.random().oneIn(2000) && !a.shape().typical
+                                                    ? std::numeric_limits<float>::infinity()
+                                                    : static_cast<float>(a.random().between(0, values));
+                                     });
+    const uint32_t k = a.choose(1, 9, 2);
+    const size_t results = size_t{queries} * k;
+    a.call(vsrKDTreeSearchf32C, static_cast<const vsrKDTree*>(tree), data, queries, stride, k, maxLeaves,
+           outputs<uint32_t>(a, results), outputs<float>(a, results));
+}
+
+const Register clusters({
+    OF_SETS(vsrClusterAssignf32, prepareAssign, float, float, 2),
+    OF_SETS(vsrClusterAssignu8, prepareAssign, uint8_t, uint32_t, 2),
+    OF_SETS(vsrClusterUpdatef32, prepareUpdate, float, float, 2, 6, 7),
+    OF_SETS(vsrClusterUpdateu8, prepareUpdate, uint8_t, uint32_t, 2, 6, 7),
+    {VISORA_OPERATION(vsrCodeHistogramu16), ofSets(prepareHistogram, {1}), "", 0, true},
+    {VISORA_OPERATION(vsrKDTreeSearchf32), ofSets([](Arguments& a) { prepareSearch(a, a.choose(0, 5, 0)); }, {2, 5}),
+     "exact", 0, true},
+    {VISORA_OPERATION(vsrKDTreeSearchf32), ofSets([](Arguments& a) { prepareSearch(a, 8); }, {2, 5}), "8_leaves", 0,
+     true},
 });
 
 }  // namespace

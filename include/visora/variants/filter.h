@@ -4,6 +4,7 @@
 
 #include "visora/correlate.h"
 #include "visora/edge.h"
+#include "visora/edge_smooth.h"
 #include "visora/filter.h"
 #include "visora/gradient.h"
 #include "visora/morphology.h"

@@ -4,7 +4,6 @@
 #include "visora/variants/corner.h"
 
 using visora::Array;
-using visora::List;
 using visora::OptionalArray;
 using visora::Result;
 using visora::ResultList;

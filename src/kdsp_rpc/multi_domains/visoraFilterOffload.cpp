@@ -18,6 +18,15 @@ constexpr auto sameSizeBehind = [](const auto* src, uint32_t width, uint32_t hei
     return sameSize(src, width, height, srcStride, std::get<numbers>(all), std::get<numbers + 1>(all));
 };
 
+/** A second image of the same size, and some numbers behind it. */
+template <size_t numbers>
+constexpr auto withGuide = [](const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, const auto* guide,
+                              uint32_t guideStride, auto... rest)
+{
+    const auto [from, to] = sameSizeBehind<numbers>(src, width, height, srcStride, rest...);
+    return std::array{from, imageLength(guide, guideStride, width, height), to};
+};
+
 constexpr auto gradientPlanes = [](const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, auto* dx,
                                    auto* dy, uint32_t gradStride, auto...)
 {

@@ -356,6 +356,9 @@ struct FloatSums
     using V = hn::Vec<FloatLanes>;
     struct Operand
     {
+        // Written out, as it has to be compiled for the instruction set.
+        HWY_INLINE Operand() {}
+
         V parts[kFloatVectors];
     };
     using Sums = Operand;
@@ -382,7 +385,9 @@ struct FloatSums
     {
 #if HWY_TARGET <= HWY_AVX3
         const FloatLanes d;
-        return {{hn::MaskedLoad(hn::FirstN(d, length - seen), d, vector + seen)}};
+        Operand all;
+        all.parts[0] = hn::MaskedLoad(hn::FirstN(d, length - seen), d, vector + seen);
+        return all;
 #else
         HWY_ALIGN float padded[kStep] = {};
         std::memcpy(padded, vector + seen, (length - seen) * sizeof(float));

@@ -9,6 +9,7 @@
 
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/filter/visoraFilterSums-inl.h"
 #include "vecta/filter/visoraFilterWindow-inl.h"
 #include "vecta/visoraExport.h"
 #include "vecta/visoraVector-inl.h"
@@ -187,22 +188,6 @@ HWY_INLINE vsrStatus smallBox(const AdaptiveCall& call)
                       }
                   });
     return VISORA_SUCCESS;
-}
-
-// before[x] = sum of in[0 .. x - 1] modulo 2^32, for x up to `count`; both have room for four more.
-HWY_INLINE void sumBefore(const uint32_t* in, size_t count, uint32_t* before)
-{
-    const hn::FixedTag<uint32_t, 4> d;
-    auto carry = hn::Zero(d);
-    before[0] = 0;
-    for (size_t x = 0; x < count; x += 4)
-    {
-        auto sum = hn::LoadU(d, in + x);
-        sum = hn::Add(sum, hn::ShiftLeftLanes<1>(d, sum));
-        sum = hn::Add(sum, hn::ShiftLeftLanes<2>(d, sum));
-        hn::StoreU(hn::Add(sum, carry), d, before + x + 1);
-        carry = hn::Add(carry, hn::Broadcast<3>(sum));
-    }
 }
 
 // The test holds where the mean is below a limit, 0 .. 256, that the pixel gives: where the sum with its rounding is

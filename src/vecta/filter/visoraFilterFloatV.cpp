@@ -239,18 +239,18 @@ vsrStatus correlationFloat(const float* src, uint32_t srcWidth, uint32_t srcHeig
                        });
         }
     };
-    const bool done = withFittingVector<float, 32>(srcWidth,
-                                                   [&](auto d) HWY_ATTR
+    const bool done = withFittingVector<float>(srcWidth,
+                                               [&](auto d) HWY_ATTR
+                                               {
+                                                   if (srcWidth >= kTogether * hn::Lanes(d))
                                                    {
-                                                       if (srcWidth >= kTogether * hn::Lanes(d))
-                                                       {
-                                                           pass(d, std::integral_constant<size_t, kTogether>());
-                                                       }
-                                                       else
-                                                       {
-                                                           pass(d, std::integral_constant<size_t, 1>());
-                                                       }
-                                                   });
+                                                       pass(d, std::integral_constant<size_t, kTogether>());
+                                                   }
+                                                   else
+                                                   {
+                                                       pass(d, std::integral_constant<size_t, 1>());
+                                                   }
+                                               });
     return done ? vsrStatus{VISORA_SUCCESS}
                 : vsrFilterCorrNxNf32C(src, srcWidth, srcHeight, srcStride, kernel, N, dst, dstStride);
 }

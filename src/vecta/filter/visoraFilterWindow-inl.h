@@ -128,7 +128,7 @@ class PaddedRows
     void copyRow(size_t y)
     {
         const T* from = source_.src + y * source_.step;
-        Copy* to = slot(y % reach_.rows()) + reach_.left;
+        Copy* to = slot(y % reach_.rows()) + reach_.left;  // of rows it has. NOLINT(clang-analyzer-core.DivideZero)
         std::copy_n(from, source_.width, to);
         if (!source_.surround.constant)
         {
@@ -206,7 +206,7 @@ HWY_INLINE vsrStatus columnsThenRows(const WindowSource<T>& source, WindowReach 
         columns(rows, 0, sums);
         std::transform(sums.begin(), sums.end(), beyond.begin(), [](const Sum* sum) { return *sum; });
     }
-    constexpr size_t kStripBytes = 24 * 1024;
+    constexpr size_t kStripBytes = 64 * 1024;
     const size_t strip =
         // A window has rows. NOLINTNEXTLINE(clang-analyzer-core.DivideZero)
         roundedUp(std::max({kStripBytes / sizeof(T) / reach.rows(), size_t{512}, 4 * (reach.left + reach.right)}));

@@ -30,7 +30,7 @@ namespace HWY_NAMESPACE
 
 // ---- One query with a few vectors ----
 
-/** Bits that differ between vectors of bytes, up to 65535 vectors of them. */
+/** Bits that differ between vectors of bytes, up to 1023 vectors of them. */
 template <class D8>
 class BitCounter
 {
@@ -83,8 +83,8 @@ HWY_INLINE void fourDistances(D8 d, const uint8_t* query, const uint8_t* const v
                               uint32_t* distances)
 {
     constexpr size_t kLanes = hn::MaxLanes(D8());
-    // A counter of 16 bits gets at most 16 from a vector.
-    constexpr size_t kLongest = kLanes * 4095;
+    // A counter of 16 bits gets at most 16 from a vector, and four of them are added up in 16 bits.
+    constexpr size_t kLongest = kLanes * 1023;
     const Four<uint32_t> d32;
     auto sums = hn::Zero(d32);
     for (size_t begin = 0; begin < length; begin += kLongest)
