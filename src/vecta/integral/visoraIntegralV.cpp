@@ -165,9 +165,15 @@ HWY_INLINE void coverSums(size_t width, const uint32_t* row, Start start, Put pu
     if (x + kStep <= width)
     {
         start(x);
-        for (; x + kStep <= width; x += kStep)
+        for (; x + 2 * kStep <= width; x += 2 * kStep)
         {
             put(x);
+            put(x + kStep);
+        }
+        if (x + kStep <= width)
+        {
+            put(x);
+            x += kStep;
         }
     }
     else
