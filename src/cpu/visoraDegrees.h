@@ -3,6 +3,7 @@
 #define VISORA_CPU_DEGREES_H
 
 #include <cmath>
+#include <cstddef>
 
 namespace visora
 {
@@ -13,6 +14,31 @@ struct SineAndCosine
     double cosine;
 };
 
+constexpr size_t kSineTerms = 9;
+
+/** 1 / n! with the sign of the series' term: of the cosine with even n, of the sine with odd ones. */
+struct SineSeries
+{
+    constexpr SineSeries()
+    {
+        // (2k)! and (2k + 1)! are exact in a double.
+        double factorial = 1;
+        double sign = 1;
+        for (size_t k = 0; k < kSineTerms; ++k)
+        {
+            const auto n = static_cast<double>(2 * k);
+            even[k] = sign / factorial;
+            odd[k] = sign / (factorial * (n + 1));
+            factorial = factorial * (n + 1) * (n + 2);
+            sign = -sign;
+        }
+    }
+
+    double even[kSineTerms] = {};
+    double odd[kSineTerms] = {};
+};
+inline constexpr SineSeries kSineSeries;
+
 /** Of an angle in degrees, with an error below 1e-15: Taylor series about the nearest multiple of 90. */
 inline SineAndCosine sineAndCosine(double degrees)
 {
@@ -21,24 +47,12 @@ inline SineAndCosine sineAndCosine(double degrees)
     const double q = std::floor(r / 90.0 + 0.5);
     const double z = (r - 90.0 * q) * 0.017453292519943295;
     const double zz = z * z;
-    constexpr int kTerms = 9;
-    // (2k)! and (2k + 1)! are exact in a double.
-    double even[kTerms];
-    double odd[kTerms];
-    double factorial = 1;
-    for (int k = 0; k < kTerms; ++k)
-    {
-        even[k] = factorial;
-        odd[k] = factorial * (2 * k + 1);
-        factorial = odd[k] * (2 * k + 2);
-    }
     double s = 0;
     double c = 0;
-    for (int k = kTerms - 1; k >= 0; --k)
+    for (size_t k = kSineTerms; k-- > 0;)
     {
-        const double sign = k % 2 == 0 ? 1.0 : -1.0;
-        s = s * zz + sign / odd[k];
-        c = c * zz + sign / even[k];
+        s = s * zz + kSineSeries.odd[k];
+        c = c * zz + kSineSeries.even[k];
     }
     s = s * z;
     switch (static_cast<int>(q) % 4)

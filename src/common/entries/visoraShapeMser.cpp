@@ -51,7 +51,8 @@ constexpr auto detect = [](auto open, vsrMser* mser, const uint8_t* src, uint32_
 vsrStatus vsrMserCreate(uint32_t maxWidth, uint32_t maxHeight, uint32_t delta, uint32_t minArea, uint32_t maxArea,
                         float maxVariation, float minDiversity, vsrMser** mser)
 {
-    const Result handle(mser);
+    // A pointer is written.
+    const Result handle(reinterpret_cast<uintptr_t*>(mser));
     return VSR_CALL(vsrMserCreate, handle)
         .require(maxWidth != 0 && maxHeight != 0 && hasShapeSides(maxWidth, maxHeight) &&
                  uint64_t{maxWidth} * maxHeight <= kMostMserPixels && delta >= 1 && delta <= 255 && minArea >= 1 &&

@@ -83,7 +83,11 @@ struct Canvas
     {
         if (x >= 0 && x < width && y >= 0 && y < height)
         {
-            std::memcpy(pixel(x, y), color, channels);
+            uint8_t* to = pixel(x, y);
+            for (uint32_t c = 0; c < channels; ++c)
+            {
+                to[c] = color[c];
+            }
         }
     }
 

@@ -8,7 +8,6 @@
 
 using visora::Canvas;
 using visora::CanvasPoint;
-using visora::Span;
 
 namespace
 {
