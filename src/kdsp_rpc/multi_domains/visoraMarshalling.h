@@ -42,6 +42,12 @@ constexpr auto isLarge = [](const auto& lengths, auto...)
 };
 using FallBackIfLarge = FallBackIf<isLarge>;
 
+/** As FallBack, saying so. */
+struct FallBackWithMessage : FallBack
+{
+    static constexpr const char* kMessage = "K6 run failed. Falling back to Vecta.";
+};
+
 /** One remote call, whose result is the operation's when it fails or the operation has no status of its own. */
 struct Forward
 {
@@ -92,6 +98,10 @@ struct Marshalling<R(A...)>
             const RemoteResult result = callRemote(handle, call);
             if (result.status != 0)
             {
+                if constexpr (requires { Kind::kMessage; })
+                {
+                    logLibrary(kLogError, "%s", Kind::kMessage);
+                }
                 return reinterpret_cast<R (*)(A...)>(VSR_LOAD(vector))(arguments...);
             }
             // Without a status of its own an operation has what restoring the mode gave.
