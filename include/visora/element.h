@@ -331,6 +331,13 @@ VSR_API vsrStatus vsrSetBorderu8(uint8_t* dst, uint32_t dstWidth, uint32_t dstHe
  */
 typedef vsrStatus vsrByteCopy(const uint8_t* src, uint32_t length, uint8_t* dst);
 
+/**
+ * Sorts eight scores in place into falling order, each of eight values moving with its score. Equal scores keep their
+ * order, +0 and -0 being equal; NaNs come last. Bits are moved, not changed.
+ * @return 0, or VISORA_EBADPARAM, with nothing written, for null or equal pointers
+ */
+VSR_API vsrStatus vsrSort8Scoresf32(float* scores, float* values);
+
 VSR_END_DECLARATIONS
 
 #endif

@@ -331,5 +331,25 @@ const Register clusters({
      true},
 });
 
+// ---- Sorting ----
+
+void prepareSort(Arguments& a)
+{
+    std::vector<float> scores(8);
+    for (float& score : scores)
+    {
+        constexpr float kSpecial[] = {0.0f, -0.0f, std::numeric_limits<float>::infinity(),
+                                      std::numeric_limits<float>::quiet_NaN(),
+                                      -std::numeric_limits<float>::quiet_NaN()};
+        score = a.random().oneIn(3) ? kSpecial[a.random().between(0, 4)] : static_cast<float>(a.random().between(0, 9));
+    }
+    std::vector<float> values(8);
+    std::generate(values.begin(), values.end(),
+                  [&] { return std::bit_cast<float>(static_cast<uint32_t>(a.random().next())); });
+    a.call(vsrSort8Scoresf32C, a.updated(scores), a.updated(values));
+}
+
+const Register sorting({{VISORA_OPERATION(vsrSort8Scoresf32), ofSets(prepareSort, {}), "", 8}});
+
 }  // namespace
 }  // namespace visora::test

@@ -6,6 +6,7 @@
 #include "visora/corner.h"
 #include "visora/descriptor.h"
 #include "visora/dot.h"
+#include "visora/element.h"
 #include "visora/hamming.h"
 #include "visora/match.h"
 #include "visora/wavelet.h"

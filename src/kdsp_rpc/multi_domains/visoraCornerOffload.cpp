@@ -214,6 +214,8 @@ constexpr auto codeHistogram = [](const uint16_t* /*codes*/, uint32_t numCodes, 
 
 // ---- Oriented gradients, wavelet ----
 
+constexpr auto eightEach = [](float* /*scores*/, float* /*values*/) { return std::array{8u, 8u}; };
+
 constexpr auto windowScores = [](const uint16_t* features, uint32_t gridWidth, uint32_t gridHeight, uint32_t gridStride,
                                  uint32_t blockLength, const float* /*weights*/, uint32_t windowWidth,
                                  uint32_t windowHeight, uint32_t stepX, uint32_t stepY, float /*bias*/, float* dst,
