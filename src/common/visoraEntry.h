@@ -137,6 +137,7 @@ class Result : public Buffer
   public:
     template <class T>
     explicit Result(T* data, uint64_t count = 1)
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): a result may be a pointer
         : Buffer(Role::Result, data, count * sizeof(T), 0, 0, 0, sizeof(T), InPlace::No)
     {
     }

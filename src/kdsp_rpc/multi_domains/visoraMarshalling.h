@@ -44,7 +44,6 @@ constexpr auto isLarge = [](const auto& lengths, auto...)
 };
 using FallBackIfLarge = FallBackIf<isLarge>;
 
-<<<<<<< HEAD
 /** A call that found the DSP restarted is made again; what the last one gave is the result, as with Forward. */
 struct Retry
 {
@@ -60,12 +59,12 @@ struct RetryIf
     static constexpr bool kRecovers = true;
     static constexpr bool kFallsBack = false;
     static constexpr auto kConstraint = constraint;
-=======
+};
+
 /** As FallBack, saying so. */
 struct FallBackWithMessage : FallBack
 {
     static constexpr const char* kMessage = "K6 run failed. Falling back to Vecta.";
->>>>>>> room/features
 };
 
 /** One remote call, whose result is the operation's when it fails or the operation has no status of its own. */
