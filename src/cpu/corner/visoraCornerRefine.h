@@ -28,8 +28,10 @@ template <class SumsAt>
 void refineCorners(uint32_t width, uint32_t height, const float* xy, uint32_t count, uint32_t windowWidth,
                    uint32_t windowHeight, uint32_t maxIterations, float epsilon, float* refinedXY, SumsAt sumsAt)
 {
-    const auto reachX = static_cast<float>((windowWidth - 1) / 2);
-    const auto reachY = static_cast<float>((windowHeight - 1) / 2);
+    const uint32_t halfWidth = (windowWidth - 1) / 2;
+    const uint32_t halfHeight = (windowHeight - 1) / 2;
+    const auto reachX = static_cast<float>(halfWidth);
+    const auto reachY = static_cast<float>(halfHeight);
     const auto right = static_cast<float>(width - 1);
     const auto bottom = static_cast<float>(height - 1);
     const auto isInside = [&](float x, float y) { return 0 <= x && x <= right && 0 <= y && y <= bottom; };

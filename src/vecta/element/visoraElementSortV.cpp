@@ -31,13 +31,14 @@ vsrStatus sortEight(float* scores, float* values)
     for (size_t i = 0; i < kCount; i += kLanes)
     {
         const auto own = hn::LoadU(d, scores + i);
-        const auto isNan = hn::Ne(own, own);
+        // Not by Ne, which AVX-512 does as an ordered comparison.
+        const auto isNan = hn::Not(hn::Eq(own, own));
         const auto index = hn::Iota(d32, static_cast<int32_t>(i));
         auto before = hn::Zero(d32);
         for (size_t k = 0; k < kCount; ++k)
         {
             const auto other = hn::Set(d, scores[k]);
-            const auto isOtherNan = hn::Ne(other, other);
+            const auto isOtherNan = hn::Not(hn::Eq(other, other));
             // Equal ones, NaNs among themselves too, come in their order.
             const auto isEarlier = hn::Lt(hn::Set(d32, static_cast<int32_t>(k)), index);
             const auto isEqual = hn::Or(hn::Eq(own, other), hn::And(isNan, isOtherNan));
