@@ -2,7 +2,6 @@
 #include "common/entries/visoraGeomEntries.h"
 #include "visora/variants/geom.h"
 
-using visora::Array;
 using visora::In;
 using visora::kInPlace;
 using visora::Numbers;

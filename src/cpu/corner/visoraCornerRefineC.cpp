@@ -39,7 +39,7 @@ vsrStatus vsrCornerRefineSubPixu8C(const uint8_t* src, uint32_t srcWidth, uint32
                 const float xx = (gx * gx) * w;
                 const float xy = (gx * gy) * w;
                 const float yy = (gy * gy) * w;
-                const auto place = static_cast<size_t>(i + reachX);
+                const auto place = static_cast<uint32_t>(i + reachX);
                 a.add(place, xx);
                 b.add(place, xy);
                 c.add(place, yy);

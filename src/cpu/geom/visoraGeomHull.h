@@ -12,7 +12,8 @@ namespace visora
 
 struct Point2
 {
-    double x, y;
+    double x = 0;
+    double y = 0;
 
     Point2 operator-(Point2 p) const { return {x - p.x, y - p.y}; }
     double dot(Point2 p) const { return x * p.x + y * p.y; }

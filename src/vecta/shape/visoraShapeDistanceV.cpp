@@ -153,7 +153,7 @@ constexpr uint32_t kFar = 1u << 30;
 
 using Squares = hn::ScalableTag<uint32_t>;
 
-HWY_INLINE void down(const uint8_t* src, const uint16_t* above, uint16_t* to, uint32_t width)
+void down(const uint8_t* src, const uint16_t* above, uint16_t* to, uint32_t width)
 {
     forColumns(width,
                [&](auto d, size_t x) HWY_ATTR
@@ -163,7 +163,7 @@ HWY_INLINE void down(const uint8_t* src, const uint16_t* above, uint16_t* to, ui
                });
 }
 
-HWY_INLINE void up(const uint16_t* below, uint16_t* distances, uint32_t width)
+void up(const uint16_t* below, uint16_t* distances, uint32_t width)
 {
     // In place: a last vector that overlaps sees its own results, which it leaves as they are.
     forColumns(width,
