@@ -15,6 +15,7 @@ struct Point2
     double x = 0;
     double y = 0;
 
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): points of scratch memory were written before
     Point2 operator-(Point2 p) const { return {x - p.x, y - p.y}; }
     double dot(Point2 p) const { return x * p.x + y * p.y; }
     double cross(Point2 p) const { return x * p.y - y * p.x; }

@@ -88,6 +88,7 @@ inline void haarInverse(const HaarRows<const int16_t>& in, size_t width, size_t 
     const auto across = [&](int16_t lowSample, int16_t highSample, int16_t* to)
     {
         const HaarPair pair = {lowSample, highSample};
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): of the two rows only the second may be missing
         to[2 * x] = hasPartner ? pair.even() : lowSample;
         if (hasPartner)
         {
