@@ -29,6 +29,7 @@ struct Vector2
 HWY_INLINE Vector2 setPoint(Point2 p)
 {
     const Doubles d;
+    // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): points of scratch memory were written before
     return {hn::Set(d, p.x), hn::Set(d, p.y)};
 }
 

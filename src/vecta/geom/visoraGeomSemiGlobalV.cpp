@@ -441,11 +441,11 @@ class SemiGlobal
     Scratch censusScratch_, costScratch_, stateScratch_;
     size_t stripRows_, strips_;
     Scratch sumScratch_, savedScratch_;
-    uint8_t *left_, *right_;                    // the views' census, row by row
-    uint8_t *reversed_, *pixelCosts_;           // of a row
-    uint16_t *up_, *down_, *along_, *outside_;  // states of paths
-    uint16_t *totals_, *rightCosts_, *rightBests_, *bests_;
-    uint16_t *sums_, *saved_;
+    uint8_t *left_ = nullptr, *right_ = nullptr;                                        // the views' census, row by row
+    uint8_t *reversed_ = nullptr, *pixelCosts_ = nullptr;                               // of a row
+    uint16_t *up_ = nullptr, *down_ = nullptr, *along_ = nullptr, *outside_ = nullptr;  // states of paths
+    uint16_t *totals_ = nullptr, *rightCosts_ = nullptr, *rightBests_ = nullptr, *bests_ = nullptr;
+    uint16_t *sums_ = nullptr, *saved_ = nullptr;
 };
 
 vsrStatus matchSemiGlobally(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride,

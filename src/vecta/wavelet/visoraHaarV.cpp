@@ -115,7 +115,7 @@ vsrStatus haarInverseRows(const int16_t* ll, const int16_t* hl, const int16_t* l
                        {
                            const auto lowest = hn::LoadU(d, in.ll + i);
                            const auto across = hn::LoadU(d, in.hl + i);
-                           if (!next)
+                           if (!hasNext)
                            {
                                VectorPair{lowest, across}.store(row + 2 * i);
                                return;
