@@ -106,8 +106,9 @@ struct PlanarRow
                    });
         for (size_t i = 0; i < 3; ++i)
         {
-            x[i * size - 1] = row[i];
-            x[i * size + width] = row[3 * (width - 1) + i];
+            float* plane = x + i * size;
+            plane[-1] = row[i];
+            plane[width] = row[3 * (width - 1) + i];
         }
     }
 };
