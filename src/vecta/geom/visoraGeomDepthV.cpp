@@ -87,9 +87,10 @@ struct PlanarRow
     size_t size;
 
     template <class D>
-    HWY_INLINE Vector3<hn::Vec<D>> load(D d, ptrdiff_t at) const
+    HWY_INLINE Vector3<hn::Vec<D>> load(D d, size_t at) const
     {
-        return {hn::LoadU(d, x + at), hn::LoadU(d, x + size + at), hn::LoadU(d, x + 2 * size + at)};
+        const auto column = static_cast<ptrdiff_t>(at);  // that before the first is -1
+        return {hn::LoadU(d, x + column), hn::LoadU(d, x + size + column), hn::LoadU(d, x + 2 * size + column)};
     }
 
     template <class D>
