@@ -8,7 +8,7 @@
 #include "visora/detect.h"
 #include "visora/draw.h"
 #include "visora/mser.h"
-#include "visora/region.h"
 #include "visora/points.h"
+#include "visora/region.h"
 
 #endif
