@@ -135,14 +135,13 @@ typedef struct vsrRotatedBox
 /**
  * Marks the variables that the library exports. It works with its own, also when a program has others of these names,
  * so a program has to reach them through the global offset table. Position-independent code does, but for that of gcc
- * on x86-64, which is told so here; before version 12 it needs -fPIC, or the linker refuses.
+ * on x86-64, which does so for weak names. (Its attribute nodirect_extern_access would forbid every copied variable of
+ * the program, stdout among them.)
  */
 #ifdef VISORA_BUILDING
 #define VSR_VAR __attribute__((visibility("protected")))
-#elif defined(__has_attribute)
-#if __has_attribute(nodirect_extern_access)
-#define VSR_VAR __attribute__((nodirect_extern_access)) VSR_API
-#endif
+#elif defined(__x86_64__) && !defined(__clang__)
+#define VSR_VAR __attribute__((weak)) VSR_API
 #endif
 #ifndef VSR_VAR
 #define VSR_VAR VSR_API
