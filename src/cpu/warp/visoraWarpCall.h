@@ -172,21 +172,21 @@ constexpr std::array<CubicWeights, kPlaceOne> kCubicWeights = []
 struct WarpCall
 {
     std::array<const uint8_t*, 3> src;
-    size_t planes;
     uint32_t srcWidth;
     uint32_t srcHeight;
     uint32_t srcStride;
-    uint32_t channels;
-    bool replicate;
-    std::array<uint8_t, 4> border;  // for each plane or channel
-    vsrInterpolation interpolation;
     Positions positions;
     std::array<uint8_t*, 3> dst;
     uint32_t dstWidth;
     uint32_t dstHeight;
     uint32_t dstStride;
-    uint32_t* insideRanges;  // of clipped warps: first column of each row whose position is inside, and the next one
-                             // that is not; null where all pixels are made
+    vsrInterpolation interpolation = VISORA_INTERPOLATION_BILINEAR;
+    size_t planes = 1;
+    uint32_t channels = 1;
+    bool replicate = false;
+    std::array<uint8_t, 4> border = {};  // for each plane or channel
+    uint32_t* insideRanges = nullptr;    // of clipped warps: first column of each row whose position is inside, and the
+                                         // next one that is not; null where all pixels are made
 
     WarpPlane plane(size_t index) const
     {
@@ -219,68 +219,38 @@ inline Positions byMaps(const float* mapX, const float* mapY, uint32_t mapStride
     return {nullptr, false, mapX, mapY, mapStride / sizeof(float), 0, 0};
 }
 
+inline WarpCall warp(const std::array<const uint8_t*, 3>& src, uint32_t srcWidth, uint32_t srcHeight,
+                     uint32_t srcStride, const Positions& positions, const std::array<uint8_t*, 3>& dst,
+                     uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
+{
+    return {src, srcWidth, srcHeight, srcStride, positions, dst, dstWidth, dstHeight, dstStride};
+}
+
 // What each operation asks for; `run` does it.
 
 constexpr auto affine = [](auto run, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                            const float* matrix, uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
-{
-    return run(WarpCall{{src},
-                        1,
-                        srcWidth,
-                        srcHeight,
-                        srcStride,
-                        1,
-                        false,
-                        kBlack,
-                        VISORA_INTERPOLATION_BILINEAR,
-                        byAffine(matrix),
-                        {dst},
-                        dstWidth,
-                        dstHeight,
-                        dstStride,
-                        nullptr});
-};
+{ return run(warp({src}, srcWidth, srcHeight, srcStride, byAffine(matrix), {dst}, dstWidth, dstHeight, dstStride)); };
 
 constexpr auto affineRgba = [](auto run, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                const float* matrix, uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight,
                                uint32_t dstStride, const uint8_t* borderColor)
 {
-    return run(WarpCall{{src},
-                        1,
-                        srcWidth,
-                        srcHeight,
-                        srcStride,
-                        4,
-                        false,
-                        {borderColor[0], borderColor[1], borderColor[2], borderColor[3]},
-                        VISORA_INTERPOLATION_BILINEAR,
-                        byAffine(matrix),
-                        {dst},
-                        dstWidth,
-                        dstHeight,
-                        dstStride,
-                        nullptr});
+    WarpCall call =
+        warp({src}, srcWidth, srcHeight, srcStride, byAffine(matrix), {dst}, dstWidth, dstHeight, dstStride);
+    call.channels = 4;
+    call.border = {borderColor[0], borderColor[1], borderColor[2], borderColor[3]};
+    return run(call);
 };
 
 constexpr auto affineClipped = [](auto run, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                   uint32_t srcStride, const float* matrix, uint8_t* dst, uint32_t dstWidth,
                                   uint32_t dstHeight, uint32_t dstStride, uint32_t* insideRanges)
 {
-    return run(WarpCall{{src},
-                        1,
-                        srcWidth,
-                        srcHeight,
-                        srcStride,
-                        1,
-                        false,
-                        kBlack,
-                        VISORA_INTERPOLATION_BILINEAR,
-                        byAffine(matrix),
-                        {dst},
-                        dstWidth,
-                        dstHeight,
-                        dstStride,
-                        insideRanges});
+    WarpCall call =
+        warp({src}, srcWidth, srcHeight, srcStride, byAffine(matrix), {dst}, dstWidth, dstHeight, dstStride);
+    call.insideRanges = insideRanges;
+    return run(call);
 };
 
 constexpr auto affineClippedCubic = [](auto run, const uint8_t* src0, const uint8_t* src1, const uint8_t* src2,
@@ -288,21 +258,13 @@ constexpr auto affineClippedCubic = [](auto run, const uint8_t* src0, const uint
                                        uint8_t* dst0, uint8_t* dst1, uint8_t* dst2, uint32_t dstWidth,
                                        uint32_t dstHeight, uint32_t dstStride, uint32_t* insideRanges)
 {
-    return run(WarpCall{{src0, src1, src2},
-                        3,
-                        srcWidth,
-                        srcHeight,
-                        srcStride,
-                        1,
-                        true,
-                        kBlack,
-                        kCubic,
-                        byAffine(matrix),
-                        {dst0, dst1, dst2},
-                        dstWidth,
-                        dstHeight,
-                        dstStride,
-                        insideRanges});
+    WarpCall call = warp({src0, src1, src2}, srcWidth, srcHeight, srcStride, byAffine(matrix), {dst0, dst1, dst2},
+                         dstWidth, dstHeight, dstStride);
+    call.interpolation = kCubic;
+    call.planes = 3;
+    call.replicate = true;
+    call.insideRanges = insideRanges;
+    return run(call);
 };
 
 constexpr auto tile = [](auto run, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
@@ -311,21 +273,12 @@ constexpr auto tile = [](auto run, const uint8_t* src, uint32_t srcWidth, uint32
                          vsrBorderType borderType, uint8_t borderValue)
 {
     const uint8_t value = borderType == VISORA_BORDER_CONSTANT ? borderValue : uint8_t{0};
-    return run(WarpCall{{src},
-                        1,
-                        srcWidth,
-                        srcHeight,
-                        srcStride,
-                        1,
-                        borderType == VISORA_BORDER_REPLICATE,
-                        {value},
-                        interpolation,
-                        byMatrix(matrix, dstX, dstY),
-                        {dst},
-                        dstWidth,
-                        dstHeight,
-                        dstStride,
-                        nullptr});
+    WarpCall call = warp({src}, srcWidth, srcHeight, srcStride, byMatrix(matrix, dstX, dstY), {dst}, dstWidth,
+                         dstHeight, dstStride);
+    call.interpolation = interpolation;
+    call.replicate = borderType == VISORA_BORDER_REPLICATE;
+    call.border = {value};
+    return run(call);
 };
 
 constexpr auto perspective = [](auto run, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
@@ -351,21 +304,13 @@ constexpr auto threePlanes = [](auto run, const uint8_t* src0, const uint8_t* sr
                                 const uint8_t* borderColor)
 {
     const bool isGiven = borderType == VISORA_BORDER_CONSTANT;
-    return run(WarpCall{{src0, src1, src2},
-                        3,
-                        srcWidth,
-                        srcHeight,
-                        srcStride,
-                        1,
-                        borderType == VISORA_BORDER_REPLICATE,
-                        isGiven ? std::array<uint8_t, 4>{borderColor[0], borderColor[1], borderColor[2]} : kBlack,
-                        interpolation,
-                        byMatrix(matrix),
-                        {dst0, dst1, dst2},
-                        dstWidth,
-                        dstHeight,
-                        dstStride,
-                        nullptr});
+    WarpCall call = warp({src0, src1, src2}, srcWidth, srcHeight, srcStride, byMatrix(matrix), {dst0, dst1, dst2},
+                         dstWidth, dstHeight, dstStride);
+    call.interpolation = interpolation;
+    call.planes = 3;
+    call.replicate = borderType == VISORA_BORDER_REPLICATE;
+    call.border = isGiven ? std::array<uint8_t, 4>{borderColor[0], borderColor[1], borderColor[2]} : kBlack;
+    return run(call);
 };
 
 constexpr auto threePlanesOnBlack = [](auto run, const uint8_t* src0, const uint8_t* src1, const uint8_t* src2,
@@ -383,21 +328,12 @@ constexpr auto remap = [](auto run, const uint8_t* src, uint32_t srcWidth, uint3
                           vsrBorderType borderType, uint8_t borderValue)
 {
     const uint8_t value = borderType == VISORA_BORDER_CONSTANT ? borderValue : uint8_t{0};
-    return run(WarpCall{{src},
-                        1,
-                        srcWidth,
-                        srcHeight,
-                        srcStride,
-                        1,
-                        borderType == VISORA_BORDER_REPLICATE,
-                        {value},
-                        interpolation,
-                        byMaps(mapX, mapY, mapStride),
-                        {dst},
-                        dstWidth,
-                        dstHeight,
-                        dstStride,
-                        nullptr});
+    WarpCall call = warp({src}, srcWidth, srcHeight, srcStride, byMaps(mapX, mapY, mapStride), {dst}, dstWidth,
+                         dstHeight, dstStride);
+    call.interpolation = interpolation;
+    call.replicate = borderType == VISORA_BORDER_REPLICATE;
+    call.border = {value};
+    return run(call);
 };
 
 constexpr auto remapRgba = [](auto run, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
@@ -405,21 +341,12 @@ constexpr auto remapRgba = [](auto run, const uint8_t* src, uint32_t srcWidth, u
                               uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride,
                               const uint8_t* borderColor)
 {
-    return run(WarpCall{{src},
-                        1,
-                        srcWidth,
-                        srcHeight,
-                        srcStride,
-                        4,
-                        false,
-                        {borderColor[0], borderColor[1], borderColor[2], borderColor[3]},
-                        interpolation,
-                        byMaps(mapX, mapY, mapStride),
-                        {dst},
-                        dstWidth,
-                        dstHeight,
-                        dstStride,
-                        nullptr});
+    WarpCall call = warp({src}, srcWidth, srcHeight, srcStride, byMaps(mapX, mapY, mapStride), {dst}, dstWidth,
+                         dstHeight, dstStride);
+    call.interpolation = interpolation;
+    call.channels = 4;
+    call.border = {borderColor[0], borderColor[1], borderColor[2], borderColor[3]};
+    return run(call);
 };
 
 }  // namespace warps

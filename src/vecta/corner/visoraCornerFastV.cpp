@@ -7,6 +7,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/corner/visoraCornerFast-inl.h"
+#include "vecta/visoraExport.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -135,13 +136,74 @@ void detectScored(const FastSearch& search, const ExclusionMask* mask, const Cor
                [&](const CornerList& all) { return detectAny<kArc>(search, mask, all); });
 }
 
+// What each member asks for.
+
+template <int kArc>
+vsrStatus list(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
+               uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* nCorners)
+{
+    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
+    *nCorners = detectAny<kArc>(search, nullptr, {xy, nullptr, nCornersMax});
+    return VISORA_SUCCESS;
+}
+
+template <int kArc>
+vsrStatus listScores(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
+                     uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax, uint32_t* nCorners)
+{
+    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
+    *nCorners = detectAny<kArc>(search, nullptr, {xy, scores, nCornersMax});
+    return VISORA_SUCCESS;
+}
+
+template <int kArc>
+vsrStatus listBest(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
+                   uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax, uint32_t* nCorners,
+                   uint32_t nmsEnabled, uint32_t* tempBuf)
+{
+    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
+    detectScored<kArc>(search, nullptr, {xy, scores, nCornersMax}, nCorners, nmsEnabled, tempBuf,
+                       kArc == 9 ? kFast9ScoreLine : kFast10ScoreLine);
+    return VISORA_SUCCESS;
+}
+
+template <int kArc>
+vsrStatus listInMask(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t threshold,
+                     uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* nCorners, const uint8_t* mask,
+                     uint32_t maskWidth, uint32_t maskHeight)
+{
+    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
+    const ExclusionMask exclusion(mask, maskWidth, maskHeight, search);
+    *nCorners = detectAny<kArc>(search, &exclusion, {xy, nullptr, nCornersMax});
+    return VISORA_SUCCESS;
+}
+
+template <int kArc>
+vsrStatus listScoresInMask(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                           uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax,
+                           uint32_t* nCorners, const uint8_t* mask, uint32_t maskWidth, uint32_t maskHeight)
+{
+    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
+    const ExclusionMask exclusion(mask, maskWidth, maskHeight, search);
+    *nCorners = detectAny<kArc>(search, &exclusion, {xy, scores, nCornersMax});
+    return VISORA_SUCCESS;
+}
+
+template <int kArc>
+vsrStatus listBestInMask(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                         uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t* scores, uint32_t nCornersMax,
+                         uint32_t* nCorners, const uint8_t* mask, uint32_t maskWidth, uint32_t maskHeight,
+                         uint32_t nmsEnabled, uint32_t* tempBuf)
+{
+    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
+    const ExclusionMask exclusion(mask, maskWidth, maskHeight, search);
+    detectScored<kArc>(search, &exclusion, {xy, scores, nCornersMax}, nCorners, nmsEnabled, tempBuf,
+                       kArc == 9 ? kFast9InMaskScoreLine : kFast10InMaskScoreLine);
+    return VISORA_SUCCESS;
+}
+
 }  // namespace
 }  // namespace visora
-
-using visora::detectAny;
-using visora::detectScored;
-using visora::ExclusionMask;
-using visora::FastSearch;
 
 uint32_t fast9_corner_scoreV(const uint8_t* pixel, const int32_t offsets[16], uint32_t threshold)
 {
@@ -155,107 +217,18 @@ uint32_t fast10_corner_scoreV(const uint8_t* pixel, const int32_t offsets[16], u
     return HWY_DYNAMIC_DISPATCH(score10)(pixel, offsets, threshold);
 }
 
-vsrStatus vsrCornerFast9u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                            uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t nCornersMax,
-                            uint32_t* numcorners)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    *numcorners = detectAny<9>(search, nullptr, {xy, nullptr, nCornersMax});
-    return VISORA_SUCCESS;
-}
+#define VISORA_VECTOR_FAST(operation, member) \
+    VSR_DEFINE(operation##V, decltype(operation##C), { return visora::member(arguments...); })
 
-vsrStatus vsrCornerFast9Scoreu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                 uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t* scores,
-                                 uint32_t nCornersMax, uint32_t* numcorners)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    *numcorners = detectAny<9>(search, nullptr, {xy, scores, nCornersMax});
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrCornerFast9Scoreu8_v2V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                    uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t* scores,
-                                    uint32_t nCornersMax, uint32_t* numcorners, uint32_t nmsEnabled, uint32_t* tempBuf)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    detectScored<9>(search, nullptr, {xy, scores, nCornersMax}, numcorners, nmsEnabled, tempBuf,
-                    visora::kFast9ScoreLine);
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrCornerFast9InMasku8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                  uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t nCornersMax,
-                                  uint32_t* numcorners, const uint8_t* bitMask, uint32_t maskWidth, uint32_t maskHeight)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    const ExclusionMask exclusion(bitMask, maskWidth, maskHeight, search);
-    *numcorners = detectAny<9>(search, &exclusion, {xy, nullptr, nCornersMax});
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrCornerFast9InMaskScoreu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                       uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t* scores,
-                                       uint32_t nCornersMax, uint32_t* numcorners, const uint8_t* bitMask,
-                                       uint32_t maskWidth, uint32_t maskHeight)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    const ExclusionMask exclusion(bitMask, maskWidth, maskHeight, search);
-    *numcorners = detectAny<9>(search, &exclusion, {xy, scores, nCornersMax});
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrCornerFast9InMaskScoreu8_v2V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                          uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t* scores,
-                                          uint32_t nCornersMax, uint32_t* numcorners, const uint8_t* bitMask,
-                                          uint32_t maskWidth, uint32_t maskHeight, uint32_t nmsEnabled,
-                                          uint32_t* tempBuf)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    const ExclusionMask exclusion(bitMask, maskWidth, maskHeight, search);
-    detectScored<9>(search, &exclusion, {xy, scores, nCornersMax}, numcorners, nmsEnabled, tempBuf,
-                    visora::kFast9InMaskScoreLine);
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrCornerFast10u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                             uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t nCornersMax,
-                             uint32_t* nCorners)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    *nCorners = detectAny<10>(search, nullptr, {xy, nullptr, nCornersMax});
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrCornerFast10Scoreu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                  uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t* scores,
-                                  uint32_t nCornersMax, uint32_t* nCorners, uint32_t nmsEnabled, uint32_t* tempBuf)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    detectScored<10>(search, nullptr, {xy, scores, nCornersMax}, nCorners, nmsEnabled, tempBuf,
-                     visora::kFast10ScoreLine);
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrCornerFast10InMasku8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                   uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t nCornersMax,
-                                   uint32_t* nCorners, const uint8_t* mask, uint32_t maskWidth, uint32_t maskHeight)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    const ExclusionMask exclusion(mask, maskWidth, maskHeight, search);
-    *nCorners = detectAny<10>(search, &exclusion, {xy, nullptr, nCornersMax});
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrCornerFast10InMaskScoreu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                                        uint32_t threshold, uint32_t border, uint32_t* xy, uint32_t* scores,
-                                        uint32_t nCornersMax, uint32_t* nCorners, const uint8_t* mask,
-                                        uint32_t maskWidth, uint32_t maskHeight, uint32_t nmsEnabled, uint32_t* tempBuf)
-{
-    const FastSearch search = {src, srcWidth, srcHeight, srcStride, threshold, border};
-    const ExclusionMask exclusion(mask, maskWidth, maskHeight, search);
-    detectScored<10>(search, &exclusion, {xy, scores, nCornersMax}, nCorners, nmsEnabled, tempBuf,
-                     visora::kFast10InMaskScoreLine);
-    return VISORA_SUCCESS;
-}
+VISORA_VECTOR_FAST(vsrCornerFast9u8, list<9>);
+VISORA_VECTOR_FAST(vsrCornerFast9Scoreu8, listScores<9>);
+VISORA_VECTOR_FAST(vsrCornerFast9Scoreu8_v2, listBest<9>);
+VISORA_VECTOR_FAST(vsrCornerFast9InMasku8, listInMask<9>);
+VISORA_VECTOR_FAST(vsrCornerFast9InMaskScoreu8, listScoresInMask<9>);
+VISORA_VECTOR_FAST(vsrCornerFast9InMaskScoreu8_v2, listBestInMask<9>);
+VISORA_VECTOR_FAST(vsrCornerFast10u8, list<10>);
+VISORA_VECTOR_FAST(vsrCornerFast10Scoreu8, listBest<10>);
+VISORA_VECTOR_FAST(vsrCornerFast10InMasku8, listInMask<10>);
+VISORA_VECTOR_FAST(vsrCornerFast10InMaskScoreu8, listBestInMask<10>);
 
 #endif
