@@ -95,6 +95,11 @@ inline const std::vector<cv::Mat>& photographs()
             for (const auto& entry : std::filesystem::directory_iterator(folder))
             {
                 images.push_back(cv::imread(entry.path(), cv::IMREAD_GRAYSCALE));
+                if (images.back().empty())
+                {
+                    std::fprintf(stderr, "%s is no picture\n", entry.path().c_str());
+                    std::exit(EXIT_FAILURE);
+                }
             }
             std::printf("compared on %zu photographs\n", images.size());
         }

@@ -54,6 +54,11 @@ struct GradientRows
     {
     }
 
+    GradientRows(const uint8_t* upper, const uint8_t* own, const uint8_t* lower, uint32_t columns)
+        : above(upper), centre(own), below(lower), width(columns)
+    {
+    }
+
     uint32_t left(uint32_t x) const { return x - std::min(x, 1u); }
     uint32_t right(uint32_t x) const { return std::min(x + 1, width - 1); }
 

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 
 namespace visora
@@ -18,27 +17,26 @@ using Histogram = std::array<uint32_t, 256>;
 using ByteTable = std::array<uint8_t, 256>;
 
 /**
- * Counts the pixels of rows. Eight pixels are loaded at once and counted in four tables in turn: a count that was just
- * stored cannot be loaded again at once.
+ * Counts the pixels of rows, fewer than 2^32 of them, in two tables in turn: a count that was just stored cannot be
+ * loaded again at once. More tables cost more than they save.
  */
 class PixelCounter
 {
   public:
     void add(const uint8_t* row, size_t width)
     {
+        constexpr size_t kStep = 8;
         size_t x = 0;
-        for (; x + 8 <= width; x += 8)
+        for (; x + kStep <= width; x += kStep)
         {
-            uint64_t pixels;
-            std::memcpy(&pixels, row + x, sizeof pixels);
-            for (size_t k = 0; k < 8; ++k)
+            for (size_t k = 0; k < kStep; ++k)
             {
-                ++counts_[k % 4][static_cast<uint8_t>(pixels >> (8 * k))];
+                count(counts_[k % kTables], row[x + k]);
             }
         }
         for (; x < width; ++x)
         {
-            ++counts_[0][row[x]];
+            count(counts_[0], row[x]);
         }
     }
 
@@ -47,7 +45,7 @@ class PixelCounter
     {
         for (size_t x = 0; x < width; ++x)
         {
-            counts_[x % 4][row[x]] += mask[x] != 0 ? 1 : 0;
+            counts_[x % kTables][row[x]] += mask[x] != 0 ? 1 : 0;
         }
     }
 
@@ -56,13 +54,25 @@ class PixelCounter
         Histogram sum;
         for (size_t v = 0; v < sum.size(); ++v)
         {
-            sum[v] = counts_[0][v] + counts_[1][v] + counts_[2][v] + counts_[3][v];
+            sum[v] = counts_[0][v] + counts_[1][v];
         }
         return sum;
     }
 
   private:
-    std::array<Histogram, 4> counts_{};
+    static constexpr size_t kTables = 2;
+
+    static void count(Histogram& counts, size_t level)
+    {
+        const uint32_t next = counts[level] + 1;
+#ifdef __aarch64__
+        // Loads and stores scale an index; compilers that know it to be the same scale it by an instruction of its own.
+        asm("" : "+r"(level));
+#endif
+        counts[level] = next;
+    }
+
+    std::array<Histogram, kTables> counts_{};
 };
 
 inline Histogram histogramOf(const uint8_t* src, uint32_t width, uint32_t height, size_t stride)

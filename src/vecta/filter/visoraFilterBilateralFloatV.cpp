@@ -1,4 +1,5 @@
-// Bilateral filter of depth maps, vector variant: lanes are columns, each with the reference's order of sums.
+// Bilateral filter of depth maps, vector variant: lanes are columns, each with the reference's order of sums. Two
+// pixels have the same weight in one another's windows, so that of small windows it is worked out once and kept.
 #include "visora/variants/filter.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -27,35 +28,78 @@ struct DepthSums
     hn::Vec<D> den[n];
 };
 
-// Adds the pixels from `pixels` on; missing ones are NaNs there. Weights of 0 leave sums as they are.
-template <size_t n, class D>
-HWY_INLINE void addPixels(D d, const float* pixels, float distanceWeight, float factor, DepthSums<n, D>& sums)
+// What pixels weigh in one another's windows.
+template <class D, class V>
+HWY_INLINE V weightsOf(D d, V p, V q, float distanceWeight, float factor)
 {
     const hn::RebindToSigned<D> di;
-    const auto scale = hn::Set(d, factor);
-    const auto weightOfDistance = hn::Set(d, distanceWeight);
+    const auto difference = hn::Sub(q, p);
+    const auto t = hn::Mul(hn::Mul(difference, difference), hn::Set(d, factor));
+    const auto counts = hn::Lt(t, hn::Set(d, 64.0f));
+    const auto whole = hn::ConvertTo(di, hn::Add(t, hn::Set(d, 0.5f)));
+    const auto rest = hn::Sub(t, hn::ConvertTo(d, whole));
+    auto power = hn::Set(d, kPowerOfHalf[0]);
+    for (size_t i = 1; i < kPowerOfHalf.size(); ++i)
+    {
+        power = hn::Add(hn::Mul(power, rest), hn::Set(d, kPowerOfHalf[i]));
+    }
+    // Near 1 and halved at most 64 times: what the exponent loses is all that changes.
+    const auto range = hn::BitCast(d, hn::Sub(hn::BitCast(di, power), hn::ShiftLeft<23>(whole)));
+    return hn::Mul(hn::Set(d, distanceWeight), hn::IfThenElseZero(counts, range));
+}
+
+// Adds column i of a row of the windows: pixels from `pixels` on. weights(k, q) gives those of its vector k.
+template <size_t n, class D, class Weights>
+HWY_INLINE void addPixels(D d, const float* pixels, DepthSums<n, D>& sums, Weights weights)
+{
     for (size_t k = 0; k < n; ++k)
     {
         const auto q = hn::LoadU(d, pixels + k * hn::Lanes(d));
-        const auto difference = hn::Sub(q, sums.p[k]);
-        const auto t = hn::Mul(hn::Mul(difference, difference), scale);
-        const auto counts = hn::Lt(t, hn::Set(d, 64.0f));
-        const auto whole = hn::ConvertTo(di, hn::Add(t, hn::Set(d, 0.5f)));
-        const auto rest = hn::Sub(t, hn::ConvertTo(d, whole));
-        auto power = hn::Set(d, kPowerOfHalf[0]);
-        for (size_t i = 1; i < kPowerOfHalf.size(); ++i)
-        {
-            power = hn::Add(hn::Mul(power, rest), hn::Set(d, kPowerOfHalf[i]));
-        }
-        const auto exponent = hn::ShiftLeft<23>(hn::Sub(hn::Set(di, 127), whole));
-        const auto range = hn::IfThenElseZero(counts, hn::Mul(power, hn::BitCast(d, exponent)));
-        const auto weight = hn::Mul(weightOfDistance, range);
-        sums.num[k] = hn::Add(sums.num[k], hn::Mul(weight, hn::IfThenElseZero(counts, q)));
+        const auto weight = weights(k, q);
+        sums.num[k] = hn::Add(sums.num[k], hn::Mul(weight, q));
         sums.den[k] = hn::Add(sums.den[k], weight);
     }
 }
 
-// The rows of a depth map, whose missing pixels become NaNs: no number is near them.
+// Weights of pixels and those in lower rows of their windows, until the windows of these have taken them too. Beyond
+// the image they are 0.
+class KeptWeights
+{
+  public:
+    /** Weights of larger windows would take more memory than their work is worth. */
+    static constexpr size_t kMaxRadius = 3;
+
+    KeptWeights(size_t width, size_t radius)
+        : radius_(radius), step_((width + 2 * radius + 15) / 16 * 16), scratch_(elements() * sizeof(float))
+    {
+        if (scratch_.data())
+        {
+            std::fill_n(scratch_.as<float>(), elements(), 0.0f);
+        }
+    }
+
+    bool ready() const { return scratch_.data() != nullptr; }
+    bool used() const { return radius_ > 0 && radius_ <= kMaxRadius; }
+
+    /** Those of pixels of row y and the first pixels of their windows `down` rows below; the next are a step further.
+     */
+    float* row(size_t y, size_t down) const
+    {
+        const size_t first = (down - 1) * (down + 2) / 2;
+        return scratch_.as<float>() + (first + y % (down + 1)) * (2 * radius_ + 1) * step_ + radius_;
+    }
+    size_t step() const { return step_; }
+
+  private:
+    // Of each row of the windows there are one more rows of the image than it is below the pixel.
+    size_t elements() const { return used() ? radius_ * (radius_ + 3) / 2 * (2 * radius_ + 1) * step_ : 1; }
+
+    const size_t radius_;
+    const size_t step_;
+    const Scratch scratch_;
+};
+
+// The rows of a depth map, whose missing pixels become a number that no other is near: their weight is 0.
 class DepthRows
 {
   public:
@@ -76,27 +120,35 @@ class DepthRows
     /** Row y, in the place of the one 2 * radius + 1 rows above it. */
     float* row(size_t y) const { return scratch_.as<float>() + y % (2 * radius_ + 1) * rowElements_ + radius_; }
 
+    /** A pixel had the number of missing ones. */
+    bool ambiguous() const { return ambiguous_; }
+
     template <class D>
     HWY_INLINE void take(D d, size_t y)
     {
         const float* from = source_.src + y * source_.step;
         float* to = row(y);
+        auto taken = hn::Zero(d);
         coverRange(0, source_.width, hn::Lanes(d),
                    [&](size_t x) HWY_ATTR
                    {
                        const auto pixel = hn::LoadU(d, from + x);
                        const auto missing = hn::Or(hn::Eq(pixel, hn::Zero(d)), hn::Not(hn::IsFinite(pixel)));
+                       taken = hn::Or(taken, hn::VecFromMask(d, hn::Eq(pixel, hn::Set(d, kMissing))));
                        hn::StoreU(hn::IfThenElse(missing, hn::Set(d, kMissing), pixel), d, to + x);
                    });
+        ambiguous_ = ambiguous_ || !hn::AllFalse(d, hn::MaskFromVec(taken));
     }
 
-  private:
-    static constexpr float kMissing = std::numeric_limits<float>::quiet_NaN();
+    /** Squares of its differences from other numbers are infinite. */
+    static constexpr float kMissing = std::numeric_limits<float>::max();
 
+  private:
     const WindowSource<float> source_;
     const size_t radius_;
     const size_t rowElements_;
     const Scratch scratch_;
+    bool ambiguous_ = false;
 };
 
 vsrStatus bilateralFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t N,
@@ -105,8 +157,9 @@ vsrStatus bilateralFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight
     const size_t radius = N / 2;
     const float factor = rangeFactor(sigmaRange);
     DepthRows rows(WindowSource<float>(src, srcWidth, srcHeight, srcStride), radius);
+    const KeptWeights kept(srcWidth, radius);
     const Scratch weightScratch((radius + 1) * N * sizeof(float));
-    if (!rows.ready() || !weightScratch.data())
+    if (!rows.ready() || !kept.ready() || !weightScratch.data())
     {
         return VISORA_ENOMEM;
     }
@@ -145,20 +198,66 @@ vsrStatus bilateralFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight
                                sums.num[k] = hn::Zero(d);
                                sums.den[k] = hn::Zero(d);
                            }
-                           for (size_t at = y - above; at <= y + below; ++at)
+                           const auto addNew = [&](size_t at, auto keep) HWY_ATTR
                            {
                                const float* pixels = rows.row(at) + x - radius;
                                const float* rowWeights = weights + (at < y ? y - at : at - y) * N;
+                               [[maybe_unused]] float* toKeep = nullptr;
+                               if constexpr (decltype(keep)::value)
+                               {
+                                   toKeep = kept.row(y, at - y) + x;
+                               }
                                for (size_t i = 0; i < N; ++i)
                                {
-                                   addPixels(d, pixels + i, rowWeights[i], factor, sums);
+                                   addPixels(d, pixels + i, sums,
+                                             [&](size_t k, auto q) HWY_ATTR
+                                             {
+                                                 const auto w = weightsOf(d, sums.p[k], q, rowWeights[i], factor);
+                                                 if constexpr (decltype(keep)::value)
+                                                 {
+                                                     hn::StoreU(w, d, toKeep + i * kept.step() + k * hn::Lanes(d));
+                                                 }
+                                                 return w;
+                                             });
+                               }
+                           };
+                           const auto addKept = [&](size_t at) HWY_ATTR
+                           {
+                               const float* pixels = rows.row(at) + x - radius;
+                               // Seen from there, the pixels of the window are on the other side.
+                               const float* theirs = kept.row(at, y - at) + x - radius + (N - 1) * kept.step();
+                               for (size_t i = 0; i < N; ++i)
+                               {
+                                   addPixels(d, pixels + i, sums,
+                                             [&](size_t k, auto) HWY_ATTR
+                                             { return hn::LoadU(d, theirs + k * hn::Lanes(d)); });
+                                   theirs -= kept.step() - 1;
+                               }
+                           };
+                           if (!kept.used())
+                           {
+                               for (size_t at = y - above; at <= y + below; ++at)
+                               {
+                                   addNew(at, std::false_type());
+                               }
+                           }
+                           else
+                           {
+                               for (size_t at = y - above; at < y; ++at)
+                               {
+                                   addKept(at);
+                               }
+                               addNew(y, std::false_type());
+                               for (size_t at = y + 1; at <= y + below; ++at)
+                               {
+                                   addNew(at, std::true_type());
                                }
                            }
                            for (size_t k = 0; k < n; ++k)
                            {
-                               const auto mean = withOneNan(d, hn::Div(sums.num[k], sums.den[k]));
-                               hn::StoreU(hn::IfThenElseZero(hn::Eq(sums.p[k], sums.p[k]), mean), d,
-                                          out + x + k * hn::Lanes(d));
+                               const auto mean = resultWithOneNan(d, hn::Div(sums.num[k], sums.den[k]));
+                               const auto missing = hn::Eq(sums.p[k], hn::Set(d, DepthRows::kMissing));
+                               hn::StoreU(hn::IfThenZeroElse(missing, mean), d, out + x + k * hn::Lanes(d));
                            }
                        });
         }
@@ -175,9 +274,9 @@ vsrStatus bilateralFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight
                                                        pass(d, std::integral_constant<size_t, 1>());
                                                    }
                                                });
-    return done ? vsrStatus{VISORA_SUCCESS}
-                : vsrBilateralFilterNxNf32C(src, srcWidth, srcHeight, srcStride, N, sigmaSpace, sigmaRange, dst,
-                                            dstStride);
+    return done && !rows.ambiguous() ? vsrStatus{VISORA_SUCCESS}
+                                     : vsrBilateralFilterNxNf32C(src, srcWidth, srcHeight, srcStride, N, sigmaSpace,
+                                                                 sigmaRange, dst, dstStride);
 }
 
 }  // namespace HWY_NAMESPACE

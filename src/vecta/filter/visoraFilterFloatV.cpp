@@ -16,8 +16,9 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-// Sums of several vectors at once hide how long an addition takes.
-constexpr size_t kTogether = 4;
+// Sums of several vectors at once hide how long an addition takes, and share what a step costs beside its work. ARM has
+// registers for more of them.
+constexpr size_t kTogether = HWY_ARCH_ARM ? 8 : 4;
 
 template <size_t n, class D>
 struct FloatSums

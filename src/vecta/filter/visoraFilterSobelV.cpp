@@ -8,7 +8,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/filter/visoraFilterWindow-inl.h"
-#include "vecta/gradient/visoraGradientRows-inl.h"
+#include "vecta/gradient/visoraGradient-inl.h"
 #include "vecta/visoraExport.h"
 #include "vecta/visoraVector-inl.h"
 
@@ -43,32 +43,20 @@ HWY_INLINE bool filter3x3(const WindowSource<uint8_t>& source, Row row, Edge edg
     return true;
 }
 
-template <int corner, int side>
-HWY_INLINE vsrStatus gradients(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, int16_t* dx,
-                               int16_t* dy, uint32_t gradStride, vsrBorderType borderType, uint8_t borderValue)
+template <GradientKind kind>
+HWY_INLINE vsrStatus gradientsOf(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, int16_t* dx,
+                                 int16_t* dy, uint32_t gradStride, vsrBorderType borderType, uint8_t borderValue)
 {
-    const size_t step = gradStride / sizeof(int16_t);
+    const GradientPlanes<int16_t> out{dx, dy};
     const BorderedImage image(src, width, height, srcStride, borderType, borderValue);
     const bool done = filter3x3(
         WindowSource(src, width, height, srcStride, Surround(borderType, borderValue)),
         [&](auto d, const uint8_t* above, const uint8_t* centre, const uint8_t* below, size_t y) HWY_ATTR
-        {
-            int16_t* outX = dx + y * step;
-            int16_t* outY = dy + y * step;
-            coverAligned(1, width - 1, hn::Lanes(d), outX,
-                         [&](size_t x) HWY_ATTR
-                         {
-                             hn::Vec<decltype(d)> across, down;
-                             gradientAt<corner, side>(d, above, centre, below, x, across, down);
-                             hn::StoreU(across, d, outX + x);
-                             hn::StoreU(down, d, outY + x);
-                         });
-        },
+        { gradientRow<kind>(d, GradientRows(above, centre, below, width), out.row(y, gradStride)); },
         [&](uint32_t x, uint32_t y)
         {
-            const Gradient gradient = gradientOf3x3(image, x, y, corner, side);
-            dx[y * step + x] = static_cast<int16_t>(gradient.dx);
-            dy[y * step + x] = static_cast<int16_t>(gradient.dy);
+            const Gradient gradient = gradientOf3x3(image, x, y, kSideWeight<kind>, kCentreWeight<kind>);
+            out.row(y, gradStride).put(x, static_cast<int16_t>(gradient.dx), static_cast<int16_t>(gradient.dy));
         });
     return done ? VISORA_SUCCESS : VISORA_ENOMEM;
 }
@@ -76,14 +64,14 @@ HWY_INLINE vsrStatus gradients(const uint8_t* src, uint32_t width, uint32_t heig
 vsrStatus sobel3x3(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, int16_t* dx,
                    int16_t* dy, uint32_t gradStride, vsrBorderType borderType, uint8_t borderValue)
 {
-    const auto kernel = srcWidth < kLeastWidth ? vsrFilterSobel3x3u8s16C : gradients<1, 2>;
+    const auto kernel = srcWidth < kLeastWidth ? vsrFilterSobel3x3u8s16C : gradientsOf<GradientKind::Sobel>;
     return kernel(src, srcWidth, srcHeight, srcStride, dx, dy, gradStride, borderType, borderValue);
 }
 
 vsrStatus scharr3x3(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, int16_t* dx,
                     int16_t* dy, uint32_t gradStride, vsrBorderType borderType, uint8_t borderValue)
 {
-    const auto kernel = srcWidth < kLeastWidth ? vsrFilterScharr3x3u8s16C : gradients<3, 10>;
+    const auto kernel = srcWidth < kLeastWidth ? vsrFilterScharr3x3u8s16C : gradientsOf<GradientKind::Scharr>;
     return kernel(src, srcWidth, srcHeight, srcStride, dx, dy, gradStride, borderType, borderValue);
 }
 

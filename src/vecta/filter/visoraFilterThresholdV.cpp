@@ -1,5 +1,7 @@
 // Thresholds for whole images, vector variants.
+#include <algorithm>
 #include <array>
+#include <functional>
 
 #include "visora/threshold.h"
 #include "visora/variants/filter.h"
@@ -7,6 +9,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterThresholdV.cpp"
 #include "cpu/filter/visoraFilterOtsu.h"
+#include "cpu/histogram/visoraHistogram.h"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraDrivers-inl.h"
@@ -57,48 +60,15 @@ vsrStatus thresholdBand(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeigh
 vsrStatus thresholdOtsu(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                         vsrThresholdType type, uint8_t* dst, uint32_t dstStride, uint8_t* level)
 {
-    // Pixels go to two tables in turn, so that equal ones in a row wait less for one another; more tables cost more
-    // than they save. A table's counts of one row fit 32 bits.
-    constexpr size_t kTables = 2;
-    constexpr size_t kStep = 8;
+    // Counters take fewer than 2^32 pixels.
     std::array<uint64_t, 256> histogram = {};
-    uint32_t tables[kTables][256] = {};
-    uint64_t counted = 0;
-    const auto collect = [&]
+    const auto rowsAtOnce = std::min<uint32_t>(srcHeight, UINT32_MAX / srcWidth);
+    for (uint32_t y = 0, count = 0; y < srcHeight; y += count)
     {
-        for (auto& table : tables)
-        {
-            for (size_t value = 0; value < 256; ++value)
-            {
-                histogram[value] += table[value];
-                table[value] = 0;
-            }
-        }
-        counted = 0;
-    };
-    for (uint32_t y = 0; y < srcHeight; ++y)
-    {
-        const uint8_t* row = src + size_t{y} * srcStride;
-        counted += srcWidth;
-        if (counted > UINT32_MAX)
-        {
-            collect();
-            counted = srcWidth;
-        }
-        uint32_t x = 0;
-        for (; x + kStep <= srcWidth; x += kStep)
-        {
-            for (size_t i = 0; i < kStep; ++i)
-            {
-                ++tables[i % kTables][row[x + i]];
-            }
-        }
-        for (; x < srcWidth; ++x)
-        {
-            ++tables[0][row[x]];
-        }
+        count = std::min(rowsAtOnce, srcHeight - y);
+        const Histogram counts = histogramOf(src + size_t{y} * srcStride, srcWidth, count, srcStride);
+        std::transform(counts.begin(), counts.end(), histogram.begin(), histogram.begin(), std::plus<>());
     }
-    collect();
     *level = otsuLevel(histogram);
     return thresholdFixed(src, srcWidth, srcHeight, srcStride, *level, type, dst, dstStride);
 }

@@ -11,6 +11,7 @@
 #if HWY_ARCH_ARM
 #include "vecta/gradient/visoraGradientSixteen-inl.h"
 #endif
+#include "vecta/gradient/visoraGradientRows-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -93,46 +94,19 @@ HWY_INLINE void storeGradients(D d, V across, V down, size_t x, const GradientPa
     hn::StoreInterleaved2(highFloats<kind>(d, across), highFloats<kind>(d, down), dFloat, pairs + hn::Lanes(d));
 }
 
-// Differences of bytes.
-template <class D>
-HWY_INLINE hn::Vec<D> minus(D d, const uint8_t* a, const uint8_t* b)
-{
-    const hn::Rebind<uint8_t, D> d8;
-#if HWY_ARCH_ARM
-    return hn::BitCast(d, hn::Vec<hn::RebindToUnsigned<D>>(vsubl_u8(hn::LoadU(d8, a).raw, hn::LoadU(d8, b).raw)));
-#else
-    return hn::Sub(hn::PromoteTo(d, hn::LoadU(d8, a)), hn::PromoteTo(d, hn::LoadU(d8, b)));
-#endif
-}
-
 template <GradientKind kind, class D, class Out>
 HWY_INLINE void gradientStep(D d, const GradientRows& rows, size_t x, const Out& out)
 {
-    const auto across = minus(d, rows.centre + x + 1, rows.centre + x - 1);
-    const auto down = minus(d, rows.below + x, rows.above + x);
     if constexpr (kind == GradientKind::Central)
     {
-        storeGradients<kind>(d, across, down, x, out);
+        storeGradients<kind>(d, minus(d, rows.centre + x + 1, rows.centre + x - 1),
+                             minus(d, rows.below + x, rows.above + x), x, out);
     }
     else
     {
-        // The diagonals serve both directions.
-        const auto falling = minus(d, rows.below + x + 1, rows.above + x - 1);
-        const auto rising = minus(d, rows.above + x + 1, rows.below + x - 1);
-        const auto weighted = [&](auto side, auto centre) HWY_ATTR
-        {
-            if constexpr (kind == GradientKind::Sobel)
-            {
-                return hn::Add(side, hn::Add(centre, centre));
-            }
-            else
-            {
-                return hn::Add(hn::Mul(side, hn::Set(d, kSideWeight<kind>)),
-                               hn::Mul(centre, hn::Set(d, kCentreWeight<kind>)));
-            }
-        };
-        storeGradients<kind>(d, weighted(hn::Add(falling, rising), across), weighted(hn::Sub(falling, rising), down), x,
-                             out);
+        hn::Vec<D> across, down;
+        gradientAt<kSideWeight<kind>, kCentreWeight<kind>>(d, rows.above, rows.centre, rows.below, x, across, down);
+        storeGradients<kind>(d, across, down, x, out);
     }
 }
 

@@ -37,6 +37,18 @@ HWY_INLINE V times([[maybe_unused]] D d, V v)
     }
 }
 
+/** Differences of bytes. */
+template <class D>
+HWY_INLINE hn::Vec<D> minus(D d, const uint8_t* a, const uint8_t* b)
+{
+    const hn::Rebind<uint8_t, D> d8;
+#if HWY_ARCH_ARM
+    return hn::BitCast(d, hn::Vec<hn::RebindToUnsigned<D>>(vsubl_u8(hn::LoadU(d8, a).raw, hn::LoadU(d8, b).raw)));
+#else
+    return hn::Sub(hn::PromoteTo(d, hn::LoadU(d8, a)), hn::PromoteTo(d, hn::LoadU(d8, b)));
+#endif
+}
+
 /**
  * Differences of the outer columns (dx) and rows (dy), weighted corner, side, corner along them, of the s16 vector at
  * column x of three rows.
@@ -45,13 +57,11 @@ template <int corner, int side, class D>
 HWY_INLINE void gradientAt(D d, const uint8_t* above, const uint8_t* centre, const uint8_t* below, size_t x,
                            hn::Vec<D>& dx, hn::Vec<D>& dy)
 {
-    const hn::Rebind<uint8_t, D> d8;
-    const auto pixels = [&](const uint8_t* at) HWY_ATTR { return hn::PromoteTo(d, hn::LoadU(d8, at)); };
     // The diagonals serve both directions.
-    const auto falling = hn::Sub(pixels(below + x + 1), pixels(above + x - 1));
-    const auto rising = hn::Sub(pixels(above + x + 1), pixels(below + x - 1));
-    const auto across = hn::Sub(pixels(centre + x + 1), pixels(centre + x - 1));
-    const auto down = hn::Sub(pixels(below + x), pixels(above + x));
+    const auto falling = minus(d, below + x + 1, above + x - 1);
+    const auto rising = minus(d, above + x + 1, below + x - 1);
+    const auto across = minus(d, centre + x + 1, centre + x - 1);
+    const auto down = minus(d, below + x, above + x);
     dx = hn::Add(times<corner>(d, hn::Add(falling, rising)), times<side>(d, across));
     dy = hn::Add(times<corner>(d, hn::Sub(falling, rising)), times<side>(d, down));
 }

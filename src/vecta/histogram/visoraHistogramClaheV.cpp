@@ -5,6 +5,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/histogram/visoraHistogramClaheV.cpp"
 #include <algorithm>
+#include <cstring>
 
 #include "cpu/histogram/visoraHistogramClahe.h"
 #include "hwy/foreach_target.h"

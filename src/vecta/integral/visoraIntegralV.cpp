@@ -19,7 +19,6 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-using Eight = hn::FixedTag<uint8_t, 8>;
 using Pixels16 = hn::FixedTag<uint16_t, 8>;
 using Words = hn::FixedTag<uint32_t, 4>;
 using Sums64 = hn::CappedTag<uint64_t, 4>;
@@ -49,54 +48,88 @@ HWY_INLINE V runningSums4(V v)
 class Left
 {
   public:
-    static constexpr size_t kStep = 16;
+    static constexpr size_t kStep = 64;
+    using Bytes = hn::FixedTag<uint8_t, 64>;
     using Sums = hn::FixedTag<uint32_t, 16>;
 
     HWY_INLINE Left() : left_(_mm512_setzero_si512()) {}
 
-    HWY_INLINE void set(uint32_t sum) { left_ = _mm512_set1_epi64(sum); }
+    HWY_INLINE void set(uint32_t sum) { left_ = _mm512_set1_epi32(static_cast<int32_t>(sum)); }
 
-    // eight(i) gives bytes from i on. Every lane gets all of them and sums its own and those before it: few of the
-    // instructions that move bytes about, of which the machine can begin less than of others.
-    template <class Bytes, class Store>
-    HWY_INLINE void step(Bytes eight, Store store)
+    // bytesFrom(i) gives bytes from i on. Pixels are summed in pairs within sixteen of them; the second ones, taken off
+    // the running sums of these, leave the sums up to the first. What puts each sixteen in order widens them, too.
+    template <class BytesFrom, class Store>
+    HWY_INLINE void step(BytesFrom bytesFrom, Store store)
     {
-        const __m512i before = _mm512_set_epi64(-1, 0x00ffffffffffffff, 0x0000ffffffffffff, 0x000000ffffffffff,
-                                                0x00000000ffffffff, 0x0000000000ffffff, 0x000000000000ffff, 0xff);
-        const __m512i none = _mm512_setzero_si512();
-        const auto eightSums = [&](size_t i) HWY_ATTR
+        const __m512i pixels = bytesFrom(0).raw;
+        __m512i second = _mm512_maddubs_epi16(pixels, _mm512_set1_epi8(1));
+        second = _mm512_add_epi16(second, _mm512_bslli_epi128(second, 2));
+        second = _mm512_add_epi16(second, _mm512_bslli_epi128(second, 4));
+        second = _mm512_add_epi16(second, _mm512_bslli_epi128(second, 8));
+        const __m512i first = _mm512_sub_epi16(second, _mm512_srli_epi16(pixels, 8));
+        constexpr __mmask32 kLowerHalves = 0x55555555;
+        const __m512i inTurn = _mm512_set_epi32(39, 7, 38, 6, 37, 5, 36, 4, 35, 3, 34, 2, 33, 1, 32, 0);
+        for (int sixteen = 0; sixteen < 4; ++sixteen)
         {
-            const __m512i bytes = _mm512_broadcastq_epi64(eight(i).raw);
-            const __m512i sums = _mm512_sad_epu8(_mm512_and_si512(bytes, before), none);
-            const __m512i element = _mm512_add_epi64(sums, left_);
-            left_ = _mm512_add_epi64(left_, _mm512_sad_epu8(bytes, none));
-            return element;
-        };
-        const __m512i first = eightSums(0);
-        const __m512i second = eightSums(8);
-        const __m512i lowWords = _mm512_set_epi32(30, 28, 26, 24, 22, 20, 18, 16, 14, 12, 10, 8, 6, 4, 2, 0);
-        store(hn::Vec<Sums>{_mm512_permutex2var_epi32(first, lowWords, second)}, 0);
+            const __m512i places = _mm512_add_epi32(inTurn, _mm512_set1_epi32(8 * sixteen));
+            const __m512i within = _mm512_maskz_permutex2var_epi16(kLowerHalves, first, places, second);
+            store(hn::Vec<Sums>{_mm512_add_epi32(left_, within)}, static_cast<size_t>(16 * sixteen));
+            const __m512i last = _mm512_set1_epi32(8 * sixteen + 7);
+            left_ = _mm512_add_epi32(left_, _mm512_maskz_permutexvar_epi16(kLowerHalves, last, second));
+        }
     }
 
   private:
     __m512i left_;
+};
+#elif HWY_ARCH_ARM_A64
+class Left
+{
+  public:
+    static constexpr size_t kStep = 16;
+    using Bytes = hn::FixedTag<uint8_t, 16>;
+    using Sums = hn::FixedTag<uint32_t, 4>;
+
+    HWY_INLINE Left() : left_(vdupq_n_u32(0)) {}
+
+    HWY_INLINE void set(uint32_t sum) { left_ = vdupq_n_u32(sum); }
+
+    // As above, of sixteen pixels.
+    template <class BytesFrom, class Store>
+    HWY_INLINE void step(BytesFrom bytesFrom, Store store)
+    {
+        const uint8x16_t pixels = bytesFrom(0).raw;
+        const uint16x8_t second = runningSums8(hn::Vec<Pixels16>(vpaddlq_u8(pixels))).raw;
+        const uint16x8_t first = vsubq_u16(second, vshrq_n_u16(vreinterpretq_u16_u8(pixels), 8));
+        const uint16x8_t low = vzip1q_u16(first, second);
+        const uint16x8_t high = vzip2q_u16(first, second);
+        store(hn::Vec<Sums>(vaddw_u16(left_, vget_low_u16(low))), 0);
+        store(hn::Vec<Sums>(vaddw_high_u16(left_, low)), 4);
+        store(hn::Vec<Sums>(vaddw_u16(left_, vget_low_u16(high))), 8);
+        store(hn::Vec<Sums>(vaddw_high_u16(left_, high)), 12);
+        left_ = vaddw_u16(left_, vdup_laneq_u16(second, 7));
+    }
+
+  private:
+    uint32x4_t left_;
 };
 #else
 class Left
 {
   public:
     static constexpr size_t kStep = 8;
+    using Bytes = hn::FixedTag<uint8_t, 8>;
     using Sums = hn::CappedTag<uint32_t, 8>;
 
     HWY_INLINE Left() : left_(hn::Zero(Sums())) {}
 
     HWY_INLINE void set(uint32_t sum) { left_ = hn::Set(Sums(), sum); }
 
-    template <class Bytes, class Store>
-    HWY_INLINE void step(Bytes eight, Store store)
+    template <class BytesFrom, class Store>
+    HWY_INLINE void step(BytesFrom bytesFrom, Store store)
     {
         const Sums d;
-        const auto sums = runningSums8(hn::PromoteTo(Pixels16(), eight(0)));
+        const auto sums = runningSums8(hn::PromoteTo(Pixels16(), bytesFrom(0)));
 #if HWY_TARGET == HWY_AVX2
         store(hn::Add(left_, hn::PromoteTo(d, sums)), 0);
         left_ = hn::Add(left_, hn::Vec<Sums>{_mm256_broadcastd_epi32(_mm_srli_si128(sums.raw, 14))});
@@ -130,11 +163,11 @@ class SumRow
         left_.set(row_[last] - (kAbove ? above_[last] : 0));
     }
 
-    // eight(x) gives the bytes from column x on.
-    template <class Bytes>
-    HWY_INLINE void put(size_t x, Bytes eight)
+    // bytesFrom(x) gives the bytes from column x on.
+    template <class BytesFrom>
+    HWY_INLINE void put(size_t x, BytesFrom bytesFrom)
     {
-        left_.step([&](size_t i) HWY_ATTR { return eight(x + i); },
+        left_.step([&](size_t i) HWY_ATTR { return bytesFrom(x + i); },
                    [&](auto sums, size_t i) HWY_ATTR
                    {
                        const typename Left::Sums d;
@@ -161,7 +194,7 @@ template <class Start, class Put>
 HWY_INLINE void coverSums(size_t width, const uint32_t* row, Start start, Put put)
 {
     put(0);
-    size_t x = kStep - reinterpret_cast<uintptr_t>(row) / sizeof(uint32_t) % kStep;
+    size_t x = kStep - reinterpret_cast<uintptr_t>(row) / sizeof(uint32_t) % hn::MaxLanes(Left::Sums());
     if (x + kStep <= width)
     {
         start(x);
@@ -187,9 +220,9 @@ HWY_INLINE void coverSums(size_t width, const uint32_t* row, Start start, Put pu
     }
 }
 
-HWY_INLINE hn::Vec<Eight> eightAt(const uint8_t* pixels)
+HWY_INLINE hn::Vec<Left::Bytes> bytesAt(const uint8_t* pixels)
 {
-    return hn::LoadU(Eight(), pixels);
+    return hn::LoadU(Left::Bytes(), pixels);
 }
 
 template <bool kAbove>
@@ -201,7 +234,7 @@ HWY_INLINE void integrateRow(const uint8_t* pixels, size_t width, const uint32_t
     {
         return coverSums(
             width, row, [&](size_t x) HWY_ATTR { sums.startAt(x); },
-            [&](size_t x) HWY_ATTR { sums.put(x, [=](size_t at) HWY_ATTR { return eightAt(pixels + at); }); });
+            [&](size_t x) HWY_ATTR { sums.put(x, [=](size_t at) HWY_ATTR { return bytesAt(pixels + at); }); });
     }
     uint32_t sum = 0;
     for (size_t x = 0; x < width; ++x)
@@ -236,7 +269,7 @@ vsrStatus integrateMasked(const uint8_t* src, uint32_t srcWidth, uint32_t srcHei
                           const uint8_t* mask, uint32_t maskStride, uint32_t* sums, uint32_t sumsStride,
                           uint32_t* counts, uint32_t countsStride)
 {
-    const Eight d;
+    const Left::Bytes d;
     const size_t width = srcWidth;
     std::fill_n(sums, width + 1, 0u);
     std::fill_n(counts, width + 1, 0u);
@@ -261,8 +294,8 @@ vsrStatus integrateMasked(const uint8_t* src, uint32_t srcWidth, uint32_t srcHei
                 [&](size_t x) HWY_ATTR
                 {
                     const auto out = [=](size_t at) HWY_ATTR
-                    { return hn::VecFromMask(d, hn::Eq(eightAt(counted + at), hn::Zero(d))); };
-                    sum.put(x, [=](size_t at) HWY_ATTR { return hn::AndNot(out(at), eightAt(pixels + at)); });
+                    { return hn::VecFromMask(d, hn::Eq(bytesAt(counted + at), hn::Zero(d))); };
+                    sum.put(x, [=](size_t at) HWY_ATTR { return hn::AndNot(out(at), bytesAt(pixels + at)); });
                     count.put(x, [=](size_t at) HWY_ATTR { return hn::AndNot(out(at), hn::Set(d, uint8_t{1})); });
                 });
             continue;

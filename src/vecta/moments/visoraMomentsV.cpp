@@ -6,6 +6,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/moments/visoraMomentsV.cpp"
 #include <algorithm>
+#include <type_traits>
 
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
@@ -104,32 +105,54 @@ HWY_INLINE ColumnMoments sumColumns(const T* tile, uint32_t width, uint32_t heig
     const hn::Rebind<T, Doubles> dPixel;
     const size_t lanes = hn::Lanes(d);
     ColumnMoments columns{};
-    const auto sum = [&](const T* column, size_t pitch, size_t x) HWY_ATTR
+    // Several vectors at once share the weights of a row.
+    const auto sum = [&](const T* column, size_t pitch, size_t x, auto together) HWY_ATTR
     {
-        auto k0 = hn::Zero(d), k1 = k0, k2 = k0, k3 = k0;
+        constexpr size_t n = decltype(together)::value;
+        hn::Vec<Doubles> k0[n], k1[n], k2[n], k3[n];
+        for (size_t i = 0; i < n; ++i)
+        {
+            k0[i] = k1[i] = k2[i] = k3[i] = hn::Zero(d);
+        }
         for (uint32_t y = 0; y < height; ++y)
         {
-            auto pixels = hn::LoadU(dPixel, column + y * pitch);
-            if (binary != 0)
+            const auto weight1 = hn::Set(d, y);
+            const auto weight2 = hn::Set(d, y * y);
+            const auto weight3 = hn::Set(d, y * y * y);
+            for (size_t i = 0; i < n; ++i)
             {
-                pixels = hn::IfThenZeroElse(hn::Eq(pixels, hn::Zero(dPixel)), hn::Set(dPixel, T{1}));
+                auto pixels = hn::LoadU(dPixel, column + y * pitch + i * lanes);
+                if (binary != 0)
+                {
+                    pixels = hn::IfThenZeroElse(hn::Eq(pixels, hn::Zero(dPixel)), hn::Set(dPixel, T{1}));
+                }
+                const auto value = hn::PromoteTo(d, pixels);
+                k0[i] = hn::Add(k0[i], value);
+                k1[i] = hn::Add(k1[i], hn::Mul(weight1, value));
+                k2[i] = hn::Add(k2[i], hn::Mul(weight2, value));
+                k3[i] = hn::Add(k3[i], hn::Mul(weight3, value));
             }
-            const auto value = hn::PromoteTo(d, pixels);
-            k0 = hn::Add(k0, value);
-            k1 = hn::Add(k1, hn::Mul(hn::Set(d, y), value));
-            k2 = hn::Add(k2, hn::Mul(hn::Set(d, y * y), value));
-            k3 = hn::Add(k3, hn::Mul(hn::Set(d, y * y * y), value));
         }
-        hn::Store(k0, d, columns.k[0] + x);
-        hn::Store(k1, d, columns.k[1] + x);
-        hn::Store(k2, d, columns.k[2] + x);
-        hn::Store(k3, d, columns.k[3] + x);
+        for (size_t i = 0; i < n; ++i)
+        {
+            const size_t at = x + i * lanes;
+            hn::Store(k0[i], d, columns.k[0] + at);
+            hn::Store(k1[i], d, columns.k[1] + at);
+            hn::Store(k2[i], d, columns.k[2] + at);
+            hn::Store(k3[i], d, columns.k[3] + at);
+        }
     };
+    constexpr size_t kTogether = HWY_ARCH_ARM ? 4 : 2;
+    const std::integral_constant<size_t, 1> single;
     const size_t pitch = stride / sizeof(T);
     size_t x = 0;
+    for (; x + kTogether * lanes <= width; x += kTogether * lanes)
+    {
+        sum(tile + x, pitch, x, std::integral_constant<size_t, kTogether>());
+    }
     for (; x + lanes <= width; x += lanes)
     {
-        sum(tile + x, pitch, x);
+        sum(tile + x, pitch, x, single);
     }
     if (x < width)
     {
@@ -138,7 +161,7 @@ HWY_INLINE ColumnMoments sumColumns(const T* tile, uint32_t width, uint32_t heig
         {
             std::copy_n(tile + y * pitch + x, width - x, rest + y * lanes);
         }
-        sum(rest, lanes, x);
+        sum(rest, lanes, x, single);
     }
     return columns;
 }
