@@ -34,43 +34,37 @@ bool isPair(const Photograph& photograph)
     return photograph.rightGray.width == photograph.gray.width && photograph.rightGray.height == photograph.gray.height;
 }
 
+/** Finds the disparity of the left and the right view. */
+using Match = vsrStatus (*)(const Picture&, const Picture&, int16_t*);
+
+Picture match(const Photograph& photograph, Runner& runner, const char* what, Match find)
+{
+    if (!isPair(photograph))
+    {
+        return {};
+    }
+    std::vector<int16_t> disparity(photograph.gray.pixels.size());
+    runner.run(what, disparity.size(), [&] { return find(photograph.gray, photograph.rightGray, disparity.data()); });
+    return shown(disparity, photograph.gray);
+}
+
+vsrStatus matchBlocks(const Picture& left, const Picture& right, int16_t* disparity)
+{
+    return vsrDisparityBlockMatchu8s16(left.data(), left.width, left.height, 0, right.data(), 0, kLeastDisparity,
+                                       kDisparities, 15, 400, 10, disparity, 0);
+}
+
+vsrStatus matchSemiGlobally(const Picture& left, const Picture& right, int16_t* disparity)
+{
+    return vsrDisparitySemiGlobalu8s16(left.data(), left.width, left.height, 0, right.data(), 0, kLeastDisparity,
+                                       kDisparities, 8, 48, 8, 5, 2, disparity, 0);
+}
+
 const RegisterStages depth({
-    {"Disparity by block matching",
-     [](const Photograph& photograph, Runner& runner)
-     {
-         if (!isPair(photograph))
-         {
-             return Picture();
-         }
-         const Picture& left = photograph.gray;
-         std::vector<int16_t> disparity(left.pixels.size());
-         runner.run("block matching", left.pixels.size(),
-                    [&]
-                    {
-                        return vsrDisparityBlockMatchu8s16(left.data(), left.width, left.height, 0,
-                                                           photograph.rightGray.data(), 0, kLeastDisparity,
-                                                           kDisparities, 15, 400, 10, disparity.data(), 0);
-                    });
-         return shown(disparity, left);
-     }},
-    {"Disparity by semi-global matching",
-     [](const Photograph& photograph, Runner& runner)
-     {
-         if (!isPair(photograph))
-         {
-             return Picture();
-         }
-         const Picture& left = photograph.gray;
-         std::vector<int16_t> disparity(left.pixels.size());
-         runner.run("semi-global matching", left.pixels.size(),
-                    [&]
-                    {
-                        return vsrDisparitySemiGlobalu8s16(left.data(), left.width, left.height, 0,
-                                                           photograph.rightGray.data(), 0, kLeastDisparity,
-                                                           kDisparities, 8, 48, 8, 5, 2, disparity.data(), 0);
-                    });
-         return shown(disparity, left);
-     }},
+    {"Disparity by block matching", [](const Photograph& photograph, Runner& runner)
+     { return match(photograph, runner, "block matching", matchBlocks); }},
+    {"Disparity by semi-global matching", [](const Photograph& photograph, Runner& runner)
+     { return match(photograph, runner, "semi-global matching", matchSemiGlobally); }},
 });
 
 }  // namespace

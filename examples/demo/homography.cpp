@@ -1,5 +1,5 @@
-// Two photographs of one plane: corners, matched by the correlation of the patches around them, a robust homography,
-// and the first photograph laid over the second.
+// Two photographs of one plane: corners, matched by their binary descriptors, a robust homography, and the first
+// photograph laid over the second.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -9,8 +9,10 @@
 
 #include "stages.h"
 #include "visora/corner.h"
+#include "visora/descriptor.h"
 #include "visora/filter.h"
 #include "visora/geom.h"
+#include "visora/hamming.h"
 #include "visora/warp.h"
 
 namespace demo
@@ -47,75 +49,19 @@ Matrix inverse(const Matrix& m)
             m[3] * m[7] - m[4] * m[6], m[1] * m[6] - m[0] * m[7], m[0] * m[4] - m[1] * m[3]};
 }
 
-// Between pixels, linearly; the point lies inside.
-double sample(const Picture& gray, Point p)
-{
-    const auto x = std::min(static_cast<uint32_t>(p.x), gray.width - 2);
-    const auto y = std::min(static_cast<uint32_t>(p.y), gray.height - 2);
-    const auto at = [&](uint32_t atX, uint32_t atY)
-    { return static_cast<double>(gray.data()[size_t{atY} * gray.width + atX]); };
-    const double a = p.x - x;
-    const double b = p.y - y;
-    return (1 - b) * ((1 - a) * at(x, y) + a * at(x + 1, y)) + b * ((1 - a) * at(x, y + 1) + a * at(x + 1, y + 1));
-}
-
 // ---- Features ----
 
-constexpr int kPatchSide = 12;
-constexpr double kPatchStep = 2;
-constexpr int kOrientationRadius = 12;
-
-struct Feature
+/** Corners and their descriptors, one for each. */
+struct Features
 {
-    Point place;
-    /** Grey values around it, turned upright, with mean 0 and length 1. */
-    std::array<float, kPatchSide * kPatchSide> patch;
+    static constexpr uint32_t kBytes = 32;
+
+    std::vector<Point> places;
+    std::vector<uint8_t> descriptors;
 };
 
-// The direction in which the disc around a point gets brighter.
-double orientation(const Picture& gray, Point p)
-{
-    double momentX = 0;
-    double momentY = 0;
-    for (int y = -kOrientationRadius; y <= kOrientationRadius; ++y)
-    {
-        for (int x = -kOrientationRadius; x <= kOrientationRadius; ++x)
-        {
-            if (x * x + y * y <= kOrientationRadius * kOrientationRadius)
-            {
-                const double value = sample(gray, {p.x + x, p.y + y});
-                momentX += x * value;
-                momentY += y * value;
-            }
-        }
-    }
-    return std::atan2(momentY, momentX);
-}
-
-Feature describe(const Picture& gray, Point place)
-{
-    Feature feature{place, {}};
-    const double angle = orientation(gray, place);
-    const double c = kPatchStep * std::cos(angle);
-    const double s = kPatchStep * std::sin(angle);
-    for (int i = 0; i < kPatchSide * kPatchSide; ++i)
-    {
-        const int row = i / kPatchSide;
-        const double x = i % kPatchSide - (kPatchSide - 1) / 2.0;
-        const double y = row - (kPatchSide - 1) / 2.0;
-        feature.patch[static_cast<size_t>(i)] =
-            static_cast<float>(sample(gray, {place.x + c * x - s * y, place.y + s * x + c * y}));
-    }
-    auto& patch = feature.patch;
-    const float mean = std::accumulate(patch.begin(), patch.end(), 0.0f) / static_cast<float>(patch.size());
-    std::for_each(patch.begin(), patch.end(), [mean](float& value) { value -= mean; });
-    const float length = std::sqrt(std::inner_product(patch.begin(), patch.end(), patch.begin(), 1e-6f));
-    std::for_each(patch.begin(), patch.end(), [length](float& value) { value /= length; });
-    return feature;
-}
-
-// The strongest corners, far enough from the edges for a patch in any direction.
-std::vector<Feature> findFeatures(const Picture& gray)
+// The strongest corners, far enough from the edges for a descriptor in any direction.
+Features findFeatures(const Picture& gray, Runner& runner)
 {
     constexpr uint32_t kMaxCorners = 40000;
     constexpr uint32_t kThreshold = 15;
@@ -133,13 +79,26 @@ std::vector<Feature> findFeatures(const Picture& gray)
     std::iota(order.begin(), order.end(), 0u);
     std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) { return scores[a] > scores[b]; });
     order.resize(std::min(order.size(), kFeatures));
-    std::vector<Feature> features;
-    features.reserve(order.size());
+    Features features;
+    std::vector<uint32_t> best;
     for (const uint32_t corner : order)
     {
-        features.push_back(describe(
-            smooth, {static_cast<double>(xy[size_t{corner} * 2]), static_cast<double>(xy[size_t{corner} * 2 + 1])}));
+        const uint32_t x = xy[size_t{corner} * 2];
+        const uint32_t y = xy[size_t{corner} * 2 + 1];
+        best.insert(best.end(), {x, y});
+        features.places.push_back({static_cast<double>(x), static_cast<double>(y)});
     }
+    features.descriptors.resize(order.size() * Features::kBytes);
+    // Turned by the direction in which it gets brighter: the views are turned against each other.
+    runner.run(
+        "binary descriptors", order.size(),
+        [&]
+        {
+            return vsrBriefDescribeRotatedu8(smooth.data(), gray.width, gray.height, 0, best.data(),
+                                             static_cast<uint32_t>(order.size()), nullptr, features.descriptors.data(),
+                                             0);
+        },
+        "corner");
     return features;
 }
 
@@ -150,41 +109,28 @@ struct Match
     Point from, to;
 };
 
-// For each feature the place in the other list of the one whose patch correlates best.
-std::vector<size_t> mostAlike(const std::vector<Feature>& features, const std::vector<Feature>& others)
+// Features with the nearest of the others, where the next one is clearly further away.
+std::vector<Match> matchFeatures(const Features& first, const Features& second, Runner& runner)
 {
-    std::vector<size_t> best;
-    for (const Feature& feature : features)
-    {
-        const auto correlation = [&feature](const Feature& other)
-        { return std::inner_product(feature.patch.begin(), feature.patch.end(), other.patch.begin(), 0.0f); };
-        size_t chosen = 0;
-        float highest = -2;
-        for (size_t i = 0; i < others.size(); ++i)
+    constexpr uint32_t kClearly = 5;  // quarters
+    std::vector<uint32_t> indices(2 * first.places.size());
+    std::vector<uint32_t> distances(indices.size());
+    runner.run(
+        "nearest descriptors", first.places.size(),
+        [&]
         {
-            const float value = correlation(others[i]);
-            if (value > highest)
-            {
-                highest = value;
-                chosen = i;
-            }
-        }
-        best.push_back(chosen);
-    }
-    return best;
-}
-
-// Pairs of features that choose each other.
-std::vector<Match> matchFeatures(const std::vector<Feature>& first, const std::vector<Feature>& second)
-{
-    const std::vector<size_t> there = mostAlike(first, second);
-    const std::vector<size_t> back = mostAlike(second, first);
+            return vsrHammingNearest2u8(first.descriptors.data(), Features::kBytes,
+                                        static_cast<uint32_t>(first.places.size()), 0, second.descriptors.data(),
+                                        static_cast<uint32_t>(second.places.size()), 0, indices.data(),
+                                        distances.data());
+        },
+        "corner");
     std::vector<Match> matches;
-    for (size_t i = 0; i < there.size(); ++i)
+    for (size_t i = 0; i < first.places.size(); ++i)
     {
-        if (back[there[i]] == i)
+        if (indices[2 * i + 1] != VISORA_NO_MATCH && kClearly * distances[2 * i] < 4 * distances[2 * i + 1])
         {
-            matches.push_back({first[i].place, second[there[i]].place});
+            matches.push_back({first.places[i], second.places[indices[2 * i]]});
         }
     }
     return matches;
@@ -342,7 +288,8 @@ Picture overlay(const Picture& first, const Picture& second, const Matrix& homog
 
 std::vector<TitledPicture> layOver(const Photograph& first, const Photograph& second, Runner& runner)
 {
-    const std::vector<Match> matches = matchFeatures(findFeatures(first.gray), findFeatures(second.gray));
+    const std::vector<Match> matches =
+        matchFeatures(findFeatures(first.gray, runner), findFeatures(second.gray, runner), runner);
     if (matches.size() < 4)
     {
         throw std::runtime_error("the photographs have too little in common");

@@ -129,7 +129,7 @@ VSR_API vsrStatus vsrFindBlobsu8(const uint8_t* src, uint32_t srcWidth, uint32_t
 /**
  * Pixels above a threshold that are the greatest of their window of (2 radius + 1)^2 pixels, cut at the image: above
  * all that come before them in row-major order, not below any that comes after. Listed in row-major order. Takes time
- * in proportion to the pixels times at most the logarithm of the radius.
+ * in proportion to the pixels times at most the logarithm of the radius, and scratch memory for 2 radius + 3 rows.
  * @param radius  0 to 255
  * @param xy      2 * capacity coordinates
  * @param values  capacity pixels

@@ -16,7 +16,7 @@
  * Common to all of them:
  * - Images have sides of 1 to 65535 pixels, strides in bytes, 0 means packed rows. Lists are in ascending order of the
  *   level at which a region begins to be, then of its first pixel. A list ends before the first region that does not
- * fit whole; nothing behind what is stored is written. Capacities may be 0, pointers must not be null.
+ *   fit whole; nothing behind what is stored is written. Capacities may be 0, pointers must not be null.
  * - They return 0, or VISORA_EBADPARAM, with nothing written, for a null pointer, a zero size, a stride below a row, an
  *   image wider or higher than those the handle is for, an argument outside its range, a written buffer that begins
  *   where another one does, or what a function names.
@@ -58,9 +58,9 @@ typedef struct vsrMserTrait
 } vsrMserTrait;
 
 /**
- * Makes a handle, to be freed by vsrMserRelease. Its work memory takes 74 bytes a pixel of the largest image, a third
- * of which grey images do not touch. Detection takes nearly linear time in pixels, at most 256 steps for each distinct
- * region, and sorts the pixels of the regions that it lists.
+ * Makes a handle, to be freed by vsrMserRelease. Its work memory takes 90 bytes a pixel of the largest image and a frame
+ * of one pixel around it, over a third of which grey images do not touch. Detection takes nearly linear time in pixels,
+ * at most 256 steps for each distinct region, and sorts the pixels of the regions that it lists.
  * @param maxWidth,maxHeight  of the images, 1 to 65535 with a product of at most 2^28
  * @param delta               1 to 255 levels, 5 is usual
  * @param minArea,maxArea     pixels, 1 <= minArea <= maxArea

@@ -153,7 +153,7 @@ VSR_API vsrStatus vsrChamferMatchu8(const uint8_t* src, uint32_t srcWidth, uint3
 /**
  * Fills what can be reached from the seed by steps to neighbours q with base - lower <= I(q) <= base + upper: I the
  * pixels before the fill, base that of the seed or, with `floating`, that of the pixel stepped from. Linear time; up to
- * 9 bytes of scratch memory a pixel.
+ * 5 bytes of scratch memory a pixel.
  * @param connectivity  4 or 8
  * @param floating      0, or anything else for the second rule
  * @param area          pixels filled

@@ -266,5 +266,21 @@ TEST(Disparity, OfBlocksFollowsTheRule)
     }
 }
 
+// Costs of more than 64 MiB are worked through in strips of rows, with results as if they were not.
+TEST(Disparity, OfLargeImagesIsThatOfTheWhole)
+{
+    constexpr uint32_t width = 640, height = 210, count = 256;
+    const auto left = randomPixels(size_t{width} * height, 6);
+    std::vector<uint8_t> right = left;
+    std::rotate(right.begin(), right.begin() + 40, right.end());
+    std::vector<int16_t> expected(left.size()), found(left.size());
+    ASSERT_EQ(0u, vsrDisparitySemiGlobalu8s16C(left.data(), width, height, width, right.data(), width, 0, count, 5, 40,
+                                               8, 5, 1, expected.data(), width * 2));
+    ASSERT_EQ(0u, vsrDisparitySemiGlobalu8s16V(left.data(), width, height, width, right.data(), width, 0, count, 5, 40,
+                                               8, 5, 1, found.data(), width * 2));
+    EXPECT_EQ(expected, found);
+    EXPECT_EQ(16 * 40, found[(found.size() + width) / 2]);
+}
+
 }  // namespace
 }  // namespace visora::test

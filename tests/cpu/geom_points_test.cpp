@@ -212,5 +212,66 @@ TEST(PointSets, SimplerPolygonsStayWithinEpsilon)
     EXPECT_EQ(uint32_t{VISORA_EBADPARAM}, vsrPolygonSimplifyf32(same.data(), 3, 1, 1, nullptr, nullptr, &count));
 }
 
+// Sets of 100,000 points, and those that are a point, a line or four places only: all ends, and soon.
+TEST(PointSets, EndOnLargeAndDegenerateSets)
+{
+    constexpr uint32_t kCount = 100000;
+    constexpr double kRadius = 1000;
+    struct Case
+    {
+        const char* name;
+        std::vector<std::pair<double, double>> places;  // taken in turns
+        uint32_t leastCorners, mostCorners;
+        double width, height, radius;
+        bool isEllipse;
+    };
+    std::vector<Case> cases = {{"one place", {{7, -3}}, 1, 1, 0, 0, 0, false},
+                               {"a line", {}, 2, 2, 5 * (kCount - 1), 0, 2.5 * (kCount - 1), false},
+                               {"four places", {{0, 0}, {8, 0}, {8, 6}, {0, 6}}, 4, 4, 8, 6, 5, true},
+                               {"a circle", {}, 200, 2000, 2 * kRadius, 2 * kRadius, kRadius, true}};
+    for (uint32_t i = 0; i < kCount; ++i)
+    {
+        const double turn = 2 * std::acos(-1) * i / kCount;
+        cases[1].places.push_back({3.0 * i, 4.0 * i});
+        cases[3].places.push_back({std::round(kRadius * std::cos(turn)), std::round(kRadius * std::sin(turn))});
+    }
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        Points points;
+        for (uint32_t i = 0; i < kCount; ++i)
+        {
+            // In an order of no meaning.
+            const auto& place = c.places[size_t{i} * 7919 % kCount % c.places.size()];
+            points.insert(points.end(), {static_cast<float>(place.first), static_cast<float>(place.second)});
+        }
+        std::vector<uint32_t> indices(kCount);
+        uint32_t count = 0;
+        vsrRotatedBox box;
+        float circle[3], line[4];
+        vsrEllipse ellipse;
+        ASSERT_EQ(0u, vsrConvexHullf32(points.data(), kCount, nullptr, indices.data(), &count));
+        EXPECT_TRUE(count >= c.leastCorners && count <= c.mostCorners) << count;
+        ASSERT_EQ(0u, vsrMinAreaRectf32(points.data(), kCount, &box));
+        EXPECT_NEAR(c.width, std::max(box.width, box.height), 3);
+        EXPECT_NEAR(c.height, std::min(box.width, box.height), 3);
+        ASSERT_EQ(0u, vsrMinEnclosingCirclef32(points.data(), kCount, circle));
+        EXPECT_NEAR(c.radius, circle[2], 1);
+        ASSERT_EQ(0u, vsrFitLinef32(points.data(), kCount, VISORA_LOSS_HUBER, 1, line));
+        EXPECT_NEAR(1, std::hypot(line[2], line[3]), 1e-6);
+        EXPECT_EQ(c.isEllipse ? 0u : VISORA_EFAIL, vsrFitEllipsef32(points.data(), kCount, &ellipse));
+        for (const uint32_t closed : {0u, 1u})
+        {
+            ASSERT_EQ(0u, vsrPolygonSimplifyf32(points.data(), kCount, static_cast<float>(2 * c.radius + 1), closed,
+                                                nullptr, indices.data(), &count));
+            EXPECT_EQ(c.radius == 0 && closed != 0 ? 1u : 2u, count);
+        }
+        std::vector<int8_t> where(3);
+        const Points places = {points[0], points[1], points[2], points[3], -1e6F, 1e6F};
+        ASSERT_EQ(0u, vsrPolygonContainsf32(points.data(), kCount, places.data(), 3, where.data(), nullptr));
+        EXPECT_EQ(std::vector<int8_t>({0, 0, -1}), where);
+    }
+}
+
 }  // namespace
 }  // namespace visora::test

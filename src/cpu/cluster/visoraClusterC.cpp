@@ -42,70 +42,33 @@ vsrStatus vsrClusterAssignu8C(const uint8_t* src, uint32_t length, uint32_t numV
     return VISORA_SUCCESS;
 }
 
+namespace
+{
+
+constexpr auto addElements = [](const auto* from, auto* to, size_t length)
+{
+    for (size_t e = 0; e < length; ++e)
+    {
+        to[e] += static_cast<std::remove_reference_t<decltype(to[e])>>(from[e]);
+    }
+};
+
+}  // namespace
+
 vsrStatus vsrClusterUpdatef32C(const float* src, uint32_t length, uint32_t numVectors, uint32_t srcStride,
                                const uint16_t* indices, float* centres, uint32_t numCentres, uint32_t centreStride,
                                float* maxShift)
 {
-    const size_t elements = size_t{numCentres} * length;
-    const visora::Scratch scratch(elements * sizeof(double) + numCentres * sizeof(uint32_t));
-    if (!scratch.data())
-    {
-        return VISORA_ENOMEM;
-    }
-    auto* sums = scratch.as<double>();
-    auto* counts = reinterpret_cast<uint32_t*>(sums + elements);
-    std::fill_n(sums, elements, 0.0);
-    std::fill_n(counts, numCentres, 0u);
-    for (size_t i = 0; i < numVectors; ++i)
-    {
-        ++counts[indices[i]];
-        for (size_t e = 0; e < length; ++e)
-        {
-            sums[indices[i] * size_t{length} + e] += static_cast<double>(planeRow(src, srcStride, i)[e]);
-        }
-    }
-    *maxShift = 0;
-    for (size_t k = 0; k < numCentres; ++k)
-    {
-        if (counts[k] != 0)
-        {
-            visora::addShift(
-                maxShift, visora::moveCentre(sums + k * length, counts[k], planeRow(centres, centreStride, k), length));
-        }
-    }
-    return VISORA_SUCCESS;
+    return visora::updateCentres(addElements, src, length, numVectors, srcStride, indices, centres, numCentres,
+                                 centreStride, maxShift);
 }
 
 vsrStatus vsrClusterUpdateu8C(const uint8_t* src, uint32_t length, uint32_t numVectors, uint32_t srcStride,
                               const uint16_t* indices, uint8_t* centres, uint32_t numCentres, uint32_t centreStride,
                               uint32_t* counts)
 {
-    const size_t elements = size_t{numCentres} * length;
-    const visora::Scratch scratch(elements * sizeof(uint64_t));
-    if (!scratch.data())
-    {
-        return VISORA_ENOMEM;
-    }
-    auto* sums = scratch.as<uint64_t>();
-    std::fill_n(sums, elements, uint64_t{0});
-    std::fill_n(counts, numCentres, 0u);
-    for (size_t i = 0; i < numVectors; ++i)
-    {
-        ++counts[indices[i]];
-        for (size_t e = 0; e < length; ++e)
-        {
-            sums[indices[i] * size_t{length} + e] += planeRow(src, srcStride, i)[e];
-        }
-    }
-    for (size_t k = 0; k < numCentres; ++k)
-    {
-        const uint64_t n = counts[k];
-        for (size_t e = 0; n != 0 && e < length; ++e)
-        {
-            planeRow(centres, centreStride, k)[e] = static_cast<uint8_t>((2 * sums[k * length + e] + n) / (2 * n));
-        }
-    }
-    return VISORA_SUCCESS;
+    return visora::updateCentres<uint64_t>(addElements, src, length, numVectors, srcStride, indices, centres,
+                                           numCentres, centreStride, counts);
 }
 
 vsrStatus vsrCodeHistogramu16C(const uint16_t* codes, uint32_t numCodes, uint32_t numBins, vsrHistogramNorm norm,

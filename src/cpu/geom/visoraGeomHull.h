@@ -3,7 +3,10 @@
 #define VISORA_CPU_GEOM_HULL_H
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
+#include <numeric>
+#include <utility>
 
 #include "cpu/visoraScratch.h"
 
@@ -26,28 +29,71 @@ inline Point2 point2At(const float* points, size_t i)
     return {points[2 * i], points[2 * i + 1]};
 }
 
+/** Puts the points' numbers in the order of x, then of y, then of the numbers; `room` is for 2 numPoints. */
+inline void orderPoints(const float* points, uint32_t numPoints, uint64_t* room, uint32_t* order)
+{
+    // A coordinate as a number of the same order, 0 and -0 alike, over the point's.
+    constexpr uint32_t kSign = 0x80000000;
+    for (uint32_t i = 0; i < numPoints; ++i)
+    {
+        const auto bits = std::bit_cast<uint32_t>(points[size_t{2} * i] + 0.0f);
+        room[i] = uint64_t{bits >= kSign ? ~bits : bits | kSign} << 32 | i;
+    }
+    uint64_t* sorted = room;
+    constexpr uint32_t kMany = 512;  // that make up for the work on tables
+    if (numPoints < kMany)
+    {
+        std::sort(sorted, sorted + numPoints);
+    }
+    else
+    {
+        // By digits, the lowest first; each pass keeps what the ones before did.
+        uint64_t* other = room + numPoints;
+        for (const uint32_t shift : {32u, 43u, 54u})
+        {
+            constexpr size_t kDigits = 2048;
+            uint32_t begins[kDigits + 1] = {};
+            const auto digit = [=](uint64_t key) { return key >> shift & (kDigits - 1); };
+            std::for_each(sorted, sorted + numPoints, [&](uint64_t key) { ++begins[digit(key) + 1]; });
+            std::partial_sum(begins, begins + kDigits, begins);
+            std::for_each(sorted, sorted + numPoints, [&](uint64_t key) { other[begins[digit(key)]++] = key; });
+            std::swap(sorted, other);
+        }
+    }
+    const auto y = [=](uint32_t i) { return points[size_t{2} * i + 1]; };
+    for (uint32_t begin = 0; begin < numPoints;)
+    {
+        uint32_t end = begin;
+        for (; end < numPoints && sorted[end] >> 32 == sorted[begin] >> 32; ++end)
+        {
+            order[end] = static_cast<uint32_t>(sorted[end]);
+        }
+        if (end - begin > 1)
+        {
+            std::sort(order + begin, order + end,
+                      [=](uint32_t a, uint32_t b) { return y(a) != y(b) ? y(a) < y(b) : a < b; });
+        }
+        begin = end;
+    }
+}
+
 /** The corners' numbers, as vsrConvexHullf32 lists them. Borrowed; there may be none. */
 class Hull
 {
   public:
     Hull(const float* points, uint32_t numPoints)
-        : scratch_((size_t{2} * numPoints + 2) * sizeof(uint32_t)), corners_(scratch_.as<uint32_t>())
+        : scratch_(size_t{2} * numPoints * sizeof(uint64_t) + (size_t{2} * numPoints + 2) * sizeof(uint32_t)),
+          corners_(scratch_.data() ? reinterpret_cast<uint32_t*>(scratch_.as<uint64_t>() + size_t{2} * numPoints)
+                                   : nullptr)
     {
         if (!corners_)
         {
             return;
         }
         uint32_t* const order = corners_ + numPoints + 2;
-        for (uint32_t i = 0; i < numPoints; ++i)
-        {
-            order[i] = i;
-        }
+        orderPoints(points, numPoints, scratch_.as<uint64_t>(), order);
         const auto x = [=](uint32_t i) { return points[size_t{2} * i]; };
         const auto y = [=](uint32_t i) { return points[size_t{2} * i + 1]; };
-        std::sort(order, order + numPoints,
-                  [=](uint32_t a, uint32_t b) {
-                      return x(a) != x(b) ? x(a) < x(b) : y(a) != y(b) ? y(a) < y(b) : a < b;
-                  });
         const uint32_t* const end =
             std::unique(order, order + numPoints, [=](uint32_t a, uint32_t b) { return x(a) == x(b) && y(a) == y(b); });
         const auto distinct = static_cast<size_t>(end - order);

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace visora
 {
@@ -83,11 +84,30 @@ struct Canvas
     {
         if (x >= 0 && x < width && y >= 0 && y < height)
         {
-            uint8_t* to = pixel(x, y);
-            for (uint32_t c = 0; c < channels; ++c)
-            {
-                to[c] = color[c];
-            }
+            std::copy_n(color, channels, pixel(x, y));
+        }
+    }
+
+    /** Runs draw(put), put(pixel) giving a pixel its colour. */
+    template <class Draw>
+    void withPixels(Draw draw) const
+    {
+        const auto all = [&](auto count)
+        {
+            uint8_t pixel[decltype(count)::value];
+            std::copy_n(color, count, pixel);
+            draw([=](uint8_t* to) { std::memcpy(to, pixel, count); });
+        };
+        switch (channels)
+        {
+            case 1:
+                return all(std::integral_constant<size_t, 1>());
+            case 2:
+                return all(std::integral_constant<size_t, 2>());
+            case 3:
+                return all(std::integral_constant<size_t, 3>());
+            default:
+                return all(std::integral_constant<size_t, 4>());
         }
     }
 
@@ -129,24 +149,58 @@ inline void drawThinLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b)
     const int64_t dx = b.x - a.x;
     const int64_t dy = std::abs(b.y - a.y);
     const int64_t sign = b.y < a.y ? -1 : 1;
-    const int64_t longer = std::max(dx, dy);
-    const int64_t shorter = std::min(dx, dy);
-    // Steps whose longer coordinate is inside.
     const bool isFlat = dx >= dy;
-    Span steps{0, longer};
-    if (isFlat)
+    const int64_t longer = isFlat ? dx : dy;
+    const int64_t shorter = isFlat ? dy : dx;
+    if (longer <= 1)
     {
-        steps = steps & Span{-a.x, canvas.width - 1 - a.x};
+        canvas.dot(a.x, a.y);
+        canvas.dot(b.x, b.y);
+        return;
     }
-    else
+    // Steps that are inside the image. Step k is floor((2 k shorter + longer - 1) / (2 longer)) aside.
+    const Span alongX{-a.x, canvas.width - 1 - a.x};
+    const Span alongY = sign > 0 ? Span{-a.y, canvas.height - 1 - a.y} : Span{a.y - (canvas.height - 1), a.y};
+    Span steps = Span{0, longer} & (isFlat ? alongX : alongY);
+    const Span aside = isFlat ? alongY : alongX;
+    if (shorter != 0)
     {
-        steps = steps & (sign > 0 ? Span{-a.y, canvas.height - 1 - a.y} : Span{a.y - (canvas.height - 1), a.y});
+        const auto firstAside = [=](int64_t by) { return ceilQuotient(2 * longer * by - longer + 1, 2 * shorter); };
+        steps = steps & Span{firstAside(aside.first), firstAside(aside.last + 1) - 1};
     }
-    for (int64_t k = steps.first; k <= steps.last; ++k)
+    else if (aside.first > 0 || aside.last < 0)
     {
-        const int64_t aside = longer == 0 ? 0 : (2 * k * shorter + longer - 1) / (2 * longer);
-        canvas.dot(a.x + (isFlat ? k : aside), a.y + sign * (isFlat ? aside : k));
+        return;
     }
+    if (steps.isEmpty())
+    {
+        return;
+    }
+    const int64_t numerator = 2 * steps.first * shorter + longer - 1;
+    const int64_t whole = numerator / (2 * longer);
+    int64_t rest = numerator - whole * 2 * longer;
+    const auto strideY = sign * static_cast<ptrdiff_t>(canvas.stride);
+    const ptrdiff_t channels = canvas.channels;
+    const ptrdiff_t forward = isFlat ? channels : strideY;
+    const ptrdiff_t sideways = isFlat ? strideY : channels;
+    const auto draw = [&](auto put)
+    {
+        uint8_t* to = isFlat ? canvas.pixel(a.x + steps.first, a.y + sign * whole)
+                             : canvas.pixel(a.x + whole, a.y + sign * steps.first);
+        for (int64_t k = steps.first;; ++k)
+        {
+            put(to);
+            if (k == steps.last)
+            {
+                break;
+            }
+            rest += 2 * shorter;
+            const bool isAside = rest >= 2 * longer;
+            rest -= isAside ? 2 * longer : 0;
+            to += forward + (isAside ? sideways : 0);
+        }
+    };
+    canvas.withPixels(draw);
 }
 
 /** All that is near a segment, row by row: two discs and the strip between them. */

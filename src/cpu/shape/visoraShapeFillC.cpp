@@ -1,8 +1,11 @@
 // Filling and growing, reference variants.
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
-#include "cpu/shape/visoraShapeFill.h"
+#include "cpu/shape/visoraShape.h"
 #include "cpu/shape/visoraShapeForeground.h"
+#include "cpu/visoraDrivers.h"
 #include "visora/variants/shape.h"
 
 using visora::imageRow;
@@ -12,17 +15,51 @@ vsrStatus vsrFloodFillu8C(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, u
                           uint32_t seedY, uint8_t value, uint32_t lower, uint32_t upper, uint32_t connectivity,
                           uint32_t floating, uint32_t* area, uint32_t* box)
 {
-    return visora::floodFill(dst, dstWidth, dstHeight, dstStride, seedX, seedY, value, lower, upper, connectivity,
-                             floating, area, box,
-                             [](const visora::Members& members, const uint8_t* row, const uint8_t* reached, size_t x,
-                                size_t end, bool isMember)
-                             {
-                                 while (x < end && members.has(row, reached, x) != isMember)
-                                 {
-                                     ++x;
-                                 }
-                                 return x;
-                             });
+    const size_t pixels = size_t{dstWidth} * dstHeight;
+    const visora::Scratch scratch(visora::partBytes<uint8_t>(pixels) + visora::partBytes<PackedPoint>(pixels));
+    if (!scratch.data())
+    {
+        return VISORA_ENOMEM;
+    }
+    visora::Parts parts(scratch);
+    auto* const reached = parts.take<uint8_t>(pixels);
+    auto* const list = parts.take<PackedPoint>(pixels);
+    std::memset(reached, 0, pixels);
+    uint32_t count = 0;
+    const auto reach = [&](uint32_t x, uint32_t y)
+    {
+        reached[y * size_t{dstWidth} + x] = 1;
+        list[count++] = visora::packPoint(x, y);
+    };
+    const auto level = [=](PackedPoint p) { return int64_t{imageRow(dst, dstStride, visora::yOf(p))[visora::xOf(p)]}; };
+    reach(seedX, seedY);
+    uint32_t left = seedX, right = seedX, top = seedY, bottom = seedY;
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        const int64_t base = level(list[floating != 0 ? i : 0]);
+        for (uint32_t d = 0; d < 8; d += visora::directionStep(connectivity))
+        {
+            const uint32_t x = visora::xOf(list[i]) + static_cast<uint32_t>(visora::kStepX[d]);
+            const uint32_t y = visora::yOf(list[i]) + static_cast<uint32_t>(visora::kStepY[d]);
+            if (x < dstWidth && y < dstHeight && reached[y * size_t{dstWidth} + x] == 0 &&
+                level(visora::packPoint(x, y)) >= base - lower && level(visora::packPoint(x, y)) <= base + upper)
+            {
+                reach(x, y);
+            }
+        }
+        left = std::min(left, visora::xOf(list[i]));
+        right = std::max(right, visora::xOf(list[i]));
+        top = std::min(top, visora::yOf(list[i]));
+        bottom = std::max(bottom, visora::yOf(list[i]));
+    }
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        imageRow(dst, dstStride, visora::yOf(list[i]))[visora::xOf(list[i])] = value;
+    }
+    *area = count;
+    const uint32_t sides[4] = {left, top, right - left + 1, bottom - top + 1};
+    std::copy_n(sides, 4, box);
+    return VISORA_SUCCESS;
 }
 
 vsrStatus vsrRegionGrowu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,

@@ -153,18 +153,12 @@ vsrStatus vsrMserSplitu8C(vsrMser* mser, const uint8_t* src, uint32_t srcWidth, 
                           vsrMserRegion* brightRegions, uint32_t maxBrightRegions, uint32_t* numBrightRegions,
                           uint32_t* brightPixels, uint32_t maxBrightPixels, uint32_t* numBrightPixels)
 {
-    MserList dark{darkRegions, nullptr, nullptr, maxDarkRegions, darkPixels, maxDarkPixels};
-    MserWork(mser, srcWidth, srcHeight).listGrey(src, srcStride, false, dark);
-    *numDarkRegions = dark.numRegions;
-    *numDarkPixels = dark.numPixels;
-    MserList bright{brightRegions, nullptr, nullptr, maxBrightRegions, brightPixels, maxBrightPixels};
-    MserWork(mser, srcWidth, srcHeight).listGrey(src, srcStride, true, bright);
-    *numBrightRegions = bright.numRegions;
-    *numBrightPixels = bright.numPixels;
-    return VISORA_SUCCESS;
+    return vsrMserSplitExtu8STC(mser, src, srcWidth, srcHeight, srcStride, darkRegions, nullptr, maxDarkRegions,
+                                numDarkRegions, darkPixels, maxDarkPixels, numDarkPixels, brightRegions, nullptr,
+                                maxBrightRegions, numBrightRegions, brightPixels, maxBrightPixels, numBrightPixels);
 }
 
-// A polarity without lists is left out.
+// A polarity without lists is left out, and so are traits without a list.
 vsrStatus vsrMserSplitExtu8STC(vsrMser* mser, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                uint32_t srcStride, vsrMserRegion* darkRegions, vsrMserTrait* darkTraits,
                                uint32_t maxDarkRegions, uint32_t* numDarkRegions, uint32_t* darkPixels,

@@ -76,47 +76,33 @@ vsrStatus assignBytes(const uint8_t* src, uint32_t length, uint32_t numVectors, 
     return VISORA_SUCCESS;
 }
 
+/** Adds a vector to wider sums; called by code of no instruction set. */
+struct AddElements
+{
+    template <class T, class Sum>
+    void operator()(const T* HWY_RESTRICT from, Sum* HWY_RESTRICT to, size_t length) const
+    {
+        const hn::ScalableTag<Sum> d;
+        const hn::Rebind<T, decltype(d)> dFrom;
+        const size_t lanes = hn::Lanes(d);
+        size_t e = 0;
+        for (; e + lanes <= length; e += lanes)
+        {
+            hn::StoreU(hn::Add(hn::LoadU(d, to + e), hn::PromoteTo(d, hn::LoadU(dFrom, from + e))), d, to + e);
+        }
+        for (; e < length; ++e)
+        {
+            to[e] += static_cast<Sum>(from[e]);
+        }
+    }
+};
+
 vsrStatus updateFloats(const float* src, uint32_t length, uint32_t numVectors, uint32_t srcStride,
                        const uint16_t* indices, float* centres, uint32_t numCentres, uint32_t centreStride,
                        float* maxShift)
 {
-    const hn::ScalableTag<double> d;
-    const hn::Rebind<float, decltype(d)> df;
-    const size_t lanes = hn::Lanes(d);
-    const size_t elements = size_t{numCentres} * length;
-    const Scratch scratch(elements * sizeof(double) + numCentres * sizeof(uint32_t));
-    if (!scratch.data())
-    {
-        return VISORA_ENOMEM;
-    }
-    auto* sums = scratch.as<double>();
-    auto* counts = reinterpret_cast<uint32_t*>(sums + elements);
-    std::fill_n(sums, elements, 0.0);
-    std::fill_n(counts, numCentres, 0u);
-    for (size_t i = 0; i < numVectors; ++i)
-    {
-        ++counts[indices[i]];
-        const float* HWY_RESTRICT vector = planeRow(src, srcStride, i);
-        double* HWY_RESTRICT to = sums + indices[i] * size_t{length};
-        size_t e = 0;
-        for (; e + lanes <= length; e += lanes)
-        {
-            hn::StoreU(hn::Add(hn::LoadU(d, to + e), hn::PromoteTo(d, hn::LoadU(df, vector + e))), d, to + e);
-        }
-        for (; e < length; ++e)
-        {
-            to[e] += static_cast<double>(vector[e]);
-        }
-    }
-    *maxShift = 0;
-    for (size_t k = 0; k < numCentres; ++k)
-    {
-        if (counts[k] != 0)
-        {
-            addShift(maxShift, moveCentre(sums + k * length, counts[k], planeRow(centres, centreStride, k), length));
-        }
-    }
-    return VISORA_SUCCESS;
+    return updateCentres(AddElements(), src, length, numVectors, srcStride, indices, centres, numCentres, centreStride,
+                         maxShift);
 }
 
 vsrStatus updateBytes(const uint8_t* src, uint32_t length, uint32_t numVectors, uint32_t srcStride,
@@ -130,43 +116,8 @@ vsrStatus updateBytes(const uint8_t* src, uint32_t length, uint32_t numVectors, 
         return vsrClusterUpdateu8C(src, length, numVectors, srcStride, indices, centres, numCentres, centreStride,
                                    counts);
     }
-    const hn::ScalableTag<uint32_t> d;
-    const hn::Rebind<uint8_t, decltype(d)> d8;
-    const size_t lanes = hn::Lanes(d);
-    const size_t elements = size_t{numCentres} * length;
-    const Scratch scratch(elements * sizeof(uint32_t));
-    if (!scratch.data())
-    {
-        return VISORA_ENOMEM;
-    }
-    auto* sums = scratch.as<uint32_t>();
-    std::fill_n(sums, elements, 0u);
-    std::fill_n(counts, numCentres, 0u);
-    for (size_t i = 0; i < numVectors; ++i)
-    {
-        ++counts[indices[i]];
-        const uint8_t* HWY_RESTRICT vector = planeRow(src, srcStride, i);
-        uint32_t* HWY_RESTRICT to = sums + indices[i] * size_t{length};
-        size_t e = 0;
-        for (; e + lanes <= length; e += lanes)
-        {
-            hn::StoreU(hn::Add(hn::LoadU(d, to + e), hn::PromoteTo(d, hn::LoadU(d8, vector + e))), d, to + e);
-        }
-        for (; e < length; ++e)
-        {
-            to[e] += vector[e];
-        }
-    }
-    for (size_t k = 0; k < numCentres; ++k)
-    {
-        const uint64_t n = counts[k];
-        uint8_t* centre = planeRow(centres, centreStride, k);
-        for (size_t e = 0; n != 0 && e < length; ++e)
-        {
-            centre[e] = static_cast<uint8_t>((2 * uint64_t{sums[k * length + e]} + n) / (2 * n));
-        }
-    }
-    return VISORA_SUCCESS;
+    return updateCentres<uint32_t>(AddElements(), src, length, numVectors, srcStride, indices, centres, numCentres,
+                                   centreStride, counts);
 }
 
 vsrStatus codeHistogram(const uint16_t* codes, uint32_t numCodes, uint32_t numBins, vsrHistogramNorm norm,

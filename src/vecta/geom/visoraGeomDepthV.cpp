@@ -37,25 +37,33 @@ HWY_INLINE hn::Vec<D> loadDepth(D d, const uint16_t* src)
 }
 
 // (x - centre) / focal length for each column.
-HWY_INLINE void slopesOf(uint32_t width, float centre, float focalLength, float* slopes)
+class Slopes
 {
-    for (uint32_t x = 0; x < width; ++x)
+  public:
+    HWY_INLINE Slopes(uint32_t width, const Camera& camera) : scratch_(width * sizeof(float))
     {
-        slopes[x] = slope(x, centre, focalLength);
+        for (uint32_t x = 0; scratch_.data() && x < width; ++x)
+        {
+            scratch_.as<float>()[x] = slope(x, camera.cx, camera.fx);
+        }
     }
-}
+
+    HWY_INLINE explicit operator bool() const { return scratch_.data(); }
+    HWY_INLINE const float* from(size_t x) const { return scratch_.as<float>() + x; }
+
+  private:
+    Scratch scratch_;
+};
 
 bool cloudFromDepth(const uint16_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                     const float* cameraMatrix, float scale, float* dst, uint32_t dstStride)
 {
     const Camera camera(cameraMatrix);
-    const Scratch scratch(srcWidth * sizeof(float));
-    auto* const slopes = scratch.as<float>();
+    const Slopes slopes(srcWidth, camera);
     if (!slopes)
     {
         return false;
     }
-    slopesOf(srcWidth, camera.cx, camera.fx, slopes);
     return withFittingVector<float>(
         srcWidth,
         [&](auto d) HWY_ATTR
@@ -71,7 +79,7 @@ bool cloudFromDepth(const uint16_t* src, uint32_t srcWidth, uint32_t srcHeight, 
                     const auto isKnown = hn::Gt(depth, hn::Zero(d));
                     const auto z = hn::Mul(hn::Set(d, scale), depth);
                     storeCloud(d,
-                               {hn::IfThenElseZero(isKnown, hn::Mul(hn::LoadU(d, slopes + x), z)),
+                               {hn::IfThenElseZero(isKnown, hn::Mul(hn::LoadU(d, slopes.from(x)), z)),
                                 hn::IfThenElseZero(isKnown, hn::Mul(rowSlope, z)), hn::IfThenElseZero(isKnown, z)},
                                to + 3 * x);
                 };
@@ -210,13 +218,11 @@ bool registerDepth(const uint16_t* src, uint32_t srcWidth, uint32_t srcHeight, u
                    const float* translation, uint16_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride)
 {
     const Camera from(srcCameraMatrix);
-    const Scratch scratch(srcWidth * sizeof(float));
-    auto* const slopes = scratch.as<float>();
+    const Slopes slopes(srcWidth, from);
     if (!slopes)
     {
         return false;
     }
-    slopesOf(srcWidth, from.cx, from.fx, slopes);
     return withFittingVector<float>(
         srcWidth,
         [&](auto d) HWY_ATTR
@@ -239,7 +245,7 @@ bool registerDepth(const uint16_t* src, uint32_t srcWidth, uint32_t srcHeight, u
                     {
                         const auto depth = loadDepth(d, row + x);
                         const auto p =
-                            pose.of({hn::Mul(hn::LoadU(d, slopes + x), depth), hn::Mul(rowSlope, depth), depth});
+                            pose.of({hn::Mul(hn::LoadU(d, slopes.from(x)), depth), hn::Mul(rowSlope, depth), depth});
                         const auto [u, v] = to.nearestPixel(p);
                         const auto z = hn::Floor(hn::Add(p.z, hn::Set(d, 0.5F)));
                         auto lands = hn::And(hn::Gt(depth, zero), hn::Gt(p.z, zero));

@@ -50,46 +50,54 @@ HWY_INLINE void addTo(D d, hn::TFromD<D>* partials, V v)
     hn::StoreU(hn::Add(hn::LoadU(d, partials), v), d, partials);
 }
 
+/** Sum of the lanes of the vectors that hold sixteen partial sums, in the same order. */
+template <class D, class V>
+HWY_INLINE hn::TFromD<D> sumOfLanes([[maybe_unused]] D d, V v)
+{
+    if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) > 16)
+    {
+        const hn::Half<D> half;
+        return sumOfLanes(half, hn::Add(hn::LowerHalf(half, v), hn::UpperHalf(half, v)));
+    }
+    else if constexpr (sizeof(hn::TFromD<D>) == 4)
+    {
+        const auto pairs = hn::Add(v, hn::Shuffle1032(v));
+        return hn::GetLane(hn::Add(pairs, hn::Shuffle2301(pairs)));
+    }
+    else
+    {
+        return hn::GetLane(hn::Add(v, hn::Shuffle01(v)));
+    }
+}
+
 /** Sum of the products of two lists, whose length is a multiple of 16. */
 template <class T>
 HWY_INLINE T dotOfWhole(const T* a, const T* b, size_t count)
 {
     const PartialLanes<T> d;
-    const size_t lanes = hn::Lanes(d);
-    HWY_ALIGN T partials[kPartials];
-    const auto product = [&](size_t i) HWY_ATTR { return hn::Mul(hn::LoadU(d, a + i), hn::LoadU(d, b + i)); };
-    // As many sums at a time as hide each other's time.
-    for (size_t first = 0; first < kPartials; first += 4 * lanes)
+    constexpr size_t kLanes = hn::MaxLanes(PartialLanes<T>());
+    constexpr size_t kVectors = kPartials / kLanes;
+    hn::Vec<PartialLanes<T>> sums[kVectors];
+    for (auto& sum : sums)
     {
-        if (kPartials - first >= 4 * lanes)
+        sum = hn::Zero(d);
+    }
+    for (size_t i = 0; i < count; i += kPartials)
+    {
+        for (size_t k = 0; k < kVectors; ++k)
         {
-            auto s0 = hn::Zero(d), s1 = s0, s2 = s0, s3 = s0;
-            for (size_t i = first; i < count; i += kPartials)
-            {
-                s0 = hn::Add(s0, product(i));
-                s1 = hn::Add(s1, product(i + lanes));
-                s2 = hn::Add(s2, product(i + 2 * lanes));
-                s3 = hn::Add(s3, product(i + 3 * lanes));
-            }
-            hn::StoreU(s0, d, partials + first);
-            hn::StoreU(s1, d, partials + first + lanes);
-            hn::StoreU(s2, d, partials + first + 2 * lanes);
-            hn::StoreU(s3, d, partials + first + 3 * lanes);
-        }
-        else
-        {
-            for (size_t at = first; at < kPartials; at += lanes)
-            {
-                auto sum = hn::Zero(d);
-                for (size_t i = at; i < count; i += kPartials)
-                {
-                    sum = hn::Add(sum, product(i));
-                }
-                hn::StoreU(sum, d, partials + at);
-            }
+            const size_t at = i + k * kLanes;
+            sums[k] = hn::Add(sums[k], hn::Mul(hn::LoadU(d, a + at), hn::LoadU(d, b + at)));
         }
     }
-    return sumOfPartials(partials);
+    for (size_t s = kVectors / 2; s > 0; s /= 2)
+    {
+        for (size_t k = 0; k < s; ++k)
+        {
+            sums[k] = hn::Add(sums[k], sums[k + s]);
+        }
+    }
+    return sumOfLanes(d, sums[0]);
 }
 
 }  // namespace HWY_NAMESPACE

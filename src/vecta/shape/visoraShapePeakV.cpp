@@ -111,41 +111,240 @@ vsrStatus edgeThin(const int16_t* dx, uint32_t width, uint32_t height, uint32_t 
     return VISORA_SUCCESS;
 }
 
-// ---- Peaks: candidates are the greatest of nine pixels, several at once ----
+// ---- Peaks ----
 
-template <class D, class T>
-HWY_INLINE hn::Mask<D> candidates(D d, const PeakPicture<T>& picture, uint32_t x, uint32_t y, T threshold)
+using Bytes = hn::ScalableTag<uint8_t>;
+
+/** Bits of the lanes that are set. */
+template <class D>
+HWY_INLINE uint64_t bitsOfMask(D d, hn::Mask<D> mask)
 {
-    const T* here = imageRow(picture.src, picture.stride, y) + x;
-    const T* above = imageRow(picture.src, picture.stride, y - 1) + x;
-    const T* below = imageRow(picture.src, picture.stride, y + 1) + x;
-    const auto v = hn::LoadU(d, here);
-    const auto at = [&](const T* pixel) HWY_ATTR { return hn::LoadU(d, pixel); };
-    if constexpr (std::is_same_v<T, float>)
-    {
-        // A NaN is neither above nor below: each comparison by itself.
-        const auto before = hn::And(hn::And(hn::Gt(v, at(above - 1)), hn::Gt(v, at(above))),
-                                    hn::And(hn::Gt(v, at(above + 1)), hn::Gt(v, at(here - 1))));
-        const auto after = hn::And(hn::And(hn::Ge(v, at(below - 1)), hn::Ge(v, at(below))),
-                                   hn::And(hn::Ge(v, at(below + 1)), hn::Ge(v, at(here + 1))));
-        return hn::And(hn::And(before, after), hn::Gt(v, hn::Set(d, threshold)));
-    }
-    else
-    {
-        const auto before = hn::Max(hn::Max(hn::Max(at(above - 1), at(above)), hn::Max(at(above + 1), at(here - 1))),
-                                    hn::Set(d, threshold));
-        const auto after = hn::Max(hn::Max(at(below - 1), at(below)), hn::Max(at(below + 1), at(here + 1)));
-        return hn::And(hn::Not(hn::Eq(hn::Min(v, before), v)), hn::Eq(hn::Max(v, after), v));
-    }
+    uint8_t bytes[8] = {};
+    hn::StoreMaskBits(d, mask, bytes);
+    uint64_t bits = 0;
+    std::memcpy(&bits, bytes, sizeof(bits));
+    return bits;
 }
 
-template <class T, class Coordinate>
-HWY_INLINE uint32_t findPeaks(const PeakPicture<T>& picture, uint32_t radius, T threshold,
-                              PeakList<T, Coordinate> peaks)
+/**
+ * The greatest pixels of windows (M. van Herk, 1992; J. Gil, M. Werman, 1993): rows of greatest pixels along x in
+ * blocks as high as the window; a window is what is left of one block and what has come of the next.
+ */
+class WindowMaxima
 {
-    const hn::ScalableTag<T> d;
+  public:
+    WindowMaxima(const PeakPicture<uint8_t>& picture, uint32_t radius)
+        : picture_(picture),
+          radius_(radius),
+          size_(2 * radius + 1),
+          rowLength_(partBytes<uint8_t>(picture.width + size_t{size_} + 2 * kMostLanes)),
+          scratch_(rowLength_ * (size_t{size_} + 2))
+    {
+    }
+
+    explicit operator bool() const { return scratch_.data(); }
+
+    /** For windows of more than one pixel. Rows are asked for from the top down; here the first block is prepared. */
+    HWY_INLINE void start()
+    {
+        // The block whose first row is that of the first window.
+        for (uint32_t k = 0; k < size_; ++k)
+        {
+            alongRow(int64_t{k} - radius_, row(k));
+        }
+        for (uint32_t k = size_ - 1; k-- > 0;)
+        {
+            greater(row(k), row(k + 1), row(k));
+        }
+    }
+
+    /** The maxima of the windows about row y, the one after the row asked for before. */
+    HWY_INLINE const uint8_t* next(uint32_t y)
+    {
+        const uint32_t k = y % size_;
+        uint8_t* const result = row(size_);
+        uint8_t* const coming = row(size_ + 1);
+        if (k == 0)
+        {
+            if (y != 0)
+            {
+                for (uint32_t i = size_ - 1; i-- > 0;)
+                {
+                    greater(row(i), row(i + 1), row(i));
+                }
+            }
+            return row(0);
+        }
+        // Row k - 1 of the block was needed last for the row before.
+        alongRow(int64_t{y} + radius_, row(k - 1));
+        if (k == 1)
+        {
+            std::memcpy(coming, row(0), rowLength_);
+        }
+        else
+        {
+            greater(coming, row(k - 1), coming);
+        }
+        greater(row(k), coming, result);
+        if (k + 1 == size_)
+        {
+            // The last row of the next block.
+            alongRow(int64_t{y} + radius_ + 1, row(k));
+        }
+        return result;
+    }
+
+  private:
+    static constexpr size_t kMostLanes = hn::MaxLanes(Bytes());
+
+    uint8_t* row(uint32_t k) const { return scratch_.data() + k * rowLength_; }
+
+    HWY_INLINE void greater(const uint8_t* a, const uint8_t* b, uint8_t* to) const
+    {
+        const Bytes d;
+        for (size_t x = 0; x < picture_.width; x += hn::Lanes(d))
+        {
+            hn::Store(hn::Max(hn::Load(d, a + x), hn::Load(d, b + x)), d, to + x);
+        }
+    }
+
+    /** Maxima along a row of the picture, or zeros. Widths double: 1, 2, 4, ... and two that overlap. */
+    HWY_INLINE void alongRow(int64_t y, uint8_t* to) const
+    {
+        if (y < 0 || y >= picture_.height)
+        {
+            std::memset(to, 0, rowLength_);
+            return;
+        }
+        std::memset(to, 0, radius_);
+        std::memcpy(to + radius_, imageRow(picture_.src, picture_.stride, static_cast<uint32_t>(y)), picture_.width);
+        std::memset(to + radius_ + picture_.width, 0, rowLength_ - radius_ - picture_.width);
+        const Bytes d;
+        for (size_t seen = 1; seen < size_;)
+        {
+            const size_t step = std::min(seen, size_ - seen);
+            const size_t end = picture_.width + size_ - seen - step;
+            for (size_t x = 0; x < end; x += hn::Lanes(d))
+            {
+                hn::Store(hn::Max(hn::Load(d, to + x), hn::LoadU(d, to + x + step)), d, to + x);
+            }
+            seen += step;
+        }
+    }
+
+    PeakPicture<uint8_t> picture_;
+    uint32_t radius_;
+    uint32_t size_;
+    size_t rowLength_;
+    Scratch scratch_;
+};
+
+/** Whether no pixel of the window that comes before (x, y) is as bright as it is. The nearest rows are looked at first.
+ */
+HWY_INLINE bool isFirst(const PeakPicture<uint8_t>& picture, uint32_t x, uint32_t y, uint32_t radius)
+{
+    const uint32_t left = x - std::min(x, radius);
+    const uint32_t right = std::min(x + radius, picture.width - 1);
+    const int v = picture.at(x, y);
+    if (std::memchr(imageRow(picture.src, picture.stride, y) + left, v, x - left))
+    {
+        return false;
+    }
+    for (uint32_t above = 1; above <= std::min(y, radius); ++above)
+    {
+        if (std::memchr(imageRow(picture.src, picture.stride, y - above) + left, v, right - left + 1))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+/** Peaks are as bright as the brightest of their windows, and no neighbour to the west or north is as bright. */
+vsrStatus peaks8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t radius,
+                 uint8_t threshold, uint32_t* xy, uint8_t* values, uint32_t capacity, uint32_t* count)
+{
+    const PeakPicture<uint8_t> picture = {src, srcWidth, srcHeight, srcStride};
+    WindowMaxima maxima(picture, radius);
+    if (!maxima)
+    {
+        return vsrFindPeaksu8C(src, srcWidth, srcHeight, srcStride, radius, threshold, xy, values, capacity, count);
+    }
+    const Bytes d;
+    const size_t lanes = hn::Lanes(d);
+    PeakList<uint8_t, uint32_t> peaks = {xy, values, capacity};
+    if (radius != 0)
+    {
+        maxima.start();
+    }
+    for (uint32_t y = 0; y < srcHeight && !peaks.isFull(); ++y)
+    {
+        const uint8_t* const here = imageRow(src, srcStride, y);
+        const uint8_t* const above = imageRow(src, srcStride, y - std::min(y, 1u));
+        const uint8_t* const greatest = radius != 0 ? maxima.next(y) : here;
+        const auto examine = [&](size_t at) HWY_ATTR
+        {
+            const auto x = static_cast<uint32_t>(at);
+            if (!peaks.isFull() && here[x] > threshold && here[x] == greatest[x] && isFirst(picture, x, y, radius))
+            {
+                peaks.add(picture, x, y);
+            }
+        };
+        examine(0);
+        size_t x = 1;
+        for (; x + lanes <= srcWidth; x += lanes)
+        {
+            const auto v = hn::LoadU(d, here + x);
+            const auto isGreatest = hn::Eq(hn::Max(hn::LoadU(d, greatest + x), hn::Set(d, threshold)), v);
+            if (hn::AllFalse(d, isGreatest))
+            {
+                continue;
+            }
+            auto isSecond = hn::Eq(v, hn::Set(d, threshold));
+            if (radius != 0)
+            {
+                isSecond = hn::Or(isSecond, hn::Eq(v, hn::LoadU(d, here + x - 1)));
+                isSecond = y != 0 ? hn::Or(isSecond, hn::Eq(v, hn::LoadU(d, above + x))) : isSecond;
+            }
+            for (uint64_t bits = bitsOfMask(d, hn::AndNot(isSecond, isGreatest)); bits != 0; bits &= bits - 1)
+            {
+                examine(x + static_cast<size_t>(std::countr_zero(bits)));
+            }
+        }
+        for (; x < srcWidth; ++x)
+        {
+            examine(x);
+        }
+    }
+    *count = peaks.size;
+    return VISORA_SUCCESS;
+}
+
+// Floats: candidates are the greatest of nine pixels, several at once. A NaN is neither above nor below: each
+// comparison by itself.
+template <class D>
+HWY_INLINE hn::Mask<D> candidates(D d, const PeakPicture<float>& picture, uint32_t x, uint32_t y, float threshold)
+{
+    const float* here = imageRow(picture.src, picture.stride, y) + x;
+    const float* above = imageRow(picture.src, picture.stride, y - 1) + x;
+    const float* below = imageRow(picture.src, picture.stride, y + 1) + x;
+    const auto v = hn::LoadU(d, here);
+    const auto at = [&](const float* pixel) HWY_ATTR { return hn::LoadU(d, pixel); };
+    const auto before = hn::And(hn::And(hn::Gt(v, at(above - 1)), hn::Gt(v, at(above))),
+                                hn::And(hn::Gt(v, at(above + 1)), hn::Gt(v, at(here - 1))));
+    const auto after = hn::And(hn::And(hn::Ge(v, at(below - 1)), hn::Ge(v, at(below))),
+                               hn::And(hn::Ge(v, at(below + 1)), hn::Ge(v, at(here + 1))));
+    return hn::And(hn::And(before, after), hn::Gt(v, hn::Set(d, threshold)));
+}
+
+vsrStatus peaksFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t radius,
+                     float threshold, uint32_t refine, float* xy, float* values, uint32_t capacity, uint32_t* count)
+{
+    const hn::ScalableTag<float> d;
     const auto lanes = static_cast<uint32_t>(hn::Lanes(d));
-    for (uint32_t y = 0; y < picture.height && !peaks.isFull(); ++y)
+    const PeakPicture<float> picture = {src, srcWidth, srcHeight, srcStride};
+    PeakList<float, float> peaks = {xy, values, capacity, refine != 0};
+    for (uint32_t y = 0; y < srcHeight && !peaks.isFull(); ++y)
     {
         const auto examine = [&](uint32_t x, uint32_t first) HWY_ATTR
         {
@@ -155,47 +354,24 @@ HWY_INLINE uint32_t findPeaks(const PeakPicture<T>& picture, uint32_t radius, T 
             }
         };
         uint32_t x = 0;
-        if (radius > 0 && y > 0 && y + 1 < picture.height && picture.width > lanes + 1)
+        if (radius > 0 && y > 0 && y + 1 < srcHeight && srcWidth > lanes + 1)
         {
             examine(x++, 1);
-            for (; x + lanes < picture.width; x += lanes)
+            for (; x + lanes < srcWidth; x += lanes)
             {
-                const auto found = candidates(d, picture, x, y, threshold);
-                if (hn::AllFalse(d, found))
-                {
-                    continue;
-                }
-                uint8_t bytes[8] = {};
-                hn::StoreMaskBits(d, found, bytes);
-                uint64_t bits = 0;
-                std::memcpy(&bits, bytes, sizeof(bits));
-                for (; bits != 0; bits &= bits - 1)
+                for (uint64_t bits = bitsOfMask(d, candidates(d, picture, x, y, threshold)); bits != 0;
+                     bits &= bits - 1)
                 {
                     examine(x + static_cast<uint32_t>(std::countr_zero(bits)), 2);
                 }
             }
         }
-        for (; x < picture.width; ++x)
+        for (; x < srcWidth; ++x)
         {
             examine(x, 1);
         }
     }
-    return peaks.size;
-}
-
-vsrStatus peaks8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t radius,
-                 uint8_t threshold, uint32_t* xy, uint8_t* values, uint32_t capacity, uint32_t* count)
-{
-    *count =
-        findPeaks<uint8_t, uint32_t>({src, srcWidth, srcHeight, srcStride}, radius, threshold, {xy, values, capacity});
-    return VISORA_SUCCESS;
-}
-
-vsrStatus peaksFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t radius,
-                     float threshold, uint32_t refine, float* xy, float* values, uint32_t capacity, uint32_t* count)
-{
-    *count = findPeaks<float, float>({src, srcWidth, srcHeight, srcStride}, radius, threshold,
-                                     {xy, values, capacity, refine != 0});
+    *count = peaks.size;
     return VISORA_SUCCESS;
 }
 

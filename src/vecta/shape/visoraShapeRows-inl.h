@@ -46,21 +46,28 @@ HWY_INLINE uint64_t setBits(const uint8_t* pixels)
                   { return hn::Not(hn::Eq(hn::LoadU(d, pixels + i), hn::Zero(d))); });
 }
 
-/** body(x, bits of the pixels from x on that are not 0) for each 64 pixels of a row. */
+/** body(x, 64 pixels from x on) for each 64 pixels of a row; zeros are behind its end. */
 template <class Body>
-HWY_INLINE void forSetBits(const uint8_t* row, size_t width, Body body)
+HWY_INLINE void forWords(const uint8_t* row, size_t width, Body body)
 {
     size_t x = 0;
     for (; x + kMaskPixels <= width; x += kMaskPixels)
     {
-        body(x, setBits(row + x));
+        body(x, row + x);
     }
     if (x < width)
     {
         uint8_t rest[kMaskPixels] = {};
         std::memcpy(rest, row + x, width - x);
-        body(x, setBits(rest));
+        body(x, static_cast<const uint8_t*>(rest));
     }
+}
+
+/** body(x, bits of the pixels from x on that are not 0) for each 64 pixels of a row. */
+template <class Body>
+HWY_INLINE void forSetBits(const uint8_t* row, size_t width, Body body)
+{
+    forWords(row, width, [&](size_t x, const uint8_t* pixels) HWY_ATTR { body(x, setBits(pixels)); });
 }
 
 }  // namespace HWY_NAMESPACE
