@@ -7,6 +7,8 @@
 #include <span>
 #include <vector>
 
+#include "element.h"
+
 namespace tool
 {
 
@@ -27,19 +29,7 @@ enum class Role
     Scalar
 };
 
-enum class Element
-{
-    U8,
-    U16,
-    U32,
-    U64,
-    S8,
-    S16,
-    S32,
-    S64,
-    F32,
-    F64
-};
+using visora::Element;
 
 struct Parameter
 {

@@ -9,35 +9,6 @@
 namespace tool
 {
 
-/** Calls with a value of the element's type. */
-template <class Callable>
-auto withElement(Element element, Callable callable)
-{
-    switch (element)
-    {
-        case Element::U8:
-            return callable(uint8_t{});
-        case Element::U16:
-            return callable(uint16_t{});
-        case Element::U32:
-            return callable(uint32_t{});
-        case Element::U64:
-            return callable(uint64_t{});
-        case Element::S8:
-            return callable(int8_t{});
-        case Element::S16:
-            return callable(int16_t{});
-        case Element::S32:
-            return callable(int32_t{});
-        case Element::S64:
-            return callable(int64_t{});
-        case Element::F32:
-            return callable(float{});
-        default:
-            return callable(double{});
-    }
-}
-
 inline size_t sizeOf(Element element)
 {
     return withElement(element, [](auto value) { return sizeof(value); });

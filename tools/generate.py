@@ -16,7 +16,7 @@ def served(function):
     """Operations whose arguments are pictures, numbers and lists of numbers."""
     return function["kind"] == "operation" and function["newest"] and all(
         parameter["role"] in SERVED and parameter["element"] and not parameter["element"].startswith("vsr")
-        and "SIZE(" not in parameter.get("value", "") for parameter in function["parameters"]) and any(
+        and "SIZE(" not in parameter.get("value", "") and "TOTAL(" not in parameter.get("count", "") for parameter in function["parameters"]) and any(
         parameter["role"] in IMAGES for parameter in function["parameters"])
 
 

@@ -316,8 +316,9 @@ bool makeList(const Parameter& parameter, int64_t entries, Buffer& buffer)
     // Nine numbers are a matrix.
     const bool matrix = parameter.count.isConstant() && parameter.count.plus == 9;
     const npy_intp shape[] = {matrix ? 3 : entries, matrix ? 3 : parameter.pairs};
-    PyObject* array = PyArray_ZEROS(matrix || parameter.pairs > 1 ? 2 : 1, const_cast<npy_intp*>(shape),
-                                    numpyType(parameter.element), 0);
+    auto* type = parameter.record == nullptr ? PyArray_DescrFromType(numpyType(parameter.element))
+                                             : reinterpret_cast<PyArray_Descr*>(Py_NewRef(*parameter.record->dtype));
+    PyObject* array = PyArray_Zeros(matrix || parameter.pairs > 1 ? 2 : 1, shape, type, 0);
     if (array == nullptr)
     {
         return false;
@@ -351,38 +352,23 @@ int overlap(const Buffer& a, const Buffer& b)
 
 PyObject* loadElement(const char* place, Element element)
 {
-    const auto load = [place]<class T>(T value)
-    {
-        std::memcpy(&value, place, sizeof value);
-        return value;
-    };
-    switch (element)
-    {
-        case Element::U8:
-            return PyLong_FromUnsignedLong(load(uint8_t{}));
-        case Element::U16:
-            return PyLong_FromUnsignedLong(load(uint16_t{}));
-        case Element::U32:
-            return PyLong_FromUnsignedLong(load(uint32_t{}));
-        case Element::U64:
-            return PyLong_FromUnsignedLongLong(load(uint64_t{}));
-        case Element::S8:
-            return PyLong_FromLong(load(int8_t{}));
-        case Element::S16:
-            return PyLong_FromLong(load(int16_t{}));
-        case Element::S32:
-            return PyLong_FromLong(load(int32_t{}));
-        case Element::S64:
-            return PyLong_FromLongLong(load(int64_t{}));
-        case Element::F32:
-            return PyFloat_FromDouble(static_cast<double>(load(float{})));
-        case Element::F64:
-            return PyFloat_FromDouble(load(double{}));
-        case Element::Record:
-        case Element::Count:
-            break;
-    }
-    Py_UNREACHABLE();
+    return withElement(element,
+                       [place]<class T>(T value) -> PyObject*
+                       {
+                           std::memcpy(&value, place, sizeof value);
+                           if constexpr (std::is_floating_point_v<T>)
+                           {
+                               return PyFloat_FromDouble(static_cast<double>(value));
+                           }
+                           else if constexpr (std::is_signed_v<T>)
+                           {
+                               return PyLong_FromLongLong(value);
+                           }
+                           else
+                           {
+                               return PyLong_FromUnsignedLongLong(value);
+                           }
+                       });
 }
 
 bool toValue(const char* function, const char* name, PyObject* number, Element element, Value& value)

@@ -11,7 +11,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <span>
+
+#include "element.h"
 
 namespace visora::python
 {
@@ -25,22 +28,6 @@ union Value
     int64_t i;
     double f;
     void* p;
-};
-
-enum class Element : uint8_t
-{
-    U8,
-    U16,
-    U32,
-    U64,
-    S8,
-    S16,
-    S32,
-    S64,
-    F32,
-    F64,
-    Record,
-    Count
 };
 
 /** A whole number that follows from other arguments: that of a parameter plus `plus`, or what `evaluate` makes. */
@@ -109,7 +96,7 @@ struct Parameter
     int16_t argument = -1;  // in `Function::arguments`
     bool hasDefault = false;
     Value byDefault = {};
-    Expression value = {};
+    Expression value = {};  // of Computed ones, and of sizes by default
 };
 
 /** What the C function does not survive, or does not check. */
@@ -133,6 +120,12 @@ struct Function
     std::span<const Parameter> parameters;
     std::span<const Requirement> requirements;
 };
+
+/** The sum of a list of lengths, as it is in a table's expressions. */
+inline int64_t total(const uint32_t* lengths, int64_t count)
+{
+    return std::accumulate(lengths, lengths + count, int64_t{0});
+}
 
 /** Calls a function with the arguments of a METH_FASTCALL | METH_KEYWORDS method. */
 PyObject* call(const Function& function, PyObject* const* arguments, Py_ssize_t count, PyObject* keywords);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "visoraCaller.h"
+#include "visoraMser.h"
 #include "visoraPyramids.h"
 #include "visoraTree.h"
 
@@ -58,6 +59,7 @@ PYBIND11_MODULE(_visora, module)
         module.attr(constant.name) = constant.value;
     }
     visora::python::definePyramids(module);
+    visora::python::defineMser(module);
     visora::python::defineTree(module);
     module.def(
         "setOperationMode", setOperationMode, py::arg("mode"),

@@ -2,6 +2,7 @@
 is described too small ends the process, and everything goes through ctypes."""
 import ctypes
 import json
+import keyword
 import mmap
 import pathlib
 import re
@@ -11,6 +12,9 @@ import visora
 
 DESCRIPTION = json.loads((pathlib.Path(visora.__file__).parents[1] / "operations.json").read_text())
 OPERATIONS = [function for function in DESCRIPTION["functions"] if function["kind"] == "operation"]
+for each in OPERATIONS:
+    for one in each["parameters"]:
+        one["name"] += "_" if keyword.iskeyword(one["name"]) else ""
 TYPES = {"u8": np.uint8, "u16": np.uint16, "u32": np.uint32, "u64": np.uint64, "s8": np.int8, "s16": np.int16,
          "s32": np.int32, "s64": np.int64, "f32": np.float32, "f64": np.float64}
 SCALARS = {"u8": ctypes.c_uint8, "u16": ctypes.c_uint16, "u32": ctypes.c_uint32, "s8": ctypes.c_int8,
@@ -24,7 +28,10 @@ SIZES = {"width": 32, "height": 16, "srcWidth": 32, "srcHeight": 16, "dstWidth":
          "kernelWidth": 3, "kernelHeight": 5, "channels": 3, "n": 4, "gridX": 4, "gridY": 2, "nCornersMax": 400,
          "numQueries": 4, "numIndices": 3, "numVectors1": 3, "numVectors2": 4, "nPoints": 6, "nKeypoints": 4,
          "nCorners": 6, "patchSize": 5, "numCentres": 3, "numCodes": 9, "numBins": 5,
-         "templateWidth": 5, "templateHeight": 4, "capacity": 7, "mapWidth": 20, "mapHeight": 10, "maskWidth": 32, "maskHeight": 16}
+         "templateWidth": 5, "templateHeight": 4, "capacity": 7, "mapWidth": 20, "mapHeight": 10, "maskWidth": 32, "maskHeight": 16,
+         "rows1": 5, "columns1": 4, "columns2": 3, "rows": 6, "columns": 4, "numVertices": 5, "numChains": 3,
+         "numBoxes": 5, "numRegions": 3, "numPixels": 9, "numOffsets": 4, "numSeeds": 2, "maxPoints": 60,
+         "maxContours": 9, "maxChains": 9, "refWidth": 32, "refHeight": 16}
 NUMBERS = {"threshold": 30, "shift": 2, "maxWords": 3, "maxIterations": 5, "epsilon": 0.5, "blockSize": 8, "step": 4,
            "rangeX": 3, "rangeY": 2, "patchWidth": 4, "patchHeight": 3, "maxDelta": 200.0, "timestamp": 9.0, "high": 90,
            "low": 20, "lowPermille": 100, "highPermille": 900, "lowThreshold": 40, "highThreshold": 90, "neighbours": 8,
@@ -32,7 +39,12 @@ NUMBERS = {"threshold": 30, "shift": 2, "maxWords": 3, "maxIterations": 5, "epsi
            "keyCb": 90, "keyCr": 120, "amount": 128, "border": 3, "left": 2, "top": 1, "constant": 5, "factor": 250,
            "windowWidth": 7, "windowHeight": 5, "x": 12, "y": 7, "radiusX": 3, "radiusY": 2, "quality": 0.1,
            "norm": 1, "gridWidth": 9, "gridHeight": 6, "blockLength": 4, "sigmaSpace": 2.0, "sigmaRange": 20.0, "radius": 2, "eps": 10.0, "strength": 8.0, "maxDistance": 90,
-           "gamma": 0.7, "maxValue": 200, "time": 4, "maxAge": 2, "maxsqerr": 1.0, "format": 3, "channel": 4}
+           "gamma": 0.7, "maxValue": 200, "time": 4, "maxAge": 2, "maxsqerr": 1.0, "format": 3, "channel": 4,
+           "iterations": 5, "numDisparities": 8, "gradientThreshold": 20, "rhoStep": 2.0, "thetaStep": 5.0,
+           "edgeThreshold": 30, "minRadius": 2, "maxRadius": 7, "minLength": 2, "lower": 60, "upper": 60,
+           "tolerance": 25, "seedX": 5, "seedY": 6, "x1": 25, "y1": 12, "minDeviation": 300, "rateShift": 4}
+RECORDS = {"vsrBlobParameters": (40, 200, 20, 0, 1, 300, 0, 0, 2, 1), "vsrEllipse": (12, 7, 9, 5, 30),
+           "vsrMserRegion": [(0, 4, 1, 1, 6, 5), (4, 3, 0, 0, 9, 9), (7, 2, 2, 0, 3, 4)]}
 RECTANGLE = {"width": 20, "height": 10}  # where these are numbers, not the size of an image
 NEAR_IDENTITY = [1.02, 0.05, -1.5, -0.03, 0.97, 2.0, 0.0005, 0.0002, 1.0, 0.1, 0.2, 0.9]
 
@@ -78,23 +90,42 @@ def value_of(function, parameter):
     return NUMBERS.get(name, 1)
 
 
+def entries(expression):
+    """The lists whose sizes and sums are asked for have 6 entries, or these sum."""
+    return re.sub(r"(SIZE|TOTAL)\(\w+\)", "6", expression)
+
+
 def shape_of(parameter, values):
     """(rows, columns, channels), or (entries, numbers per entry)."""
     if parameter.get("width"):
         return tuple(evaluate(parameter[key], values) for key in ("height", "width", "channels"))
-    return evaluate(parameter["count"], values), parameter.get("pairs", 1)
+    return evaluate(entries(parameter["count"]), values), parameter.get("pairs", 1)
+
+
+def dtype_of(parameter):
+    return TYPES.get(parameter["element"]) or getattr(visora, parameter["element"].removeprefix("vsr")).dtype
 
 
 def content(function, parameter, shape, random):
     name, kind = parameter["name"], TYPES.get(parameter["element"])
     size = int(np.prod(shape))
+    if parameter["element"] in RECORDS:
+        return np.array(RECORDS[parameter["element"]], getattr(visora, parameter["element"].removeprefix("vsr")).dtype)
     if kind is None:
         dtype = getattr(visora, parameter["element"].removeprefix("vsr")).dtype
         return np.array([(2, 1, 5, 4, 3)[:len(dtype.names)]] * shape[0], dtype)
-    if name == "A":
+    if name == "A" and shape[0] == shape[1]:
         square = random.standard_normal((shape[0], shape[0]))
         return (square @ square.T + 4 * np.eye(shape[0])).astype(kind).reshape(shape)
-    if name in ("affine", "matrix", "homography", "cameraMatrix", "newCameraMatrix", "rotation"):
+    if name == "lengths":
+        return np.array([1, 2, 3], kind)
+    if name == "labels":
+        return random.choice([0, 0, 0, 1, 2], shape).astype(kind)
+    if name == "reference" and kind == np.float32:  # in front of the camera
+        return (random.random(shape) + 3).astype(kind)
+    if name in ("translation", "distortion"):
+        return np.resize(np.array([0.02, -0.01, 0.03, 0.01, 0.0], kind), shape)
+    if name in ("homography", "affine", "matrix", "rotation") or name.lower().endswith("cameramatrix"):
         return np.resize(np.array(NEAR_IDENTITY, kind), shape)
     if name in ("kernel", "rowKernel", "columnKernel"):
         return random.integers(-3, 4, shape).astype(kind)
@@ -143,22 +174,20 @@ class Case:
         for parameter in parameters:
             role, name = parameter["role"], parameter["name"]
             if "value" in parameter:
-                self.values[name] = evaluate(re.sub(r"SIZE\(\w+\)", "6", parameter["value"]), self.values)
+                self.values[name] = evaluate(entries(parameter["value"]), self.values)
             if role in ("source", "destination", "mask", "list", "scratch"):
                 shape = shape_of(parameter, self.values)
                 if parameter["direction"] == "out":
-                    dtype = TYPES[parameter["element"]]
+                    dtype = dtype_of(parameter)
                     self.arrays[name] = Guarded(int(np.prod(shape)) * np.dtype(dtype).itemsize).array(dtype, shape)
                 else:
                     made = content(function, parameter, shape, random)
                     self.arrays[name] = Guarded(made.nbytes).array(made.dtype, shape if made.ndim > 1 else made.shape)
                     self.arrays[name][...] = made.reshape(self.arrays[name].shape)
             elif role in ("result", "record"):
-                dtype = TYPES.get(parameter["element"]) or \
-                    getattr(visora, parameter["element"].removeprefix("vsr")).dtype
-                self.arrays[name] = Guarded(np.dtype(dtype).itemsize).array(dtype, (1,))
-                if parameter["direction"] == "inout":
-                    self.arrays[name][0] = (4, 3, 12, 9)
+                self.arrays[name] = Guarded(np.dtype(dtype_of(parameter)).itemsize).array(dtype_of(parameter), (1,))
+                if parameter["direction"] != "out":
+                    self.arrays[name][0] = RECORDS.get(parameter["element"], (4, 3, 12, 9))
 
     def python_arguments(self, names):
         """Arguments for the function in Python: copies, with the shapes that it takes."""

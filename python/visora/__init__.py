@@ -14,7 +14,15 @@ Arrays have to have the element type that the name says. Inputs are copied only 
 outputs never are. The interpreter is not held while a function works, so that threads work at the same time. What a
 function cannot do is a TypeError or a ValueError; help(visora.filterMedian3x3u8) says what it takes.
 """
+import numpy as _numpy
+
 from ._visora import *
-from ._visora import __doc__ as _text
 
 __version__ = version()
+
+
+def splitChains(xy, lengths):
+    """The points of each contour or chain, a list of arrays, of what findContoursu8, findOuterContoursu8 and edgeLinku8
+    return; numpy.concatenate joins them again for drawPolylineu8 and fillPolygonu8."""
+    ends = _numpy.cumsum(lengths, dtype=_numpy.int64)
+    return [xy[end - length:end] for end, length in zip(ends, lengths)]

@@ -61,6 +61,13 @@ TEST_F(Checked, ListsHaveRoom)
     uint64_t sum = 0;
     EXPECT_TRUE(vsr::sumu8(image_, {}, sum));
     EXPECT_EQ(sum, 5u * 60 * 48);
+    // As many points as the chains have together.
+    const std::vector<int32_t> points{1, 1, 5, 5, 9, 2};
+    const std::vector<uint32_t> lengths{2, 2};
+    const std::vector<uint8_t> color{9};
+    refuses(vsr::drawPolylineu8(image_, points, lengths, 0, color, 1, 0), "xy");
+    EXPECT_TRUE(vsr::drawPolylineu8(image_, points, std::span(lengths).first(1), 0, color, 1, 0));
+    EXPECT_EQ(bytes_[3 * 64 + 3], 9);
 }
 
 TEST_F(Checked, OutputsShareNoMemory)
