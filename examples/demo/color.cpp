@@ -44,12 +44,13 @@ const RegisterStages conversions({
          const Picture back = throughCameraFrame(rgb, runner);
          const uint32_t bytes = rgb.width * 3;
          Picture lost(back.width, back.height, 3);
+         Picture result(back.width, back.height, 3);
          runner.run("difference", lost.pixels.size(),
                     [&] { return vsrAbsDiffu8(rgb.data(), bytes, lost.height, back.data(), lost.data()); });
          runner.run(
              "stretch", lost.pixels.size(),
-             [&] { return vsrNormalizeRangeu8(lost.data(), bytes, lost.height, 0, 0, 995, 0, 255, lost.data(), 0); });
-         return lost;
+             [&] { return vsrNormalizeRangeu8(lost.data(), bytes, lost.height, 0, 0, 995, 0, 255, result.data(), 0); });
+         return result;
      }},
 });
 

@@ -25,6 +25,7 @@ const RegisterStages elements({
          std::vector<uint8_t> hue(pixels);
          const std::vector<uint8_t> saturation(pixels, 255);
          std::vector<uint8_t> value(pixels);
+         Picture hsv(width, height, 3);
          Picture result(width, height, 3);
          vsrImageGradientSobelPlanars16(gray.data(), width, height, 0, dx.data(), dy.data());
          runner.run(
@@ -38,9 +39,9 @@ const RegisterStages elements({
                         return vsrConverts16u8(reinterpret_cast<const int16_t*>(length.data()), width, height, 0, 1,
                                                VISORA_OVERFLOW_SATURATE, value.data(), 0);
                     });
-         vsrChannelCombine3u8(hue.data(), width, height, 0, saturation.data(), 0, value.data(), 0, result.data(), 0);
+         vsrChannelCombine3u8(hue.data(), width, height, 0, saturation.data(), 0, value.data(), 0, hsv.data(), 0);
          runner.run("HSV to RGB", pixels,
-                    [&] { return vsrColorHSV888ToRGB888u8(result.data(), width, height, 0, result.data(), 0); });
+                    [&] { return vsrColorHSV888ToRGB888u8(hsv.data(), width, height, 0, result.data(), 0); });
          return result;
      }},
 });
