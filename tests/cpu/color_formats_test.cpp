@@ -142,56 +142,6 @@ TEST(ColorLayouts, LumaMayStayWhereItIs)
     EXPECT_EQ(vsrStatus{VISORA_EBADPARAM}, convert(dst.y.data(), dst.y.data(), 0));
 }
 
-// A picture like a photograph: slopes, a round shape and some grain.
-Image picture(Size size)
-{
-    Random random(5);
-    Image rgb;
-    for (uint32_t i = 0; i < size.width * size.height; ++i)
-    {
-        const double x = i % size.width, y = i / size.width;
-        const double shape = 90 / (1 + std::exp(std::hypot(x - 40, y - 30) - 20));
-        for (const double level : {40 + x + shape, 200 - y - shape / 2, 90 + x / 2 + y / 2})
-        {
-            rgb.push_back(static_cast<uint8_t>(level + random.between(0, 6)));
-        }
-    }
-    return rgb;
-}
-
-// There and back: 4:4:4 loses the roundings only, halved chroma what changes between neighbours.
-TEST(ColorLayouts, PicturesComeBackFromEveryLayout)
-{
-    const Size size = {97, 64};
-    const Image rgb = picture(size);
-    const auto check = [&](auto layout, auto toYCbCr, auto toRgb, Sampling sampling, int worst, double mean)
-    {
-        using Layout = decltype(layout);
-        YCbCr image(size, sampling, 1);
-        Image back(rgb.size());
-        std::apply(toYCbCr, std::tuple_cat(std::tuple(rgb.data(), size.width, size.height, size.width * 3),
-                                           Layout::planes(image), Layout::strides(image)));
-        std::apply(toRgb, std::tuple_cat(Layout::planes(image), std::tuple(size.width, size.height),
-                                         Layout::strides(image), std::tuple(back.data(), size.width * 3)));
-        double sum = 0;
-        for (size_t i = 0; i < rgb.size(); ++i)
-        {
-            sum += std::abs(rgb[i] - back[i]);
-            ASSERT_NEAR(rgb[i], back[i], worst);
-        }
-        EXPECT_LT(sum / static_cast<double>(rgb.size()), mean);
-    };
-    check(YCbCr::Planar(), vsrColorRGB888ToYCbCr444Planaru8C, vsrColorYCbCr444PlanarToRGB888u8C, k444, 3, 0.8);
-    check(YCbCr::PseudoPlanar(), vsrColorRGB888ToYCbCr444PseudoPlanaru8C, vsrColorYCbCr444PseudoPlanarToRGB888u8C, k444,
-          3, 0.8);
-    check(YCbCr::Planar(), vsrColorRGB888ToYCbCr422Planaru8C, vsrColorYCbCr422PlanarToRGB888u8C, k422, 24, 1.5);
-    check(YCbCr::PseudoPlanar(), vsrColorRGB888ToYCbCr422PseudoPlanaru8C, vsrColorYCbCr422PseudoPlanarToRGB888u8C, k422,
-          24, 1.5);
-    check(YCbCr::Planar(), vsrColorRGB888ToYCbCr420Planaru8C, vsrColorYCbCr420PlanarToRGB888u8C, k420, 28, 2);
-    check(YCbCr::PseudoPlanar(), vsrColorRGB888ToYCbCr420PseudoPlanaru8C, vsrColorYCbCr420PseudoPlanarToRGB888u8C, k420,
-          28, 2);
-}
-
 // ---- HSV and L*a*b* ----
 
 using ImageFunction = decltype(vsrColorRGB888ToHSV888u8C);
