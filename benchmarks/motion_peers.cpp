@@ -28,8 +28,9 @@ cv::Mat numbersOf(const vsrRectangle& window)
     return (cv::Mat_<double>(1, 4) << window.x, window.y, window.width, window.height);
 }
 
-template <auto kernel, class T>
-Peer meanShift(const char* operation, int type)
+// theirs(image, window) and ours(image, window) move a window.
+template <class Theirs, class Ours>
+Peer tracker(const char* operation, int type, Theirs theirs, Ours ours)
 {
     return compared(operation, "", "OpenCV",
                     [=](int width, int height) -> Trial
@@ -39,44 +40,42 @@ Peer meanShift(const char* operation, int type)
                             [=]
                             {
                                 cv::Rect window(0, 0, width, height);
-                                cv::meanShift(src, window, kTenSteps);
+                                theirs(src, window);
                             },
                             [=]
                             {
                                 // From a quarter of the image, so that there is a way to go.
-                                cv::Rect theirs(width / 8, height / 8, width / 4, height / 4);
-                                vsrRectangle ours = {columns(src) / 8, rows(src) / 8, columns(src) / 4, rows(src) / 4};
-                                uint32_t iterations = 0;
-                                cv::meanShift(src, theirs, kTenSteps);
-                                kernel(src.ptr<T>(), columns(src), rows(src), stride(src), 10, 1, &ours, &iterations);
-                                return std::pair(numbersOf(theirs), numbersOf(ours));
+                                cv::Rect moved(width / 8, height / 8, width / 4, height / 4);
+                                vsrRectangle own = {columns(src) / 8, rows(src) / 8, columns(src) / 4, rows(src) / 4};
+                                theirs(src, moved);
+                                ours(src, own);
+                                return std::pair(numbersOf(moved), numbersOf(own));
                             }};
                     });
 }
 
 template <auto kernel, class T>
+Peer meanShift(const char* operation, int type)
+{
+    return tracker(
+        operation, type, [](const cv::Mat& src, cv::Rect& window) { cv::meanShift(src, window, kTenSteps); },
+        [](const cv::Mat& src, vsrRectangle& window)
+        {
+            uint32_t iterations = 0;
+            kernel(src.ptr<T>(), columns(src), rows(src), stride(src), 10, 1, &window, &iterations);
+        });
+}
+
+template <auto kernel, class T>
 Peer adaptive(const char* operation, int type)
 {
-    return compared(operation, "", "OpenCV",
-                    [=](int width, int height) -> Trial
-                    {
-                        const cv::Mat src = cv::abs(randomImage(width, height, type));
-                        return {
-                            [=]
-                            {
-                                cv::Rect window(0, 0, width, height);
-                                cv::CamShift(src, window, kTenSteps);
-                            },
-                            [=]
-                            {
-                                cv::Rect theirs(width / 8, height / 8, width / 4, height / 4);
-                                vsrRectangle ours = {columns(src) / 8, rows(src) / 8, columns(src) / 4, rows(src) / 4};
-                                vsrRotatedBox box;
-                                cv::CamShift(src, theirs, kTenSteps);
-                                kernel(src.ptr<T>(), columns(src), rows(src), stride(src), 10, 1, &ours, &box);
-                                return std::pair(numbersOf(theirs), numbersOf(ours));
-                            }};
-                    });
+    return tracker(
+        operation, type, [](const cv::Mat& src, cv::Rect& window) { cv::CamShift(src, window, kTenSteps); },
+        [](const cv::Mat& src, vsrRectangle& window)
+        {
+            vsrRotatedBox box;
+            kernel(src.ptr<T>(), columns(src), rows(src), stride(src), 10, 1, &window, &box);
+        });
 }
 
 const RegisterPeers windows({

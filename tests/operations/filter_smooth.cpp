@@ -1,4 +1,5 @@
 // Smoothing filters that keep edges.
+#include <cfloat>
 #include <cmath>
 
 #include "support/operations.h"
@@ -46,33 +47,52 @@ void bilateral(Arguments& a)
     }
 }
 
+// What a filter with a guide works on.
+struct Guided
+{
+    explicit Guided(Arguments& a)
+        : width(a.shape().width), height(a.shape().height), stride(a.srcStride(width)), dstStride(a.dstStride(width))
+    {
+        src = a.input<uint8_t>(width, height, stride);
+        guide = a.input<uint8_t>(width, height, stride);
+        dst = a.output<uint8_t>(width, height, dstStride);
+    }
+
+    uint32_t width;
+    uint32_t height;
+    uint32_t stride;
+    uint32_t dstStride;
+    const uint8_t* src;
+    const uint8_t* guide;
+    uint8_t* dst;
+};
+
 std::function<void(Arguments&)> joint(uint32_t largest, uint32_t typical)
 {
     return [=](Arguments& a)
     {
-        const auto [width, height] = std::pair(a.shape().width, a.shape().height);
-        const uint32_t srcStride = a.srcStride(width);
-        const uint32_t guideStride = a.srcStride(width);
-        const uint32_t dstStride = a.dstStride(width);
-        const auto* src = a.input<uint8_t>(width, height, srcStride);
-        const auto* guide = a.input<uint8_t>(width, height, guideStride);
-        auto* dst = a.output<uint8_t>(width, height, dstStride);
+        const Guided i(a);
         const auto [space, range] = sigmas(a, 3, 30);
-        a.call(vsrBilateralFilterJointu8C, src, width, height, srcStride, guide, guideStride,
-               a.choose(0, largest / 2, typical / 2) * 2 + 1, space, range, dst, dstStride);
+        a.call(vsrBilateralFilterJointu8C, i.src, i.width, i.height, i.stride, i.guide, i.stride,
+               a.choose(0, largest / 2, typical / 2) * 2 + 1, space, range, i.dst, i.dstStride);
     };
 }
 
-// A depth map: near and far, with missing pixels of all kinds.
+// A depth map: near and far, with missing pixels of all kinds; some maps have the largest numbers, too.
 void bilateralFloat(Arguments& a)
 {
     const auto [width, height] = std::pair(a.shape().width, a.shape().height);
     const uint32_t srcStride = a.srcStride(width * 4, 4);
     const uint32_t dstStride = a.dstStride(width * 4, 4);
+    const bool hasLargest = !a.shape().typical && a.random().oneIn(4);
     const auto* src = a.made<float>(width, height, srcStride,
                                     [&]
                                     {
                                         constexpr float kMissing[] = {0, -0.0f, INFINITY, -INFINITY, NAN};
+                                        if (hasLargest && a.random().oneIn(16))
+                                        {
+                                            return a.random().oneIn(2) ? FLT_MAX : -FLT_MAX;
+                                        }
                                         return a.random().oneIn(8)
                                                    ? kMissing[a.random().between(0, 4)]
                                                    : static_cast<float>(a.random().between(900, 1100)) / 100 - 8;
@@ -87,16 +107,10 @@ std::function<void(Arguments&)> guided(uint32_t largest, uint32_t typical)
 {
     return [=](Arguments& a)
     {
-        const auto [width, height] = std::pair(a.shape().width, a.shape().height);
-        const uint32_t srcStride = a.srcStride(width);
-        const uint32_t guideStride = a.srcStride(width);
-        const uint32_t dstStride = a.dstStride(width);
-        const auto* src = a.input<uint8_t>(width, height, srcStride);
-        const auto* guide = a.input<uint8_t>(width, height, guideStride);
-        auto* dst = a.output<uint8_t>(width, height, dstStride);
+        const Guided i(a);
         constexpr float kEps[] = {0.01f, 1, 100, 400, 1e6f};
-        a.call(vsrGuidedFilteru8C, src, width, height, srcStride, guide, guideStride, a.choose(1, largest, typical),
-               kEps[a.choose(0, 4, 2)], dst, dstStride);
+        a.call(vsrGuidedFilteru8C, i.src, i.width, i.height, i.stride, i.guide, i.stride, a.choose(1, largest, typical),
+               kEps[a.choose(0, 4, 2)], i.dst, i.dstStride);
     };
 }
 

@@ -25,7 +25,7 @@ class PixelCounter
   public:
     void add(const uint8_t* row, size_t width)
     {
-        constexpr size_t kStep = 8;
+        constexpr size_t kStep = 16;
         size_t x = 0;
         for (; x + kStep <= width; x += kStep)
         {

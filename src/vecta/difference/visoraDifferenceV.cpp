@@ -19,12 +19,7 @@ VSR_KERNEL(vsrImageDiffu8, diffu8, binary, [](auto /*d*/, auto a, auto b) HWY_AT
 VSR_KERNEL(vsrImageDiffs16, diffs16, binary,
            [](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::SaturatedSub(a, b); });
 VSR_KERNEL(vsrImageDifff32, difff32, binary,
-           [](auto d, auto a, auto b) HWY_ATTR
-           {
-               const auto difference = hn::Sub(a, b);
-               const auto nan = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<decltype(d)>(), 0x7fc00000u));
-               return hn::IfThenElse(hn::Eq(difference, difference), difference, nan);
-           });
+           [](auto d, auto a, auto b) HWY_ATTR { return resultWithOneNan(d, hn::Sub(a, b)); });
 VSR_KERNEL(vsrImageDiffu8s16, diffu8s16, binary,
            [](auto d, auto a, auto b) HWY_ATTR { return hn::Sub(hn::PromoteTo(d, a), hn::PromoteTo(d, b)); });
 

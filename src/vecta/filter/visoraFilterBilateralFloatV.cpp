@@ -4,6 +4,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterBilateralFloatV.cpp"
+#include <array>
 #include <limits>
 
 #include "cpu/filter/visoraFilterBilateral.h"
@@ -20,6 +21,8 @@ namespace HWY_NAMESPACE
 {
 
 // Several vectors at once hide how long a weight takes.
+constexpr size_t kTogether = 2;
+
 template <size_t n, class D>
 struct DepthSums
 {
@@ -46,19 +49,6 @@ HWY_INLINE V weightsOf(D d, V p, V q, float distanceWeight, float factor)
     // Near 1 and halved at most 64 times: what the exponent loses is all that changes.
     const auto range = hn::BitCast(d, hn::Sub(hn::BitCast(di, power), hn::ShiftLeft<23>(whole)));
     return hn::Mul(hn::Set(d, distanceWeight), hn::IfThenElseZero(counts, range));
-}
-
-// Adds column i of a row of the windows: pixels from `pixels` on. weights(k, q) gives those of its vector k.
-template <size_t n, class D, class Weights>
-HWY_INLINE void addPixels(D d, const float* pixels, DepthSums<n, D>& sums, Weights weights)
-{
-    for (size_t k = 0; k < n; ++k)
-    {
-        const auto q = hn::LoadU(d, pixels + k * hn::Lanes(d));
-        const auto weight = weights(k, q);
-        sums.num[k] = hn::Add(sums.num[k], hn::Mul(weight, q));
-        sums.den[k] = hn::Add(sums.den[k], weight);
-    }
 }
 
 // Weights of pixels and those in lower rows of their windows, until the windows of these have taken them too. Beyond
@@ -151,6 +141,70 @@ class DepthRows
     bool ambiguous_ = false;
 };
 
+// A row of the windows of an image's row.
+struct WindowRow
+{
+    const float* pixels;           // that the windows of column 0 begin with
+    const float* distanceWeights;  // from there on
+    float* kept;                   // weights of pixels in column 0, when they are kept or to be kept
+};
+
+enum class Weights
+{
+    New,
+    NewToKeep,
+    Kept
+};
+
+// Adds rows of the windows of the columns from x on. Seen from the pixels above, those in the windows' middle are on
+// the other side: kept weights go the other way, a step back and a column further.
+template <Weights which, size_t n, class D>
+HWY_INLINE void addRows(D d, const WindowRow* row, const WindowRow* end, size_t N, size_t keptStep, size_t x,
+                        float factor, DepthSums<n, D>& sums)
+{
+    const size_t lanes = hn::Lanes(d);
+    for (; row != end; ++row)
+    {
+        const float* pixels = row->pixels + x;
+        const float* distanceWeight = row->distanceWeights;
+        float* kept = row->kept + (which == Weights::New ? 0 : x);
+        for (const float* const stop = pixels + N; pixels != stop; ++pixels, ++distanceWeight)
+        {
+            const float weightOfDistance = *distanceWeight;
+            hn::Vec<D> q[n], weight[n];
+            for (size_t k = 0; k < n; ++k)
+            {
+                q[k] = hn::LoadU(d, pixels + k * lanes);
+                if constexpr (which == Weights::Kept)
+                {
+                    weight[k] = hn::LoadU(d, kept + k * lanes);
+                }
+                else
+                {
+                    weight[k] = weightsOf(d, sums.p[k], q[k], weightOfDistance, factor);
+                }
+            }
+            for (size_t k = 0; k < n; ++k)
+            {
+                sums.num[k] = hn::Add(sums.num[k], hn::Mul(weight[k], q[k]));
+                sums.den[k] = hn::Add(sums.den[k], weight[k]);
+                if constexpr (which == Weights::NewToKeep)
+                {
+                    hn::StoreU(weight[k], d, kept + k * lanes);
+                }
+            }
+            if constexpr (which == Weights::NewToKeep)
+            {
+                kept += keptStep;
+            }
+            else if constexpr (which == Weights::Kept)
+            {
+                kept -= keptStep - 1;
+            }
+        }
+    }
+}
+
 vsrStatus bilateralFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t N,
                          float sigmaSpace, float sigmaRange, float* dst, uint32_t dstStride)
 {
@@ -177,6 +231,7 @@ vsrStatus bilateralFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight
     const auto pass = [&](auto d, auto together) HWY_ATTR
     {
         constexpr size_t n = decltype(together)::value;
+        std::array<WindowRow, kLargestWindow> windowRows;
         size_t taken = 0;
         for (size_t y = 0; y < srcHeight; ++y)
         {
@@ -187,6 +242,21 @@ vsrStatus bilateralFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight
             const size_t above = std::min(y, radius);
             const size_t below = std::min(srcHeight - 1 - y, radius);
             const float* centre = rows.row(y);
+            for (size_t i = 0; i <= above + below; ++i)
+            {
+                const size_t at = y - above + i;
+                float* keptThere = nullptr;
+                if (kept.used() && at != y)
+                {
+                    keptThere = at > y ? kept.row(y, at - y) : kept.row(at, y - at) - radius + (N - 1) * kept.step();
+                }
+                windowRows[i] = {rows.row(at) - radius, weights + (at < y ? y - at : at - y) * N, keptThere};
+            }
+            const WindowRow* const first = windowRows.data();
+            const WindowRow* const last = first + above + below + 1;
+            // The row itself has no use for weights of pixels yet to come.
+            const WindowRow* const firstNew = kept.used() ? first + above : first;
+            const WindowRow* const firstToKeep = kept.used() ? first + above + 1 : last;
             float* out = dst + y * (dstStride / sizeof(float));
             coverRange(0, srcWidth, n * hn::Lanes(d),
                        [&](size_t x) HWY_ATTR
@@ -198,61 +268,9 @@ vsrStatus bilateralFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight
                                sums.num[k] = hn::Zero(d);
                                sums.den[k] = hn::Zero(d);
                            }
-                           const auto addNew = [&](size_t at, auto keep) HWY_ATTR
-                           {
-                               const float* pixels = rows.row(at) + x - radius;
-                               const float* rowWeights = weights + (at < y ? y - at : at - y) * N;
-                               [[maybe_unused]] float* toKeep = nullptr;
-                               if constexpr (decltype(keep)::value)
-                               {
-                                   toKeep = kept.row(y, at - y) + x;
-                               }
-                               for (size_t i = 0; i < N; ++i)
-                               {
-                                   addPixels(d, pixels + i, sums,
-                                             [&](size_t k, auto q) HWY_ATTR
-                                             {
-                                                 const auto w = weightsOf(d, sums.p[k], q, rowWeights[i], factor);
-                                                 if constexpr (decltype(keep)::value)
-                                                 {
-                                                     hn::StoreU(w, d, toKeep + i * kept.step() + k * hn::Lanes(d));
-                                                 }
-                                                 return w;
-                                             });
-                               }
-                           };
-                           const auto addKept = [&](size_t at) HWY_ATTR
-                           {
-                               const float* pixels = rows.row(at) + x - radius;
-                               // Seen from there, the pixels of the window are on the other side.
-                               const float* theirs = kept.row(at, y - at) + x - radius + (N - 1) * kept.step();
-                               for (size_t i = 0; i < N; ++i)
-                               {
-                                   addPixels(d, pixels + i, sums,
-                                             [&](size_t k, auto) HWY_ATTR
-                                             { return hn::LoadU(d, theirs + k * hn::Lanes(d)); });
-                                   theirs -= kept.step() - 1;
-                               }
-                           };
-                           if (!kept.used())
-                           {
-                               for (size_t at = y - above; at <= y + below; ++at)
-                               {
-                                   addNew(at, std::false_type());
-                               }
-                           }
-                           else
-                           {
-                               for (size_t at = y - above; at < y; ++at)
-                               {
-                                   addKept(at);
-                               }
-                               addNew(y, std::false_type());
-                               for (size_t at = y + 1; at <= y + below; ++at)
-                               {
-                                   addNew(at, std::true_type());
-                               }
-                           }
+                           addRows<Weights::Kept>(d, first, firstNew, N, kept.step(), x, factor, sums);
+                           addRows<Weights::New>(d, firstNew, firstToKeep, N, kept.step(), x, factor, sums);
+                           addRows<Weights::NewToKeep>(d, firstToKeep, last, N, kept.step(), x, factor, sums);
                            for (size_t k = 0; k < n; ++k)
                            {
                                const auto mean = resultWithOneNan(d, hn::Div(sums.num[k], sums.den[k]));
@@ -265,9 +283,9 @@ vsrStatus bilateralFloat(const float* src, uint32_t srcWidth, uint32_t srcHeight
     const bool done = withFittingVector<float>(srcWidth,
                                                [&](auto d) HWY_ATTR
                                                {
-                                                   if (srcWidth >= 2 * hn::Lanes(d))
+                                                   if (srcWidth >= kTogether * hn::Lanes(d))
                                                    {
-                                                       pass(d, std::integral_constant<size_t, 2>());
+                                                       pass(d, std::integral_constant<size_t, kTogether>());
                                                    }
                                                    else
                                                    {

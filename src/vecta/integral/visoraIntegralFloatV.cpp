@@ -27,7 +27,6 @@ template <class D>
 HWY_INLINE void integrateBlock(D d, const float* src, size_t srcPitch, size_t width, float* dst, size_t dstPitch)
 {
     const Quad quad;
-    const auto nan = hn::BitCast(quad, hn::Set(hn::FixedTag<uint32_t, 4>(), 0x7fc00000u));
     auto sum = hn::Zero(d);
     const auto grow = [&](auto pixels) HWY_ATTR { return sum = hn::Add(sum, pixels); };
     size_t x = 0;
@@ -45,8 +44,7 @@ HWY_INLINE void integrateBlock(D d, const float* src, size_t srcPitch, size_t wi
         const auto put = [&](size_t /*row*/, auto rowSum) HWY_ATTR
         {
             out += dstPitch;
-            above = hn::Add(above, rowSum);
-            above = hn::IfThenElse(hn::Eq(above, above), above, nan);
+            above = resultWithOneNan(quad, hn::Add(above, rowSum));
             hn::StoreU(above, quad, out);
         };
         // From the top: rows 0 to 3 of every block of four.

@@ -43,7 +43,7 @@ HWY_INLINE V runningSums4(V v)
 }
 
 // What is left of a vector of pixels in all lanes, and how it grows: steps of pixels to their running sums. A step
-// hands its vectors of sums to store(sums, place in the step).
+// adds above(place in the step) to its vectors of sums and hands them to store(sums, place).
 #if HWY_TARGET <= HWY_AVX3
 class Left
 {
@@ -58,8 +58,8 @@ class Left
 
     // bytesFrom(i) gives bytes from i on. Pixels are summed in pairs within sixteen of them; the second ones, taken off
     // the running sums of these, leave the sums up to the first. What puts each sixteen in order widens them, too.
-    template <class BytesFrom, class Store>
-    HWY_INLINE void step(BytesFrom bytesFrom, Store store)
+    template <class BytesFrom, class Above, class Store>
+    HWY_INLINE void step(BytesFrom bytesFrom, Above above, Store store)
     {
         const __m512i pixels = bytesFrom(0).raw;
         __m512i second = _mm512_maddubs_epi16(pixels, _mm512_set1_epi8(1));
@@ -73,7 +73,8 @@ class Left
         {
             const __m512i places = _mm512_add_epi32(inTurn, _mm512_set1_epi32(8 * sixteen));
             const __m512i within = _mm512_maskz_permutex2var_epi16(kLowerHalves, first, places, second);
-            store(hn::Vec<Sums>{_mm512_add_epi32(left_, within)}, static_cast<size_t>(16 * sixteen));
+            const auto place = static_cast<size_t>(16 * sixteen);
+            store(hn::Add(hn::Vec<Sums>{_mm512_add_epi32(left_, within)}, above(place)), place);
             const __m512i last = _mm512_set1_epi32(8 * sixteen + 7);
             left_ = _mm512_add_epi32(left_, _mm512_maskz_permutexvar_epi16(kLowerHalves, last, second));
         }
@@ -95,18 +96,21 @@ class Left
     HWY_INLINE void set(uint32_t sum) { left_ = vdupq_n_u32(sum); }
 
     // As above, of sixteen pixels.
-    template <class BytesFrom, class Store>
-    HWY_INLINE void step(BytesFrom bytesFrom, Store store)
+    template <class BytesFrom, class Above, class Store>
+    HWY_INLINE void step(BytesFrom bytesFrom, Above above, Store store)
     {
         const uint8x16_t pixels = bytesFrom(0).raw;
         const uint16x8_t second = runningSums8(hn::Vec<Pixels16>(vpaddlq_u8(pixels))).raw;
         const uint16x8_t first = vsubq_u16(second, vshrq_n_u16(vreinterpretq_u16_u8(pixels), 8));
         const uint16x8_t low = vzip1q_u16(first, second);
         const uint16x8_t high = vzip2q_u16(first, second);
-        store(hn::Vec<Sums>(vaddw_u16(left_, vget_low_u16(low))), 0);
-        store(hn::Vec<Sums>(vaddw_high_u16(left_, low)), 4);
-        store(hn::Vec<Sums>(vaddw_u16(left_, vget_low_u16(high))), 8);
-        store(hn::Vec<Sums>(vaddw_high_u16(left_, high)), 12);
+        // All loads before all stores, so that two of them are one instruction.
+        const auto start = [&](size_t i) HWY_ATTR { return vaddq_u32(left_, above(i).raw); };
+        const uint32x4_t start0 = start(0), start4 = start(4), start8 = start(8), start12 = start(12);
+        store(hn::Vec<Sums>(vaddw_u16(start0, vget_low_u16(low))), 0);
+        store(hn::Vec<Sums>(vaddw_high_u16(start4, low)), 4);
+        store(hn::Vec<Sums>(vaddw_u16(start8, vget_low_u16(high))), 8);
+        store(hn::Vec<Sums>(vaddw_high_u16(start12, high)), 12);
         left_ = vaddw_u16(left_, vdup_laneq_u16(second, 7));
     }
 
@@ -125,19 +129,19 @@ class Left
 
     HWY_INLINE void set(uint32_t sum) { left_ = hn::Set(Sums(), sum); }
 
-    template <class BytesFrom, class Store>
-    HWY_INLINE void step(BytesFrom bytesFrom, Store store)
+    template <class BytesFrom, class Above, class Store>
+    HWY_INLINE void step(BytesFrom bytesFrom, Above above, Store store)
     {
         const Sums d;
         const auto sums = runningSums8(hn::PromoteTo(Pixels16(), bytesFrom(0)));
 #if HWY_TARGET == HWY_AVX2
-        store(hn::Add(left_, hn::PromoteTo(d, sums)), 0);
+        store(hn::Add(hn::Add(left_, hn::PromoteTo(d, sums)), above(0)), 0);
         left_ = hn::Add(left_, hn::Vec<Sums>{_mm256_broadcastd_epi32(_mm_srli_si128(sums.raw, 14))});
 #else
         const hn::Half<Pixels16> half;
-        store(hn::Add(left_, hn::PromoteTo(d, hn::LowerHalf(half, sums))), 0);
+        store(hn::Add(hn::Add(left_, hn::PromoteTo(d, hn::LowerHalf(half, sums))), above(0)), 0);
         const auto upper = hn::PromoteTo(d, hn::UpperHalf(half, sums));
-        store(hn::Add(left_, upper), 4);
+        store(hn::Add(hn::Add(left_, upper), above(4)), 4);
         left_ = hn::Add(left_, hn::Broadcast<3>(upper));
 #endif
     }
@@ -167,16 +171,20 @@ class SumRow
     template <class BytesFrom>
     HWY_INLINE void put(size_t x, BytesFrom bytesFrom)
     {
+        const typename Left::Sums d;
         left_.step([&](size_t i) HWY_ATTR { return bytesFrom(x + i); },
-                   [&](auto sums, size_t i) HWY_ATTR
+                   [&](size_t i) HWY_ATTR
                    {
-                       const typename Left::Sums d;
                        if constexpr (kAbove)
                        {
-                           sums = hn::Add(sums, hn::LoadU(d, above_ + x + i));
+                           return hn::LoadU(d, above_ + x + i);
                        }
-                       hn::StoreU(sums, d, row_ + x + i);
-                   });
+                       else
+                       {
+                           return hn::Zero(d);
+                       }
+                   },
+                   [&](auto sums, size_t i) HWY_ATTR { hn::StoreU(sums, d, row_ + x + i); });
     }
 
     // A single element, `sum` being that of the row so far.

@@ -121,6 +121,26 @@ HWY_INLINE Rows<D> inversePass(D d, const Rows<D>& f)
             lower(e3, o3), lower(e2, o2), lower(e1, o1), lower(e0, o0)};
 }
 
+// Rows that load(row) gives, and to store(row, v).
+template <class D, class Load>
+HWY_INLINE Rows<D> loadRows(Load load)
+{
+    return {load(0), load(1), load(2), load(3), load(4), load(5), load(6), load(7)};
+}
+
+template <class D, class Store>
+HWY_INLINE void storeRows(const Rows<D>& rows, Store store)
+{
+    store(0, rows.r0);
+    store(1, rows.r1);
+    store(2, rows.r2);
+    store(3, rows.r3);
+    store(4, rows.r4);
+    store(5, rows.r5);
+    store(6, rows.r6);
+    store(7, rows.r7);
+}
+
 // Calls step(d, x) over the blocks of a row of blocks, several at once.
 template <class Step>
 HWY_INLINE void forBlockRow(size_t width, Step step)
@@ -142,20 +162,12 @@ vsrStatus dctForward(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, 
                     {
                         using D = decltype(d);
                         const hn::Rebind<uint8_t, D> d8;
-                        const auto load = [&](size_t row) HWY_ATTR
-                        { return hn::PromoteTo(d, hn::LoadU(d8, from + row * srcStride + x)); };
-                        const Rows<D> p{load(0), load(1), load(2), load(3), load(4), load(5), load(6), load(7)};
+                        const auto p =
+                            loadRows<D>([&](size_t row) HWY_ATTR
+                                        { return hn::PromoteTo(d, hn::LoadU(d8, from + row * srcStride + x)); });
                         const Rows<D> t = transposed(d, forwardColumns(d, p));
                         const Rows<D> f = transposed(d, forwardRows(d, t));
-                        const auto store = [&](size_t row, auto v) HWY_ATTR { hn::StoreU(v, d, to + row * pitch + x); };
-                        store(0, f.r0);
-                        store(1, f.r1);
-                        store(2, f.r2);
-                        store(3, f.r3);
-                        store(4, f.r4);
-                        store(5, f.r5);
-                        store(6, f.r6);
-                        store(7, f.r7);
+                        storeRows(f, [&](size_t row, auto v) HWY_ATTR { hn::StoreU(v, d, to + row * pitch + x); });
                     });
     }
     return VISORA_SUCCESS;
@@ -174,20 +186,12 @@ vsrStatus dctInverse(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight, 
                     {
                         using D = decltype(d);
                         const hn::Rebind<uint8_t, D> d8;
-                        const auto load = [&](size_t row) HWY_ATTR { return hn::LoadU(d, from + row * pitch + x); };
-                        const Rows<D> f{load(0), load(1), load(2), load(3), load(4), load(5), load(6), load(7)};
+                        const auto f =
+                            loadRows<D>([&](size_t row) HWY_ATTR { return hn::LoadU(d, from + row * pitch + x); });
                         const Rows<D> t = transposed(d, inversePass<kInverseShift1>(d, f));
                         const Rows<D> p = transposed(d, inversePass<kInverseShift2>(d, t));
-                        const auto store = [&](size_t row, auto v) HWY_ATTR
-                        { hn::StoreU(hn::DemoteTo(d8, v), d8, to + row * dstStride + x); };
-                        store(0, p.r0);
-                        store(1, p.r1);
-                        store(2, p.r2);
-                        store(3, p.r3);
-                        store(4, p.r4);
-                        store(5, p.r5);
-                        store(6, p.r6);
-                        store(7, p.r7);
+                        storeRows(p, [&](size_t row, auto v) HWY_ATTR
+                                  { hn::StoreU(hn::DemoteTo(d8, v), d8, to + row * dstStride + x); });
                     });
     }
     return VISORA_SUCCESS;

@@ -23,9 +23,7 @@ namespace HWY_NAMESPACE
 HWY_INLINE Line finishedLine(Line r)
 {
     const Lines d;
-    const auto sum = hn::Add(r, hn::Zero(d));
-    const auto nan = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<Lines>(), 0x7fc00000u));
-    return hn::IfThenElse(hn::Eq(sum, sum), sum, nan);
+    return resultWithOneNan(d, hn::Add(r, hn::Zero(d)));
 }
 
 HWY_INLINE Point finishedPoint(const Point& p)
@@ -168,9 +166,9 @@ HWY_INLINE void transformHalfOfColumns(const Work& work, uint32_t width, float* 
     }
 }
 
-template <class T>
-HWY_INLINE vsrStatus forwardReal(const T* src, uint32_t width, uint32_t height, uint32_t srcStride, bool columns,
-                                 float* dst, uint32_t dstStride)
+template <bool isComplex, class T>
+HWY_INLINE vsrStatus forward(const T* src, uint32_t width, uint32_t height, uint32_t srcStride, bool columns,
+                             float* dst, uint32_t dstStride)
 {
     Work work(std::max(width, columns ? height : 1), 0);
     if (!work.isThere())
@@ -179,11 +177,11 @@ HWY_INLINE vsrStatus forwardReal(const T* src, uint32_t width, uint32_t height, 
     }
     const size_t pitch = dstStride / sizeof(float);
     work.setLength(width, false);
-    transformRows<false, false>(work, src, srcStride, height, dst, pitch, !columns);
+    transformRows<false, isComplex>(work, src, srcStride, height, dst, pitch, !columns);
     if (columns)
     {
         work.setLength(height, false);
-        if (width >= 2 * kLanes)
+        if (!isComplex && width >= 2 * kLanes)
         {
             transformHalfOfColumns(work, width, dst, pitch);
         }
@@ -195,32 +193,13 @@ HWY_INLINE vsrStatus forwardReal(const T* src, uint32_t width, uint32_t height, 
     return VISORA_SUCCESS;
 }
 
-HWY_INLINE vsrStatus forwardComplex(const float* src, uint32_t width, uint32_t height, uint32_t srcStride, bool columns,
-                                    float* dst, uint32_t dstStride)
-{
-    Work work(std::max(width, columns ? height : 1), 0);
-    if (!work.isThere())
-    {
-        return VISORA_ENOMEM;
-    }
-    const size_t pitch = dstStride / sizeof(float);
-    work.setLength(width, false);
-    transformRows<false, true>(work, src, srcStride, height, dst, pitch, !columns);
-    if (columns)
-    {
-        work.setLength(height, false);
-        transformColumns(work, width, dst, pitch);
-    }
-    return VISORA_SUCCESS;
-}
-
 constexpr uint32_t kNarrowest = 4;
 
 vsrStatus fftu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,
                 uint32_t dstStride)
 {
     return srcWidth < kNarrowest ? vsrFFTu8C(src, srcWidth, srcHeight, srcStride, dst, dstStride)
-                                 : forwardReal(src, srcWidth, srcHeight, srcStride, true, dst, dstStride);
+                                 : forward<false>(src, srcWidth, srcHeight, srcStride, true, dst, dstStride);
 }
 
 vsrStatus fftf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t flags,
@@ -232,8 +211,8 @@ vsrStatus fftf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32
     }
     const bool columns = (flags & VISORA_FFT_ROWS) == 0;
     return (flags & VISORA_FFT_COMPLEX) != 0
-               ? forwardComplex(src, srcWidth, srcHeight, srcStride, columns, dst, dstStride)
-               : forwardReal(src, srcWidth, srcHeight, srcStride, columns, dst, dstStride);
+               ? forward<true>(src, srcWidth, srcHeight, srcStride, columns, dst, dstStride)
+               : forward<false>(src, srcWidth, srcHeight, srcStride, columns, dst, dstStride);
 }
 
 vsrStatus ifftf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* dst,
