@@ -58,9 +58,9 @@ typedef struct vsrMserTrait
 } vsrMserTrait;
 
 /**
- * Makes a handle, to be freed by vsrMserRelease. Its work memory takes 90 bytes a pixel of the largest image and a frame
- * of one pixel around it, over a third of which grey images do not touch. Detection takes nearly linear time in pixels,
- * at most 256 steps for each distinct region, and sorts the pixels of the regions that it lists.
+ * Makes a handle, to be freed by vsrMserRelease. Its work memory takes 90 bytes a pixel of the largest image and a
+ * frame of one pixel around it, over a third of which grey images do not touch. Detection takes nearly linear time in
+ * pixels, at most 256 steps for each distinct region, and sorts the pixels of the regions that it lists.
  * @param maxWidth,maxHeight  of the images, 1 to 65535 with a product of at most 2^28
  * @param delta               1 to 255 levels, 5 is usual
  * @param minArea,maxArea     pixels, 1 <= minArea <= maxArea
