@@ -21,7 +21,7 @@ namespace HWY_NAMESPACE
 {
 
 // Several vectors at once hide how long a weight takes.
-constexpr size_t kTogether = 2;
+constexpr size_t kTogether = HWY_ARCH_ARM ? 3 : 2;
 
 template <size_t n, class D>
 struct DepthSums

@@ -1,5 +1,5 @@
-// Fourier transforms of as many lines at once as a vector has lanes. Two stages go through the registers in one pass;
-// every value is computed as the reference does. Included once per instruction set.
+// Fourier transforms of as many lines at once as a vector has lanes. Two or three stages go through the registers in
+// one pass; every value is computed as the reference does. Included once per instruction set.
 #if defined(VISORA_VECTA_TRANSFORM_FFT_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VISORA_VECTA_TRANSFORM_FFT_INL_H
 #undef VISORA_VECTA_TRANSFORM_FFT_INL_H
@@ -183,6 +183,28 @@ HWY_INLINE void twoStagesAt(Points points, size_t at, size_t h, size_t k)
         points, at, h, [&](const Point& p) HWY_ATTR { return points.twisted(p, h, k); }, second, third);
 }
 
+// The first three stages of the eight points from j on.
+template <bool inverse>
+HWY_INLINE void threeStagesAt(Points points, size_t j)
+{
+    const auto quarter = [](const Point& p) HWY_ATTR { return turnedQuarter<inverse>(p); };
+    const Point p0 = points.get(j), p1 = points.get(j + 1), p2 = points.get(j + 2), p3 = points.get(j + 3);
+    const Point p4 = points.get(j + 4), p5 = points.get(j + 5), p6 = points.get(j + 6), p7 = points.get(j + 7);
+    const Point a0 = p0 + p1, a1 = p0 - p1, a2 = p2 + p3, a3 = quarter(p2 - p3);
+    const Point a4 = p4 + p5, a5 = p4 - p5, a6 = p6 + p7, a7 = quarter(p6 - p7);
+    const Point b0 = a0 + a2, b1 = a1 + a3, b2 = a0 - a2, b3 = a1 - a3;
+    const Point b4 = a4 + a6, b5 = points.twisted(a5 + a7, 4, 1), b6 = quarter(a4 - a6);
+    const Point b7 = points.twisted(a5 - a7, 4, 3);
+    points.set(j, b0 + b4);
+    points.set(j + 1, b1 + b5);
+    points.set(j + 2, b2 + b6);
+    points.set(j + 3, b3 + b7);
+    points.set(j + 4, b0 - b4);
+    points.set(j + 5, b1 - b5);
+    points.set(j + 6, b2 - b6);
+    points.set(j + 7, b3 - b7);
+}
+
 // The stages below n of the n points from begin on. Quarters are independent until they are joined.
 template <bool inverse>
 void transformPart(Points points, size_t begin, size_t n)
@@ -197,16 +219,21 @@ void transformPart(Points points, size_t begin, size_t n)
             transformPart<inverse>(points, part, h);
         }
     }
+    else if (n == 2)
+    {
+        const Point a = points.get(begin);
+        const Point b = points.get(begin + 1);
+        points.set(begin, a + b);
+        points.set(begin + 1, a - b);
+        return;
+    }
     else if (bitsOf(static_cast<uint32_t>(n)) % 2 != 0)
     {
-        for (size_t j = begin; j < end; j += 2)
+        for (size_t j = begin; j < end; j += 8)
         {
-            const Point a = points.get(j);
-            const Point b = points.get(j + 1);
-            points.set(j, a + b);
-            points.set(j + 1, a - b);
+            threeStagesAt<inverse>(points, j);
         }
-        h = 2;
+        h = 8;
     }
     for (; h < n; h *= 4)
     {

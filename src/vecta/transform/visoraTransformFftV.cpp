@@ -55,23 +55,10 @@ HWY_INLINE void loadRows(const Work& work, const T* src, size_t stride, size_t y
                });
 }
 
-// The rows of an image; the results go to `dst`.
-template <bool inverse, bool isComplex, class T>
-HWY_INLINE void transformRows(const Work& work, const T* src, size_t stride, uint32_t height, float* dst,
-                              size_t dstPitch, bool finish)
+// The rows of an image; store(y, rows, begin, end) takes values begin .. end - 1 of rows from y on.
+template <bool inverse, bool isComplex, class T, class Store>
+HWY_INLINE void transformRows(const Work& work, const T* src, size_t stride, uint32_t height, Store store)
 {
-    const Points points = work.points();
-    const auto columns = [=](size_t x) HWY_ATTR
-    {
-        Point a = points.get(x / 2);
-        Point b = points.get(x / 2 + 1);
-        if (finish)
-        {
-            a = finishedPoint(a);
-            b = finishedPoint(b);
-        }
-        return Block<Lines>{a.re, a.im, b.re, b.im};
-    };
     for (size_t y = 0; y < height; y += kLanes)
     {
         const size_t rows = std::min<size_t>(kLanes, height - y);
@@ -79,41 +66,59 @@ HWY_INLINE void transformRows(const Work& work, const T* src, size_t stride, uin
         loadRows<isComplex>(work, src, stride, y, height);
         transform<inverse>(
             work, [](size_t /*begin*/, size_t /*end*/) {},
-            [&](size_t begin, size_t end) HWY_ATTR
-            { storeRows(dst + y * dstPitch, dstPitch, rows, 2 * begin, 2 * end, columns); });
+            [&](size_t begin, size_t end) HWY_ATTR { store(y, rows, begin, end); });
     }
 }
 
-// Columns x .. x + count - 1 of complex rows, transformed; put(y, point) takes the results.
-template <bool inverse, class Put>
-HWY_INLINE void transformColumn(const Work& work, const float* src, size_t pitch, size_t x, size_t count, Put put)
+// Columns, transformed: row(y) gives their values in row y, put(y, point) takes the results once all have been asked
+// for.
+template <bool inverse, class Row, class Put>
+HWY_INLINE void transformColumn(const Work& work, Row row, Put put)
+{
+    const Points points = work.points();
+    transform<inverse>(
+        work,
+        [&](size_t begin, size_t end) HWY_ATTR
+        {
+            for (size_t place = begin; place < end; ++place)
+            {
+                points.set(place, row(work.place(place)));
+            }
+        },
+        [&](size_t begin, size_t end) HWY_ATTR
+        {
+            for (size_t y = begin; y < end; ++y)
+            {
+                put(y, points.get(y));
+            }
+        });
+}
+
+// `count` floats, and 0 behind them.
+HWY_INLINE Line someFloats(const float* from, size_t count)
 {
     const Lines d;
-    const Points points = work.points();
-    const auto load = [&](size_t begin, size_t end) HWY_ATTR
+    if (count == kLanes)
     {
-        for (size_t place = begin; place < end; ++place)
-        {
-            const float* row = src + work.place(place) * pitch + 2 * x;
-            float some[2 * kLanes] = {};
-            if (count < kLanes)
-            {
-                std::copy_n(row, 2 * count, some);
-                row = some;
-            }
-            Point p;
-            hn::LoadInterleaved2(d, row, p.re, p.im);
-            points.set(place, p);
-        }
-    };
-    transform<inverse>(work, load,
-                       [&](size_t begin, size_t end) HWY_ATTR
-                       {
-                           for (size_t y = begin; y < end; ++y)
-                           {
-                               put(y, points.get(y));
-                           }
-                       });
+        return hn::LoadU(d, from);
+    }
+    float some[kLanes] = {};
+    std::copy_n(from, count, some);
+    return hn::LoadU(d, some);
+}
+
+HWY_INLINE Point loadComplex(const float* from, size_t count)
+{
+    const Lines d;
+    float some[2 * kLanes] = {};
+    if (count < kLanes)
+    {
+        std::copy_n(from, 2 * count, some);
+        from = some;
+    }
+    Point p;
+    hn::LoadInterleaved2(d, from, p.re, p.im);
+    return p;
 }
 
 HWY_INLINE void storeComplex(const Point& p, size_t skip, size_t count, float* to)
@@ -134,9 +139,10 @@ HWY_INLINE void transformColumns(const Work& work, uint32_t width, float* dst, s
     for (size_t x = 0; x < width; x += kLanes)
     {
         const size_t count = std::min<size_t>(kLanes, width - x);
-        transformColumn<false>(work, dst, pitch, x, count,
-                               [&](size_t y, const Point& p) HWY_ATTR
-                               { storeComplex(finishedPoint(p), 0, count, dst + y * pitch + 2 * x); });
+        transformColumn<false>(
+            work, [&](size_t y) HWY_ATTR { return loadComplex(dst + y * pitch + 2 * x, count); },
+            [&](size_t y, const Point& p) HWY_ATTR
+            { storeComplex(finishedPoint(p), 0, count, dst + y * pitch + 2 * x); });
     }
 }
 
@@ -151,7 +157,7 @@ HWY_INLINE void transformHalfOfColumns(const Work& work, uint32_t width, float* 
         const bool isMiddle = x == width / 2;
         const size_t count = isMiddle ? 1 : kLanes;
         transformColumn<false>(
-            work, dst, pitch, x, count,
+            work, [&](size_t y) HWY_ATTR { return loadComplex(dst + y * pitch + 2 * x, count); },
             [&](size_t y, const Point& p) HWY_ATTR
             {
                 storeComplex(finishedPoint(p), 0, count, dst + y * pitch + 2 * x);
@@ -176,8 +182,22 @@ HWY_INLINE vsrStatus forward(const T* src, uint32_t width, uint32_t height, uint
         return VISORA_ENOMEM;
     }
     const size_t pitch = dstStride / sizeof(float);
+    const Points points = work.points();
+    const auto pairs = [=](size_t x) HWY_ATTR
+    {
+        Point a = points.get(x / 2);
+        Point b = points.get(x / 2 + 1);
+        if (!columns)
+        {
+            a = finishedPoint(a);
+            b = finishedPoint(b);
+        }
+        return Block<Lines>{a.re, a.im, b.re, b.im};
+    };
     work.setLength(width, false);
-    transformRows<false, isComplex>(work, src, srcStride, height, dst, pitch, !columns);
+    transformRows<false, isComplex>(work, src, srcStride, height,
+                                    [&](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
+                                    { storeRows(dst + y * pitch, pitch, rows, 2 * begin, 2 * end, pairs); });
     if (columns)
     {
         work.setLength(height, false);
@@ -222,33 +242,51 @@ vsrStatus ifftf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint3
     {
         return vsrIFFTf32C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
     }
-    const Lines d;
-    const size_t values = size_t{srcWidth} * srcHeight;
-    Work work(std::max(srcWidth, srcHeight), 2 * values);
+    // The destination holds the real parts of the rows. Imaginary ones that are no power of two apart do not drive each
+    // other out of the cache.
+    const size_t pitch = size_t{srcWidth} + kLanes;
+    Work work(std::max(srcWidth, srcHeight), pitch * srcHeight);
     if (!work.isThere())
     {
         return VISORA_ENOMEM;
     }
-    float* rows = work.extra();
-    const size_t pitch = 2 * size_t{srcWidth};
+    const size_t dstPitch = dstStride / sizeof(float);
+    float* imaginary = work.extra();
+    const Points points = work.points();
+    const auto realParts = [=](size_t x) HWY_ATTR {
+        return Block<Lines>{points.get(x).re, points.get(x + 1).re, points.get(x + 2).re, points.get(x + 3).re};
+    };
+    const auto imaginaryParts = [=](size_t x) HWY_ATTR {
+        return Block<Lines>{points.get(x).im, points.get(x + 1).im, points.get(x + 2).im, points.get(x + 3).im};
+    };
     work.setLength(srcWidth, true);
-    transformRows<true, true>(work, src, srcStride, srcHeight, rows, pitch, false);
+    transformRows<true, true>(work, src, srcStride, srcHeight,
+                              [&](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
+                              {
+                                  storeRows(dst + y * dstPitch, dstPitch, rows, begin, end, realParts);
+                                  storeRows(imaginary + y * pitch, pitch, rows, begin, end, imaginaryParts);
+                              });
     work.setLength(srcHeight, true);
-    const auto scale = hn::Set(d, 1.0f / static_cast<float>(values));
+    const Lines d;
+    const auto scale = hn::Set(d, 1.0f / static_cast<float>(size_t{srcWidth} * srcHeight));
     for (size_t x = 0; x < srcWidth; x += kLanes)
     {
         const size_t count = std::min<size_t>(kLanes, srcWidth - x);
-        transformColumn<true>(work, rows, pitch, x, count,
-                              [&](size_t y, const Point& p) HWY_ATTR
-                              {
-                                  float some[kLanes];
-                                  float* to = planeRow(dst, dstStride, y) + x;
-                                  hn::StoreU(finishedLine(hn::Mul(p.re, scale)), d, count == kLanes ? to : some);
-                                  if (count < kLanes)
-                                  {
-                                      std::copy_n(some, count, to);
-                                  }
-                              });
+        transformColumn<true>(
+            work,
+            [&](size_t y) HWY_ATTR {
+                return Point{someFloats(dst + y * dstPitch + x, count), someFloats(imaginary + y * pitch + x, count)};
+            },
+            [&](size_t y, const Point& p) HWY_ATTR
+            {
+                float some[kLanes];
+                float* to = dst + y * dstPitch + x;
+                hn::StoreU(finishedLine(hn::Mul(p.re, scale)), d, count == kLanes ? to : some);
+                if (count < kLanes)
+                {
+                    std::copy_n(some, count, to);
+                }
+            });
     }
     return VISORA_SUCCESS;
 }
