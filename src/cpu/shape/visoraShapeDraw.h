@@ -55,8 +55,42 @@ struct Span
     }
 };
 
-struct Canvas
+/** A quotient, rounded down, of a numerator that grows by steps of one size. */
+struct SteppedQuotient
 {
+    SteppedQuotient(int64_t numerator, int64_t step, int64_t positiveDivisor)
+        : divisor(positiveDivisor),
+          whole(floorQuotient(numerator, divisor)),
+          rest(numerator - whole * divisor),
+          stepWhole(floorQuotient(step, divisor)),
+          stepRest(step - stepWhole * divisor)
+    {
+    }
+
+    void next()
+    {
+        rest += stepRest;
+        const bool isCarried = rest >= divisor;
+        rest -= isCarried ? divisor : 0;
+        whole += stepWhole + (isCarried ? 1 : 0);
+    }
+
+    int64_t divisor, whole, rest, stepWhole, stepRest;
+};
+
+class Canvas
+{
+  public:
+    Canvas(uint8_t* to, uint32_t toWidth, uint32_t toHeight, size_t toStride, uint32_t toChannels,
+           const uint8_t* pixels)
+        : dst(to), width(toWidth), height(toHeight), stride(toStride), channels(toChannels), color(pixels)
+    {
+        for (size_t i = 0; i < kPattern; i += channels)
+        {
+            std::copy_n(color, channels, pattern_ + i);
+        }
+    }
+
     /** Fills what is inside the image. */
     void fill(int64_t y, Span span) const
     {
@@ -66,18 +100,13 @@ struct Canvas
             return;
         }
         uint8_t* to = pixel(span.first, y);
-        const size_t bytes = static_cast<size_t>(span.last - span.first + 1) * channels;
-        if (std::all_of(color, color + channels, [this](uint8_t c) { return c == color[0]; }))
+        size_t bytes = static_cast<size_t>(span.last - span.first + 1) * channels;
+        for (; bytes >= kPattern; bytes -= kPattern)
         {
-            std::memset(to, color[0], bytes);
-            return;
+            std::memcpy(to, pattern_, kPattern);
+            to += kPattern;
         }
-        // What is there already, again and again.
-        std::memcpy(to, color, channels);
-        for (size_t done = channels; done < bytes; done *= 2)
-        {
-            std::memcpy(to + done, to, std::min(done, bytes - done));
-        }
+        std::memcpy(to, pattern_, bytes);
     }
 
     void dot(int64_t x, int64_t y) const
@@ -131,6 +160,11 @@ struct Canvas
     size_t stride;
     uint32_t channels;
     const uint8_t* color;
+
+  private:
+    static constexpr size_t kPattern = 48;  // bytes of whole pixels, of any number of channels
+
+    uint8_t pattern_[kPattern];
 };
 
 struct CanvasPoint
@@ -176,53 +210,127 @@ inline void drawThinLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b)
     {
         return;
     }
-    const int64_t numerator = 2 * steps.first * shorter + longer - 1;
-    const int64_t whole = numerator / (2 * longer);
-    int64_t rest = numerator - whole * 2 * longer;
     const auto strideY = sign * static_cast<ptrdiff_t>(canvas.stride);
     const ptrdiff_t channels = canvas.channels;
     const ptrdiff_t forward = isFlat ? channels : strideY;
     const ptrdiff_t sideways = isFlat ? strideY : channels;
-    const auto draw = [&](auto put)
+    struct Walker
     {
-        uint8_t* to = isFlat ? canvas.pixel(a.x + steps.first, a.y + sign * whole)
-                             : canvas.pixel(a.x + whole, a.y + sign * steps.first);
-        for (int64_t k = steps.first;; ++k)
-        {
-            put(to);
-            if (k == steps.last)
-            {
-                break;
-            }
-            rest += 2 * shorter;
-            const bool isAside = rest >= 2 * longer;
-            rest -= isAside ? 2 * longer : 0;
-            to += forward + (isAside ? sideways : 0);
-        }
+        uint8_t* to;
+        int64_t rest;
     };
-    canvas.withPixels(draw);
+    const auto walkerAt = [&](int64_t k)
+    {
+        const int64_t numerator = 2 * k * shorter + longer - 1;
+        const int64_t whole = numerator / (2 * longer);
+        return Walker{isFlat ? canvas.pixel(a.x + k, a.y + sign * whole) : canvas.pixel(a.x + whole, a.y + sign * k),
+                      numerator - whole * 2 * longer};
+    };
+    const auto step = [=](Walker& walker)
+    {
+        walker.rest += 2 * shorter;
+        const bool isAside = walker.rest >= 2 * longer;
+        walker.rest -= isAside ? 2 * longer : 0;
+        walker.to += forward + (isAside ? sideways : 0);
+    };
+    // Both halves at once: each step waits for the one before.
+    const int64_t half = (steps.last - steps.first + 1) / 2;
+    Walker first = walkerAt(steps.first);
+    Walker second = walkerAt(steps.first + half);
+    canvas.withPixels(
+        [&](auto put)
+        {
+            for (int64_t k = 0; k < half; ++k)
+            {
+                put(first.to);
+                put(second.to);
+                step(first);
+                step(second);
+            }
+            if (steps.first + 2 * half == steps.last)
+            {
+                put(second.to);
+            }
+        });
 }
 
 /** All that is near a segment, row by row: two discs and the strip between them. */
 class ThickLine
 {
   public:
-    ThickLine(CanvasPoint a, CanvasPoint b, int64_t thickness)
-        : a_(a),
-          b_(b),
-          ex_(b.x - a.x),
-          ey_(b.y - a.y),
-          squared_(ex_ * ex_ + ey_ * ey_),
-          thickness_(thickness),
-          reach_(wholeRoot(thickness * thickness * squared_))
+    /** With slack, somewhat more of the strip. */
+    ThickLine(CanvasPoint a, CanvasPoint b, int64_t thickness, bool hasSlack = false)
+        : a_(a), b_(b), thickness_(thickness), hasSlack_(hasSlack)
     {
     }
 
-    Span rows() const { return {std::min(a_.y, b_.y) - thickness_ / 2, std::max(a_.y, b_.y) + thickness_ / 2}; }
-
-    Span at(int64_t y) const { return disc(a_, y) | disc(b_, y) | strip(y); }
+    /** body(y, pixels) for its rows of an image. */
+    template <class Body>
+    void forRows(uint32_t height, Body body) const
+    {
+        const Span rows = Span{std::min(a_.y, b_.y) - thickness_ / 2, std::max(a_.y, b_.y) + thickness_ / 2} &
+                          Span{0, int64_t{height} - 1};
+        if (rows.isEmpty())
+        {
+            return;
+        }
+        // The strip: 0 < s < L and 2 |c| <= reach, in x relative to a.
+        const int64_t ex = b_.x - a_.x;
+        const int64_t ey = b_.y - a_.y;
+        const int64_t squared = ex * ex + ey * ey;
+        const int64_t root = wholeRoot(thickness_ * thickness_ * squared);
+        const int64_t reach = hasSlack_ ? root + (root >> 18) + 2 : root;
+        const int64_t wy = rows.first - a_.y;
+        Bounds along(ex, wy * ey, ey, 1, squared - 1);
+        Bounds across(-2 * ey, 2 * ex * wy, 2 * ex, -reach, reach);
+        for (int64_t y = rows.first; y <= rows.last; ++y)
+        {
+            const Span inside = along.at() & across.at();
+            const Span strip = inside.isEmpty() ? inside : Span{inside.first + a_.x, inside.last + a_.x};
+            body(y, disc(a_, y) | disc(b_, y) | strip);
+            along.next();
+            across.next();
+        }
+    }
 
   private:
+    /** The x with low <= p * x + q <= high, q growing by a step from row to row. */
+    class Bounds
+    {
+      public:
+        Bounds(int64_t p, int64_t q, int64_t step, int64_t low, int64_t high)
+            : isLevel_(p == 0),
+              low_(low),
+              high_(high),
+              q_(q),
+              step_(step),
+              first_(p > 0 ? low - q + p - 1 : q - high - p - 1, p > 0 ? -step : step, divisorOf(p)),
+              last_(p > 0 ? high - q : q - low, p > 0 ? -step : step, divisorOf(p))
+        {
+        }
+
+        Span at() const
+        {
+            return !isLevel_                   ? Span{first_.whole, last_.whole}
+                   : low_ <= q_ && q_ <= high_ ? Span{INT32_MIN, INT32_MAX}
+                                               : Span{0, -1};
+        }
+
+        void next()
+        {
+            q_ += step_;
+            first_.next();
+            last_.next();
+        }
+
+      private:
+        static int64_t divisorOf(int64_t p) { return p == 0 ? 1 : std::abs(p); }
+
+        bool isLevel_;
+        int64_t low_, high_, q_, step_;
+        SteppedQuotient first_, last_;
+    };
+
     Span disc(CanvasPoint centre, int64_t y) const
     {
         const int64_t dy = y - centre.y;
@@ -235,87 +343,79 @@ class ThickLine
         return {centre.x - half, centre.x + half};
     }
 
-    // x with low <= p * x + q <= high.
-    static Span between(int64_t p, int64_t q, int64_t low, int64_t high)
-    {
-        if (p == 0)
-        {
-            return low <= q && q <= high ? Span{INT32_MIN, INT32_MAX} : Span{0, -1};
-        }
-        return p > 0 ? Span{ceilQuotient(low - q, p), floorQuotient(high - q, p)}
-                     : Span{ceilQuotient(q - high, -p), floorQuotient(q - low, -p)};
-    }
-
-    // 0 < s < L and 2 |c| <= reach, in x relative to a.
-    Span strip(int64_t y) const
-    {
-        const int64_t wy = y - a_.y;
-        const Span inside = between(ex_, wy * ey_, 1, squared_ - 1) & between(-2 * ey_, 2 * ex_ * wy, -reach_, reach_);
-        return inside.isEmpty() ? inside : Span{inside.first + a_.x, inside.last + a_.x};
-    }
-
     CanvasPoint a_;
     CanvasPoint b_;
-    int64_t ex_;
-    int64_t ey_;
-    int64_t squared_;
     int64_t thickness_;
-    int64_t reach_;
+    bool hasSlack_;
 };
 
 inline void drawThickLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness)
 {
-    const ThickLine line(a, b, thickness);
-    const Span rows = line.rows() & Span{0, int64_t{canvas.height} - 1};
-    for (int64_t y = rows.first; y <= rows.last; ++y)
-    {
-        canvas.fill(y, line.at(y));
-    }
+    ThickLine(a, b, thickness).forRows(canvas.height, [&](int64_t y, const Span& span) { canvas.fill(y, span); });
 }
 
-/** The share of the color, of 256, at a pixel near a segment. */
-inline int32_t lineShare(CanvasPoint a, CanvasPoint b, int64_t x, int64_t y, uint32_t thickness)
+/** The share of the color, of 256, at pixels near a segment. */
+class LineShare
 {
-    const int64_t ex = b.x - a.x;
-    const int64_t ey = b.y - a.y;
-    const int64_t wx = x - a.x;
-    const int64_t wy = y - a.y;
-    const int64_t s = wx * ex + wy * ey;
-    const int64_t length = ex * ex + ey * ey;
-    float squared;
-    if (s <= 0)
+  public:
+    LineShare(CanvasPoint a, CanvasPoint b, uint32_t thickness)
+        : a_(a),
+          b_(b),
+          ex_(b.x - a.x),
+          ey_(b.y - a.y),
+          length_(ex_ * ex_ + ey_ * ey_),
+          floatLength_(static_cast<float>(length_)),
+          reach_(static_cast<float>(thickness) * 0.5f + 0.5f)
     {
-        squared = static_cast<float>(wx * wx + wy * wy);
     }
-    else if (s >= length)
+
+    int32_t at(int64_t x, int64_t y) const
     {
-        squared = static_cast<float>((x - b.x) * (x - b.x) + (y - b.y) * (y - b.y));
+        const int64_t wx = x - a_.x;
+        const int64_t wy = y - a_.y;
+        const int64_t s = wx * ex_ + wy * ey_;
+        float squared;
+        if (s <= 0)
+        {
+            squared = static_cast<float>(wx * wx + wy * wy);
+        }
+        else if (s >= length_)
+        {
+            squared = static_cast<float>((x - b_.x) * (x - b_.x) + (y - b_.y) * (y - b_.y));
+        }
+        else
+        {
+            const auto c = static_cast<float>(ex_ * wy - ey_ * wx);
+            squared = c * c / floatLength_;
+        }
+        const float share = reach_ - std::sqrt(squared);
+        return share > 0 ? static_cast<int32_t>(std::min(share, 1.0f) * 256 + 0.5f) : 0;
     }
-    else
-    {
-        const auto c = static_cast<float>(ex * wy - ey * wx);
-        squared = c * c / static_cast<float>(length);
-    }
-    const float share = (static_cast<float>(thickness) * 0.5f + 0.5f) - std::sqrt(squared);
-    return share > 0 ? static_cast<int32_t>(std::min(share, 1.0f) * 256 + 0.5f) : 0;
-}
+
+  private:
+    CanvasPoint a_;
+    CanvasPoint b_;
+    int64_t ex_;
+    int64_t ey_;
+    int64_t length_;
+    float floatLength_;
+    float reach_;
+};
 
 inline void drawSmoothLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness)
 {
-    // Half a pixel more on either side, and what rounding may add to that.
-    const ThickLine line(a, b, int64_t{thickness} + 2);
-    const Span rows = line.rows() & Span{0, int64_t{canvas.height} - 1};
-    for (int64_t y = rows.first; y <= rows.last; ++y)
-    {
-        const Span span = line.at(y) & Span{0, int64_t{canvas.width} - 1};
-        for (int64_t x = span.first; x <= span.last; ++x)
-        {
-            if (const int32_t share = lineShare(a, b, x, y, thickness); share > 0)
-            {
-                canvas.blend(x, y, share);
-            }
-        }
-    }
+    const LineShare share(a, b, thickness);
+    // Half a pixel more on either side, and what rounding may add to that. A share of 0 changes nothing.
+    ThickLine(a, b, int64_t{thickness} + 1, true)
+        .forRows(canvas.height,
+                 [&](int64_t y, Span span)
+                 {
+                     span = span & Span{0, int64_t{canvas.width} - 1};
+                     for (int64_t x = span.first; x <= span.last; ++x)
+                     {
+                         canvas.blend(x, y, share.at(x, y));
+                     }
+                 });
 }
 
 inline void drawLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness, uint32_t antialias)

@@ -1,4 +1,5 @@
 // Drawing, reference variants.
+#include <new>
 #include <numeric>
 
 #include "cpu/shape/visoraShape.h"
@@ -12,37 +13,31 @@ using visora::CanvasPoint;
 namespace
 {
 
-// An edge of a polygon from its upper end down, without its lowest row.
+// An edge of a polygon from its upper end down, without its lowest row; where it crosses the row that is filled.
 struct Edge
 {
-    int32_t top;
-    int32_t bottom;
-    int32_t x;
-    int32_t dx;
-};
-
-// Where an edge crosses a row: column + rest / height, 0 <= rest < height.
-struct Crossing
-{
-    bool operator<(const Crossing& other) const
+    Edge(CanvasPoint upper, CanvasPoint lower)
+        : top(upper.y), bottom(lower.y), x(upper.x), crossing(0, lower.x - upper.x, lower.y - upper.y)
     {
-        return column != other.column ? column < other.column
-                                      : int64_t{rest} * other.height < int64_t{other.rest} * height;
+        // The rows above the image.
+        if (top < 0)
+        {
+            crossing = {-top * (lower.x - upper.x), lower.x - upper.x, lower.y - upper.y};
+        }
     }
 
-    int32_t column;
-    int32_t rest;
-    int32_t height;
-};
+    // Column and what is left over of it.
+    int64_t column() const { return x + crossing.whole; }
+    bool isLeftOf(const Edge& other) const
+    {
+        return column() != other.column()
+                   ? column() < other.column()
+                   : crossing.rest * other.crossing.divisor < other.crossing.rest * crossing.divisor;
+    }
 
-Crossing crossingOf(const Edge& edge, int64_t y)
-{
-    const int64_t height = edge.bottom - edge.top;
-    const int64_t numerator = (y - edge.top) * edge.dx;
-    const int64_t whole = visora::floorQuotient(numerator, height);
-    return {static_cast<int32_t>(edge.x + whole), static_cast<int32_t>(numerator - whole * height),
-            static_cast<int32_t>(height)};
-}
+    int64_t top, bottom, x;
+    visora::SteppedQuotient crossing;
+};
 
 // The pixels that an edge goes through exactly.
 void fillExactPixels(const Canvas& canvas, CanvasPoint a, CanvasPoint b)
@@ -68,16 +63,14 @@ vsrStatus fillPolygon(const Canvas& canvas, const int32_t* xy, const uint32_t* l
     {
         points += lengths[i];
     }
-    const visora::Scratch scratch(visora::partBytes<Edge>(points) + visora::partBytes<uint32_t>(points) +
-                                  visora::partBytes<Crossing>(points));
+    const visora::Scratch scratch(visora::partBytes<Edge>(points) + visora::partBytes<Edge*>(points));
     if (!scratch.data())
     {
         return VISORA_ENOMEM;
     }
     visora::Parts parts(scratch);
     Edge* const edges = parts.take<Edge>(points);
-    auto* const active = parts.take<uint32_t>(points);
-    auto* const crossings = parts.take<Crossing>(points);
+    Edge** const active = parts.take<Edge*>(points);
     size_t count = 0;
     visora::forSides(xy, lengths, numChains,
                      [&](CanvasPoint a, CanvasPoint b)
@@ -89,8 +82,7 @@ vsrStatus fillPolygon(const Canvas& canvas, const int32_t* xy, const uint32_t* l
                          }
                          if (a.y != b.y && b.y > 0 && a.y < canvas.height)
                          {
-                             edges[count++] = {static_cast<int32_t>(a.y), static_cast<int32_t>(b.y),
-                                               static_cast<int32_t>(a.x), static_cast<int32_t>(b.x - a.x)};
+                             new (&edges[count++]) Edge(a, b);
                          }
                      });
     std::sort(edges, edges + count, [](const Edge& a, const Edge& b) { return a.top < b.top; });
@@ -98,22 +90,30 @@ vsrStatus fillPolygon(const Canvas& canvas, const int32_t* xy, const uint32_t* l
     size_t live = 0;
     for (int64_t y = 0; y < canvas.height && (live != 0 || next < count); ++y)
     {
+        live = static_cast<size_t>(
+            std::remove_if(active, active + live, [=](const Edge* edge) { return edge->bottom <= y; }) - active);
         for (; next < count && edges[next].top <= y; ++next)
         {
-            active[live++] = static_cast<uint32_t>(next);
+            active[live++] = &edges[next];
         }
-        live = static_cast<size_t>(
-            std::remove_if(active, active + live, [=](uint32_t i) { return edges[i].bottom <= y; }) - active);
-        for (size_t i = 0; i < live; ++i)
+        // From row to row their order hardly changes, but that of many may.
+        constexpr size_t kFew = 32;
+        if (live > kFew)
         {
-            crossings[i] = crossingOf(edges[active[i]], y);
+            std::sort(active, active + live, [](const Edge* a, const Edge* b) { return a->isLeftOf(*b); });
         }
-        std::sort(crossings, crossings + live);
+        for (size_t i = 1; live <= kFew && i < live; ++i)
+        {
+            for (size_t k = i; k > 0 && active[k]->isLeftOf(*active[k - 1]); --k)
+            {
+                std::swap(active[k], active[k - 1]);
+            }
+        }
         for (size_t i = 0; i + 1 < live; i += 2)
         {
-            const Crossing& first = crossings[i];
-            canvas.fill(y, {first.column + (first.rest != 0 ? 1 : 0), crossings[i + 1].column});
+            canvas.fill(y, {active[i]->column() + (active[i]->crossing.rest != 0 ? 1 : 0), active[i + 1]->column()});
         }
+        std::for_each(active, active + live, [](Edge* edge) { edge->crossing.next(); });
     }
     return VISORA_SUCCESS;
 }
