@@ -35,6 +35,13 @@ for block in "$folder"/block-*.c; do
     "${CC:-cc}" -std=c99 -Wall -Wextra -Werror -I"$source/include" -fsyntax-only "$folder/block.c"
 done
 
+# The lines of how an operation is written are those of operations.
+awk '/^```cpp$/ { on = 1; next } /^```$/ { on = 0 } on && !/^\/\// ' "$source/docs/adding-an-operation.md" >"$folder/lines"
+[ -s "$folder/lines" ]
+while read -r line; do
+    grep -rqF "$line" "$source/tests/operations" || { echo "nothing has the line $line"; exit 1; }
+done <"$folder/lines"
+
 # Two operations, of which the second became slower.
 run() {
     printf '{"context": {"date": "today", "num_cpus": 1, "mhz_per_cpu": 1, "instruction_set": "S"}, "benchmarks": ['
