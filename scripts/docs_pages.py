@@ -11,7 +11,7 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-GUIDES = ("adding-an-operation.md", "android.md", "arm.md", "dsp-stub.md", "operations.md")
+GUIDES = ("adding-an-operation.md", "android.md", "arm.md", "dsp-stub.md", "operations.md", "speed.svg")
 # A size that transforms take too.
 SIDE = 256
 PICTURES_MOST = 4
@@ -221,8 +221,8 @@ def main():
         shutil.copy(path, output / path.name)
     # The front page has the README, whose links begin in the project's folder.
     readme = (ROOT / "README.md").read_text()
-    readme = re.sub(r"\]\(docs/([\w-]+\.md)", r"](\1", readme)
-    readme = re.sub(r"\[([^\]]*)\]\((?!http|#|[\w-]+\.md)[^)]*\)", r"`\1`", readme)
+    readme = re.sub(r"\]\(docs/([\w-]+\.(?:md|svg))", r"](\1", readme)
+    readme = re.sub(r"\[([^\]]*)\]\((?!http|#|[\w-]+\.(?:md|svg))[^)]*\)", r"`\1`", readme)
     (output.parent / "README.md").write_text(readme)
     measured = ROOT / "build" / "bench.json"
     (output / "performance.md").write_text(performance(output, measured if measured.exists() else None))

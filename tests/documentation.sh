@@ -1,5 +1,6 @@
 #!/bin/sh
-# The site is whole: every function has its place, and no link leads nowhere. The page of measured speed is one, too.
+# The site is whole: every function has its place, no link leads nowhere, and what is C on it compiles. The page of
+# measured speed is one, too.
 # usage: documentation.sh TOOLS_FOLDER SOURCE_FOLDER
 set -eu
 tools=$1 source=$2
@@ -18,6 +19,28 @@ while read -r function; do
     grep -q "id=\"c.$function\"" "$folder/site.html" || { echo "$function has no place"; exit 1; }
 done <"$folder/functions"
 [ "$(find "$folder/docs/source/pictures" -name '*.png' | wc -l)" -gt 200 ]
+
+# Blocks that are no programs are declarations or statements.
+for page in "$source"/README.md "$source"/docs/*.md "$source"/docs/site/*.md; do
+    awk -v start="$folder/block-$(basename "$page" .md)" '/^```c$/ { file = start "-" ++count ".c"; next } /^```$/ { file = "" }
+        file { print > file }' "$page"
+done
+for block in "$folder"/block-*.c; do
+    if grep -q 'int main(' "$block"; then
+        cp "$block" "$folder/block.c"
+    else
+        { echo '#include <visora.h>' && echo 'void block(void);' && echo 'void block(void) {' && cat "$block" && echo '}'; } \
+            >"$folder/block.c"
+    fi
+    "${CC:-cc}" -std=c99 -Wall -Wextra -Werror -I"$source/include" -fsyntax-only "$folder/block.c"
+done
+
+# The lines of how an operation is written are those of operations.
+awk '/^```cpp$/ { on = 1; next } /^```$/ { on = 0 } on && !/^\/\// ' "$source/docs/adding-an-operation.md" >"$folder/lines"
+[ -s "$folder/lines" ]
+while read -r line; do
+    grep -rqF "$line" "$source/tests/operations" || { echo "nothing has the line $line"; exit 1; }
+done <"$folder/lines"
 
 # Two operations, of which the second became slower.
 run() {

@@ -1,8 +1,8 @@
 #!/bin/bash
 # The command-line tool: every operation runs, does what it says, and what it cannot do is told and writes nothing.
-# usage: tool.sh VISORA
+# usage: tool.sh VISORA README
 set -euo pipefail
-visora=$1
+visora=$1 readme=$2
 folder=$(mktemp -d)
 trap 'rm -r "$folder"' EXIT
 cd "$folder"
@@ -28,12 +28,12 @@ run bitwisexoru8 ramp-mapX.png ramp-mapY.png -o texture.png
 run equalizehistogramu8 texture.png -o texture.png
 run transformaffineu8 texture.png --affine 1,0,-3,0,1,-2 --dstWidth 64 --dstHeight 64 -o moved.png
 
-# Each with as many pictures as it wants. Few want arguments that nobody has given examples for, or other pictures.
+# Each with as many pictures as it wants, but for those that want what no picture of a size is: what was learned of a
+# background, blocks of a JPEG decoder, a checkerboard, bands half as large.
 "$visora" list >operations
-total=0 done=0
+total=0
 while read -r operation _; do
     total=$((total + 1))
-    status=0
     pictures=()
     for _ in 1 2 3 4 5; do
         status=0
@@ -42,10 +42,12 @@ while read -r operation _; do
         pictures+=(texture.png)
     done
     [ "$status" -lt 126 ] || fail "$operation crashed: $(tail -1 out)"
-    [ "$status" -ne 0 ] || done=$((done + 1))
+    case $operation in
+        BGCode* | ColorYCrCbH* | CheckerboardCorners* | HaarInverse*) ;;
+        *) [ "$status" -eq 0 ] || fail "$operation cannot be shown: $(tail -1 out)" ;;
+    esac
 done <operations
-[ "$total" -gt 250 ] || fail "only $total operations"
-[ $((done * 100)) -ge $((total * 85)) ] || fail "only $done of $total operations can be shown"
+[ "$total" -gt 350 ] || fail "only $total operations"
 
 # What is computed.
 run bitwisenotu8 texture.png -o not.png
@@ -63,6 +65,14 @@ awk '{ if (($4 - $1 - 3) ^ 2 + ($5 - $2 - 2) ^ 2 < 0.04) right++ } END { exit !(
 run corners texture.png --overlay -o corners.png
 grep -q "^xy" out && [ -s corners.png ] || fail "no corners"
 "$visora" help median3x3 | grep -q "3x3 median of a u8 image with a border rule" || fail "help"
+
+# The README's commands.
+mkdir readme readme/photographs
+for name in in a b photographs/1 photographs/2; do cp texture.png "readme/$name.png"; done
+awk '/^```sh$/ { block = ""; on = 1; next } /^```$/ { if (block ~ /^visora /) printf "%s", block; on = 0 } on { block = block $0 "\n" }' \
+    "$readme" >readme/commands
+grep -c "^visora " readme/commands >/dev/null || fail "no commands in $readme"
+(cd readme && PATH=$(dirname "$visora"):$PATH bash -e commands >out 2>&1) || fail "README: $(tail -1 readme/out)"
 
 # Folders: the good ones are done, the bad one is told.
 mkdir photographs

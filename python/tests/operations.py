@@ -42,7 +42,7 @@ NUMBERS = {"threshold": 30, "shift": 2, "maxWords": 3, "maxIterations": 5, "epsi
            "gamma": 0.7, "maxValue": 200, "time": 4, "maxAge": 2, "maxsqerr": 1.0, "format": 3, "channel": 4,
            "iterations": 5, "numDisparities": 8, "gradientThreshold": 20, "rhoStep": 2.0, "thetaStep": 5.0,
            "edgeThreshold": 30, "minRadius": 2, "maxRadius": 7, "minLength": 2, "lower": 60, "upper": 60,
-           "tolerance": 25, "seedX": 5, "seedY": 6, "x1": 25, "y1": 12, "minDeviation": 300, "rateShift": 4}
+           "tolerance": 25, "seedX": 5, "seedY": 6, "x1": 25, "y1": 12, "minDeviation": 300, "rateShift": 4, "paths": 4, "penalty2": 9}
 RECORDS = {"vsrBlobParameters": (40, 200, 20, 0, 1, 300, 0, 0, 2, 1), "vsrEllipse": (12, 7, 9, 5, 30),
            "vsrMserRegion": [(0, 4, 1, 1, 6, 5), (4, 3, 0, 0, 9, 9), (7, 2, 2, 0, 3, 4)]}
 RECTANGLE = {"width": 20, "height": 10}  # where these are numbers, not the size of an image
@@ -83,6 +83,8 @@ def value_of(function, parameter):
         return RECTANGLE[name]
     if name == "bins" and "Clahe" in function["name"]:
         return 256
+    if name == "blockSize" and "Disparity" in function["name"]:
+        return 5
     if name in ("N", "M"):
         return SIZES[name]
     if "default" in parameter:
@@ -117,6 +119,8 @@ def content(function, parameter, shape, random):
     if name == "A" and shape[0] == shape[1]:
         square = random.standard_normal((shape[0], shape[0]))
         return (square @ square.T + 4 * np.eye(shape[0])).astype(kind).reshape(shape)
+    if name == "seeds":
+        return np.array([(3, 4), (20, 9)], kind)
     if name == "lengths":
         return np.array([1, 2, 3], kind)
     if name == "labels":
