@@ -83,6 +83,15 @@ struct RowEnd
     }
 };
 
+/** Keeps a compiler for ARM from making several pointers of one and an index, which loads and stores in pairs lack. */
+template <class T>
+HWY_INLINE void keepApart([[maybe_unused]] T*& pointer)
+{
+#if HWY_ARCH_ARM
+    asm("" : "+r"(pointer));
+#endif
+}
+
 /**
  * Runs step(std::index_sequence<0 .. n - 1>, pointers ...), which does n * Step::kLanes columns from each plane's
  * pointer on, over a row. The columns behind the last full step are done apart from the row, from what it held before
@@ -105,11 +114,13 @@ HWY_INLINE void stepRow(size_t width, const Step& step, P... rows)
         size_t left = width;
         if constexpr (Step::kUnroll > 1)
         {
-            for (; left >= Step::kUnroll * lanes; left -= Step::kUnroll * lanes)
+            for (size_t steps = left / (Step::kUnroll * lanes); steps != 0; --steps)
             {
                 step(std::make_index_sequence<Step::kUnroll>(), rows.data...);
                 advance(Step::kUnroll * lanes);
+                (keepApart(rows.data), ...);
             }
+            left %= Step::kUnroll * lanes;
         }
         for (; left >= lanes; left -= lanes)
         {

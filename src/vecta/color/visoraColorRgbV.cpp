@@ -220,8 +220,13 @@ vsrStatus RGB565ToBGR565(const uint8_t* src, uint32_t width, uint32_t height, ui
         {
             const Unsigned16<decltype(d)> u16;
             const auto words = hn::BitCast(u16, v);
+#if HWY_ARCH_ARM
+            const uint16x8_t outer = vsriq_n_u16(vshlq_n_u16(words.raw, 11), words.raw, 11);
+            return hn::BitCast(d, decltype(words)(vbslq_u16(vdupq_n_u16(0x07E0), words.raw, outer)));
+#else
             const auto outer = hn::Or(hn::ShiftLeft<11>(words), hn::ShiftRight<11>(words));
             return hn::BitCast(d, hn::Or(outer, hn::And(words, hn::Set(u16, uint16_t{0x07E0}))));
+#endif
         },
         src, 2 * width, height, srcStride, dst, dstStride);
 }

@@ -179,6 +179,31 @@ HWY_INLINE void widenBytes(D d, const uint8_t* p, Body body)
 #endif
 }
 
+/**
+ * What a byte of 1 is in floats that bytesToFloats gives. On ARM a byte is a float of 16 bits without an exponent,
+ * 2^-24 times its number, which converts in half the instructions.
+ */
+constexpr float kByteUnit = HWY_ARCH_ARM_A64 ? 0x1p-24F : 1.0F;
+
+/** Calls body(k, vector) for the k-th vector of floats of the bytes from p on, as many as a full vector of u8 has. */
+template <class Body>
+HWY_INLINE void bytesToFloats(const uint8_t* p, Body body)
+{
+    const hn::ScalableTag<float> d;
+#if HWY_ARCH_ARM_A64
+    widenBytes(hn::ScalableTag<uint16_t>(), p,
+               [&](auto k, auto v) HWY_ATTR
+               {
+                   const float16x8_t halves = vreinterpretq_f16_u16(v.raw);
+                   body(std::integral_constant<size_t, 2 * k>(),
+                        hn::Vec<decltype(d)>(vcvt_f32_f16(vget_low_f16(halves))));
+                   body(std::integral_constant<size_t, 2 * k + 1>(), hn::Vec<decltype(d)>(vcvt_high_f32_f16(halves)));
+               });
+#else
+    widenBytes(hn::ScalableTag<int32_t>(), p, [&](auto k, auto v) HWY_ATTR { body(k, hn::ConvertTo(d, v)); });
+#endif
+}
+
 /** Floats limited to 0 .. 255 and rounded to nearest, ties to even; 0 for a NaN. */
 template <class D, class V>
 HWY_INLINE hn::Vec<hn::RebindToSigned<D>> byteOf(D d, V v)

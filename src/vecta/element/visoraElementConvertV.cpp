@@ -1,4 +1,6 @@
 // Operations between elements of different sizes, vector variants. A step takes a vector of bytes.
+#include <cmath>
+
 #include "visora/variants/arithmetic.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -33,56 +35,74 @@ using Once = std::index_sequence<0>;
 
 struct ToFloatStep : ByteStep
 {
-    float scale;
+    float scale;  // of bytes in their unit
     float offset;
 
     HWY_INLINE void operator()(Once /*step*/, float* dst, const uint8_t* src) const
     {
         const DF d;
-        widenBytes(DS32(), src,
-                   [&](auto k, auto v) HWY_ATTR
-                   {
-                       const auto scaled = hn::Mul(hn::Set(d, scale), hn::ConvertTo(d, v));
-                       hn::StoreU(resultWithOneNan(d, hn::Add(scaled, hn::Set(d, offset))), d,
-                                  dst + k * hn::MaxLanes(d));
-                   });
+        bytesToFloats(src,
+                      [&](auto k, auto v) HWY_ATTR
+                      {
+                          const auto scaled = hn::Mul(hn::Set(d, scale), v);
+                          hn::StoreU(resultWithOneNan(d, hn::Add(scaled, hn::Set(d, offset))), d,
+                                     dst + k * hn::MaxLanes(d));
+                      });
     }
 };
 
 struct AccumulateStep : ByteStep
 {
-    float alpha;
+    static constexpr size_t kUnroll = HWY_ARCH_ARM ? 2 : 1;
+
+    float alpha;  // of bytes in their unit
     float beta;
 
-    HWY_INLINE void operator()(Once /*step*/, float* dst, const uint8_t* src) const
+    template <size_t... i>
+    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, float* dst, const uint8_t* src) const
     {
-        const DF d;
-        widenBytes(DS32(), src,
-                   [&](auto k, auto v) HWY_ATTR
-                   { hn::StoreU(blended(v, dst + k * hn::MaxLanes(d)), d, dst + k * hn::MaxLanes(d)); });
+        (blend(dst + i * kLanes, src + i * kLanes), ...);
     }
 
-    HWY_INLINE void operator()(Once /*step*/, float* dst, const uint8_t* src, const uint8_t* mask) const
+    template <size_t... i>
+    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, float* dst, const uint8_t* src,
+                               const uint8_t* mask) const
+    {
+        (blendMasked(dst + i * kLanes, src + i * kLanes, mask + i * kLanes), ...);
+    }
+
+  private:
+    HWY_INLINE void blend(float* dst, const uint8_t* src) const
+    {
+        const DF d;
+        hn::Vec<DF> results[4];
+        bytesToFloats(src, [&](auto k, auto v) HWY_ATTR { results[k] = blended(v, dst + k * hn::MaxLanes(d)); });
+        for (size_t k = 0; k < 4; ++k)
+        {
+            hn::StoreU(results[k], d, dst + k * hn::MaxLanes(d));
+        }
+    }
+
+    HWY_INLINE void blendMasked(float* dst, const uint8_t* src, const uint8_t* mask) const
     {
         const DF d;
         const DS32 d32;
         const hn::Rebind<uint8_t, DF> bytes;
-        widenBytes(d32, src,
-                   [&](auto k, auto v) HWY_ATTR
-                   {
-                       float* const to = dst + k * hn::MaxLanes(d);
-                       const auto m = hn::PromoteTo(d32, hn::LoadU(bytes, mask + k * hn::MaxLanes(d)));
-                       const auto isOut = hn::RebindMask(d, hn::Eq(m, hn::Zero(d32)));
-                       hn::StoreU(hn::IfThenElse(isOut, hn::LoadU(d, to), blended(v, to)), d, to);
-                   });
+        bytesToFloats(src,
+                      [&](auto k, auto v) HWY_ATTR
+                      {
+                          float* const to = dst + k * hn::MaxLanes(d);
+                          const auto m = hn::PromoteTo(d32, hn::LoadU(bytes, mask + k * hn::MaxLanes(d)));
+                          const auto isOut = hn::RebindMask(d, hn::Eq(m, hn::Zero(d32)));
+                          hn::StoreU(hn::IfThenElse(isOut, hn::LoadU(d, to), blended(v, to)), d, to);
+                      });
     }
 
-  private:
-    HWY_INLINE hn::Vec<DF> blended(hn::Vec<DS32> v, const float* old) const
+    HWY_INLINE hn::Vec<DF> blended(hn::Vec<DF> v, const float* old) const
     {
         const DF d;
-        return resultWithOneNan(
-            d, hn::Add(hn::Mul(hn::Set(d, beta), hn::LoadU(d, old)), hn::Mul(hn::Set(d, alpha), hn::ConvertTo(d, v))));
+        return resultWithOneNan(d,
+                                hn::Add(hn::Mul(hn::Set(d, beta), hn::LoadU(d, old)), hn::Mul(hn::Set(d, alpha), v)));
     }
 };
 
@@ -116,11 +136,10 @@ struct DivideStep : ByteStep
         const DF d;
         const D8 d8;
         hn::Vec<DF> a[4];
-        widenBytes(DS32(), src1,
-                   [&](auto k, auto v) HWY_ATTR { a[k] = hn::Mul(hn::Set(d, scale), hn::ConvertTo(d, v)); });
+        // Of two numbers in one unit: products below the floats' range are far below a half, those above it above 255.
+        bytesToFloats(src1, [&](auto k, auto v) HWY_ATTR { a[k] = hn::Mul(hn::Set(d, scale), v); });
         hn::Vec<DS32> quotients[4];
-        widenBytes(DS32(), src2,
-                   [&](auto k, auto v) HWY_ATTR { quotients[k] = byteOf(d, hn::Div(a[k], hn::ConvertTo(d, v))); });
+        bytesToFloats(src2, [&](auto k, auto v) HWY_ATTR { quotients[k] = byteOf(d, hn::Div(a[k], v)); });
         const auto isZero = hn::Eq(hn::LoadU(d8, src2), hn::Zero(d8));
         hn::StoreU(hn::IfThenZeroElse(isZero, narrowToBytes(quotients[0], quotients[1], quotients[2], quotients[3])),
                    d8, dst);
@@ -195,11 +214,17 @@ struct NarrowStep : ByteStep
 
 }  // namespace
 
-vsrStatus convertU8F32(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float scale,
-                       float offset, float* dst, uint32_t dstStride)
+bool convertU8F32(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float scale,
+                  float offset, float* dst, uint32_t dstStride)
 {
-    return mapPlanes(srcWidth, srcHeight, ToFloatStep{{}, scale, offset}, destination(dst, dstStride),
-                     source(src, srcStride));
+    const float perUnit = scale / kByteUnit;
+    if (std::isinf(perUnit) && !std::isinf(scale))
+    {
+        return false;
+    }
+    mapPlanes(srcWidth, srcHeight, ToFloatStep{{}, perUnit, offset}, destination(dst, dstStride),
+              source(src, srcStride));
+    return true;
 }
 
 vsrStatus convertF32U8(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float scale,
@@ -219,7 +244,7 @@ vsrStatus convertS16U8(const int16_t* src, uint32_t srcWidth, uint32_t srcHeight
 vsrStatus accumulate(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, const uint8_t* mask,
                      uint32_t maskStride, float alpha, float* dst, uint32_t dstStride)
 {
-    const AccumulateStep step{{}, alpha, 1 - alpha};
+    const AccumulateStep step{{}, alpha / kByteUnit, 1 - alpha};
     return mask == nullptr ? mapPlanes(srcWidth, srcHeight, step, updated(dst, dstStride), source(src, srcStride))
                            : mapPlanes(srcWidth, srcHeight, step, updated(dst, dstStride), source(src, srcStride),
                                        source(mask, maskStride));

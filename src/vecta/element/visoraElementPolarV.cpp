@@ -26,11 +26,19 @@ using VS32 = hn::Vec<DS32>;
 HWY_INLINE VF octantAngle(VF x, VF y)
 {
     const DF d;
+#if HWY_ARCH_ARM_A64
+    // These keep a NaN to the end. Nothing is between 0 and the smallest number, which 0 is divided by instead of
+    // itself.
+    const VF small(vminq_f32(x.raw, y.raw));
+    const VF big(vmaxq_f32(vmaxq_f32(x.raw, y.raw), vreinterpretq_f32_u32(vdupq_n_u32(1))));
+    const VF q = hn::IfThenElse(hn::Eq(small, hn::Inf(d)), hn::Set(d, 1), hn::Div(small, big));
+#else
     const VF zero = hn::Zero(d);
     const VF big = hn::Max(x, y);
     const VF small = hn::Min(x, y);
     const VF ratio = hn::IfThenElse(hn::Eq(small, hn::Inf(d)), hn::Set(d, 1), hn::Div(small, big));
     const VF q = hn::IfThenElse(hn::Eq(big, zero), zero, ratio);
+#endif
     const VF s = hn::Mul(q, q);
     VF p = hn::Set(d, polar::kCoefficients[6]);
     for (int i = 5; i >= 0; --i)
@@ -40,25 +48,46 @@ HWY_INLINE VF octantAngle(VF x, VF y)
     return hn::Add(q, hn::Mul(hn::Mul(q, s), p));
 }
 
-// turn - v where the mask says so, else v.
+// turn - v where the mask says so, else v; v is from 0 to turn.
 template <class D, class M, class V>
 HWY_INLINE V mirroredIf(D d, M mask, hn::TFromD<D> turn, V v)
 {
+#if HWY_ARCH_ARM
+    if constexpr (hwy::IsFloat<hn::TFromD<D>>())
+    {
+        // One instruction, which overwrites none of its operands.
+        return hn::AbsDiff(hn::IfThenElseZero(mask, hn::Set(d, turn)), v);
+    }
+#endif
     return hn::IfThenElse(mask, hn::Sub(hn::Set(d, turn), v), v);
 }
 
 struct FloatStep
 {
     static constexpr size_t kLanes = hn::MaxLanes(DF());
-    static constexpr size_t kUnroll = 1;
+    static constexpr size_t kUnroll = HWY_ARCH_ARM ? 2 : 1;
 
-    HWY_INLINE void operator()(std::index_sequence<0> /*step*/, float* magnitude, float* angle, const float* src1,
+    // All vectors are loaded before the first is stored.
+    template <size_t... i>
+    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, float* magnitude, float* angle, const float* src1,
                                const float* src2) const
     {
         const DF d;
+        const Polar results[] = {at(hn::LoadU(d, src1 + i * kLanes), hn::LoadU(d, src2 + i * kLanes))...};
+        (hn::StoreU(results[i].magnitude, d, magnitude + i * kLanes), ...);
+        (hn::StoreU(results[i].angle, d, angle + i * kLanes), ...);
+    }
+
+  private:
+    struct Polar
+    {
+        VF magnitude, angle;
+    };
+
+    static HWY_INLINE Polar at(VF x, VF y)
+    {
+        const DF d;
         const VF zero = hn::Zero(d);
-        const VF x = hn::LoadU(d, src1);
-        const VF y = hn::LoadU(d, src2);
         const VF absX = hn::Abs(x);
         const VF absY = hn::Abs(y);
         VF turn = mirroredIf(d, hn::Gt(absY, absX), polar::kQuarter, octantAngle(absX, absY));
@@ -66,9 +95,12 @@ struct FloatStep
         turn = mirroredIf(d, hn::Lt(y, zero), polar::kWhole, turn);
         turn = hn::IfThenZeroElse(hn::Ge(turn, hn::Set(d, polar::kWhole)), turn);
         const VF length = hn::Sqrt(hn::Add(hn::Mul(x, x), hn::Mul(y, y)));
+#if HWY_ARCH_ARM_A64
+        return {resultWithOneNan(d, length), resultWithOneNan(d, turn)};
+#else
         // Only a NaN among x and y makes the length one: squares are not negative.
-        hn::StoreU(resultWithOneNan(d, length), d, magnitude);
-        hn::StoreU(hn::IfThenElse(isNumber(length), turn, hn::Set(d, kNan)), d, angle);
+        return {resultWithOneNan(d, length), hn::IfThenElse(isNumber(length), turn, hn::Set(d, kNan))};
+#endif
     }
 };
 

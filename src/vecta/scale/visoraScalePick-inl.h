@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 
 #include "cpu/visoraScratch.h"
 #include "hwy/cache_control.h"
@@ -151,41 +150,63 @@ class ColumnPicker
         constexpr size_t kLineBytes = 64;
         const hn::ScalableTag<uint8_t> d;
 #if HWY_ARCH_ARM
-        (void)load;
-        const uint8_t* from = row + columns_[1] + 1 - kStep;
-        uint8_t* to = out + 1;
-        const uint8_t* ahead = next + kStep;
-        size_t left = dstWidth_ - 1;
-        const auto one = [](const uint8_t* pixels) HWY_ATTR
-        {
-            if constexpr (kStep == 2)
-                return vld2q_u8(pixels).val[1];
-            else
-                return vld4q_u8(pixels).val[3];
-        };
-        for (; left >= 64; left -= 64, to += 64, ahead += 64 * kStep)
-        {
-            for (size_t i = 0; i < 64 * kStep; i += kLineBytes)
-                hwy::Prefetch(ahead + i);
-            const auto take = [&]() HWY_ATTR { return one(std::exchange(from, from + 16 * kStep)); };
-            const auto first = take();
-            const auto second = take();
-            const auto third = take();
-            const auto fourth = take();
-            vst1q_u8(to, first);
-            vst1q_u8(to + 16, second);
-            vst1q_u8(to + 32, third);
-            vst1q_u8(to + 48, fourth);
-        }
         (void)d;
-        if (left == 0)
+        (void)load;
+        constexpr size_t kOutputs = 64;
+        const uint8_t* from = row + columns_[1] + 1 - kStep;
+        const uint8_t* ahead = next + kStep;
+        uint8_t* to = out + 1;
+        const size_t outputs = dstWidth_ - 1;
+        const auto one = [](const uint8_t*& pixels) HWY_ATTR
         {
-            return;
+            uint8x16_t taken;
+            if constexpr (kStep == 2)
+            {
+                taken = vld2q_u8(pixels).val[1];
+            }
+            else
+            {
+                taken = vld4q_u8(pixels).val[3];
+            }
+            // These loads move their pointer for nothing, and take no offset.
+            pixels += 16 * kStep;
+            asm("" : "+r"(pixels));
+            return taken;
+        };
+        if (outputs < kOutputs)
+        {
+            return coverRange(0, outputs, 16,
+                              [&](size_t x) HWY_ATTR
+                              {
+                                  const uint8_t* pixels = from + x * kStep;
+                                  vst1q_u8(to + x, one(pixels));
+                              });
         }
-        // Less than a vector of outputs overlaps those that are done.
-        const size_t back = left < 16 ? 16 - left : 0;
-        coverRange(0, left + back, 16,
-                   [&](size_t x) HWY_ATTR { vst1q_u8(to - back + x, one(from - back * kStep + x * kStep)); });
+        const auto step = [&]() HWY_ATTR
+        {
+            for (size_t i = 0; i < kOutputs * kStep; i += kLineBytes)
+            {
+                hwy::Prefetch(ahead + i);
+            }
+            ahead += kOutputs * kStep;
+            const uint8x16_t taken[] = {one(from), one(from), one(from), one(from)};
+            for (size_t i = 0; i < 4; ++i)
+            {
+                vst1q_u8(to + 16 * i, taken[i]);
+            }
+            to += kOutputs;
+        };
+        for (size_t steps = outputs / kOutputs; steps != 0; --steps)
+        {
+            step();
+        }
+        // The last step overlaps the one before it.
+        if (const size_t rest = outputs % kOutputs; rest != 0)
+        {
+            from -= (kOutputs - rest) * kStep;
+            to -= kOutputs - rest;
+            step();
+        }
         return;
 #endif
         const uint8_t* lane = row + columns_[1] + 1 - kStep;  // where the lane of output 1 begins

@@ -32,6 +32,10 @@ HWY_INLINE void transposeBlock(D d, const uint8_t* src, ptrdiff_t srcStep, uint8
     using T = hn::TFromD<D>;
     constexpr size_t kColumns = 16 / sizeof(T);
     const hn::FixedTag<T, kColumns> part;
+#if HWY_ARCH_X86
+    // Else compilers keep the pointers of all rows between blocks, on the stack: loading them costs more than the rows.
+    asm volatile("" : "+r"(src), "+r"(srcStep), "+r"(dst), "+r"(dstStep));
+#endif
     hn::Vec<D> rows[kColumns];
     hn::Vec<D> mixed[kColumns];
     const auto loadPart = [&](size_t row) HWY_ATTR
@@ -88,7 +92,11 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     constexpr size_t kLineBytes = 64;
     constexpr size_t kRows = hn::MaxLanes(D());
     constexpr size_t kColumns = 16 / sizeof(T);
-    constexpr size_t kRowsAhead = 64;
+    // As many rows as make a line of the destination's; short vectors take more steps for as much.
+    constexpr size_t kRowsAhead = HWY_ARCH_X86 ? kLineBytes / sizeof(T) : 64;
+    // What is written fits the second-level cache below this, and need not be fetched.
+    constexpr size_t kLargeBytes = 4 << 20;
+    const bool isLarge = HWY_ARCH_X86 && width * height * sizeof(T) >= kLargeBytes;
     const auto srcStep = static_cast<ptrdiff_t>(srcStride);
     const auto dstStep = static_cast<ptrdiff_t>(dstStride);
     // Inlined, all of it, so that what a band has in common stays in registers.
@@ -109,22 +117,41 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
                 break;
         }
     };
-    // A band of source columns as wide as a cache line, walked down the image, keeps both sides' lines in the
-    // first-level cache.
-    constexpr size_t kBand = kLineBytes / sizeof(T);
+    // A band of few cache lines of source columns, walked down the image, keeps both sides' lines in the nearer caches.
+    constexpr size_t kBand = (HWY_ARCH_X86 ? 4 : 1) * kLineBytes / sizeof(T);
     for (size_t band = 0; band < width; band += kBand)
     {
         const size_t bandEnd = HWY_MIN(band + kBand, width);
         const size_t bandBegin = bandEnd - band >= kColumns ? band : bandEnd - kColumns;
+        // The processor does not foresee where a band goes on, a few lines a row, nor where its columns do.
+        const auto fetchRows = [=](size_t y) HWY_ATTR
+        {
+            for (size_t row = y; row < y + kRows; ++row)
+            {
+                const uint8_t* from = src + row * srcStride;
+                for (size_t x = bandBegin; x < bandEnd; x += kLineBytes / sizeof(T))
+                {
+                    hwy::Prefetch(from + x * sizeof(T));
+                }
+            }
+        };
+        const auto fetchColumns = [=](size_t y) HWY_ATTR
+        {
+            const size_t place = (turn == Turn::Clockwise ? height - kRows - y : y) * sizeof(T);
+            for (size_t x = bandBegin; x < bandEnd; ++x)
+            {
+                hwy::Prefetch(dst + (turn == Turn::Anticlockwise ? width - 1 - x : x) * dstStride + place);
+            }
+        };
         coverRange(
             0, height, kRows, [=](size_t y) HWY_ATTR __attribute__((always_inline)) {
-                // The processor does not foresee where a band goes on, one cache line a row.
-                if (const size_t ahead = y + kRowsAhead; ahead + kRows <= height)
+                if (y + kRowsAhead + kRows <= height)
                 {
-                    for (size_t row = ahead; row < ahead + kRows; ++row)
-                    {
-                        hwy::Prefetch(src + row * srcStride + bandBegin * sizeof(T));
-                    }
+                    fetchRows(y + kRowsAhead);
+                }
+                if (isLarge && y + 2 * kRows <= height)
+                {
+                    fetchColumns(y + kRows);
                 }
                 coverRange(
                     bandBegin, bandEnd,
