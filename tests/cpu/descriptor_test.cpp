@@ -1,4 +1,6 @@
 // Clusters, trees, descriptors of gradients and small tools: judged by slow restatements and known answers.
+#include "visora/descriptor.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +13,6 @@
 #include "support/images.h"
 #include "support/random.h"
 #include "visora/cluster.h"
-#include "visora/descriptor.h"
 #include "visora/element.h"
 #include "visora/types.h"
 #include "visora/wavelet.h"
