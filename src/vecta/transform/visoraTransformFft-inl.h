@@ -160,7 +160,7 @@ HWY_INLINE void fourPoints(Points points, size_t j, size_t h, First first, Secon
 
 // So many points of all lines are transformed while they are in the nearest cache.
 constexpr size_t kNear = 2048 / kLanes;
-// So many results are taken at once: a cache line of each row.
+// So many complex results are taken at once: a cache line of each row.
 constexpr size_t kChunk = 8;
 
 // Stages h and 2h of the four points with the twiddle factors k, h apart from `at` on.
@@ -251,7 +251,7 @@ void transformPart(Points points, size_t begin, size_t n)
  * A transform of the lines in the points. load(begin, end) sets the points of these places when they are wanted;
  * emit(begin, end) takes results while they are near, a chunk at a time.
  */
-template <bool inverse, class Load, class Emit>
+template <bool inverse, size_t chunkSize = kChunk, class Load, class Emit>
 HWY_INLINE void transform(const Work& work, Load load, Emit emit)
 {
     const Points points = work.points();
@@ -260,9 +260,9 @@ HWY_INLINE void transform(const Work& work, Load load, Emit emit)
     {
         load(0, n);
         transformPart<inverse>(points, 0, n);
-        for (size_t j = 0; j < n; j += kChunk)
+        for (size_t j = 0; j < n; j += chunkSize)
         {
-            emit(j, std::min(n, j + kChunk));
+            emit(j, std::min(n, j + chunkSize));
         }
         return;
     }
@@ -272,17 +272,107 @@ HWY_INLINE void transform(const Work& work, Load load, Emit emit)
         load(part, part + h);
         transformPart<inverse>(points, part, h);
     }
-    for (size_t chunk = 0; chunk < h; chunk += kChunk)
+    for (size_t chunk = 0; chunk < h; chunk += chunkSize)
     {
-        for (size_t k = chunk; k < chunk + kChunk; ++k)
+        for (size_t k = chunk; k < chunk + chunkSize; ++k)
         {
             twoStagesAt<inverse>(points, k, h, k);
         }
         for (size_t j = chunk; j < n; j += h)
         {
-            emit(j, j + kChunk);
+            emit(j, j + chunkSize);
         }
     }
+}
+
+// ---- Lines of real values ----
+
+// Their spectra are their own mirror images, h values of them as well as all n: half of each is enough. The spectrum of
+// h values takes the places of h / 2 points: value 0 and value h / 2, which are real, the first one, value k place k.
+
+// So many values are transformed while they are in the nearest cache.
+constexpr size_t kNearReal = 2 * 4096 / kLanes;
+
+HWY_INLINE Point mirrored(const Point& p)
+{
+    return {p.re, hn::Neg(p.im)};
+}
+
+// Stage h of the two spectra of h values from `at` on.
+HWY_INLINE void joinSpectra(Points points, size_t at, size_t h)
+{
+    const size_t half = h / 2;
+    const Point a0 = points.get(at);
+    const Point b0 = points.get(at + half);
+    points.set(at, {hn::Add(a0.re, b0.re), hn::Sub(a0.re, b0.re)});
+    points.set(at + half, {a0.im, hn::Neg(b0.im)});
+    struct Joined
+    {
+        Point k, beyond;  // value k, and value h + k as what it mirrors, value h - k
+    };
+    const auto joined = [&](size_t k) HWY_ATTR
+    {
+        const Point a = points.get(at + k);
+        const Point b = points.twisted(points.get(at + half + k), h, k);
+        return Joined{a + b, mirrored(a - b)};
+    };
+    for (size_t k = 1; 2 * k < half; ++k)
+    {
+        const size_t other = half - k;
+        const Joined first = joined(k);
+        const Joined second = joined(other);
+        points.set(at + k, first.k);
+        points.set(at + other, second.k);
+        points.set(at + half + k, second.beyond);
+        points.set(at + half + other, first.beyond);
+    }
+    const Joined middle = joined(half / 2);
+    points.set(at + half / 2, middle.k);
+    points.set(at + half + half / 2, middle.beyond);
+}
+
+// The stages below n of n values, at least four, that are in the place of n / 2 points from `begin` on.
+inline void transformRealPart(Points points, size_t begin, size_t n)
+{
+    const size_t end = begin + n / 2;
+    size_t h = n / 2;
+    if (n > kNearReal)
+    {
+        transformRealPart(points, begin, h);
+        transformRealPart(points, begin + h / 2, h);
+    }
+    else
+    {
+        for (size_t j = begin; j < end; j += 2)
+        {
+            const Point p0 = points.get(j);
+            const Point p1 = points.get(j + 1);
+            const auto sum0 = hn::Add(p0.re, p0.im);
+            const auto sum1 = hn::Add(p1.re, p1.im);
+            points.set(j, {hn::Add(sum0, sum1), hn::Sub(sum0, sum1)});
+            points.set(j + 1, {hn::Sub(p0.re, p0.im), hn::Sub(p1.im, p1.re)});
+        }
+        h = 4;
+    }
+    for (; h < n; h *= 2)
+    {
+        for (size_t at = begin; at < end; at += h)
+        {
+            joinSpectra(points, at, h);
+        }
+    }
+}
+
+/** Value j of the spectrum of n real values that transformRealPart has left. */
+HWY_INLINE Point spectrumAt(Points points, size_t j, size_t n)
+{
+    const auto zero = hn::Zero(Lines());
+    if (j % (n / 2) == 0)
+    {
+        const Point ends = points.get(0);
+        return {j == 0 ? ends.re : ends.im, zero};
+    }
+    return j < n / 2 ? points.get(j) : mirrored(points.get(n - j));
 }
 
 }  // namespace HWY_NAMESPACE

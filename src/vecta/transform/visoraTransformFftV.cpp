@@ -31,7 +31,7 @@ HWY_INLINE Point finishedPoint(const Point& p)
     return {finishedLine(p.re), finishedLine(p.im)};
 }
 
-// Points from rows y, y + 1, ...
+// Points from rows y, y + 1, ...; of real values without room for imaginary parts.
 template <bool isComplex, class T>
 HWY_INLINE void loadRows(const Work& work, const T* src, size_t stride, size_t y, uint32_t height)
 {
@@ -46,27 +46,45 @@ HWY_INLINE void loadRows(const Work& work, const T* src, size_t stride, size_t y
                    }
                    else
                    {
-                       const auto zero = hn::Zero(Lines());
-                       points.set(work.place(x), {b.v0, zero});
-                       points.set(work.place(x + 1), {b.v1, zero});
-                       points.set(work.place(x + 2), {b.v2, zero});
-                       points.set(work.place(x + 3), {b.v3, zero});
+                       const Lines d;
+                       hn::StoreU(b.v0, d, points.values + kLanes * work.place(x));
+                       hn::StoreU(b.v1, d, points.values + kLanes * work.place(x + 1));
+                       hn::StoreU(b.v2, d, points.values + kLanes * work.place(x + 2));
+                       hn::StoreU(b.v3, d, points.values + kLanes * work.place(x + 3));
                    }
                });
 }
 
-// The rows of an image; store(y, rows, begin, end) takes values begin .. end - 1 of rows from y on.
-template <bool inverse, bool isComplex, class T, class Store>
-HWY_INLINE void transformRows(const Work& work, const T* src, size_t stride, uint32_t height, Store store)
+// The complex rows of an image; store(y, rows, begin, end) takes values begin .. end - 1 of rows from y on.
+template <bool inverse, size_t chunkSize = kChunk, class Store>
+HWY_INLINE void transformRows(const Work& work, const float* src, size_t stride, uint32_t height, Store store)
 {
     for (size_t y = 0; y < height; y += kLanes)
     {
         const size_t rows = std::min<size_t>(kLanes, height - y);
         // All places at once, in the order in which the rows lie in memory.
-        loadRows<isComplex>(work, src, stride, y, height);
-        transform<inverse>(
+        loadRows<true>(work, src, stride, y, height);
+        transform<inverse, chunkSize>(
             work, [](size_t /*begin*/, size_t /*end*/) {},
             [&](size_t begin, size_t end) HWY_ATTR { store(y, rows, begin, end); });
+    }
+}
+
+// The real rows of an image; store(y, rows, begin, end) takes at least the first `wanted` values of the spectra.
+template <class T, class Store>
+HWY_INLINE void transformRealRows(const Work& work, const T* src, size_t stride, uint32_t height, size_t wanted,
+                                  Store store)
+{
+    const size_t n = work.length();
+    for (size_t y = 0; y < height; y += kLanes)
+    {
+        const size_t rows = std::min<size_t>(kLanes, height - y);
+        loadRows<false>(work, src, stride, y, height);
+        transformRealPart(work.points(), 0, n);
+        for (size_t j = 0; j < wanted; j += kChunk)
+        {
+            store(y, rows, j, std::min(n, j + kChunk));
+        }
     }
 }
 
@@ -182,26 +200,40 @@ HWY_INLINE vsrStatus forward(const T* src, uint32_t width, uint32_t height, uint
         return VISORA_ENOMEM;
     }
     const size_t pitch = dstStride / sizeof(float);
+    const bool onlyHalf = !isComplex && columns && width >= 2 * kLanes;
     const Points points = work.points();
-    const auto pairs = [=](size_t x) HWY_ATTR
+    const auto storePairs = [&](auto valueAt) HWY_ATTR
     {
-        Point a = points.get(x / 2);
-        Point b = points.get(x / 2 + 1);
-        if (!columns)
+        const auto pairs = [=](size_t x) HWY_ATTR
         {
-            a = finishedPoint(a);
-            b = finishedPoint(b);
-        }
-        return Block<Lines>{a.re, a.im, b.re, b.im};
+            Point a = valueAt(x / 2);
+            Point b = valueAt(x / 2 + 1);
+            if (!columns)
+            {
+                a = finishedPoint(a);
+                b = finishedPoint(b);
+            }
+            return Block<Lines>{a.re, a.im, b.re, b.im};
+        };
+        return [=](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
+        { storeRows(dst + y * pitch, pitch, rows, 2 * begin, 2 * end, pairs); };
     };
     work.setLength(width, false);
-    transformRows<false, isComplex>(work, src, srcStride, height,
-                                    [&](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
-                                    { storeRows(dst + y * pitch, pitch, rows, 2 * begin, 2 * end, pairs); });
+    if constexpr (isComplex)
+    {
+        transformRows<false>(work, src, srcStride, height,
+                             storePairs([=](size_t j) HWY_ATTR { return points.get(j); }));
+    }
+    else
+    {
+        const size_t wanted = onlyHalf ? width / 2 + 1 : width;
+        transformRealRows(work, src, srcStride, height, wanted,
+                          storePairs([=](size_t j) HWY_ATTR { return spectrumAt(points, j, width); }));
+    }
     if (columns)
     {
         work.setLength(height, false);
-        if (!isComplex && width >= 2 * kLanes)
+        if (onlyHalf)
         {
             transformHalfOfColumns(work, width, dst, pitch);
         }
@@ -260,12 +292,13 @@ vsrStatus ifftf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint3
         return Block<Lines>{points.get(x).im, points.get(x + 1).im, points.get(x + 2).im, points.get(x + 3).im};
     };
     work.setLength(srcWidth, true);
-    transformRows<true, true>(work, src, srcStride, srcHeight,
-                              [&](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
-                              {
-                                  storeRows(dst + y * dstPitch, dstPitch, rows, begin, end, realParts);
-                                  storeRows(imaginary + y * pitch, pitch, rows, begin, end, imaginaryParts);
-                              });
+    // Floats fill a cache line with twice as many.
+    transformRows<true, 2 * kChunk>(work, src, srcStride, srcHeight,
+                                    [&](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
+                                    {
+                                        storeRows(dst + y * dstPitch, dstPitch, rows, begin, end, realParts);
+                                        storeRows(imaginary + y * pitch, pitch, rows, begin, end, imaginaryParts);
+                                    });
     work.setLength(srcHeight, true);
     const Lines d;
     const auto scale = hn::Set(d, 1.0f / static_cast<float>(size_t{srcWidth} * srcHeight));
