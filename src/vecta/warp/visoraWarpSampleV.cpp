@@ -52,12 +52,11 @@ HWY_INLINE void place(const WarpCall& call, size_t x, size_t y, size_t count, St
     placeByMatrix(call, MatrixRow(positions, static_cast<float>(positions.dstY + y)), positions.dstX + x, 0, strip);
 }
 
-// Fetches of images that outgrow the nearer caches. Maps are read themselves, one float after the other, and wait for
-// that.
+// Fetches of images that outgrow the nearer caches.
 HWY_INLINE void fetch(const WarpCall& call, const Plan& plan, size_t y)
 {
     constexpr size_t kLargeBytes = 3 << 20;
-    if (!call.positions.matrix || call.planes * call.srcStride * call.srcHeight < kLargeBytes)
+    if (call.planes * call.srcStride * call.srcHeight < kLargeBytes)
     {
         return;
     }

@@ -125,6 +125,13 @@ HWY_INLINE void placeByMaps(const WarpCall& call, size_t x, size_t y, size_t cou
     const Positions& positions = call.positions;
     const float* mapX = positions.mapX + y * positions.mapStride + x;
     const float* mapY = positions.mapY + y * positions.mapStride + x;
+    // Those of the strip that follows when the rows of a block are done.
+    constexpr size_t kLine = 64 / sizeof(float);
+    for (size_t i = kStrip; i < 2 * kStrip; i += kLine)
+    {
+        hwy::Prefetch(mapX + i);
+        hwy::Prefetch(mapY + i);
+    }
     alignas(64) float part[2][kStrip];
     if (count < kStrip)
     {
