@@ -11,6 +11,7 @@
 #include "visora/corner.h"
 #include "visora/dot.h"
 #include "visora/match.h"
+#include "visora/variants/corner.h"
 
 namespace visora::test
 {
@@ -235,6 +236,52 @@ TEST(Templates, HaveTheirSumsAtEveryPlace)
                             1e-6 * std::max(1.0, std::fabs(expected[method])))
                     << method << " " << width << " " << i;
             }
+        }
+    }
+}
+
+// Templates whose sums go beyond 32 bits, in two and more pieces and tiles: the vector variants are to agree with the
+// exact sums of some windows.
+TEST(Templates, OfManyPixelsAreExact)
+{
+    struct Case
+    {
+        uint32_t width, height, templateWidth, templateHeight;
+        uint8_t least;
+    };
+    for (const Case& c : {Case{700, 600, 300, 290, 250},
+                          {400, 330, 257, 256, 0},
+                          {1300, 70, 1200, 64, 200},
+                          {90, 80, 40, 33, 0},
+                          {300, 280, 128, 100, 255}})
+    {
+        Random random(c.width);
+        Image image(size_t{c.width} * c.height), templ(size_t{c.templateWidth} * c.templateHeight);
+        for (Image* pixels : {&image, &templ})
+        {
+            std::generate(pixels->begin(), pixels->end(),
+                          [&] { return static_cast<uint8_t>(random.between(c.least, 255)); });
+        }
+        const uint32_t columns = c.width - c.templateWidth + 1, rows = c.height - c.templateHeight + 1;
+        std::vector<float> products(size_t{columns} * rows), differences(products.size());
+        ASSERT_EQ(0u, vsrMatchTemplateu8V(image.data(), c.width, c.height, c.width, templ.data(), c.templateWidth,
+                                          c.templateHeight, c.templateWidth, VISORA_MATCH_CORRELATION, products.data(),
+                                          columns * 4));
+        ASSERT_EQ(0u, vsrMatchTemplateu8V(image.data(), c.width, c.height, c.width, templ.data(), c.templateWidth,
+                                          c.templateHeight, c.templateWidth, VISORA_MATCH_SQUARED_DIFFERENCE,
+                                          differences.data(), columns * 4));
+        for (size_t i = 0; i < products.size(); i += 1 + products.size() / 40)
+        {
+            uint64_t product = 0, difference = 0;
+            for (size_t k = 0; k < templ.size(); ++k)
+            {
+                const int64_t v =
+                    image[(i / columns + k / c.templateWidth) * c.width + i % columns + k % c.templateWidth];
+                product += static_cast<uint64_t>(v * templ[k]);
+                difference += static_cast<uint64_t>((v - templ[k]) * (v - templ[k]));
+            }
+            ASSERT_EQ(static_cast<float>(product), products[i]) << c.width << " " << i;
+            ASSERT_EQ(static_cast<float>(difference), differences[i]) << c.width << " " << i;
         }
     }
 }

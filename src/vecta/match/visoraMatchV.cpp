@@ -1,5 +1,4 @@
-// Correlation of patches and templates, vector variants. Templates go over the image four rows of positions at a time,
-// lanes being positions; sums over windows run down the columns and along the rows.
+// Correlation of patches and templates, vector variants.
 #include "cpu/dot/visoraDot.h"
 #include "cpu/match/visoraMatch.h"
 #include "cpu/visoraPlane.h"
@@ -15,6 +14,8 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/dot/visoraTotals-inl.h"
+#include "vecta/match/visoraMatchProducts-inl.h"
+#include "vecta/match/visoraMatchTransform-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -74,264 +75,8 @@ VSR_KERNEL(vsrNCCPatchScore16x16u8, score16x16, [](auto... all) HWY_ATTR { retur
 
 // ---- Templates ----
 
-using Sums32 = hn::ScalableTag<uint32_t>;
-constexpr size_t kSumLanes = hn::MaxLanes(Sums32());
-
-// A word of the template is so many pixels side by side, which one instruction multiplies with those of an image: a
-// vector of the image's words has the sums of every kGroup'th position.
-#if VISORA_ADDS_FOUR_PRODUCTS
-using Pixel = uint8_t;
-constexpr size_t kGroup = 4;
-// The template's factors are signed: 128 times the window's sum is missing.
-constexpr uint32_t kTaken = 128;
-#elif HWY_ARCH_ARM
-using Pixel = int16_t;
-constexpr size_t kGroup = 1;
-constexpr uint32_t kTaken = 0;
-#else
-using Pixel = int16_t;
-constexpr size_t kGroup = 2;
-constexpr uint32_t kTaken = 0;
-#endif
-
-// Rows of positions that share the image's vectors, and positions that are done at a time.
-constexpr size_t kRowsAbreast = 4;
-#if HWY_ARCH_ARM
-constexpr size_t kAbreast = 2 * kSumLanes;
-constexpr size_t kVectors = 2;
-#else
-constexpr size_t kAbreast = kGroup * kSumLanes;
-constexpr size_t kVectors = kGroup;
-#endif
-
 // The most pixels of a template whose sums fit 32 bits.
 constexpr uint64_t kMostPixels = 66051;
-
-/** Finds the sums of the products of a template with the windows of an image. */
-class TemplateProducts
-{
-  public:
-    static size_t paddedWidth(size_t width) { return (width + kAbreast + 2 * kGroup + 63) / 64 * 64; }
-    static size_t wordsPerRow(size_t width) { return (width + kGroup - 1) / kGroup; }
-    static size_t imageBytes(size_t width, size_t height)
-    {
-        return paddedWidth(width) * (height + kRowsAbreast) * sizeof(Pixel);
-    }
-    static size_t templateBytes(size_t width, size_t height)
-    {
-        return (wordsPerRow(width) * (height + 2 * kRowsAbreast) * sizeof(uint32_t) + 63) / 64 * 64;
-    }
-
-    HWY_INLINE TemplateProducts(uint8_t* imageMemory, uint8_t* templateMemory, const uint8_t* src, size_t width,
-                                size_t height, size_t stride, const uint8_t* templ, size_t templateWidth,
-                                size_t templateHeight, size_t templateStride)
-        : image_(reinterpret_cast<Pixel*>(imageMemory)),
-          stride_(paddedWidth(width)),
-          words_(reinterpret_cast<uint32_t*>(templateMemory)),
-          rowWords_(wordsPerRow(templateWidth)),
-          templateHeight_(templateHeight)
-    {
-        for (size_t y = 0; y < height + kRowsAbreast; ++y)
-        {
-            Pixel* to = image_ + y * stride_;
-            const uint8_t* from = planeRow(src, stride, y < height ? y : 0);
-            const size_t filled = y < height ? width : 0;
-            for (size_t x = 0; x < filled; ++x)
-            {
-                to[x] = from[x];
-            }
-            std::fill(to + filled, to + stride_, Pixel{0});
-        }
-        std::memset(words_, 0, templateBytes(templateWidth, templateHeight));
-        for (size_t y = 0; y < templateHeight; ++y)
-        {
-            uint32_t* to = words_ + (y + kRowsAbreast - 1) * rowWords_;
-            for (size_t x = 0; x < templateWidth; ++x)
-            {
-                constexpr uint32_t kBits = 32 / kGroup;
-                constexpr uint32_t kMask = kBits == 32 ? UINT32_MAX : (1u << (kBits % 32)) - 1;
-                const uint32_t factor = uint32_t{planeRow(templ, templateStride, y)[x]} - kTaken;
-                to[x / kGroup] |= (factor & kMask) << (x % kGroup * kBits);
-            }
-        }
-    }
-
-    /** The sums of positions (x .. x + kAbreast - 1, y .. y + kRowsAbreast - 1), a row every `stride` elements. */
-    HWY_INLINE void find(size_t x, size_t y, uint32_t* sums, size_t stride) const
-    {
-        const Sums32 d;
-        hn::Vec<Sums32> all[kRowsAbreast][kVectors];
-        for (auto& row : all)
-        {
-            for (auto& sum : row)
-            {
-                sum = hn::Zero(d);
-            }
-        }
-        const Pixel* row = image_ + y * stride_ + x;
-        // Row 0 of the first row of positions; that of the next ones is a row further up.
-        const uint32_t* words = words_ + (kRowsAbreast - 1) * rowWords_;
-        const size_t rowWords = rowWords_;
-        for (size_t line = 0; line < templateHeight_ + kRowsAbreast - 1; ++line, row += stride_, words += rowWords)
-        {
-            for (size_t j = 0; j < rowWords; ++j)
-            {
-                add(row + j * kGroup, words + j, rowWords, all);
-            }
-        }
-        for (size_t i = 0; i < kRowsAbreast; ++i)
-        {
-            store(all[i], sums + i * stride);
-        }
-    }
-
-  private:
-    static HWY_INLINE void add(const Pixel* pixels, const uint32_t* words, size_t rowWords,
-                               hn::Vec<Sums32> (&all)[kRowsAbreast][kVectors])
-    {
-        const Sums32 d;
-#if HWY_ARCH_ARM
-        const hn::ScalableTag<int16_t> d16;
-        const hn::RebindToSigned<Sums32> dSigned;
-        const auto v = hn::LoadU(d16, pixels);
-        for (size_t i = 0; i < kRowsAbreast; ++i)
-        {
-            const auto factor = hn::Set(d16, static_cast<int16_t>(*(words - i * rowWords)));
-            auto low = hn::BitCast(dSigned, all[i][0]);
-            auto high = hn::BitCast(dSigned, all[i][1]);
-            low = hn::ReorderWidenMulAccumulate(dSigned, v, factor, low, high);
-            all[i][0] = hn::BitCast(d, low);
-            all[i][1] = hn::BitCast(d, high);
-        }
-#else
-        const hn::Repartition<Pixel, Sums32> dPixel;
-        hn::Vec<decltype(dPixel)> v[kVectors];
-        for (size_t k = 0; k < kVectors; ++k)
-        {
-            v[k] = hn::LoadU(dPixel, pixels + k);
-        }
-        for (size_t i = 0; i < kRowsAbreast; ++i)
-        {
-            const auto word = hn::Set(d, *(words - i * rowWords));
-            for (size_t k = 0; k < kVectors; ++k)
-            {
-#if VISORA_ADDS_FOUR_PRODUCTS
-                all[i][k] = addFourProducts(all[i][k], v[k], hn::BitCast(dPixel, word));
-#else
-                const hn::RebindToSigned<Sums32> dSigned;
-                all[i][k] =
-                    hn::Add(all[i][k], hn::BitCast(d, sumsOfPairProducts(dSigned, v[k], hn::BitCast(dPixel, word))));
-#endif
-            }
-        }
-#endif
-    }
-
-    static HWY_INLINE void store(const hn::Vec<Sums32> (&sums)[kVectors], uint32_t* to)
-    {
-        const Sums32 d;
-#if HWY_ARCH_ARM
-        hn::StoreU(sums[0], d, to);
-        hn::StoreU(sums[1], d, to + kSumLanes);
-#else
-        if constexpr (kGroup == 4)
-        {
-            hn::StoreInterleaved4(sums[0], sums[1], sums[2], sums[3], d, to);
-        }
-        else
-        {
-            hn::StoreInterleaved2(sums[0], sums[1], d, to);
-        }
-#endif
-    }
-
-    Pixel* image_;
-    size_t stride_;
-    uint32_t* words_;
-    size_t rowWords_;
-    size_t templateHeight_;
-};
-
-/** Sums of the pixels of windows, and of their squares, row of positions by row. */
-class WindowSums
-{
-  public:
-    static size_t words(size_t width) { return 4 * (width + 16); }
-
-    HWY_INLINE WindowSums(uint32_t* memory, const uint8_t* src, size_t width, size_t stride, size_t windowWidth,
-                          size_t windowHeight)
-        : columns_(memory),
-          columnSquares_(memory + width + 16),
-          sums_(memory + 2 * (width + 16)),
-          squares_(memory + 3 * (width + 16)),
-          src_(src),
-          width_(width),
-          stride_(stride),
-          windowWidth_(windowWidth),
-          windowHeight_(windowHeight)
-    {
-        std::fill_n(columns_, 2 * (width + 16), 0u);
-        for (size_t y = 0; y + 1 < windowHeight; ++y)
-        {
-            change<1>(y);
-        }
-    }
-
-    /** The sums of row y of positions; rows come one after the other from 0 on. */
-    HWY_INLINE void next(size_t y)
-    {
-        if (y > 0)
-        {
-            change<-1>(y - 1);
-        }
-        change<1>(y + windowHeight_ - 1);
-        uint32_t sum = 0;
-        uint32_t squares = 0;
-        for (size_t x = 0; x + 1 < windowWidth_; ++x)
-        {
-            sum += columns_[x];
-            squares += columnSquares_[x];
-        }
-        for (size_t x = 0; x + windowWidth_ <= width_; ++x)
-        {
-            sum += columns_[x + windowWidth_ - 1];
-            squares += columnSquares_[x + windowWidth_ - 1];
-            sums_[x] = sum;
-            squares_[x] = squares;
-            sum -= columns_[x];
-            squares -= columnSquares_[x];
-        }
-    }
-
-    const uint32_t* sums() const { return sums_; }
-    const uint32_t* squares() const { return squares_; }
-
-  private:
-    // Adds a row to the columns, or takes it off.
-    template <int sign>
-    HWY_INLINE void change(size_t y)
-    {
-        const uint8_t* HWY_RESTRICT row = planeRow(src_, stride_, y);
-        uint32_t* HWY_RESTRICT columns = columns_;
-        uint32_t* HWY_RESTRICT squares = columnSquares_;
-        for (size_t x = 0; x < width_; ++x)
-        {
-            const uint32_t pixel = row[x];
-            columns[x] += sign > 0 ? pixel : 0u - pixel;
-            squares[x] += sign > 0 ? pixel * pixel : 0u - pixel * pixel;
-        }
-    }
-
-    uint32_t* columns_;
-    uint32_t* columnSquares_;
-    uint32_t* sums_;
-    uint32_t* squares_;
-    const uint8_t* src_;
-    size_t width_;
-    size_t stride_;
-    size_t windowWidth_;
-    size_t windowHeight_;
-};
 
 using Doubles = hn::ScalableTag<double>;
 
@@ -383,16 +128,9 @@ HWY_INLINE void compareWindows(const uint32_t* sums, const uint32_t* squares, co
 }
 
 template <vsrMatchMethod method>
-HWY_INLINE void compareRow(const uint32_t* sums, const uint32_t* squares, uint32_t* products, size_t count,
+HWY_INLINE void compareRow(const uint32_t* sums, const uint32_t* squares, const uint32_t* products, size_t count,
                            const PatchSums& templ, float* out)
 {
-    if constexpr (kTaken != 0)
-    {
-        for (size_t x = 0; x < count; ++x)
-        {
-            products[x] += kTaken * sums[x];
-        }
-    }
     const size_t lanes = hn::Lanes(Doubles());
     for (size_t x = 0; x < count; x += lanes)
     {
@@ -406,8 +144,8 @@ HWY_INLINE void compareRow(const uint32_t* sums, const uint32_t* squares, uint32
     }
 }
 
-HWY_INLINE void compareRow(vsrMatchMethod method, const uint32_t* sums, const uint32_t* squares, uint32_t* products,
-                           size_t count, const PatchSums& templ, float* out)
+HWY_INLINE void compareRow(vsrMatchMethod method, const uint32_t* sums, const uint32_t* squares,
+                           const uint32_t* products, size_t count, const PatchSums& templ, float* out)
 {
     switch (method)
     {
@@ -434,7 +172,8 @@ HWY_INLINE vsrStatus matchRows(const uint8_t* src, size_t width, size_t height, 
     const size_t imageBytes = TemplateProducts::imageBytes(width, height);
     const size_t templateBytes = TemplateProducts::templateBytes(templateWidth, templateHeight);
     const Scratch scratch(imageBytes + templateBytes +
-                          (kRowsAbreast * productStride + WindowSums::words(width) + 16) * sizeof(uint32_t));
+                          (kRowsAbreast * productStride + WindowSums<uint32_t>::elements(width) + 16) *
+                              sizeof(uint32_t));
     if (!scratch.data())
     {
         return VISORA_ENOMEM;
@@ -443,7 +182,8 @@ HWY_INLINE vsrStatus matchRows(const uint8_t* src, size_t width, size_t height, 
     const PatchSums templateSums = sumsOf(templ, templateStride, templateWidth, templateHeight);
     const TemplateProducts all(scratch.data(), scratch.data() + imageBytes, src, width, height, stride, templ,
                                templateWidth, templateHeight, templateStride);
-    WindowSums windows(products + kRowsAbreast * productStride, src, width, stride, templateWidth, templateHeight);
+    WindowSums<uint32_t> windows(products + kRowsAbreast * productStride, src, width, stride, templateWidth,
+                                 templateHeight);
     for (size_t y = 0; y < rows; y += kRowsAbreast)
     {
         for (size_t x = 0; x < columns; x += kAbreast)
@@ -453,11 +193,62 @@ HWY_INLINE vsrStatus matchRows(const uint8_t* src, size_t width, size_t height, 
         for (size_t i = 0; i < kRowsAbreast && y + i < rows; ++i)
         {
             windows.next(y + i);
-            finish(y + i,
-                   [&](float* out) HWY_ATTR {
-                       compareRow(method, windows.sums(), windows.squares(), products + i * productStride, columns,
-                                  templateSums, out);
-                   });
+            uint32_t* const row = products + i * productStride;
+            for (size_t x = 0; kTaken != 0 && x < columns; ++x)
+            {
+                row[x] += kTaken * windows.sums()[x];
+            }
+            finish(y + i, [&](float* out) HWY_ATTR
+                   { compareRow(method, windows.sums(), windows.squares(), row, columns, templateSums, out); });
+        }
+    }
+    return VISORA_SUCCESS;
+}
+
+/** By transforms of tiles of the image; Sum holds a window's sum of squares. */
+template <class Sum>
+HWY_INLINE vsrStatus matchByTransforms(const uint8_t* src, size_t width, size_t height, size_t stride,
+                                       const uint8_t* templ, size_t templateWidth, size_t templateHeight,
+                                       size_t templateStride, vsrMatchMethod method, float* dst, size_t dstStride,
+                                       const TransformedProducts::Tiling& tilingX,
+                                       const TransformedProducts::Tiling& tilingY)
+{
+    const size_t columns = tilingX.positions;
+    const size_t stripRows = tilingY.valid();
+    TransformedProducts transforms(tilingX, tilingY);
+    const size_t windowElements = WindowSums<Sum>::elements(width);
+    const Scratch scratch(columns * stripRows * sizeof(uint64_t) + (windowElements + columns + 16) * sizeof(Sum));
+    auto* const products = scratch.as<uint64_t>();
+    if (!transforms || !products)
+    {
+        return VISORA_ENOMEM;
+    }
+    auto* const windowMemory = reinterpret_cast<Sum*>(products + columns * stripRows);
+    WindowSums<Sum> windows(windowMemory, src, width, stride, templateWidth, templateHeight);
+    const PatchSums templateSums = sumsOf(templ, templateStride, templateWidth, templateHeight);
+    for (size_t y = 0; y < tilingY.positions; ++y)
+    {
+        if (y % stripRows == 0)
+        {
+            transforms.find(y / stripRows, src, width, height, stride, templ, templateWidth, templateHeight,
+                            templateStride, products);
+        }
+        windows.next(y);
+        float* const out = planeRow(dst, dstStride, y);
+        const uint64_t* const row = products + y % stripRows * columns;
+        if constexpr (sizeof(Sum) == sizeof(uint32_t))
+        {
+            uint32_t* const narrow = windowMemory + windowElements;
+            std::transform(row, row + columns, narrow, [](uint64_t sum) { return static_cast<uint32_t>(sum); });
+            compareRow(method, windows.sums(), windows.squares(), narrow, columns, templateSums, out);
+        }
+        else
+        {
+            for (size_t x = 0; x < columns; ++x)
+            {
+                out[x] = compareWindow(method, {templateSums.pixels, windows.sums()[x], windows.squares()[x]},
+                                       templateSums, row[x]);
+            }
         }
     }
     return VISORA_SUCCESS;
@@ -467,13 +258,29 @@ vsrStatus matchTemplate(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeigh
                         const uint8_t* templ, uint32_t templateWidth, uint32_t templateHeight, uint32_t templateStride,
                         vsrMatchMethod method, float* dst, uint32_t dstStride)
 {
-    if (uint64_t{templateWidth} * templateHeight > kMostPixels)
+    // How many products take the time of one element's share in a transform.
+#if VISORA_ADDS_FOUR_PRODUCTS
+    constexpr double kProducts = 60;
+#elif HWY_ARCH_ARM
+    constexpr double kProducts = 5;
+#else
+    constexpr double kProducts = 12;
+#endif
+    const uint64_t pixels = uint64_t{templateWidth} * templateHeight;
+    const TransformedProducts::Tiling x(srcWidth, templateWidth);
+    const TransformedProducts::Tiling y(srcHeight, templateHeight);
+    if (pixels > kMostPixels)
     {
-        return vsrMatchTemplateu8C(src, srcWidth, srcHeight, srcStride, templ, templateWidth, templateHeight,
-                                   templateStride, method, dst, dstStride);
+        return matchByTransforms<uint64_t>(src, srcWidth, srcHeight, srcStride, templ, templateWidth, templateHeight,
+                                           templateStride, method, dst, dstStride, x, y);
+    }
+    if (static_cast<double>(pixels) > kProducts * TransformedProducts::workPerPosition(x, y))
+    {
+        return matchByTransforms<uint32_t>(src, srcWidth, srcHeight, srcStride, templ, templateWidth, templateHeight,
+                                           templateStride, method, dst, dstStride, x, y);
     }
     return matchRows(src, srcWidth, srcHeight, srcStride, templ, templateWidth, templateHeight, templateStride, method,
-                     [&](size_t y, auto compare) HWY_ATTR { compare(planeRow(dst, dstStride, y)); });
+                     [&](size_t row, auto compare) HWY_ATTR { compare(planeRow(dst, dstStride, row)); });
 }
 
 // ---- Searches ----
