@@ -367,7 +367,7 @@ inline void transformRealPart(Points points, size_t begin, size_t n)
 HWY_INLINE Point spectrumAt(Points points, size_t j, size_t n)
 {
     const auto zero = hn::Zero(Lines());
-    if (j % (n / 2) == 0)
+    if (j == 0 || j == n / 2)
     {
         const Point ends = points.get(0);
         return {j == 0 ? ends.re : ends.im, zero};
