@@ -251,6 +251,45 @@ TEST(Ellipses, AreWhereTheyShouldBe)
     ASSERT_EQ(0u, vsrDrawEllipseu8(image.data(), 200, 200, 0, 3, &far, -1e30f, 1e30f, color, 255));
 }
 
+// The polyline of the points that the rule gives, each worked out by itself.
+TEST(Ellipses, AreThePolylinesOfTheirPoints)
+{
+    Random random(11);
+    const uint8_t color = 9;
+    for (int round = 0; round < 200; ++round)
+    {
+        const auto any = [&](double least, double most)
+        { return static_cast<float>(least + (most - least) * random.between(0, 4096) / 4096); };
+        const vsrEllipse e = {any(-20, 140), any(-20, 140), any(0, 90), round % 3 == 0 ? 32 : any(0, 90),
+                              any(-400, 400)};
+        const float start = any(-800, 800);
+        const float end = start + any(0, round % 2 == 0 ? 359 : 720);
+        const double n = 8 * std::max(1.0, std::ceil(static_cast<double>(std::max(e.radiusA, e.radiusB))));
+        const double span = static_cast<double>(end) - start;
+        const double m = span >= 360 ? n : std::max(1.0, std::ceil(n * span / 360));
+        const SineAndCosine turn = sineAndCosine(e.angle);
+        std::vector<int32_t> xy;
+        for (double k = 0; k < m + (span >= 360 ? 0 : 1); k += 1)
+        {
+            const SineAndCosine at = sineAndCosine(span >= 360 ? 360.0 * k / n : start + span * k / m);
+            const double a = e.radiusA, b = e.radiusB;
+            xy.push_back(
+                static_cast<int32_t>(std::floor(e.cx + (a * at.cosine * turn.cosine - b * at.sine * turn.sine) + 0.5)));
+            xy.push_back(
+                static_cast<int32_t>(std::floor(e.cy + (a * at.cosine * turn.sine + b * at.sine * turn.cosine) + 0.5)));
+        }
+        const auto length = static_cast<uint32_t>(xy.size() / 2);
+        for (const uint32_t thickness : {1u, 4u})
+        {
+            Image expected(120 * 120), found(expected);
+            ASSERT_EQ(0u, vsrDrawPolylineu8(expected.data(), 120, 120, 0, 1, xy.data(), &length, 1, span >= 360 ? 1 : 0,
+                                            &color, thickness, 0));
+            ASSERT_EQ(0u, vsrDrawEllipseu8(found.data(), 120, 120, 0, 1, &e, start, end, &color, thickness));
+            ASSERT_EQ(expected, found) << round;
+        }
+    }
+}
+
 TEST(HoughLines, FindsTheLinesThatWereDrawn)
 {
     // A thin line has its votes in one cell; the order is by votes.

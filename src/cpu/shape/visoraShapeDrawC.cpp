@@ -167,41 +167,144 @@ vsrStatus vsrFillPolygonu8C(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight,
     return fillPolygon({dst, dstWidth, dstHeight, dstStride, channels, color}, xy, lengths, numChains);
 }
 
+namespace
+{
+
+// The points of an ellipse or an arc, no further apart than a pixel.
+class EllipsePoints
+{
+  public:
+    EllipsePoints(const vsrEllipse& ellipse, double startAngle, double endAngle)
+        : ellipse_(ellipse),
+          turn_(visora::sineAndCosine(ellipse.angle)),
+          start_(startAngle),
+          span_(endAngle - startAngle),
+          isWhole_(span_ >= 360)
+    {
+        const double larger = std::max(ellipse.radiusA, ellipse.radiusB);
+        const double all = 8 * std::max(1.0, std::ceil(larger));
+        steps_ = isWhole_ ? all : std::max(1.0, std::ceil(all * span_ / 360.0));
+    }
+
+    bool isWhole() const { return isWhole_; }
+    uint32_t count() const { return static_cast<uint32_t>(steps_) + (isWhole_ ? 0 : 1); }
+
+    void list(int32_t* xy) const
+    {
+        // Angles are far smaller than what their rounding would have to be to show.
+        constexpr double kLargestAngle = 100000;
+        const bool isSmooth = isWhole_ || std::max(std::abs(start_), std::abs(start_ + span_)) <= kLargestAngle;
+        SineAndCosine aside[kBlock] = {{0, 1}};
+        for (uint32_t known = 1; isSmooth && known < kBlock; known *= 2)
+        {
+            const SineAndCosine by = visora::sineAndCosine((isWhole_ ? 360.0 : span_) / steps_ * known);
+            std::transform(aside, aside + known, aside + known,
+                           [=](const SineAndCosine& from)
+                           {
+                               return SineAndCosine{from.sine * by.cosine + from.cosine * by.sine,
+                                                    from.cosine * by.cosine - from.sine * by.sine};
+                           });
+        }
+        for (uint32_t first = 0; first < count(); first += kBlock)
+        {
+            const uint32_t some = std::min(kBlock, count() - first);
+            for (uint32_t k = 0; !isSmooth && k < some; ++k)
+            {
+                putExactly(first + k, xy);
+            }
+            if (isSmooth)
+            {
+                listBlock(first, some, aside, xy);
+            }
+        }
+    }
+
+  private:
+    using SineAndCosine = visora::SineAndCosine;
+
+    static constexpr uint32_t kBlock = 64;
+
+    double angle(double k) const { return isWhole_ ? 360.0 * k / steps_ : start_ + span_ * k / steps_; }
+
+    void putExactly(uint32_t k, int32_t* xy) const
+    {
+        const double a = ellipse_.radiusA;
+        const double b = ellipse_.radiusB;
+        const SineAndCosine at = visora::sineAndCosine(angle(k));
+        xy[2 * size_t{k}] = rounded(ellipse_.cx + (a * at.cosine * turn_.cosine - b * at.sine * turn_.sine));
+        xy[2 * size_t{k} + 1] = rounded(ellipse_.cy + (a * at.cosine * turn_.sine + b * at.sine * turn_.cosine));
+    }
+
+    // Points turned on from the first one. They are off by less than 1e-8, so that only those that are as near to where
+    // rounding changes have to be worked out by themselves.
+    void listBlock(uint32_t first, uint32_t count, const SineAndCosine* aside, int32_t* xy) const
+    {
+        constexpr double kNear = 1e-6;
+        constexpr int32_t kAbove = 65536;  // makes all coordinates positive
+        const SineAndCosine at = visora::sineAndCosine(angle(first));
+        const double a = ellipse_.radiusA;
+        const double b = ellipse_.radiusB;
+        const auto along = [=](double cosine, double sine) {
+            return std::pair(a * at.cosine * cosine - b * at.sine * sine, -a * at.sine * cosine - b * at.cosine * sine);
+        };
+        const auto x = along(turn_.cosine, turn_.sine);
+        const auto y = along(turn_.sine, -turn_.cosine);
+        for (uint32_t k = 0; k < count; ++k)
+        {
+            const double u = ellipse_.cx + (aside[k].cosine * x.first + aside[k].sine * x.second) + 0.5 + kAbove;
+            const double v = ellipse_.cy + (aside[k].cosine * y.first + aside[k].sine * y.second) + 0.5 + kAbove;
+            const auto column = static_cast<int32_t>(u);
+            const auto row = static_cast<int32_t>(v);
+            xy[2 * size_t{first + k}] = column - kAbove;
+            xy[2 * size_t{first + k} + 1] = row - kAbove;
+            const double beyondColumn = u - column;
+            const double beyondRow = v - row;
+            if (std::min(beyondColumn, beyondRow) < kNear || std::max(beyondColumn, beyondRow) > 1 - kNear)
+            {
+                putExactly(first + k, xy);
+            }
+        }
+    }
+
+    vsrEllipse ellipse_;
+    SineAndCosine turn_;
+    double start_;
+    double span_;
+    double steps_;
+    bool isWhole_;
+};
+
+}  // namespace
+
 vsrStatus vsrDrawEllipseu8C(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, uint32_t channels,
                             const vsrEllipse* ellipse, float startAngle, float endAngle, const uint8_t* color,
                             uint32_t thickness)
 {
     const Canvas canvas{dst, dstWidth, dstHeight, dstStride, channels, color};
-    const double larger = std::max(ellipse->radiusA, ellipse->radiusB);
-    const double all = 8 * std::max(1.0, std::ceil(larger));
-    const double span = static_cast<double>(endAngle) - startAngle;
-    const bool isWhole = span >= 360;
-    const double steps = isWhole ? all : std::max(1.0, std::ceil(all * span / 360.0));
-    const auto most = static_cast<size_t>(steps) + 2;
-    const visora::Scratch scratch(visora::partBytes<int32_t>(2 * most));
+    const EllipsePoints points(*ellipse, startAngle, endAngle);
+    uint32_t count = points.count();
+    const visora::Scratch scratch(visora::partBytes<int32_t>(2 * (size_t{count} + 1)));
     if (!scratch.data())
     {
         return VISORA_ENOMEM;
     }
     auto* const xy = scratch.as<int32_t>();
-    uint32_t count = 0;
-    const visora::SineAndCosine turn = visora::sineAndCosine(ellipse->angle);
-    const double a = ellipse->radiusA;
-    const double b = ellipse->radiusB;
-    for (double k = 0; isWhole ? k < steps : k <= steps; ++k)
+    points.list(xy);
+    if (thickness == 1)
     {
-        const visora::SineAndCosine at =
-            visora::sineAndCosine(isWhole ? 360.0 * k / steps : startAngle + span * k / steps);
-        xy[2 * size_t{count}] = rounded(ellipse->cx + (a * at.cosine * turn.cosine - b * at.sine * turn.sine));
-        xy[2 * size_t{count} + 1] = rounded(ellipse->cy + (a * at.cosine * turn.sine + b * at.sine * turn.cosine));
-        ++count;
+        // Neighbours touch each other.
+        for (size_t k = 0; k < count; ++k)
+        {
+            canvas.dot(xy[2 * k], xy[2 * k + 1]);
+        }
+        return VISORA_SUCCESS;
     }
     if (thickness != 0)
     {
-        drawPolyline(canvas, xy, &count, 1, isWhole ? 1 : 0, thickness, 0);
+        drawPolyline(canvas, xy, &count, 1, points.isWhole() ? 1 : 0, thickness, 0);
         return VISORA_SUCCESS;
     }
-    if (!isWhole)
+    if (!points.isWhole())
     {
         xy[2 * size_t{count}] = rounded(ellipse->cx);
         xy[2 * size_t{count} + 1] = rounded(ellipse->cy);
