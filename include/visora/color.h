@@ -43,15 +43,6 @@ enum
 
 /* ---- Full-range YCbCr (ITU-R BT.601 weights, as in JFIF) ---- */
 
-#define VSR_COLOR_PLANAR(operation)                                                                                   \
-    VSR_COLOR_MEMBER(operation, (const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t srcWidth,  \
-                                 uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride, \
-                                 uint8_t* dst, uint32_t dstStride))
-#define VSR_COLOR_PSEUDO_PLANAR(operation)                                                                        \
-    VSR_COLOR_MEMBER(operation, (const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight, \
-                                 uint32_t srcYStride, uint32_t srcCStride, uint8_t* dst, uint32_t dstStride))
-#define VSR_COLOR_MEMBER(operation, parameters) VSR_API vsrStatus operation parameters
-
 /**
  * Three planes to RGB:
  * R = (256 Y + 359 Cr' + 128) >> 8, G = (256 Y - 88 Cb' - 183 Cr' + 128) >> 8, B = (256 Y + 454 Cb' + 128) >> 8.
@@ -64,15 +55,42 @@ enum
  * both buffers must have srcHeight + 1 rows then.
  * @return 0
  */
-VSR_COLOR_PLANAR(vsrColorYCbCr444PlanarToRGB565u8);
-VSR_COLOR_PLANAR(vsrColorYCbCr444PlanarToRGB888u8);
-VSR_COLOR_PLANAR(vsrColorYCbCr444PlanarToRGBA8888u8);
-VSR_COLOR_PLANAR(vsrColorYCbCr422PlanarToRGB565u8);
-VSR_COLOR_PLANAR(vsrColorYCbCr422PlanarToRGB888u8);
-VSR_COLOR_PLANAR(vsrColorYCbCr422PlanarToRGBA8888u8);
-VSR_COLOR_PLANAR(vsrColorYCbCr420PlanarToRGB565u8);
-VSR_COLOR_PLANAR(vsrColorYCbCr420PlanarToRGB888u8);
-VSR_COLOR_PLANAR(vsrColorYCbCr420PlanarToRGBA8888u8);
+VSR_API vsrStatus vsrColorYCbCr444PlanarToRGB565u8(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                                   uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                                   uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                                   uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr444PlanarToRGB888u8(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                                   uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                                   uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                                   uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr444PlanarToRGBA8888u8(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                                     uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                                     uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                                     uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr422PlanarToRGB565u8(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                                   uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                                   uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                                   uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr422PlanarToRGB888u8(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                                   uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                                   uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                                   uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr422PlanarToRGBA8888u8(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                                     uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                                     uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                                     uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr420PlanarToRGB565u8(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                                   uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                                   uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                                   uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr420PlanarToRGB888u8(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                                   uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                                   uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                                   uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr420PlanarToRGBA8888u8(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                                     uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                                     uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                                     uint32_t dstStride);
 
 /**
  * A luma plane and a plane of chroma pairs, Cb first, to RGB, otherwise as the planar members. A chroma stride of 0
@@ -80,19 +98,33 @@ VSR_COLOR_PLANAR(vsrColorYCbCr420PlanarToRGBA8888u8);
  * of 1 instead of ending the process.
  * @return 0
  */
-VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToRGB565u8);
-VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToRGB888u8);
-VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToRGBA8888u8);
-VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToRGB565u8);
-VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToRGB888u8);
-VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToRGBA8888u8);
-VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToRGB565u8);
-VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToRGB888u8);
-VSR_COLOR_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToRGBA8888u8);
-
-#undef VSR_COLOR_PLANAR
-#undef VSR_COLOR_PSEUDO_PLANAR
-#undef VSR_COLOR_MEMBER
+VSR_API vsrStatus vsrColorYCbCr444PseudoPlanarToRGB565u8(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                                         uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                                         uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr444PseudoPlanarToRGB888u8(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                                         uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                                         uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr444PseudoPlanarToRGBA8888u8(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                                           uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                                           uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr422PseudoPlanarToRGB565u8(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                                         uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                                         uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr422PseudoPlanarToRGB888u8(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                                         uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                                         uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr422PseudoPlanarToRGBA8888u8(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                                           uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                                           uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr420PseudoPlanarToRGB565u8(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                                         uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                                         uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr420PseudoPlanarToRGB888u8(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                                         uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                                         uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorYCbCr420PseudoPlanarToRGBA8888u8(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                                           uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                                           uint8_t* dst, uint32_t dstStride);
 
 /* ---- Video-range 4:2:0 buffers ---- */
 
@@ -129,9 +161,6 @@ VSR_API vsrStatus vsrColorYUV420toRGB8888u8(const uint8_t* src, uint32_t width, 
 
 /* ---- Coding-unit tiles ---- */
 
-#define VSR_COLOR_TILES(operation, source) \
-    VSR_API vsrStatus operation(const uint8_t* source, uint32_t width, uint32_t height, uint8_t* dst)
-
 /**
  * Coding units, as a block codec decodes them, to packed RGB888. A unit covers 8 h x 8 v pixels: h * v luma blocks of
  * 8x8 bytes in raster order, then one 8x8 Cb and one 8x8 Cr block for the whole unit; h and v are the digits behind H
@@ -144,12 +173,10 @@ VSR_API vsrStatus vsrColorYUV420toRGB8888u8(const uint8_t* src, uint32_t width, 
  * above. Null pointers and zero sizes are refused.
  * @return 0
  */
-VSR_COLOR_TILES(vsrColorYCrCbH1V1toRGB888u8, src);
-VSR_COLOR_TILES(vsrColorYCrCbH2V2toRGB888u8, y_src);
-VSR_COLOR_TILES(vsrColorYCrCbH2V1toRGB888u8, ysrc);
-VSR_COLOR_TILES(vsrColorYCrCbH1V2toRGB888u8, ysrc);
-
-#undef VSR_COLOR_TILES
+VSR_API vsrStatus vsrColorYCrCbH1V1toRGB888u8(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst);
+VSR_API vsrStatus vsrColorYCrCbH2V2toRGB888u8(const uint8_t* y_src, uint32_t width, uint32_t height, uint8_t* dst);
+VSR_API vsrStatus vsrColorYCrCbH2V1toRGB888u8(const uint8_t* ysrc, uint32_t width, uint32_t height, uint8_t* dst);
+VSR_API vsrStatus vsrColorYCrCbH1V2toRGB888u8(const uint8_t* ysrc, uint32_t width, uint32_t height, uint8_t* dst);
 
 /* ---- Pixel and plane formats of the conversions below ----
  *
@@ -174,42 +201,48 @@ VSR_COLOR_TILES(vsrColorYCrCbH1V2toRGB888u8, ysrc);
  * - They return 0 when they are done.
  */
 
-#define VSR_COLOR_IMAGE(operation)                                                                             \
-    VSR_API vsrStatus operation(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, \
-                                uint8_t* dst, uint32_t dstStride)
-
 /**
  * One RGB format to another: an alpha that is missing is 255, one without a place is dropped. In place is allowed where
  * source and destination differ in the order of red and blue only.
  */
-VSR_COLOR_IMAGE(vsrColorRGB565ToBGR565u8);
-VSR_COLOR_IMAGE(vsrColorRGB565ToBGR888u8);
-VSR_COLOR_IMAGE(vsrColorRGB565ToBGRA8888u8);
-VSR_COLOR_IMAGE(vsrColorRGB565ToRGB888u8);
-VSR_COLOR_IMAGE(vsrColorRGB565ToRGBA8888u8);
-VSR_COLOR_IMAGE(vsrColorRGB888ToBGR565u8);
-VSR_COLOR_IMAGE(vsrColorRGB888ToBGR888u8);
-VSR_COLOR_IMAGE(vsrColorRGB888ToBGRA8888u8);
-VSR_COLOR_IMAGE(vsrColorRGB888ToRGB565u8);
-VSR_COLOR_IMAGE(vsrColorRGB888ToRGBA8888u8);
-VSR_COLOR_IMAGE(vsrColorRGBA8888ToBGR565u8);
-VSR_COLOR_IMAGE(vsrColorRGBA8888ToBGR888u8);
-VSR_COLOR_IMAGE(vsrColorRGBA8888ToBGRA8888u8);
-VSR_COLOR_IMAGE(vsrColorRGBA8888ToRGB565u8);
-VSR_COLOR_IMAGE(vsrColorRGBA8888ToRGB888u8);
+VSR_API vsrStatus vsrColorRGB565ToBGR565u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB565ToBGR888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB565ToBGRA8888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB565ToRGB888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB565ToRGBA8888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB888ToBGR565u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB888ToBGR888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB888ToBGRA8888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB888ToRGB565u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB888ToRGBA8888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGBA8888ToBGR565u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGBA8888ToBGR888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGBA8888ToBGRA8888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                               uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGBA8888ToRGB565u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGBA8888ToRGB888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                             uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
 
 /** Grey: Y = (77 R + 150 G + 29 B + 128) >> 8; alpha does not count. */
-VSR_COLOR_IMAGE(vsrColorRGB565ToGrayu8);
-VSR_COLOR_IMAGE(vsrColorRGB888ToGrayu8);
-VSR_COLOR_IMAGE(vsrColorRGBA8888ToGrayu8);
-
-#define VSR_COLOR_TO_PLANAR(operation)                                                                         \
-    VSR_API vsrStatus operation(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, \
-                                uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t dstYStride,            \
-                                uint32_t dstCbStride, uint32_t dstCrStride)
-#define VSR_COLOR_TO_PSEUDO_PLANAR(operation)                                                                  \
-    VSR_API vsrStatus operation(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, \
-                                uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride, uint32_t dstCStride)
+VSR_API vsrStatus vsrColorRGB565ToGrayu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                         uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGB888ToGrayu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                         uint8_t* dst, uint32_t dstStride);
+VSR_API vsrStatus vsrColorRGBA8888ToGrayu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
 
 /**
  * RGB to full-range YCbCr (BT.601 weights, as in JFIF). Y of each pixel as in the grey conversions; of the mean R, G
@@ -217,44 +250,60 @@ VSR_COLOR_IMAGE(vsrColorRGBA8888ToGrayu8);
  * Cb = min(255, 128 + ((128 B - 43 R - 85 G + 128) >> 8)), Cr = min(255, 128 + ((128 R - 107 G - 21 B + 128) >> 8)).
  * Shifts round down. Grey gives exactly 128.
  */
-VSR_COLOR_TO_PLANAR(vsrColorRGB565ToYCbCr420Planaru8);
-VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB565ToYCbCr420PseudoPlanaru8);
-VSR_COLOR_TO_PLANAR(vsrColorRGB565ToYCbCr422Planaru8);
-VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB565ToYCbCr422PseudoPlanaru8);
-VSR_COLOR_TO_PLANAR(vsrColorRGB565ToYCbCr444Planaru8);
-VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB565ToYCbCr444PseudoPlanaru8);
-VSR_COLOR_TO_PLANAR(vsrColorRGB888ToYCbCr420Planaru8);
-VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB888ToYCbCr420PseudoPlanaru8);
-VSR_COLOR_TO_PLANAR(vsrColorRGB888ToYCbCr422Planaru8);
-VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB888ToYCbCr422PseudoPlanaru8);
-VSR_COLOR_TO_PLANAR(vsrColorRGB888ToYCbCr444Planaru8);
-VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGB888ToYCbCr444PseudoPlanaru8);
-VSR_COLOR_TO_PLANAR(vsrColorRGBA8888ToYCbCr420Planaru8);
-VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGBA8888ToYCbCr420PseudoPlanaru8);
-VSR_COLOR_TO_PLANAR(vsrColorRGBA8888ToYCbCr422Planaru8);
-VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGBA8888ToYCbCr422PseudoPlanaru8);
-VSR_COLOR_TO_PLANAR(vsrColorRGBA8888ToYCbCr444Planaru8);
-VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGBA8888ToYCbCr444PseudoPlanaru8);
-#undef VSR_COLOR_TO_PLANAR
-#undef VSR_COLOR_TO_PSEUDO_PLANAR
-
-#define VSR_COLOR_PLANAR_TO_PLANAR(operation)                                                                        \
-    VSR_API vsrStatus operation(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t srcWidth,  \
-                                uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride, \
-                                uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t dstYStride,                  \
-                                uint32_t dstCbStride, uint32_t dstCrStride)
-#define VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(operation)                                                                 \
-    VSR_API vsrStatus operation(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t srcWidth,  \
-                                uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride, \
-                                uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride, uint32_t dstCStride)
-#define VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(operation)                                                             \
-    VSR_API vsrStatus operation(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight, \
-                                uint32_t srcYStride, uint32_t srcCStride, uint8_t* dstY, uint8_t* dstCb,         \
-                                uint8_t* dstCr, uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride)
-#define VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(operation)                                                      \
-    VSR_API vsrStatus operation(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight, \
-                                uint32_t srcYStride, uint32_t srcCStride, uint8_t* dstY, uint8_t* dstC,          \
-                                uint32_t dstYStride, uint32_t dstCStride)
+VSR_API vsrStatus vsrColorRGB565ToYCbCr420Planaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                   uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                   uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorRGB565ToYCbCr420PseudoPlanaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                         uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                                         uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorRGB565ToYCbCr422Planaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                   uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                   uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorRGB565ToYCbCr422PseudoPlanaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                         uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                                         uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorRGB565ToYCbCr444Planaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                   uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                   uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorRGB565ToYCbCr444PseudoPlanaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                         uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                                         uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorRGB888ToYCbCr420Planaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                   uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                   uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorRGB888ToYCbCr420PseudoPlanaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                         uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                                         uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorRGB888ToYCbCr422Planaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                   uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                   uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorRGB888ToYCbCr422PseudoPlanaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                         uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                                         uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorRGB888ToYCbCr444Planaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                   uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                   uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorRGB888ToYCbCr444PseudoPlanaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                         uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                                         uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorRGBA8888ToYCbCr420Planaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                     uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                     uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorRGBA8888ToYCbCr420PseudoPlanaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                           uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                                           uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorRGBA8888ToYCbCr422Planaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                     uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                     uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorRGBA8888ToYCbCr422PseudoPlanaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                           uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                                           uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorRGBA8888ToYCbCr444Planaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                     uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                     uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorRGBA8888ToYCbCr444PseudoPlanaru8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                           uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                                           uint32_t dstYStride, uint32_t dstCStride);
 
 /**
  * One YCbCr layout to another. Luma is copied; with dstY equal to srcY it stays as it is (in place for luma, chroma is
@@ -262,40 +311,180 @@ VSR_COLOR_TO_PSEUDO_PLANAR(vsrColorRGBA8888ToYCbCr444PseudoPlanaru8);
  * (1 x 2, 2 x 1, or 2 x 2 rounded once), the one that covers it where it is finer; repeating and averaging again gives
  * the samples back.
  */
-VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PlanarToYCbCr420PseudoPlanaru8);
-VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr420PlanarToYCbCr422Planaru8);
-VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PlanarToYCbCr422PseudoPlanaru8);
-VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr420PlanarToYCbCr444Planaru8);
-VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PlanarToYCbCr444PseudoPlanaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr420Planaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr422Planaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr422PseudoPlanaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr444Planaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr420PseudoPlanarToYCbCr444PseudoPlanaru8);
-VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr422PlanarToYCbCr420Planaru8);
-VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PlanarToYCbCr420PseudoPlanaru8);
-VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PlanarToYCbCr422PseudoPlanaru8);
-VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr422PlanarToYCbCr444Planaru8);
-VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PlanarToYCbCr444PseudoPlanaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr420Planaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr420PseudoPlanaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr422Planaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr444Planaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr422PseudoPlanarToYCbCr444PseudoPlanaru8);
-VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr444PlanarToYCbCr420Planaru8);
-VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PlanarToYCbCr420PseudoPlanaru8);
-VSR_COLOR_PLANAR_TO_PLANAR(vsrColorYCbCr444PlanarToYCbCr422Planaru8);
-VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PlanarToYCbCr422PseudoPlanaru8);
-VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PlanarToYCbCr444PseudoPlanaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr420Planaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr420PseudoPlanaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr422Planaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr422PseudoPlanaru8);
-VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr444Planaru8);
-#undef VSR_COLOR_PLANAR_TO_PLANAR
-#undef VSR_COLOR_PLANAR_TO_PSEUDO_PLANAR
-#undef VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR
-#undef VSR_COLOR_PSEUDO_PLANAR_TO_PSEUDO_PLANAR
+VSR_API vsrStatus vsrColorYCbCr420PlanarToYCbCr420PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                                 const uint8_t* srcCr, uint32_t srcWidth,
+                                                                 uint32_t srcHeight, uint32_t srcYStride,
+                                                                 uint32_t srcCbStride, uint32_t srcCrStride,
+                                                                 uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride,
+                                                                 uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr420PlanarToYCbCr422Planaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                           const uint8_t* srcCr, uint32_t srcWidth, uint32_t srcHeight,
+                                                           uint32_t srcYStride, uint32_t srcCbStride,
+                                                           uint32_t srcCrStride, uint8_t* dstY, uint8_t* dstCb,
+                                                           uint8_t* dstCr, uint32_t dstYStride, uint32_t dstCbStride,
+                                                           uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr420PlanarToYCbCr422PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                                 const uint8_t* srcCr, uint32_t srcWidth,
+                                                                 uint32_t srcHeight, uint32_t srcYStride,
+                                                                 uint32_t srcCbStride, uint32_t srcCrStride,
+                                                                 uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride,
+                                                                 uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr420PlanarToYCbCr444Planaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                           const uint8_t* srcCr, uint32_t srcWidth, uint32_t srcHeight,
+                                                           uint32_t srcYStride, uint32_t srcCbStride,
+                                                           uint32_t srcCrStride, uint8_t* dstY, uint8_t* dstCb,
+                                                           uint8_t* dstCr, uint32_t dstYStride, uint32_t dstCbStride,
+                                                           uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr420PlanarToYCbCr444PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                                 const uint8_t* srcCr, uint32_t srcWidth,
+                                                                 uint32_t srcHeight, uint32_t srcYStride,
+                                                                 uint32_t srcCbStride, uint32_t srcCrStride,
+                                                                 uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride,
+                                                                 uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr420PseudoPlanarToYCbCr420Planaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                 uint32_t srcWidth, uint32_t srcHeight,
+                                                                 uint32_t srcYStride, uint32_t srcCStride,
+                                                                 uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                                 uint32_t dstYStride, uint32_t dstCbStride,
+                                                                 uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr420PseudoPlanarToYCbCr422Planaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                 uint32_t srcWidth, uint32_t srcHeight,
+                                                                 uint32_t srcYStride, uint32_t srcCStride,
+                                                                 uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                                 uint32_t dstYStride, uint32_t dstCbStride,
+                                                                 uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr420PseudoPlanarToYCbCr422PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                       uint32_t srcWidth, uint32_t srcHeight,
+                                                                       uint32_t srcYStride, uint32_t srcCStride,
+                                                                       uint8_t* dstY, uint8_t* dstC,
+                                                                       uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr420PseudoPlanarToYCbCr444Planaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                 uint32_t srcWidth, uint32_t srcHeight,
+                                                                 uint32_t srcYStride, uint32_t srcCStride,
+                                                                 uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                                 uint32_t dstYStride, uint32_t dstCbStride,
+                                                                 uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr420PseudoPlanarToYCbCr444PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                       uint32_t srcWidth, uint32_t srcHeight,
+                                                                       uint32_t srcYStride, uint32_t srcCStride,
+                                                                       uint8_t* dstY, uint8_t* dstC,
+                                                                       uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr422PlanarToYCbCr420Planaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                           const uint8_t* srcCr, uint32_t srcWidth, uint32_t srcHeight,
+                                                           uint32_t srcYStride, uint32_t srcCbStride,
+                                                           uint32_t srcCrStride, uint8_t* dstY, uint8_t* dstCb,
+                                                           uint8_t* dstCr, uint32_t dstYStride, uint32_t dstCbStride,
+                                                           uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr422PlanarToYCbCr420PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                                 const uint8_t* srcCr, uint32_t srcWidth,
+                                                                 uint32_t srcHeight, uint32_t srcYStride,
+                                                                 uint32_t srcCbStride, uint32_t srcCrStride,
+                                                                 uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride,
+                                                                 uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr422PlanarToYCbCr422PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                                 const uint8_t* srcCr, uint32_t srcWidth,
+                                                                 uint32_t srcHeight, uint32_t srcYStride,
+                                                                 uint32_t srcCbStride, uint32_t srcCrStride,
+                                                                 uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride,
+                                                                 uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr422PlanarToYCbCr444Planaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                           const uint8_t* srcCr, uint32_t srcWidth, uint32_t srcHeight,
+                                                           uint32_t srcYStride, uint32_t srcCbStride,
+                                                           uint32_t srcCrStride, uint8_t* dstY, uint8_t* dstCb,
+                                                           uint8_t* dstCr, uint32_t dstYStride, uint32_t dstCbStride,
+                                                           uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr422PlanarToYCbCr444PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                                 const uint8_t* srcCr, uint32_t srcWidth,
+                                                                 uint32_t srcHeight, uint32_t srcYStride,
+                                                                 uint32_t srcCbStride, uint32_t srcCrStride,
+                                                                 uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride,
+                                                                 uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr422PseudoPlanarToYCbCr420Planaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                 uint32_t srcWidth, uint32_t srcHeight,
+                                                                 uint32_t srcYStride, uint32_t srcCStride,
+                                                                 uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                                 uint32_t dstYStride, uint32_t dstCbStride,
+                                                                 uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr422PseudoPlanarToYCbCr420PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                       uint32_t srcWidth, uint32_t srcHeight,
+                                                                       uint32_t srcYStride, uint32_t srcCStride,
+                                                                       uint8_t* dstY, uint8_t* dstC,
+                                                                       uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr422PseudoPlanarToYCbCr422Planaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                 uint32_t srcWidth, uint32_t srcHeight,
+                                                                 uint32_t srcYStride, uint32_t srcCStride,
+                                                                 uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                                 uint32_t dstYStride, uint32_t dstCbStride,
+                                                                 uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr422PseudoPlanarToYCbCr444Planaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                 uint32_t srcWidth, uint32_t srcHeight,
+                                                                 uint32_t srcYStride, uint32_t srcCStride,
+                                                                 uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                                 uint32_t dstYStride, uint32_t dstCbStride,
+                                                                 uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr422PseudoPlanarToYCbCr444PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                       uint32_t srcWidth, uint32_t srcHeight,
+                                                                       uint32_t srcYStride, uint32_t srcCStride,
+                                                                       uint8_t* dstY, uint8_t* dstC,
+                                                                       uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr444PlanarToYCbCr420Planaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                           const uint8_t* srcCr, uint32_t srcWidth, uint32_t srcHeight,
+                                                           uint32_t srcYStride, uint32_t srcCbStride,
+                                                           uint32_t srcCrStride, uint8_t* dstY, uint8_t* dstCb,
+                                                           uint8_t* dstCr, uint32_t dstYStride, uint32_t dstCbStride,
+                                                           uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr444PlanarToYCbCr420PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                                 const uint8_t* srcCr, uint32_t srcWidth,
+                                                                 uint32_t srcHeight, uint32_t srcYStride,
+                                                                 uint32_t srcCbStride, uint32_t srcCrStride,
+                                                                 uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride,
+                                                                 uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr444PlanarToYCbCr422Planaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                           const uint8_t* srcCr, uint32_t srcWidth, uint32_t srcHeight,
+                                                           uint32_t srcYStride, uint32_t srcCbStride,
+                                                           uint32_t srcCrStride, uint8_t* dstY, uint8_t* dstCb,
+                                                           uint8_t* dstCr, uint32_t dstYStride, uint32_t dstCbStride,
+                                                           uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr444PlanarToYCbCr422PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                                 const uint8_t* srcCr, uint32_t srcWidth,
+                                                                 uint32_t srcHeight, uint32_t srcYStride,
+                                                                 uint32_t srcCbStride, uint32_t srcCrStride,
+                                                                 uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride,
+                                                                 uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr444PlanarToYCbCr444PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcCb,
+                                                                 const uint8_t* srcCr, uint32_t srcWidth,
+                                                                 uint32_t srcHeight, uint32_t srcYStride,
+                                                                 uint32_t srcCbStride, uint32_t srcCrStride,
+                                                                 uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride,
+                                                                 uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr444PseudoPlanarToYCbCr420Planaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                 uint32_t srcWidth, uint32_t srcHeight,
+                                                                 uint32_t srcYStride, uint32_t srcCStride,
+                                                                 uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                                 uint32_t dstYStride, uint32_t dstCbStride,
+                                                                 uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr444PseudoPlanarToYCbCr420PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                       uint32_t srcWidth, uint32_t srcHeight,
+                                                                       uint32_t srcYStride, uint32_t srcCStride,
+                                                                       uint8_t* dstY, uint8_t* dstC,
+                                                                       uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr444PseudoPlanarToYCbCr422Planaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                 uint32_t srcWidth, uint32_t srcHeight,
+                                                                 uint32_t srcYStride, uint32_t srcCStride,
+                                                                 uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                                 uint32_t dstYStride, uint32_t dstCbStride,
+                                                                 uint32_t dstCrStride);
+VSR_API vsrStatus vsrColorYCbCr444PseudoPlanarToYCbCr422PseudoPlanaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                       uint32_t srcWidth, uint32_t srcHeight,
+                                                                       uint32_t srcYStride, uint32_t srcCStride,
+                                                                       uint8_t* dstY, uint8_t* dstC,
+                                                                       uint32_t dstYStride, uint32_t dstCStride);
+VSR_API vsrStatus vsrColorYCbCr444PseudoPlanarToYCbCr444Planaru8(const uint8_t* srcY, const uint8_t* srcC,
+                                                                 uint32_t srcWidth, uint32_t srcHeight,
+                                                                 uint32_t srcYStride, uint32_t srcCStride,
+                                                                 uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                                                 uint32_t dstYStride, uint32_t dstCbStride,
+                                                                 uint32_t dstCrStride);
 
 /* ---- HSV and L*a*b* ---- */
 
@@ -306,23 +495,27 @@ VSR_COLOR_PSEUDO_PLANAR_TO_PLANAR(vsrColorYCbCr444PseudoPlanarToYCbCr444Planaru8
  * bits, rounded, halves up: S = (d (1044480 / V) + 2048) >> 12, H likewise with 2^20 / 6 d. Grey has H = S = 0. In
  * place is allowed.
  */
-VSR_COLOR_IMAGE(vsrColorRGB888ToHSV888u8);
+VSR_API vsrStatus vsrColorRGB888ToHSV888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
 
 /**
  * The reverse. With the sector i = 6 H >> 8, f = 6 H & 255 and c(m) = V (1 - S m / 65280), rounded: p = c(256),
  * q = c(f), t = c(256 - f), and (R, G, B) = (V, t, p), (q, V, p), (p, V, t), (p, q, V), (t, p, V), (V, p, q) for
  * i = 0 .. 5. In place is allowed.
  */
-VSR_COLOR_IMAGE(vsrColorHSV888ToRGB888u8);
+VSR_API vsrStatus vsrColorHSV888ToRGB888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
 
 /**
  * sRGB to CIE L*a*b* with the D65 white (0.950456, 1, 1.088754), as the bytes 255 L* / 100, a* + 128, b* + 128. Grey
  * gives a = b = 128. In place is allowed.
  */
-VSR_COLOR_IMAGE(vsrColorRGB888ToLab888u8);
+VSR_API vsrStatus vsrColorRGB888ToLab888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
 
 /** The reverse; colours outside sRGB end on its surface. In place is allowed. */
-VSR_COLOR_IMAGE(vsrColorLab888ToRGB888u8);
+VSR_API vsrStatus vsrColorLab888ToRGB888u8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
 
 /* ---- Channels ---- */
 
@@ -353,7 +546,8 @@ VSR_API vsrStatus vsrChannelExtractu8(const uint8_t* src1, const uint8_t* src2, 
 /* ---- Chroma planes ---- */
 
 /** Exchanges the bytes of every pair; srcWidth counts pairs. In place is allowed. */
-VSR_COLOR_IMAGE(vsrChromaSwapu8);
+VSR_API vsrStatus vsrChromaSwapu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                  uint8_t* dst, uint32_t dstStride);
 
 /**
  * Mask of a key colour in a plane of srcWidth pairs a row; `dst` has srcWidth bytes a row. Where the distance e of a
@@ -396,29 +590,34 @@ VSR_API vsrStatus vsrBayerToGrayu8(const uint8_t* src, uint32_t srcWidth, uint32
 VSR_API vsrStatus vsrGammau8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float gamma,
                              uint8_t* dst, uint32_t dstStride);
 
-#undef VSR_COLOR_IMAGE
-
 /* ---- Rows ---- */
-
-#define VSR_COLOR_ROW_HELPER(helper, parameters) \
-    VSR_API void helper##C parameters;           \
-    VSR_API void helper##V parameters;           \
-    extern VSR_VAR void(*helper##_) parameters
 
 /**
  * Rows of `length` pixels for other kernels: to Y, Cb and Cr as the 4:4:4 planar conversions, to Y, and RGB565 to
  * RGB888. A length of 0 is allowed, nothing is checked, destinations are apart from the source and from each other. The
  * pointers hold the C variants until a mode sets the V variants.
  */
-VSR_COLOR_ROW_HELPER(rgb5652yuvp, (const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr));
-VSR_COLOR_ROW_HELPER(rgb8882yuvp, (const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr));
-VSR_COLOR_ROW_HELPER(rgba88882yuvp, (const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr));
-VSR_COLOR_ROW_HELPER(rgb5652y, (const uint8_t* src, uint32_t length, uint8_t* y));
-VSR_COLOR_ROW_HELPER(rgb8882y, (const uint8_t* src, uint32_t length, uint8_t* y));
-VSR_COLOR_ROW_HELPER(rgba88882y, (const uint8_t* src, uint32_t length, uint8_t* y));
-VSR_COLOR_ROW_HELPER(rgb565_to_rgb888, (const uint8_t* src, uint32_t length, uint8_t* dst));
-
-#undef VSR_COLOR_ROW_HELPER
+VSR_API void rgb5652yuvpC(const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr);
+VSR_API void rgb5652yuvpV(const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr);
+extern VSR_VAR void (*rgb5652yuvp_)(const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr);
+VSR_API void rgb8882yuvpC(const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr);
+VSR_API void rgb8882yuvpV(const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr);
+extern VSR_VAR void (*rgb8882yuvp_)(const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr);
+VSR_API void rgba88882yuvpC(const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr);
+VSR_API void rgba88882yuvpV(const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr);
+extern VSR_VAR void (*rgba88882yuvp_)(const uint8_t* src, uint32_t length, uint8_t* y, uint8_t* cb, uint8_t* cr);
+VSR_API void rgb5652yC(const uint8_t* src, uint32_t length, uint8_t* y);
+VSR_API void rgb5652yV(const uint8_t* src, uint32_t length, uint8_t* y);
+extern VSR_VAR void (*rgb5652y_)(const uint8_t* src, uint32_t length, uint8_t* y);
+VSR_API void rgb8882yC(const uint8_t* src, uint32_t length, uint8_t* y);
+VSR_API void rgb8882yV(const uint8_t* src, uint32_t length, uint8_t* y);
+extern VSR_VAR void (*rgb8882y_)(const uint8_t* src, uint32_t length, uint8_t* y);
+VSR_API void rgba88882yC(const uint8_t* src, uint32_t length, uint8_t* y);
+VSR_API void rgba88882yV(const uint8_t* src, uint32_t length, uint8_t* y);
+extern VSR_VAR void (*rgba88882y_)(const uint8_t* src, uint32_t length, uint8_t* y);
+VSR_API void rgb565_to_rgb888C(const uint8_t* src, uint32_t length, uint8_t* dst);
+VSR_API void rgb565_to_rgb888V(const uint8_t* src, uint32_t length, uint8_t* dst);
+extern VSR_VAR void (*rgb565_to_rgb888_)(const uint8_t* src, uint32_t length, uint8_t* dst);
 
 VSR_END_DECLARATIONS
 

@@ -49,3 +49,9 @@ class Mser:
     def split(self, src: NDArray[np.uint8]) -> tuple[
         tuple[NDArray[Any], NDArray[Any], NDArray[np.uint32]],
         tuple[NDArray[Any], NDArray[Any], NDArray[np.uint32]]]: ...
+
+class HOG:
+    def __init__(
+        self, *, cellSize: int = ..., blockCells: int = ..., blockStep: int = ..., bins: int = ...,
+        isSigned: bool = ...) -> None: ...
+    def extract(self, src: NDArray[np.uint8]) -> NDArray[np.uint16]: ...

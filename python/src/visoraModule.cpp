@@ -4,9 +4,8 @@
 #include <string>
 
 #include "visoraCaller.h"
-#include "visoraMser.h"
+#include "visoraHandles.h"
 #include "visoraPyramids.h"
-#include "visoraTree.h"
 
 namespace py = pybind11;
 
@@ -59,6 +58,7 @@ PYBIND11_MODULE(_visora, module)
         module.attr(constant.name) = constant.value;
     }
     visora::python::definePyramids(module);
+    visora::python::defineHog(module);
     visora::python::defineMser(module);
     visora::python::defineTree(module);
     module.def(

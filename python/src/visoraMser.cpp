@@ -1,6 +1,4 @@
 // Stable regions: the handle is an object in Python, with memory for the images that it is made for.
-#include "visoraMser.h"
-
 #include <pybind11/numpy.h>
 #include <visora/mser.h>
 
@@ -12,6 +10,7 @@
 #include <vector>
 
 #include "visoraCaller.h"
+#include "visoraHandles.h"
 
 namespace py = pybind11;
 
@@ -148,18 +147,6 @@ class Mser
                                                          list.pixels.data(), list.mostPixels(), &list.numPixels);
                                        });
         return py::make_tuple(regionsOf(found), coordinates(found));
-    }
-
-    static void refuse(const std::string& function, vsrStatus status, const char* why)
-    {
-        if (status == VISORA_ENOMEM)
-        {
-            throw std::bad_alloc();
-        }
-        if (status != VISORA_SUCCESS)
-        {
-            throw py::value_error(function + ": " + why);
-        }
     }
 
     template <class Detect>

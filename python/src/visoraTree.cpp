@@ -1,6 +1,4 @@
 // The tree of vectors, which is an object in Python: it is built once, searched often, by several threads at a time.
-#include "visoraTree.h"
-
 #include <pybind11/numpy.h>
 #include <visora/cluster.h>
 
@@ -8,6 +6,7 @@
 #include <string>
 
 #include "visoraCaller.h"
+#include "visoraHandles.h"
 
 namespace py = pybind11;
 
@@ -38,18 +37,6 @@ void check(const char* function, const char* name, const py::array& vectors)
     }
 }
 
-void refuse(const char* function, vsrStatus status)
-{
-    if (status == VISORA_ENOMEM)
-    {
-        throw std::bad_alloc();
-    }
-    if (status != VISORA_SUCCESS)
-    {
-        throw py::value_error(std::string(function) + ": refused");
-    }
-}
-
 class KDTree
 {
   public:
@@ -60,9 +47,10 @@ class KDTree
         length_ = vectors.shape(1);
         vsrKDTree* tree = nullptr;
         chooseModeOnce();
-        refuse("KDTree (elements have to be finite and up to 2^60)",
+        refuse("KDTree",
                vsrKDTreeBuildf32(vectors.data(), static_cast<uint32_t>(length_),
-                                 static_cast<uint32_t>(vectors.shape(0)), 0, &tree));
+                                 static_cast<uint32_t>(vectors.shape(0)), 0, &tree),
+               "elements have to be finite and up to 2^60");
         tree_.reset(tree);
     }
 
@@ -90,7 +78,7 @@ class KDTree
             status =
                 vsrKDTreeSearchf32(tree_.get(), first, static_cast<uint32_t>(count), 0, k, maxLeaves, index, distance);
         }
-        refuse("KDTree.search", status);
+        refuse("KDTree.search", status, "refused");
         return py::make_tuple(indices, distances);
     }
 

@@ -42,9 +42,11 @@ ANSWERS = [
     ("svdf32", lambda f: (lambda w, u, v: u * w @ v)(*f(A.T)), lambda: A.T, 1e-4),
     ("crossProduct3x1f32", lambda f: f([1, 2, 3], [4, 5, 7]), lambda: np.cross([1, 2, 3], [4, 5, 7]), 0),
     ("geomProjectPoint3xNf32", lambda f: f(SPACE, TURN, SHIFT, CAMERA), lambda: seen(SPACE), 1e-2),
-    ("geomProjectPoint3xNf32", lambda f: f(SPACE, TURN, SHIFT, CAMERA, distortion=LENS), lambda: seen(SPACE, LENS), 1e-2),
+    ("geomProjectPoint3xNf32", lambda f: f(SPACE, TURN, SHIFT, CAMERA, distortion=LENS),
+     lambda: seen(SPACE, LENS), 1e-2),
     ("geomDistortPoint2xNf32", lambda f: f(seen(SPACE), CAMERA, LENS), lambda: seen(SPACE, LENS), 1e-2),
-    ("geomUndistortPoint2xNf32", lambda f: f(seen(SPACE, LENS), CAMERA, LENS, iterations=20), lambda: seen(SPACE), 2e-2),
+    ("geomUndistortPoint2xNf32", lambda f: f(seen(SPACE, LENS), CAMERA, LENS, iterations=20),
+     lambda: seen(SPACE), 2e-2),
     ("geomTriangulatePoint2xNf32", lambda f: f(seen(SPACE), seen(SPACE, shift=SHIFT + np.float32([1, 0, 0])),
                                                view(TURN, SHIFT), view(TURN, SHIFT + np.float32([1, 0, 0]))),
      lambda: SPACE, 1e-2),
@@ -58,7 +60,8 @@ ANSWERS = [
     ("geomSimilarityFitf32", lambda f: f((DOTS, DOTS @ np.float32([[0, 2], [-2, 0]]) + 3)),
      lambda: [[0, -2, 3], [2, 0, 3], [0, 0, 1]], 1e-3),
     ("depthRegisteru16", lambda f: f(np.full((4, 5), 700, np.uint16), *[[9, 0, 2, 0, 9, 1, 0, 0, 1]] * 2,
-                                     np.eye(3, dtype=np.float32), [0, 0, 50], dstWidth=5, dstHeight=4).max(), lambda: 750, 0),
+                                     np.eye(3, dtype=np.float32), [0, 0, 50], dstWidth=5, dstHeight=4).max(),
+     lambda: 750, 0),
     ("convexHullf32", lambda f: sorted(f(DOTS, indices=True)[1]),
      lambda: sorted(cv2.convexHull(DOTS, returnPoints=False)[:, 0]), 0),
     ("minAreaRectf32", lambda f: corners((lambda b: ((b.cx, b.cy), (b.width, b.height), b.angle))(f(DOTS))),
@@ -67,9 +70,10 @@ ANSWERS = [
     ("fitLinef32", lambda f: abs(f(DOTS)[2:]), lambda: abs(cv2.fitLine(DOTS, cv2.DIST_L2, 0, 0.01, 0.01)[:2, 0]), 1e-3),
     ("fitEllipsef32", lambda f: f(np.float32([[5 + 4 * np.cos(t), 6 + 2 * np.sin(t)] for t in range(9)])),
      lambda: [5, 6, 4, 2, 0], 1e-2),
-    ("polygonContainsf32", lambda f: f(DOTS[:9], DOTS)[0], lambda: [cv2.pointPolygonTest(DOTS[:9], tuple(map(float, p)), False)
-                                                                 for p in DOTS], 0),
-    ("polygonSimplifyf32", lambda f: f([[0, 0], [1, 0.1], [2, -0.1], [3, 5], [4, 6], [5, 7], [7, 9], [8, 9], [9, 9]], 1.0,
+    ("polygonContainsf32", lambda f: f(DOTS[:9], DOTS)[0],
+     lambda: [cv2.pointPolygonTest(DOTS[:9], tuple(map(float, p)), False) for p in DOTS], 0),
+    ("polygonSimplifyf32",
+     lambda f: f([[0, 0], [1, 0.1], [2, -0.1], [3, 5], [4, 6], [5, 7], [7, 9], [8, 9], [9, 9]], 1.0,
                                        indices=True)[1], lambda: [0, 2, 3, 6, 8], 0),
     ("findNonZerou8", lambda f: f(BLOBS), lambda: np.argwhere(BLOBS)[:, ::-1], 0),
     ("findConnectedComponentsu8", lambda f: sorted(f(BLOBS)[1]["area"]),
@@ -77,11 +81,13 @@ ANSWERS = [
     ("findOuterContoursu8", lambda f: len(f(BLOBS, 0)[0]),
      lambda: len(cv2.findContours(BLOBS, cv2.RETR_EXTERNAL, cv2.CHAIN_APPROX_NONE)[0]), 0),
     ("contourMeasures32", lambda f: f([[0, 0], [4, 0], [4, 3], [0, 3]])[:2], lambda: (14, 12), 0),
-    ("distanceTransformL2u8f32", lambda f: f(BLOBS), lambda: cv2.distanceTransform(BLOBS, cv2.DIST_L2, cv2.DIST_MASK_PRECISE),
+    ("distanceTransformL2u8f32", lambda f: f(BLOBS),
+     lambda: cv2.distanceTransform(BLOBS, cv2.DIST_L2, cv2.DIST_MASK_PRECISE),
      1e-3),
     ("floodFillu8", lambda f: f(BLOBS.copy(), 3, 4, 7, 0, 0, connectivity=4)[0],
      lambda: cv2.floodFill(BLOBS.copy(), None, (3, 4), 7)[1], 0),
-    ("nonMaxSuppressf32", lambda f: f([[0, 0, 4, 4], [1, 0, 5, 4], [9, 9, 12, 12]], [1, 2, 3], 0.0, 0.5), lambda: [2, 1], 0),
+    ("nonMaxSuppressf32", lambda f: f([[0, 0, 4, 4], [1, 0, 5, 4], [9, 9, 12, 12]], [1, 2, 3], 0.0, 0.5),
+     lambda: [2, 1], 0),
     ("houghLinesu8", lambda f: f(cv2.line(np.zeros((60, 80), np.uint8), (0, 30), (79, 30), 255), 1.0, 1.0, 60)[0],
      lambda: [[30, 90]], 1e-3),
 ]
@@ -108,7 +114,8 @@ def test_fundamental_matrices():
     source, target = seen(SPACE), seen(SPACE, shift=SHIFT + np.float32([1, 0.2, 0.1]))
     wrong = target.copy()
     wrong[:8] += 40
-    matrices = [visora.geomFundamentalFitf32((source, target)), visora.geomFundamentalRobustFitf32((source, wrong), 0.5)[0]]
+    matrices = [visora.geomFundamentalFitf32((source, target)),
+                visora.geomFundamentalRobustFitf32((source, wrong), 0.5)[0]]
     for matrix in matrices:
         lines = np.c_[source, np.ones(40)] @ matrix.T.astype(np.float64)
         distances = (lines * np.c_[target, np.ones(40)]).sum(1) / np.hypot(*lines[:, :2].T)
@@ -123,8 +130,8 @@ def test_contours_filled_are_the_image_again():
     outer = [chain for chain, link in zip(chains, links) if not link["isHole"]]
     for chain in outer:
         visora.fillPolygonu8(again, chain, [len(chain)], [255])
-    filled = cv2.drawContours(np.zeros_like(BLOBS), cv2.findContours(BLOBS, cv2.RETR_EXTERNAL, cv2.CHAIN_APPROX_NONE)[0], -1,
-                              255, -1)
+    borders = cv2.findContours(BLOBS, cv2.RETR_EXTERNAL, cv2.CHAIN_APPROX_NONE)[0]
+    filled = cv2.drawContours(np.zeros_like(BLOBS), borders, -1, 255, -1)
     assert np.array_equal(again, filled)
     with pytest.raises(ValueError, match="xy"):  # fewer points than the lengths say
         visora.drawPolylineu8(again, xy[:3], [2, 2], [1])
@@ -162,3 +169,19 @@ def test_stable_regions():
             mser.detectDark(bad)
     with pytest.raises(ValueError, match="Mser"):
         visora.Mser(0, 5)
+
+
+def test_oriented_gradients():
+    ramp = np.arange(0, 96, 2, dtype=np.uint8)[:, None].repeat(80, 1)
+    features = visora.HOG(bins=9).extract(ramp)
+    assert features.shape == (5, 9, 36)
+    # One direction has it all, of four cells alike.
+    block = features[2, 4].reshape(4, 9)
+    assert (np.count_nonzero(block, axis=1) == 1).all() and np.allclose(block.max(1), 16384, atol=64)
+    scores = visora.hogWindowScoreu16f32(features.reshape(5, -1), 9, 36, np.ones((2, 72), np.float32), 2, 1.0)
+    assert scores.shape == (4, 8) and np.allclose(scores, 1 + 16 * 16384, rtol=5e-3)
+    for bad in (ramp[:15], ramp[0], ramp.astype(np.int16)):
+        with pytest.raises((TypeError, ValueError), match="HOG.extract: src"):
+            visora.HOG().extract(bad)
+    with pytest.raises(ValueError, match="HOG"):
+        visora.HOG(cellSize=1)
