@@ -1,4 +1,6 @@
 // Filters with kernels of the caller, and Gaussians of any size.
+#include <type_traits>
+
 #include "support/operations.h"
 #include "visora/variants/filter.h"
 
@@ -20,6 +22,21 @@ uint32_t oddNumber(Arguments& a, uint32_t largest, uint32_t typical)
     return a.choose(0, largest / 2, typical / 2) * 2 + 1;
 }
 
+// Pixels of any value; in benchmarks floats are levels, as those of images are: processors take long for the smallest
+// numbers.
+template <class S>
+const S* pixels(Arguments& a, uint32_t width, uint32_t height, uint32_t stride)
+{
+    if constexpr (std::is_same_v<S, float>)
+    {
+        if (a.shape().typical)
+        {
+            return a.made<float>(width, height, stride, [&] { return static_cast<float>(a.random().between(0, 255)); });
+        }
+    }
+    return a.input<S>(width, height, stride);
+}
+
 // Sources and destinations of one size, of S and of D.
 template <class S, class D>
 struct Images
@@ -29,7 +46,7 @@ struct Images
           height(a.shape().height),
           srcStride(a.srcStride(static_cast<uint32_t>(width * sizeof(S)), sizeof(S))),
           dstStride(a.dstStride(static_cast<uint32_t>(width * sizeof(D)), sizeof(D))),
-          src(a.input<S>(width, height, srcStride)),
+          src(pixels<S>(a, width, height, srcStride)),
           dst(a.output<D>(width, height, dstStride))
     {
     }
