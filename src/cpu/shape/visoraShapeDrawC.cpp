@@ -63,14 +63,14 @@ vsrStatus fillPolygon(const Canvas& canvas, const int32_t* xy, const uint32_t* l
     {
         points += lengths[i];
     }
-    const visora::Scratch scratch(visora::partBytes<Edge>(points) + visora::partBytes<Edge*>(points));
+    const visora::Scratch scratch(visora::partBytes<Edge>(points) + visora::partBytes<uint32_t>(points));
     if (!scratch.data())
     {
         return VISORA_ENOMEM;
     }
     visora::Parts parts(scratch);
     Edge* const edges = parts.take<Edge>(points);
-    Edge** const active = parts.take<Edge*>(points);
+    auto* const active = parts.take<uint32_t>(points);
     size_t count = 0;
     visora::forSides(xy, lengths, numChains,
                      [&](CanvasPoint a, CanvasPoint b)
@@ -91,29 +91,31 @@ vsrStatus fillPolygon(const Canvas& canvas, const int32_t* xy, const uint32_t* l
     for (int64_t y = 0; y < canvas.height && (live != 0 || next < count); ++y)
     {
         live = static_cast<size_t>(
-            std::remove_if(active, active + live, [=](const Edge* edge) { return edge->bottom <= y; }) - active);
+            std::remove_if(active, active + live, [=](uint32_t i) { return edges[i].bottom <= y; }) - active);
         for (; next < count && edges[next].top <= y; ++next)
         {
-            active[live++] = &edges[next];
+            active[live++] = static_cast<uint32_t>(next);
         }
+        const auto isLeftOf = [=](uint32_t a, uint32_t b) { return edges[a].isLeftOf(edges[b]); };
         // From row to row their order hardly changes, but that of many may.
         constexpr size_t kFew = 32;
         if (live > kFew)
         {
-            std::sort(active, active + live, [](const Edge* a, const Edge* b) { return a->isLeftOf(*b); });
+            std::sort(active, active + live, isLeftOf);
         }
         for (size_t i = 1; live <= kFew && i < live; ++i)
         {
-            for (size_t k = i; k > 0 && active[k]->isLeftOf(*active[k - 1]); --k)
+            for (size_t k = i; k > 0 && isLeftOf(active[k], active[k - 1]); --k)
             {
                 std::swap(active[k], active[k - 1]);
             }
         }
         for (size_t i = 0; i + 1 < live; i += 2)
         {
-            canvas.fill(y, {active[i]->column() + (active[i]->crossing.rest != 0 ? 1 : 0), active[i + 1]->column()});
+            const Edge& left = edges[active[i]];
+            canvas.fill(y, {left.column() + (left.crossing.rest != 0 ? 1 : 0), edges[active[i + 1]].column()});
         }
-        std::for_each(active, active + live, [](Edge* edge) { edge->crossing.next(); });
+        std::for_each(active, active + live, [=](uint32_t i) { edges[i].crossing.next(); });
     }
     return VISORA_SUCCESS;
 }
