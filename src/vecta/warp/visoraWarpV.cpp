@@ -118,7 +118,8 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
         }
     };
     // A band of few cache lines of source columns, walked down the image, keeps both sides' lines in the nearer caches.
-    constexpr size_t kBand = (HWY_ARCH_X86 ? 4 : 1) * kLineBytes / sizeof(T);
+    constexpr size_t kLine = kLineBytes / sizeof(T);
+    constexpr size_t kBand = (HWY_ARCH_X86 ? 4 : 1) * kLine;
     for (size_t band = 0; band < width; band += kBand)
     {
         const size_t bandEnd = HWY_MIN(band + kBand, width);
@@ -129,7 +130,8 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
             for (size_t row = y; row < y + kRows; ++row)
             {
                 const uint8_t* from = src + row * srcStride;
-                for (size_t x = bandBegin; x < bandEnd; x += kLineBytes / sizeof(T))
+                hwy::Prefetch(from + bandBegin * sizeof(T));
+                for (size_t x = bandBegin + kLine; kBand > kLine && x < bandEnd; x += kLine)
                 {
                     hwy::Prefetch(from + x * sizeof(T));
                 }
