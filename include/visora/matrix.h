@@ -59,9 +59,9 @@ VSR_API vsrStatus vsrSolveQRf32(const float* A, uint32_t rows, uint32_t columns,
 /**
  * Singular value decomposition A = U diag(w) Vt by one-sided Jacobi turns (M. Hestenes, 1958) of A, or of its transpose
  * where that has fewer columns. With r the lesser of rows and columns, U has orthonormal columns and Vt orthonormal
- * rows, to about 1e-5, also for singular values of 0; U diag(w) Vt is A to about 1e-5 of w[0]. Where cancellation leaves
- * a value that is not 0 but below 2^-50 of w[0], whose square is too small for floats, the columns of U (rows of Vt,
- * where rows < columns) of that value and of those behind it may be neither orthogonal nor of length 1. At most 30
+ * rows, to about 1e-5, also for singular values of 0; U diag(w) Vt is A to about 1e-5 of w[0]. Where cancellation
+ * leaves a value that is not 0 but below 2^-50 of w[0], whose square is too small for floats, the columns of U (rows of
+ * Vt, where rows < columns) of that value and of those behind it may be neither orthogonal nor of length 1. At most 30
  * sweeps over the r (r - 1) / 2 pairs of columns are made, which bounds the time; scratch memory is about
  * 4 r (rows + columns) bytes. Elements that are not finite are refused.
  * @param w   r floats, in descending order
