@@ -259,7 +259,7 @@ TEST(PointSets, EndOnLargeAndDegenerateSets)
         EXPECT_NEAR(c.radius, circle[2], 1);
         ASSERT_EQ(0u, vsrFitLinef32(points.data(), kCount, VISORA_LOSS_HUBER, 1, line));
         EXPECT_NEAR(1, std::hypot(line[2], line[3]), 1e-6);
-        EXPECT_EQ(c.isEllipse ? 0u : VISORA_EFAIL, vsrFitEllipsef32(points.data(), kCount, &ellipse));
+        EXPECT_EQ(c.isEllipse ? VISORA_SUCCESS : VISORA_EFAIL, vsrFitEllipsef32(points.data(), kCount, &ellipse));
         for (const uint32_t closed : {0u, 1u})
         {
             ASSERT_EQ(0u, vsrPolygonSimplifyf32(points.data(), kCount, static_cast<float>(2 * c.radius + 1), closed,
