@@ -148,20 +148,43 @@ HWY_INLINE Windows insideWindows(const WindowSource<T>& source, size_t n)
 // Outputs too few for a vector of s16 are the reference's affair.
 constexpr size_t kLeastOutputs = 8;
 
-vsrStatus correlation3x3(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                         const int8_t* kernel, uint32_t shift, uint8_t* dst, uint32_t dstStride)
+// Nine taps: so few that the rows are read as they are, two taps of a pixel at once.
+bool correlation3x3(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, const int8_t* kernel,
+                    uint32_t shift, uint8_t* dst, uint32_t dstStride)
 {
-    if (srcWidth < kLeastOutputs + 2 || srcHeight < 3)
-    {
-        return vsrFilterCorr3x3s8C(src, srcWidth, srcHeight, srcStride, kernel, shift, dst, dstStride);
-    }
-    const WindowSource source(src, srcWidth, srcHeight, srcStride, Surround<uint8_t>(VISORA_BORDER_CONSTANT));
-    return correlate(
-        source, insideWindows(source, 3), [=](size_t j, size_t i) { return int16_t{kernel[3 * j + i]}; }, 0, shift,
-        [=](auto d16, size_t y, size_t x, auto v) HWY_ATTR
+    const size_t outWidth = srcWidth < 2 ? 0 : srcWidth - 2;
+    return withFittingVector<int16_t>(
+        outWidth,
+        [=](auto d16) HWY_ATTR
         {
             const hn::Rebind<uint8_t, decltype(d16)> d8;
-            hn::StoreU(hn::DemoteTo(d8, v), d8, dst + (y + 1) * dstStride + x + 1);
+            const hn::Repartition<int32_t, decltype(d16)> d32;
+            const auto zero = hn::Zero(d32);
+            const int32_t down[3] = {tapPair(kernel[0], kernel[3]), tapPair(kernel[1], kernel[4]),
+                                     tapPair(kernel[2], kernel[5])};
+            const int32_t along = tapPair(kernel[6], kernel[7]);
+            for (size_t y = 1; y + 1 < srcHeight; ++y)
+            {
+                const uint8_t* const above = src + (y - 1) * srcStride;
+                const uint8_t* const row = above + srcStride;
+                const uint8_t* const below = row + srcStride;
+                uint8_t* const out = dst + y * dstStride + 1;
+                coverByTwo(0, outWidth, hn::Lanes(d16),
+                           [=](size_t x) HWY_ATTR
+                           {
+                               const auto at = [=](const uint8_t* pixels) HWY_ATTR
+                               { return hn::PromoteTo(d16, hn::LoadU(d8, pixels + x)); };
+                               WideSums<hn::Vec<decltype(d32)>> sums = {zero, zero};
+                               for (size_t i = 0; i < 3; ++i)
+                               {
+                                   addDown(d32, at(above + i), at(row + i), down[i], sums);
+                               }
+                               addDown(d32, at(below), at(below + 1), along, sums);
+                               addOne(d32, at(below + 2), kernel[8], sums);
+                               const auto shifted = shiftedSums(d32, sums, static_cast<int>(shift));
+                               hn::StoreU(hn::DemoteTo(d8, limitedDown(d16, d32, shifted)), d8, out + x);
+                           });
+            }
         });
 }
 

@@ -108,6 +108,17 @@ HWY_INLINE void addDown(D32 d, V16 a, V16 b, int32_t taps, WideSums<hn::Vec<D32>
 #endif
 }
 
+/** Adds one tap, for columns as addDown has them. */
+template <class D32, class V16>
+HWY_INLINE void addOne(D32 d, V16 v, int16_t tap, WideSums<hn::Vec<D32>>& sums)
+{
+#if HWY_ARCH_X86
+    addDown(d, v, hn::Zero(hn::Repartition<int16_t, D32>()), tapPair(tap, 0), sums);
+#else
+    addProduct(d, v, tap, sums);
+#endif
+}
+
 /** Sums of addDown as s16 in the columns' order, limited to their range. */
 template <class D16, class D32>
 HWY_INLINE hn::Vec<D16> limitedDown(D16 d16, [[maybe_unused]] D32 d, const WideSums<hn::Vec<D32>>& sums)
