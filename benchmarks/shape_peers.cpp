@@ -21,26 +21,28 @@ namespace
 #ifdef VISORA_HAVE_OPENCV
 using Work = std::function<void()>;
 
-cv::Mat blobs(int width, int height)
+template <class PixelAt>
+cv::Mat maskOf(int width, int height, PixelAt pixelAt)
 {
     cv::Mat mask(height, width, CV_8UC1);
-    for (int i = 0; i < width * height; ++i)
+    for (int y = 0; y < height; ++y)
     {
-        mask.at<uint8_t>(i / width, i % width) =
-            test::blobAt(static_cast<uint32_t>(i % width), static_cast<uint32_t>(i / width), test::kTypicalCell);
+        for (int x = 0; x < width; ++x)
+        {
+            mask.at<uint8_t>(y, x) = pixelAt(static_cast<uint32_t>(x), static_cast<uint32_t>(y), test::kTypicalCell);
+        }
     }
     return mask;
 }
 
+cv::Mat blobs(int width, int height)
+{
+    return maskOf(width, height, test::blobAt);
+}
+
 cv::Mat outlines(int width, int height)
 {
-    cv::Mat mask(height, width, CV_8UC1);
-    for (int i = 0; i < width * height; ++i)
-    {
-        mask.at<uint8_t>(i / width, i % width) =
-            test::outlineAt(static_cast<uint32_t>(i % width), static_cast<uint32_t>(i / width), test::kTypicalCell);
-    }
-    return mask;
+    return maskOf(width, height, test::outlineAt);
 }
 
 cv::Mat scene(int width, int height)

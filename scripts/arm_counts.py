@@ -354,8 +354,9 @@ def main():
     table = measure(contests)
     if options.json:
         with open(options.json, "w") as out:
-            json.dump(table, out, indent=1, sort_keys=True)
-            out.write("\n")
+            # A line for each operation.
+            lines = (f"{json.dumps(name)}: {json.dumps(table[name], sort_keys=True)}" for name in sorted(table))
+            out.write("{\n" + ",\n".join(lines) + "\n}\n")
     print_table(table)
     if options.compare:
         print()

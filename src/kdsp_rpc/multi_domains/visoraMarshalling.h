@@ -29,10 +29,8 @@ struct FallBack
  * lengths of the buffers and the arguments.
  */
 template <auto constraint>
-struct FallBackIf
+struct FallBackIf : FallBack
 {
-    static constexpr bool kRecovers = true;
-    static constexpr bool kFallsBack = true;
     static constexpr auto kConstraint = constraint;
 };
 
@@ -45,19 +43,15 @@ constexpr auto isLarge = [](const auto& lengths, auto...)
 using FallBackIfLarge = FallBackIf<isLarge>;
 
 /** A call that found the DSP restarted is made again; what the last one gave is the result, as with Forward. */
-struct Retry
+struct Retry : FallBack
 {
-    static constexpr bool kRecovers = true;
     static constexpr bool kFallsBack = false;
-    static constexpr auto kConstraint = nullptr;
 };
 
 /** As Retry, but calls that do not meet the constraint are declined as by FallBackIf. */
 template <auto constraint>
-struct RetryIf
+struct RetryIf : Retry
 {
-    static constexpr bool kRecovers = true;
-    static constexpr bool kFallsBack = false;
     static constexpr auto kConstraint = constraint;
 };
 
