@@ -23,6 +23,13 @@ uint8_t patternAt(size_t position)
 
 FencedMemory::FencedMemory(size_t bytes, Flush flush) : size_(bytes)
 {
+    if (flush == Flush::Unfenced)
+    {
+        constexpr size_t kCacheLine = 64;
+        mapping_ = std::aligned_alloc(kCacheLine, (bytes / kCacheLine + 1) * kCacheLine);
+        data_ = static_cast<uint8_t*>(mapping_);
+        return;
+    }
     const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     const size_t inner = (bytes + page - 1) / page * page;
     mappingBytes_ = inner + 2 * page;
@@ -41,6 +48,11 @@ FencedMemory::FencedMemory(size_t bytes, Flush flush) : size_(bytes)
 
 FencedMemory::~FencedMemory()
 {
+    if (mappingBytes_ == 0)
+    {
+        std::free(mapping_);
+        return;
+    }
     munmap(mapping_, mappingBytes_);
 }
 
@@ -51,13 +63,10 @@ Arguments::Buffer Arguments::makeBuffer(size_t rowBytes, size_t rows, size_t str
     const size_t start = shape_.flushWithEnd ? 0 : shape_.offset * elementBytes;
     const size_t bytes = rows == 0 ? 0 : (rows - 1) * stride + rowBytes;
     bytesTouched_ += rowBytes * rows;
-    return {std::make_unique<FencedMemory>(
-                start + bytes, shape_.flushWithEnd ? FencedMemory::Flush::WithEnd : FencedMemory::Flush::WithStart),
-            start,
-            rowBytes,
-            rows,
-            stride,
-            elementBytes};
+    const auto flush = shape_.typical        ? FencedMemory::Flush::Unfenced
+                       : shape_.flushWithEnd ? FencedMemory::Flush::WithEnd
+                                             : FencedMemory::Flush::WithStart;
+    return {std::make_unique<FencedMemory>(start + bytes, flush), start, rowBytes, rows, stride, elementBytes};
 }
 
 uint8_t* Arguments::addInput(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes)

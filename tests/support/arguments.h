@@ -20,14 +20,18 @@
 namespace visora::test
 {
 
-/** Memory between two unmapped pages, flush with one of them, so that a byte read or written beyond it faults. */
+/**
+ * Memory between two unmapped pages, flush with one of them, so that a byte read or written beyond it faults; for what
+ * is timed the allocator's, as programs have it.
+ */
 class FencedMemory
 {
   public:
     enum class Flush
     {
         WithStart,
-        WithEnd
+        WithEnd,
+        Unfenced
     };
 
     FencedMemory(size_t bytes, Flush flush);
@@ -40,7 +44,7 @@ class FencedMemory
 
   private:
     void* mapping_;
-    size_t mappingBytes_;
+    size_t mappingBytes_ = 0;
     uint8_t* data_;
     size_t size_;
 };

@@ -1,4 +1,6 @@
 // Products, inverses, linear equations and singular values, vector variants. Lanes are elements of a row.
+#include <algorithm>
+
 #include "cpu/geom/visoraGeomElimination.h"
 #include "cpu/geom/visoraGeomSvd.h"
 #include "visora/variants/geom.h"
@@ -43,7 +45,8 @@ HWY_INLINE void multiplyRows(D d, const float* const (&rows)[kRows], size_t leng
 {
     using V = hn::Vec<D>;
     const size_t lanes = hn::Lanes(d);
-    V pairs[rowCount][kVectors] = {};  // of sums
+    V pairs[rowCount][kVectors];  // of sums
+    std::fill_n(&pairs[0][0], rowCount * kVectors, hn::Zero(d));
     for (size_t residue = 0; residue < 4; ++residue)
     {
         V sums[rowCount][kVectors];
