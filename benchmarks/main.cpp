@@ -15,6 +15,7 @@
 #include "contests.h"
 #include "peers.h"
 #include "support/instruction_sets.h"
+#include "visora/memory.h"
 #include "visora/variants/filter.h"
 
 #ifdef VISORA_HAVE_OPENCV
@@ -246,6 +247,8 @@ int main(int argc, char** argv)
     }
     addDispatch();
     benchmark::AddCustomContext("instruction_set", ivsrVectorInstructionSet());
+    // Scratch memory is kept from call to call, as a program has it that calls more than once.
+    vsrMemInit();
     Table table;
     benchmark::RunSpecifiedBenchmarks(&table);
     return 0;
