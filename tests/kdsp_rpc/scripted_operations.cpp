@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -19,81 +20,86 @@ ScriptedOperations* living = nullptr;
 template <class T>
 uint64_t wordOf(T value)
 {
-    if constexpr (std::is_pointer_v<T>)
+    uint64_t word = 0;
+    std::memcpy(&word, &value, sizeof(value));
+    return word;
+}
+
+template <class T>
+T fromWord(uint64_t word)
+{
+    T value;
+    std::memcpy(&value, &word, sizeof(value));
+    return value;
+}
+
+// Bytes of what a pointer points to.
+template <class T>
+constexpr size_t elementBytes()
+{
+    using Element = std::remove_pointer_t<T>;
+    if constexpr (requires { sizeof(Element); })
     {
-        return reinterpret_cast<uintptr_t>(value);
+        return sizeof(Element);
     }
     else
     {
-        uint64_t word = 0;
-        std::memcpy(&word, &value, sizeof(value));
-        return word;
+        return 0;
     }
 }
 
-// What a remote call means to the kernel: its own arguments among the remote ones.
-template <class Function>
-struct Unpacked;
-
-template <class R, class... A>
-struct Unpacked<R(A...)>
-{
-    using Traits = Kernel<R(A...)>;
-    static constexpr auto kPlaces = Traits::places();
-
-    template <class Remote, size_t... place>
-    static RemoteCall describe(const char* operation, uint64_t handle, const Remote& remote,
-                               std::index_sequence<place...> /*all*/)
-    {
-        RemoteCall call{handle, operation, {wordOf(std::get<place>(remote))...}, {}};
-        const auto addBuffer = [&]<size_t at>()
-        {
-            if constexpr (kPlaces[at].isLength)
-            {
-                using Element = std::remove_pointer_t<std::tuple_element_t<at - 1, Remote>>;
-                call.buffers.push_back({wordOf(std::get<at - 1>(remote)), std::get<at>(remote) * sizeof(Element)});
-            }
-        };
-        (addBuffer.template operator()<place>(), ...);
-        return call;
-    }
-
-    static constexpr size_t placeOf(size_t argument)
-    {
-        size_t place = 0;
-        while (kPlaces[place].argument != argument || kPlaces[place].isLength)
-        {
-            ++place;
-        }
-        return place;
-    }
-
-    template <class Remote, size_t... argument>
-    static R compute(R (*reference)(A...), const Remote& remote, std::index_sequence<argument...> /*all*/)
-    {
-        return reference(std::get<placeOf(argument)>(remote)...);
-    }
-};
-
-template <class Function, class... Rest>
-int32_t serve(const char* operation, Function* reference, uint64_t handle, Rest... rest)
+// Notes a call and says how the DSP answers it. What the words behind the handle mean, and the bytes of what they point
+// to, are lists of their length. Not part of the functions made for each operation: there are hundreds of them.
+int32_t answer(const char* operation, uint64_t handle, std::span<const uint64_t> words, const RemotePlace* places,
+               const size_t* bytes)
 {
     if (!living)
     {
         return VISORADSP_NO_DSP;
     }
-    using Call = Unpacked<Function>;
-    const std::tuple<Rest...> all(rest...);
-    living->note(Call::describe(operation, handle, all, std::make_index_sequence<Call::Traits::kRemoteArguments>()));
-    const int32_t status =
-        living->decide ? living->decide() : living->call(std::string(operation) + "K", std::to_string(handle));
+    RemoteCall call{handle, operation, {words.begin(), words.end()}, {}};
+    for (size_t i = 0; i < words.size(); ++i)
+    {
+        if (places[i].isLength)
+        {
+            call.buffers.push_back({words[i - 1], words[i] * bytes[i - 1]});
+        }
+    }
+    living->note(std::move(call));
+    return living->decide ? living->decide() : living->call(std::string(operation) + "K", std::to_string(handle));
+}
+
+// The reference on its own arguments, which stand among the remote ones.
+template <class R, class... A, size_t... argument>
+R compute(R (*reference)(A...), const uint64_t* words, std::index_sequence<argument...> /*all*/)
+{
+    constexpr auto placeOf = [](size_t wanted)
+    {
+        constexpr auto kPlaces = Kernel<R(A...)>::places();
+        size_t place = 0;
+        while (kPlaces[place].argument != wanted || kPlaces[place].isLength)
+        {
+            ++place;
+        }
+        return place;
+    };
+    return reference(fromWord<A>(words[placeOf(argument)])...);
+}
+
+template <class R, class... A, class... Rest>
+int32_t serve(const char* operation, R (*reference)(A...), uint64_t handle, Rest... rest)
+{
+    using Traits = Kernel<R(A...)>;
+    static constexpr auto kPlaces = Traits::places();
+    static constexpr size_t kBytes[] = {elementBytes<Rest>()...};
+    const uint64_t words[] = {wordOf(rest)...};
+    const int32_t status = answer(operation, handle, {words, Traits::kRemoteArguments}, kPlaces.data(), kBytes);
     if (status == 0 && living->computes)
     {
-        constexpr size_t kArguments = std::tuple_size_v<typename Call::Traits::Arguments>;
-        const auto result = Call::compute(reference, all, std::make_index_sequence<kArguments>());
-        if constexpr (sizeof...(Rest) > Call::Traits::kRemoteArguments)
+        const auto result = compute(reference, words, std::index_sequence_for<A...>());
+        if constexpr (sizeof...(Rest) > Traits::kRemoteArguments)
         {
-            *std::get<sizeof...(Rest) - 1>(all) = static_cast<uint32_t>(result);
+            *fromWord<uint32_t*>(words[sizeof...(Rest) - 1]) = static_cast<uint32_t>(result);
         }
     }
     return status;
@@ -159,5 +165,5 @@ const Offloaded* offloadedOperation(const std::string& name)
 #define VSR_OFFLOADED(operation, answer, ...)                                                  \
     using operation##_remote = visora::Remote<decltype(operation##C), visora::Answer::answer>; \
     VSR_DEFINE(visoradsp_##operation##K, operation##_remote,                                   \
-               { return visora::test::serve<decltype(operation##C)>(#operation, operation##C, arguments...); });
+               { return visora::test::serve(#operation, operation##C, arguments...); });
 #include "kdsp_rpc/multi_domains/operations/all.def"

@@ -27,6 +27,14 @@ enum class Answer
     Status
 };
 
+/** A remote argument: the kernel's argument of this number, or the length of a buffer. */
+struct RemotePlace
+{
+    size_t argument = 0;
+    size_t buffer = 0;
+    bool isLength = false;
+};
+
 /** What a kernel's function type says. */
 template <class Function>
 struct Kernel;
@@ -39,18 +47,10 @@ struct Kernel<R(A...)>
     static constexpr size_t kBuffers = (size_t{std::is_pointer_v<A>} + ... + 0);
     static constexpr size_t kRemoteArguments = sizeof...(A) + kBuffers;
 
-    /** A remote argument: the kernel's argument of this number, or the length of a buffer. */
-    struct Place
-    {
-        size_t argument = 0;
-        size_t buffer = 0;
-        bool isLength = false;
-    };
-
-    static constexpr std::array<Place, kRemoteArguments> places()
+    static constexpr std::array<RemotePlace, kRemoteArguments> places()
     {
         constexpr std::array<bool, sizeof...(A)> kIsBuffer{std::is_pointer_v<A>...};
-        std::array<Place, kRemoteArguments> list;
+        std::array<RemotePlace, kRemoteArguments> list;
         size_t next = 0;
         size_t buffer = 0;
         for (size_t argument = 0; argument < kIsBuffer.size(); ++argument)
