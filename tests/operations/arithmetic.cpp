@@ -77,7 +77,7 @@ constexpr auto scale = [](Arguments& a) { return std::tuple(a.shape().typical ? 
 constexpr auto scaleAndOffset = [](Arguments& a)
 { return a.shape().typical ? std::tuple(1.5F, 7.0F) : std::tuple(someFloat(a.random()), someFloat(a.random())); };
 constexpr auto shiftAndPolicy = [](Arguments& a)
-{ return std::tuple(a.choose(0, 15, 4), a.choose(0, 1, VISORA_OVERFLOW_SATURATE)); };
+{ return std::tuple(a.choose(0, 15, 0), a.choose(0, 1, VISORA_OVERFLOW_SATURATE)); };
 constexpr auto bounds16 = [](Arguments& a)
 {
     return std::tuple(static_cast<int16_t>(-static_cast<int>(a.choose(0, 32768, 3000))),

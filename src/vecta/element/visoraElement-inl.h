@@ -169,14 +169,6 @@ HWY_INLINE void bytesToFloats(const uint8_t* p, Body body)
 #endif
 }
 
-/** Floats limited to 0 .. 255 and rounded to nearest, ties to even; 0 for a NaN. */
-template <class D, class V>
-HWY_INLINE hn::Vec<hn::RebindToSigned<D>> byteOf(D d, V v)
-{
-    // A NaN becomes 0 here on x86, in the conversion on ARM.
-    return hn::NearestInt(hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, 255.0F)));
-}
-
 /** Four vectors of s32 of 0 .. 255 as bytes. */
 template <class V>
 HWY_INLINE hn::Vec<hn::ScalableTag<uint8_t>> narrowToBytes(V v0, V v1, V v2, V v3)
@@ -184,6 +176,23 @@ HWY_INLINE hn::Vec<hn::ScalableTag<uint8_t>> narrowToBytes(V v0, V v1, V v2, V v
     const hn::ScalableTag<uint8_t> d8;
     const hn::ScalableTag<uint16_t> d16;
     return narrowInOrder(d8, narrowInOrder(d16, v0, v1), narrowInOrder(d16, v2, v3));
+}
+
+/** Four vectors of floats as bytes: limited to 0 .. 255 and rounded to nearest, ties to even; 0 for a NaN. */
+template <class V>
+HWY_INLINE hn::Vec<hn::ScalableTag<uint8_t>> bytesOf(const V (&v)[4])
+{
+#if HWY_ARCH_ARM_A64
+    // The conversion and the narrowing ones limit.
+    const int16x8_t low = vqmovn_high_s32(vqmovn_s32(vcvtnq_s32_f32(v[0].raw)), vcvtnq_s32_f32(v[1].raw));
+    const int16x8_t high = vqmovn_high_s32(vqmovn_s32(vcvtnq_s32_f32(v[2].raw)), vcvtnq_s32_f32(v[3].raw));
+    return hn::Vec<hn::ScalableTag<uint8_t>>(vqmovun_high_s16(vqmovun_s16(low), high));
+#else
+    const hn::ScalableTag<float> d;
+    const auto limited = [=](V x) HWY_ATTR
+    { return hn::NearestInt(hn::Min(hn::Max(x, hn::Zero(d)), hn::Set(d, 255.0F))); };  // 0 for a NaN
+    return narrowToBytes(limited(v[0]), limited(v[1]), limited(v[2]), limited(v[3]));
+#endif
 }
 
 // ---- Steps and shapes ----

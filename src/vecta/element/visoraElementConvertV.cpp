@@ -25,16 +25,15 @@ constexpr size_t kFloats = hn::MaxLanes(DF());
 
 // ---- Bytes and floats ----
 
-// (scale * v) + offset, with one NaN.
-HWY_INLINE hn::Vec<DF> linear(hn::Vec<DF> v, float scale, hn::Vec<DF> offset)
-{
-    return resultWithOneNan(DF(), hn::Add(hn::Mul(hn::Set(DF(), scale), v), offset));
-}
-
-constexpr auto bytesToLinear = [](float* dst, const uint8_t* src, float scale, float offset) HWY_ATTR
-{
+template <bool mayBeNan>
+constexpr auto bytesToLinear = [](float* dst, const uint8_t* src, float scale, float offset) HWY_ATTR {
     hn::Vec<DF> results[4];
-    bytesToFloats(src, [&](size_t k, auto v) HWY_ATTR { results[k] = linear(v, scale, hn::Set(DF(), offset)); });
+    bytesToFloats(src,
+                  [&](size_t k, auto v) HWY_ATTR
+                  {
+                      const auto sum = hn::Add(hn::Mul(hn::Set(DF(), scale), v), hn::Set(DF(), offset));
+                      results[k] = mayBeNan ? resultWithOneNan(DF(), sum) : sum;
+                  });
     for (size_t k = 0; k < 4; ++k)
     {
         hn::StoreU(results[k], DF(), dst + k * kFloats);
@@ -45,31 +44,34 @@ HWY_INLINE vsrStatus toFloats(const uint8_t* src, uint32_t width, uint32_t heigh
                               float offset, float* dst, uint32_t dstStride)
 {
     const float perUnit = scale / kByteUnit;
-    return std::isinf(perUnit) && !std::isinf(scale)
+    if (std::isfinite(perUnit) && std::isfinite(offset))
+    {
+        return unaryByBytes(bytesToLinear<false>, src, width, height, srcStride, perUnit, offset, dst, dstStride);
+    }
+    return std::isfinite(scale) && std::isinf(perUnit)
                ? vsrConvertu8f32C(src, width, height, srcStride, scale, offset, dst, dstStride)
-               : unaryByBytes(bytesToLinear, src, width, height, srcStride, perUnit, offset, dst, dstStride);
+               : unaryByBytes(bytesToLinear<true>, src, width, height, srcStride, perUnit, offset, dst, dstStride);
 }
 
 constexpr auto linearToBytes = [](uint8_t* dst, const float* src, float scale, float offset) HWY_ATTR
 {
-    const auto at = [=](size_t k) HWY_ATTR
+    hn::Vec<DF> results[4];
+    for (size_t k = 0; k < 4; ++k)
     {
         const auto scaled = hn::Mul(hn::Set(DF(), scale), hn::LoadU(DF(), src + k * kFloats));
-        return byteOf(DF(), hn::Add(scaled, hn::Set(DF(), offset)));
-    };
-    hn::StoreU(narrowToBytes(at(0), at(1), at(2), at(3)), D8(), dst);
+        results[k] = hn::Add(scaled, hn::Set(DF(), offset));
+    }
+    hn::StoreU(bytesOf(results), D8(), dst);
 };
 
 constexpr auto divide = [](uint8_t* dst, const uint8_t* src1, const uint8_t* src2, float scale) HWY_ATTR
 {
-    hn::Vec<DF> a[4];
+    hn::Vec<DF> quotients[4];
     // Of two numbers in one unit: products below the floats' range are far below a half, those above it above 255.
-    bytesToFloats(src1, [&](size_t k, auto v) HWY_ATTR { a[k] = hn::Mul(hn::Set(DF(), scale), v); });
-    hn::Vec<DS32> quotients[4];
-    bytesToFloats(src2, [&](size_t k, auto v) HWY_ATTR { quotients[k] = byteOf(DF(), hn::Div(a[k], v)); });
+    bytesToFloats(src1, [&](size_t k, auto v) HWY_ATTR { quotients[k] = hn::Mul(hn::Set(DF(), scale), v); });
+    bytesToFloats(src2, [&](size_t k, auto v) HWY_ATTR { quotients[k] = hn::Div(quotients[k], v); });
     const auto isZero = hn::Eq(hn::LoadU(D8(), src2), hn::Zero(D8()));
-    hn::StoreU(hn::IfThenZeroElse(isZero, narrowToBytes(quotients[0], quotients[1], quotients[2], quotients[3])), D8(),
-               dst);
+    hn::StoreU(hn::IfThenZeroElse(isZero, bytesOf(quotients)), D8(), dst);
 };
 
 // alpha is that of bytes in their unit.
@@ -128,18 +130,29 @@ constexpr auto multiplyWide = [](auto d, auto a, auto b) HWY_ATTR
 #endif
 };
 
-constexpr auto narrow = [](auto d, auto v, uint32_t shift, vsrOverflowPolicy policy) HWY_ATTR
+constexpr auto saturated = [](auto d, auto v) HWY_ATTR { return hn::DemoteTo(d, v); };
+constexpr auto saturatedShifted = [](auto d, auto v, int shift) HWY_ATTR
+{ return hn::DemoteTo(d, shifted(hn::Rebind<int16_t, decltype(d)>(), v, shift)); };
+constexpr auto wrappedShifted = [](auto d, auto v, int shift) HWY_ATTR
 {
     const hn::Rebind<int16_t, decltype(d)> d16;
-    const auto rounded = shifted(d16, v, -static_cast<int>(shift));
-    return hn::DemoteTo(d, policy == VISORA_OVERFLOW_SATURATE ? rounded : hn::And(rounded, hn::Set(d16, int16_t{255})));
+    return hn::DemoteTo(d, hn::And(shifted(d16, v, shift), hn::Set(d16, int16_t{255})));
 };
+
+HWY_INLINE vsrStatus narrow(const int16_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint32_t shift,
+                            vsrOverflowPolicy policy, uint8_t* dst, uint32_t dstStride)
+{
+    const int left = -static_cast<int>(shift);
+    return policy == VISORA_OVERFLOW_WRAP ? unary(wrappedShifted, src, width, height, srcStride, left, dst, dstStride)
+           : shift != 0                   ? unary(saturatedShifted, src, width, height, srcStride, left, dst, dstStride)
+                                          : unary(saturated, src, width, height, srcStride, dst, dstStride);
+}
 
 }  // namespace
 
 VSR_VARIANT(vsrConvertu8f32, toFloats);
 VSR_VARIANT(vsrConvertf32u8, unaryByBytes, linearToBytes);
-VSR_VARIANT(vsrConverts16u8, unary, narrow);
+VSR_VARIANT(vsrConverts16u8, narrow);
 VSR_VARIANT(vsrAccumulateWeightedu8f32, accumulate);
 VSR_VARIANT(vsrAddu8u16, binary, addWide);
 VSR_VARIANT(vsrElementMulu8u16, binary, multiplyWide);

@@ -56,10 +56,11 @@ HWY_INLINE void foldRows(size_t width, size_t height, Accumulator& all, Plane<co
             const size_t steps = std::min((width - x) / (kChains * lanes), stepsLeft);
             for (const size_t end = x + steps * kChains * lanes; x < end; x += kChains * lanes)
             {
-                for (size_t chain = 0; chain < kChains; ++chain)
+                [&]<size_t... chain>(std::index_sequence<chain...>) HWY_ATTR __attribute__((always_inline))
                 {
-                    addTo(chain, planes.data + x...);
+                    (addTo(chain, planes.data + x...), ...);
                 }
+                (std::make_index_sequence<kChains>());
             }
             count(steps);
         }
