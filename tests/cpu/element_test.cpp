@@ -44,41 +44,36 @@ struct BytePairs
     }
 };
 
-struct ByteJudge
+// An operation with something between its sources and its destination, as one without.
+template <auto operation, auto... between>
+vsrStatus given(const uint8_t* a, uint32_t w, uint32_t h, uint32_t aStride, const uint8_t* b, uint32_t bStride,
+                uint8_t* dst, uint32_t dstStride)
+{
+    return operation(a, w, h, aStride, b, bStride, between..., dst, dstStride);
+}
+
+const struct
 {
     const char* name;
-    vsrStatus (*run)(const uint8_t*, uint32_t, uint32_t, uint32_t, const uint8_t*, uint32_t, uint8_t*, uint32_t);
+    decltype(vsrAddu8)* run;
     double (*judge)(int, int);
-};
-
-const ByteJudge kByteJudges[] = {
+} kByteJudges[] = {
     {"absDiff", vsrAbsDiffu8_v2, [](int a, int b) { return std::fabs(a - b); }},
     {"add", vsrAddu8, [](int a, int b) { return limited(a + b, 0, 255); }},
     {"min", vsrMinu8, [](int a, int b) { return a < b ? double(a) : double(b); }},
     {"max", vsrMaxu8, [](int a, int b) { return a < b ? double(b) : double(a); }},
-    {"quotient",
-     [](const uint8_t* a, uint32_t w, uint32_t h, uint32_t as, const uint8_t* b, uint32_t bs, uint8_t* dst, uint32_t ds)
-     { return vsrElementDivu8(a, w, h, as, b, bs, 100, dst, ds); },
+    {"quotient", given<vsrElementDivu8, 100>,
      [](int a, int b) { return b == 0 ? 0 : limited(std::nearbyint(100.0 * a / b), 0, 255); }},
     // De Morgan, with a mask that lets all pass.
-    {"and",
-     [](const uint8_t* a, uint32_t w, uint32_t h, uint32_t as, const uint8_t* b, uint32_t bs, uint8_t* dst, uint32_t ds)
-     { return vsrBitwiseAndu8(a, w, h, as, b, bs, nullptr, 0, dst, ds); },
-     [](int a, int b) { return double(255 - ((255 - a) | (255 - b))); }},
-    {"or",
-     [](const uint8_t* a, uint32_t w, uint32_t h, uint32_t as, const uint8_t* b, uint32_t bs, uint8_t* dst, uint32_t ds)
-     { return vsrBitwiseOru8(a, w, h, as, b, bs, nullptr, 0, dst, ds); },
-     [](int a, int b) { return double(a + b - (a & b)); }},
-    {"xor",
-     [](const uint8_t* a, uint32_t w, uint32_t h, uint32_t as, const uint8_t* b, uint32_t bs, uint8_t* dst, uint32_t ds)
-     { return vsrBitwiseXoru8(a, w, h, as, b, bs, nullptr, 0, dst, ds); },
-     [](int a, int b) { return double((a | b) - (a & b)); }},
+    {"and", given<vsrBitwiseAndu8, nullptr, 0U>, [](int a, int b) { return double(255 - ((255 - a) | (255 - b))); }},
+    {"or", given<vsrBitwiseOru8, nullptr, 0U>, [](int a, int b) { return double(a + b - (a & b)); }},
+    {"xor", given<vsrBitwiseXoru8, nullptr, 0U>, [](int a, int b) { return double((a | b) - (a & b)); }},
 };
 
 TEST(Element, BytesAreRightForEveryPair)
 {
     const BytePairs pairs;
-    for (const ByteJudge& operation : kByteJudges)
+    for (const auto& operation : kByteJudges)
     {
         std::vector<uint8_t> dst(65536);
         ASSERT_EQ(0U, operation.run(pairs.a.data(), 256, 256, 0, pairs.b.data(), 0, dst.data(), 0));
@@ -274,46 +269,47 @@ TEST(Element, RangesAreStretchedBetweenSortedPixels)
     }
 }
 
+// The place among 0 .. size - 1 that stands for place i: the nearest, or where a walk that turns at the ends arrives.
+int placeFor(vsrBorderType type, int i, int size)
+{
+    if (type != VISORA_BORDER_MIRROR || size == 1)
+    {
+        return std::clamp(i, 0, size - 1);
+    }
+    int at = 0;
+    int direction = 1;
+    for (int step = 0; step < std::abs(i); ++step)
+    {
+        at += direction;
+        direction = at == 0 ? 1 : at == size - 1 ? -1 : direction;
+    }
+    return at;
+}
+
 TEST(Element, FramesContinueThePicture)
 {
-    for (const uint32_t border : {1U, 3U, 7U})
+    for (const int border : {1, 3, 7})
     {
-        for (const auto& [w, h] : {std::pair(1U, 1U), std::pair(2U, 3U), std::pair(5U, 1U), std::pair(12U, 9U)})
+        for (const auto& [w, h] : {std::pair(1, 1), std::pair(2, 3), std::pair(5, 1), std::pair(12, 9)})
         {
             for (vsrBorderType type = 0; type <= VISORA_BORDER_MIRROR; ++type)
             {
-                const uint32_t width = w + 2 * border;
-                const uint32_t height = h + 2 * border;
-                std::vector<uint8_t> dst(size_t{width} * height);
+                const int width = w + 2 * border;
+                std::vector<uint8_t> dst(static_cast<size_t>(width) * static_cast<size_t>(h + 2 * border));
                 std::iota(dst.begin(), dst.end(), uint8_t{1});
                 const std::vector<uint8_t> before = dst;
-                ASSERT_EQ(0U, vsrSetBorderu8(dst.data(), width, height, 0, border, type, 99));
-                // Walks from the picture's first pixel, turning at its ends.
-                const auto walked = [&](uint32_t place, uint32_t size)
+                ASSERT_EQ(
+                    0U, vsrSetBorderu8(dst.data(), static_cast<uint32_t>(width), static_cast<uint32_t>(h + 2 * border),
+                                       0, static_cast<uint32_t>(border), type, 99));
+                for (int i = 0; i < static_cast<int>(dst.size()); ++i)
                 {
-                    const int steps = std::abs(static_cast<int>(place) - static_cast<int>(border));
-                    int at = 0;
-                    int direction = 1;
-                    for (int i = 0; i < steps && size > 1; ++i)
-                    {
-                        at += direction;
-                        direction = at == 0 ? 1 : at == static_cast<int>(size) - 1 ? -1 : direction;
-                    }
-                    return static_cast<uint32_t>(at) + border;
-                };
-                const auto nearest = [&](uint32_t place, uint32_t size)
-                { return std::min(std::max(place, border), border + size - 1); };
-                for (uint32_t y = 0; y < height; ++y)
-                {
-                    for (uint32_t x = 0; x < width; ++x)
-                    {
-                        const bool isMirror = type == VISORA_BORDER_MIRROR;
-                        const size_t from = size_t{isMirror ? walked(y, h) : nearest(y, h)} * width +
-                                            (isMirror ? walked(x, w) : nearest(x, w));
-                        const bool isInside = nearest(y, h) == y && nearest(x, w) == x;
-                        const uint8_t expected = type == VISORA_BORDER_CONSTANT && !isInside ? 99 : before[from];
-                        ASSERT_EQ(expected, dst[y * width + x]) << type << " " << x << " " << y;
-                    }
+                    const int x = i % width - border;
+                    const int y = i / width - border;
+                    const bool isInside = x >= 0 && x < w && y >= 0 && y < h;
+                    const int from = (placeFor(type, y, h) + border) * width + placeFor(type, x, w) + border;
+                    ASSERT_EQ(type == VISORA_BORDER_CONSTANT && !isInside ? 99 : before[static_cast<size_t>(from)],
+                              dst[static_cast<size_t>(i)])
+                        << type << " " << x << " " << y;
                 }
             }
         }
@@ -338,84 +334,59 @@ TEST(Element, BitMasksBeginWithTheHighestBit)
 
 // ---- In place ----
 
-// A call with all buffers given, and how many bytes an element of each has.
-struct InPlaceCase
-{
-    const char* name;
-    size_t elementBytes;
-    std::function<void(const void* src1, const void* src2, void* dst, uint32_t width, uint32_t height)> run;
+// Rows of these calls are three elements apart; a mask keeps what the destination held.
+constexpr uint32_t kRows = 3;
+using InPlaceCall = void (*)(const int16_t* a, const int16_t* b, int16_t* dst, uint32_t width, uint32_t stride);
+constexpr InPlaceCall kInPlaceCalls[] = {
+    [](const int16_t* a, const int16_t* b, int16_t* dst, uint32_t width, uint32_t stride)
+    { vsrAbsDiffs16V(a, width, kRows, stride, b, stride, dst, stride); },
+    [](const int16_t* a, const int16_t* /*b*/, int16_t* dst, uint32_t width, uint32_t stride)
+    {
+        static constexpr int16_t kValues[] = {5, -700, 32000};
+        vsrSubtracts16V(a, width / 3, kRows, stride, 3, kValues, dst, stride);
+    },
+    [](const int16_t* a, const int16_t* b, int16_t* dst, uint32_t width, uint32_t stride)
+    {
+        std::vector<uint8_t> angle(size_t{width} * kRows);
+        vsrCartToPolars16V(a, width, kRows, stride, b, stride, reinterpret_cast<uint16_t*>(dst), stride, angle.data(),
+                           width);
+    },
+    [](const int16_t* a, const int16_t* b, int16_t* dst, uint32_t width, uint32_t stride)
+    {
+        const auto bytes = [](const int16_t* p) { return reinterpret_cast<const uint8_t*>(p); };
+        std::vector<uint8_t> mask(size_t{width} * kRows);
+        std::iota(mask.begin(), mask.end(), uint8_t{253});
+        vsrBitwiseXoru8V(bytes(a), width, kRows, stride, bytes(b), stride, mask.data(), width,
+                         reinterpret_cast<uint8_t*>(dst), stride);
+    },
 };
-
-#define BINARY(operation, T, ...)                                                                 \
-    InPlaceCase                                                                                   \
-    {                                                                                             \
-#operation, sizeof(T), [](const void* a, const void* b, void* dst, uint32_t w, uint32_t h) {    \
-            const auto stride = static_cast<uint32_t>((w + 3) * sizeof(T));                             \
-            operation##V(static_cast<const T*>(a), w, h, stride, static_cast<const T*>(b), stride,      \
-                         __VA_ARGS__ __VA_OPT__(, ) static_cast<T*>(dst), stride);                      \
-        } \
-    }
-#define UNARY(operation, T, ...)                                                                   \
-    InPlaceCase                                                                                    \
-    {                                                                                              \
-#operation, sizeof(T), [](const void* a, const void* /*b*/, void* dst, uint32_t w, uint32_t h) { \
-            const auto stride = static_cast<uint32_t>((w + 3) * sizeof(T));                             \
-            operation##V(static_cast<const T*>(a), w, h, stride, __VA_ARGS__ __VA_OPT__(, )             \
-                                                                     static_cast<T*>(dst), stride);     \
-        } \
-    }
 
 TEST(Element, DestinationsMayBeSources)
 {
-    static const int16_t values[] = {5, -700, 32000};
-    static const InPlaceCase cases[] = {
-        BINARY(vsrAbsDiffs16, int16_t),
-        BINARY(vsrAddu8, uint8_t),
-        BINARY(vsrElementMuls16, int16_t, 9U),
-        BINARY(vsrElementDivu8, uint8_t, 3.0F),
-        BINARY(vsrElementDivf32, float, 3.0F),
-        BINARY(vsrBitwiseXoru8, uint8_t, nullptr, 0),
-        UNARY(vsrBitwiseNotu8, uint8_t),
-        UNARY(vsrBitShifts16, int16_t, -3),
-        UNARY(vsrNormalizeRangeu8, uint8_t, 10, 990, uint8_t{0}, uint8_t{255}),
-        InPlaceCase{"vsrSubtracts16", 2,
-                    [](const void* a, const void* /*b*/, void* dst, uint32_t w, uint32_t h)
-                    {
-                        vsrSubtracts16V(static_cast<const int16_t*>(a), w / 3, h, (w + 3) * 2, 3, values,
-                                        static_cast<int16_t*>(dst), (w + 3) * 2);
-                    }},
-        InPlaceCase{"vsrCartToPolars16", 2,
-                    [](const void* a, const void* b, void* dst, uint32_t w, uint32_t h)
-                    {
-                        std::vector<uint8_t> angle(size_t{w} * h);
-                        vsrCartToPolars16V(static_cast<const int16_t*>(a), w, h, (w + 3) * 2,
-                                           static_cast<const int16_t*>(b), (w + 3) * 2, static_cast<uint16_t*>(dst),
-                                           (w + 3) * 2, angle.data(), w);
-                    }},
-    };
     for (const int64_t set : instructionSets())
     {
         const UseInstructionSet use(set);
-        for (const InPlaceCase& operation : cases)
+        for (size_t call = 0; call < std::size(kInPlaceCalls); ++call)
         {
             for (uint32_t width = 3; width < 300; width += 1 + width / 8)
             {
                 Random random(width);
-                std::vector<uint8_t> a((size_t{width} + 3) * 3 * operation.elementBytes);
-                std::vector<uint8_t> b(a.size());
-                std::generate(a.begin(), a.end(), [&] { return static_cast<uint8_t>(random.next()); });
-                std::generate(b.begin(), b.end(), [&] { return static_cast<uint8_t>(random.next()); });
-                std::vector<uint8_t> expected = a;
-                operation.run(a.data(), b.data(), expected.data(), width, 3);
-                std::vector<uint8_t> first = a;
-                operation.run(first.data(), b.data(), first.data(), width, 3);
-                ASSERT_TRUE(expected == first) << operation.name << " " << width;
-                // What lies between the rows of the second source stays.
-                expected = b;
-                operation.run(a.data(), b.data(), expected.data(), width, 3);
-                std::vector<uint8_t> second = b;
-                operation.run(a.data(), second.data(), second.data(), width, 3);
-                ASSERT_TRUE(expected == second) << operation.name << " " << width;
+                std::vector<int16_t> sources[2];
+                for (auto& source : sources)
+                {
+                    source.resize(size_t{width + 3} * kRows);
+                    std::generate(source.begin(), source.end(), [&] { return static_cast<int16_t>(random.next()); });
+                }
+                // What lies between the rows stays.
+                for (const size_t which : {size_t{0}, size_t{1}})
+                {
+                    std::vector<int16_t> expected = sources[which];
+                    std::vector<int16_t> both[2] = {sources[0], sources[1]};
+                    const uint32_t stride = (width + 3) * 2;
+                    kInPlaceCalls[call](sources[0].data(), sources[1].data(), expected.data(), width, stride);
+                    kInPlaceCalls[call](both[0].data(), both[1].data(), both[which].data(), width, stride);
+                    ASSERT_TRUE(expected == both[which]) << call << " " << width;
+                }
             }
         }
     }

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "cpu/element/visoraElementBorder.h"
+#include "cpu/element/visoraElement.h"
 #include "cpu/visoraDrivers.h"
 #include "visora/variants/arithmetic.h"
 

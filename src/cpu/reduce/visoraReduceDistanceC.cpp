@@ -24,6 +24,13 @@ uint64_t sumOfAbsoluteDiff(const uint8_t* a, size_t aStride, const uint8_t* b, s
     return sum;
 }
 
+template <uint32_t side>
+constexpr auto blockDistance =
+    [](const uint8_t* src1, uint32_t src1Stride, const uint8_t* src2, uint32_t src2Stride, uint32_t* sum) -> vsrStatus {
+    *sum = static_cast<uint32_t>(sumOfAbsoluteDiff(src1, src1Stride, src2, src2Stride, side, side));
+    return VISORA_SUCCESS;
+};
+
 constexpr auto squaredDistances = [](const auto* query, uint32_t length, const auto* set, uint32_t numVectors,
                                      uint32_t setStride, auto* dst) -> vsrStatus
 {
@@ -94,19 +101,8 @@ vsrStatus vsrSumOfAbsoluteDiffMxNu8C(const uint8_t* src, uint32_t srcWidth, uint
     return VISORA_SUCCESS;
 }
 
-vsrStatus vsrSumOfAbsoluteDiff16x16u8C(const uint8_t* src1, uint32_t src1Stride, const uint8_t* src2,
-                                       uint32_t src2Stride, uint32_t* sum)
-{
-    *sum = static_cast<uint32_t>(visora::sumOfAbsoluteDiff(src1, src1Stride, src2, src2Stride, 16, 16));
-    return VISORA_SUCCESS;
-}
-
-vsrStatus vsrSumOfAbsoluteDiff8x8u8C(const uint8_t* src1, uint32_t src1Stride, const uint8_t* src2, uint32_t src2Stride,
-                                     uint32_t* sum)
-{
-    *sum = static_cast<uint32_t>(visora::sumOfAbsoluteDiff(src1, src1Stride, src2, src2Stride, 8, 8));
-    return VISORA_SUCCESS;
-}
+VSR_REFERENCE(vsrSumOfAbsoluteDiff16x16u8, blockDistance<16>);
+VSR_REFERENCE(vsrSumOfAbsoluteDiff8x8u8, blockDistance<8>);
 
 vsrStatus vsrSumOfAbsoluteDiffs16x16u8C(const uint8_t* src1, uint32_t src1Stride, const uint8_t* src2,
                                         uint32_t src2Stride, const int32_t* offsets, uint32_t count, uint32_t* sums)

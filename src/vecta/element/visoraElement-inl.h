@@ -1,4 +1,4 @@
-// Formulas and steps that several kernels of the operations on elements share.
+// Formulas, steps and shapes that several kernels of the operations on elements share.
 #if defined(VISORA_VECTA_ELEMENT_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VISORA_VECTA_ELEMENT_INL_H
 #undef VISORA_VECTA_ELEMENT_INL_H
@@ -7,6 +7,7 @@
 #endif
 
 #include "vecta/visoraDrivers-inl.h"
+#include "vecta/visoraVariant-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -16,26 +17,26 @@ namespace HWY_NAMESPACE
 
 // ---- Formulas ----
 
-/** a < b ? a : b of floats: b when a is a NaN or equal. */
+/** a < b ? a : b: b when a is a NaN or equal. */
 template <class V>
 HWY_INLINE V smallerOr(V a, V b)
 {
-#if HWY_ARCH_X86
-    return hn::Min(a, b);  // just that
-#else
+    if constexpr (HWY_ARCH_X86 || !hwy::IsFloat<hn::TFromD<hn::DFromV<V>>>())
+    {
+        return hn::Min(a, b);  // just that
+    }
     return hn::IfThenElse(hn::Lt(a, b), a, b);
-#endif
 }
 
-/** a > b ? a : b of floats: b when a is a NaN or equal. */
+/** a > b ? a : b: b when a is a NaN or equal. */
 template <class V>
 HWY_INLINE V largerOr(V a, V b)
 {
-#if HWY_ARCH_X86
-    return hn::Max(a, b);
-#else
+    if constexpr (HWY_ARCH_X86 || !hwy::IsFloat<hn::TFromD<hn::DFromV<V>>>())
+    {
+        return hn::Max(a, b);
+    }
     return hn::IfThenElse(hn::Gt(a, b), a, b);
-#endif
 }
 
 /** |a - b|, limited to the type's range; of floats the difference without its sign. */
@@ -47,47 +48,37 @@ HWY_INLINE V absDiff(D d, V a, V b)
     {
         return resultWithOneNan(d, hn::Abs(hn::Sub(a, b)));
     }
+    else if constexpr (sizeof(T) == 4)
+    {
+        // The difference modulo 2^32 is exact as an unsigned number.
+        const hn::RebindToUnsigned<D> du;
+#if HWY_ARCH_ARM_A64
+        const auto exact = hn::BitCast(du, V(vabdq_s32(a.raw, b.raw)));
+#else
+        const auto exact = hn::BitCast(du, hn::Sub(hn::Max(a, b), hn::Min(a, b)));
+#endif
+        return hn::BitCast(d, hn::Min(exact, hn::Set(du, uint32_t{INT32_MAX})));
+    }
+#if HWY_ARCH_ARM_A64
     else if constexpr (std::is_signed_v<T>)
     {
-#if HWY_ARCH_ARM_A64
-        if constexpr (sizeof(T) == 2)
-        {
-            return V(vqabsq_s16(vqsubq_s16(a.raw, b.raw)));
-        }
-        else
-        {
-            return V(vreinterpretq_s32_u32(
-                vminq_u32(vreinterpretq_u32_s32(vabdq_s32(a.raw, b.raw)), vdupq_n_u32(INT32_MAX))));
-        }
-#else
-        if constexpr (sizeof(T) == 2)
-        {
-            return hn::SaturatedSub(hn::Max(a, b), hn::Min(a, b));
-        }
-        else
-        {
-            // The difference modulo 2^32 is exact as an unsigned number.
-            const hn::RebindToUnsigned<D> du;
-            const auto exact = hn::BitCast(du, hn::Sub(hn::Max(a, b), hn::Min(a, b)));
-            return hn::BitCast(d, hn::Min(exact, hn::Set(du, uint32_t{INT32_MAX})));
-        }
+        return V(vqabsq_s16(vqsubq_s16(a.raw, b.raw)));
+    }
+    else if constexpr (sizeof(a.raw) == 16 && sizeof(T) == 1)
+    {
+        return V(vabdq_u8(a.raw, b.raw));
+    }
+    else if constexpr (sizeof(a.raw) == 16)
+    {
+        return V(vabdq_u16(a.raw, b.raw));
+    }
 #endif
+    else if constexpr (std::is_signed_v<T>)
+    {
+        return hn::SaturatedSub(hn::Max(a, b), hn::Min(a, b));
     }
     else
     {
-#if HWY_ARCH_ARM_A64
-        if constexpr (sizeof(a.raw) == 16)
-        {
-            if constexpr (sizeof(T) == 1)
-            {
-                return V(vabdq_u8(a.raw, b.raw));
-            }
-            else
-            {
-                return V(vabdq_u16(a.raw, b.raw));
-            }
-        }
-#endif
         return hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
     }
 }
@@ -146,38 +137,7 @@ HWY_INLINE V shiftedProduct(D d, V a, V b, int shift)
 #endif
 }
 
-// ---- Bytes to wider elements and back ----
-
-/** Calls body(k, vector) for the k-th vector of D of the bytes from p on, as many as a full vector of u8 has. */
-template <class D, class Body>
-HWY_INLINE void widenBytes(D d, const uint8_t* p, Body body)
-{
-    constexpr size_t lanes = hn::MaxLanes(D());
-#if HWY_ARCH_ARM_A64
-    const uint8x16_t v = vld1q_u8(p);
-    const uint16x8_t low = vmovl_u8(vget_low_u8(v));
-    const uint16x8_t high = vmovl_high_u8(v);
-    if constexpr (lanes == 8)
-    {
-        body(std::integral_constant<size_t, 0>(), hn::BitCast(d, hn::Vec128<uint16_t>(low)));
-        body(std::integral_constant<size_t, 1>(), hn::BitCast(d, hn::Vec128<uint16_t>(high)));
-    }
-    else
-    {
-        body(std::integral_constant<size_t, 0>(), hn::BitCast(d, hn::Vec128<uint32_t>(vmovl_u16(vget_low_u16(low)))));
-        body(std::integral_constant<size_t, 1>(), hn::BitCast(d, hn::Vec128<uint32_t>(vmovl_high_u16(low))));
-        body(std::integral_constant<size_t, 2>(), hn::BitCast(d, hn::Vec128<uint32_t>(vmovl_u16(vget_low_u16(high)))));
-        body(std::integral_constant<size_t, 3>(), hn::BitCast(d, hn::Vec128<uint32_t>(vmovl_high_u16(high))));
-    }
-#else
-    const hn::Rebind<uint8_t, D> bytes;
-    [&]<size_t... k>(std::index_sequence<k...>) HWY_ATTR
-    {
-        (body(std::integral_constant<size_t, k>(), hn::PromoteTo(d, hn::LoadU(bytes, p + k * lanes))), ...);
-    }
-    (std::make_index_sequence<sizeof(hn::TFromD<D>)>());
-#endif
-}
+// ---- Bytes to floats and back ----
 
 /**
  * What a byte of 1 is in floats that bytesToFloats gives. On ARM a byte is a float of 16 bits without an exponent,
@@ -191,25 +151,22 @@ HWY_INLINE void bytesToFloats(const uint8_t* p, Body body)
 {
     const hn::ScalableTag<float> d;
 #if HWY_ARCH_ARM_A64
-    widenBytes(hn::ScalableTag<uint16_t>(), p,
-               [&](auto k, auto v) HWY_ATTR
-               {
-                   const float16x8_t halves = vreinterpretq_f16_u16(v.raw);
-                   body(std::integral_constant<size_t, 2 * k>(),
-                        hn::Vec<decltype(d)>(vcvt_f32_f16(vget_low_f16(halves))));
-                   body(std::integral_constant<size_t, 2 * k + 1>(), hn::Vec<decltype(d)>(vcvt_high_f32_f16(halves)));
-               });
+    using V = hn::Vec<decltype(d)>;
+    const uint8x16_t v = vld1q_u8(p);
+    const float16x8_t low = vreinterpretq_f16_u16(vmovl_u8(vget_low_u8(v)));
+    const float16x8_t high = vreinterpretq_f16_u16(vmovl_high_u8(v));
+    body(0, V(vcvt_f32_f16(vget_low_f16(low))));
+    body(1, V(vcvt_high_f32_f16(low)));
+    body(2, V(vcvt_f32_f16(vget_low_f16(high))));
+    body(3, V(vcvt_high_f32_f16(high)));
 #else
-    widenBytes(hn::ScalableTag<int32_t>(), p, [&](auto k, auto v) HWY_ATTR { body(k, hn::ConvertTo(d, v)); });
+    const hn::Rebind<uint8_t, decltype(d)> bytes;
+    const hn::Rebind<int32_t, decltype(d)> d32;
+    for (size_t k = 0; k < 4; ++k)
+    {
+        body(k, hn::ConvertTo(d, hn::PromoteTo(d32, hn::LoadU(bytes, p + k * hn::MaxLanes(d)))));
+    }
 #endif
-}
-
-/** Floats limited to 0 .. 255 and rounded to nearest, ties to even; 0 for a NaN. */
-template <class D, class V>
-HWY_INLINE hn::Vec<hn::RebindToSigned<D>> byteOf(D d, V v)
-{
-    // A NaN becomes 0 here on x86, in the conversion on ARM.
-    return hn::NearestInt(hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, 255.0F)));
 }
 
 /** Four vectors of s32 of 0 .. 255 as bytes. */
@@ -220,6 +177,120 @@ HWY_INLINE hn::Vec<hn::ScalableTag<uint8_t>> narrowToBytes(V v0, V v1, V v2, V v
     const hn::ScalableTag<uint16_t> d16;
     return narrowInOrder(d8, narrowInOrder(d16, v0, v1), narrowInOrder(d16, v2, v3));
 }
+
+/** Four vectors of floats as bytes: limited to 0 .. 255 and rounded to nearest, ties to even; 0 for a NaN. */
+template <class V>
+HWY_INLINE hn::Vec<hn::ScalableTag<uint8_t>> bytesOf(const V (&v)[4])
+{
+#if HWY_ARCH_ARM_A64
+    // The conversion and the narrowing ones limit.
+    const int16x8_t low = vqmovn_high_s32(vqmovn_s32(vcvtnq_s32_f32(v[0].raw)), vcvtnq_s32_f32(v[1].raw));
+    const int16x8_t high = vqmovn_high_s32(vqmovn_s32(vcvtnq_s32_f32(v[2].raw)), vcvtnq_s32_f32(v[3].raw));
+    return hn::Vec<hn::ScalableTag<uint8_t>>(vqmovun_high_s16(vqmovun_s16(low), high));
+#else
+    const hn::ScalableTag<float> d;
+    const auto limited = [=](V x) HWY_ATTR
+    { return hn::NearestInt(hn::Min(hn::Max(x, hn::Zero(d)), hn::Set(d, 255.0F))); };  // 0 for a NaN
+    return narrowToBytes(limited(v[0]), limited(v[1]), limited(v[2]), limited(v[3]));
+#endif
+}
+
+// ---- Steps and shapes ----
+
+/** A step of as many columns as a vector has bytes: body(pointers ...). */
+template <class Body>
+struct ByteStep
+{
+    static constexpr size_t kLanes = hn::MaxLanes(hn::ScalableTag<uint8_t>());
+    static constexpr size_t kUnroll = HWY_ARCH_ARM ? 2 : 1;
+
+    Body body;
+
+    template <size_t... i>
+    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, auto*... at) const
+    {
+        (step(i * kLanes, at...), ...);
+    }
+
+  private:
+    HWY_INLINE void step(size_t x, auto*... at) const { body((at + x)...); }
+};
+
+/** dst = formula(d, src ...) where the mask is not 0; all elements have the same type, or the mask's. */
+template <class T, class Formula>
+struct MaskedStep
+{
+    using D = hn::ScalableTag<T>;
+    static constexpr size_t kLanes = hn::MaxLanes(D());
+    static constexpr size_t kUnroll = 4;
+
+    Formula formula;
+
+    template <size_t... i>
+    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, T* dst, const uint8_t* mask,
+                               const auto*... src) const
+    {
+        const hn::Vec<D> results[] = {blended(dst + i * kLanes, mask + i * kLanes, i * kLanes, src...)...};
+        (hn::StoreU(results[i], D(), dst + i * kLanes), ...);
+    }
+
+  private:
+    HWY_INLINE hn::Vec<D> blended(const T* old, const uint8_t* mask, [[maybe_unused]] size_t x,
+                                  const auto*... src) const
+    {
+        const D d;
+        const hn::RebindToSigned<D> lanes;
+        const auto bytes = hn::LoadU(hn::Rebind<int8_t, D>(), reinterpret_cast<const int8_t*>(mask));
+        const auto isOut = [&]() HWY_ATTR
+        {
+            if constexpr (sizeof(T) == 1)
+            {
+                return hn::Eq(bytes, hn::Zero(lanes));
+            }
+            else
+            {
+                return hn::Eq(hn::PromoteTo(lanes, bytes), hn::Zero(lanes));
+            }
+        }();
+        return hn::IfThenElse(hn::RebindMask(d, isOut), hn::LoadU(d, old), formula(d, hn::LoadU(d, src + x)...));
+    }
+};
+
+template <class T, class Formula, class... Planes>
+HWY_INLINE vsrStatus mapMasked(Formula formula, size_t width, size_t height, T* dst, uint32_t dstStride,
+                               const uint8_t* mask, uint32_t maskStride, Planes... sources)
+{
+    return mapPlanes(width, height, MaskedStep<T, Formula>{formula}, updated(dst, dstStride), source(mask, maskStride),
+                     sources...);
+}
+
+/** body(dst, src, parameters ...) does the columns of a ByteStep. */
+constexpr auto unaryByBytes =
+    [](auto body, const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, auto... rest) HWY_ATTR
+{
+    return destinationFirst(
+        [=](auto* dst, uint32_t dstStride, auto... parameters) HWY_ATTR
+        {
+            const auto step = [=](auto* to, const auto* from) HWY_ATTR { body(to, from, parameters...); };
+            return mapPlanes(width, height, ByteStep<decltype(step)>{step}, destination(dst, dstStride),
+                             source(src, srcStride));
+        },
+        rest...);
+};
+
+/** body(dst, src1, src2, parameters ...) does the columns of a ByteStep. */
+constexpr auto binaryByBytes = [](auto body, const auto* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
+                                  const auto* src2, uint32_t src2Stride, auto... rest) HWY_ATTR
+{
+    return destinationFirst(
+        [=](auto* dst, uint32_t dstStride, auto... parameters) HWY_ATTR
+        {
+            const auto step = [=](auto* to, const auto* a, const auto* b) HWY_ATTR { body(to, a, b, parameters...); };
+            return mapPlanes(width, height, ByteStep<decltype(step)>{step}, destination(dst, dstStride),
+                             source(src1, src1Stride), source(src2, src2Stride));
+        },
+        rest...);
+};
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora

@@ -1,5 +1,5 @@
 // Cartesian to polar coordinates, vector variants.
-#include "cpu/element/visoraElementPolar.h"
+#include "cpu/element/visoraElement.h"
 #include "visora/variants/arithmetic.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -7,7 +7,6 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/element/visoraElement-inl.h"
-#include "vecta/visoraExport.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -164,31 +163,19 @@ struct IntegerStep
     }
 };
 
+constexpr auto toPolar = [](auto step, const auto* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
+                            const auto* src2, uint32_t src2Stride, auto* magnitude, uint32_t magnitudeStride,
+                            auto* angle, uint32_t angleStride) HWY_ATTR
+{
+    return mapPlanes(width, height, step, destination(magnitude, magnitudeStride), destination(angle, angleStride),
+                     source(src1, src1Stride), source(src2, src2Stride));
+};
+
 }  // namespace
 
-vsrStatus cartToPolarF32(const float* src1, uint32_t width, uint32_t height, uint32_t src1Stride, const float* src2,
-                         uint32_t src2Stride, float* magnitude, uint32_t magnitudeStride, float* angle,
-                         uint32_t angleStride)
-{
-    return mapPlanes(width, height, FloatStep(), destination(magnitude, magnitudeStride),
-                     destination(angle, angleStride), source(src1, src1Stride), source(src2, src2Stride));
-}
-
-vsrStatus cartToPolarS16(const int16_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride, const int16_t* src2,
-                         uint32_t src2Stride, uint16_t* magnitude, uint32_t magnitudeStride, uint8_t* angle,
-                         uint32_t angleStride)
-{
-    return mapPlanes(width, height, IntegerStep(), destination(magnitude, magnitudeStride),
-                     destination(angle, angleStride), source(src1, src1Stride), source(src2, src2Stride));
-}
+VSR_VARIANT(vsrCartToPolarf32, toPolar, FloatStep());
+VSR_VARIANT(vsrCartToPolars16, toPolar, IntegerStep());
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora
 HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
-
-VSR_VECTOR(vsrCartToPolarf32, cartToPolarF32);
-VSR_VECTOR(vsrCartToPolars16, cartToPolarS16);
-
-#endif

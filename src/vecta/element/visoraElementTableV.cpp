@@ -2,8 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "cpu/element/visoraElementBorder.h"
-#include "cpu/element/visoraElementNormalize.h"
+#include "cpu/element/visoraElement.h"
 #include "visora/variants/arithmetic.h"
 
 namespace visora
@@ -14,22 +13,17 @@ namespace
 // Four tables take turns, so that equal neighbours do not wait for each other.
 void countValues(const uint8_t* src, size_t width, size_t height, size_t stride, uint64_t (&counts)[256])
 {
-    static constexpr size_t kTables = 4;
-    uint64_t tables[kTables][256] = {};
+    uint64_t tables[4][256] = {};
     for (size_t y = 0; y < height; ++y, src += stride)
     {
-        size_t x = 0;
-        for (; x + kTables <= width; x += kTables)
+        for (size_t x = 0; x < width - width % 4; x += 4)
         {
-            ++tables[0][src[x]];
-            ++tables[1][src[x + 1]];
-            ++tables[2][src[x + 2]];
-            ++tables[3][src[x + 3]];
+            for (size_t k = 0; k < 4; ++k)
+            {
+                ++tables[k][src[x + k]];
+            }
         }
-        for (; x < width; ++x)
-        {
-            ++tables[0][src[x]];
-        }
+        std::for_each(src + (width - width % 4), src + width, [&](uint8_t value) { ++tables[0][value]; });
     }
     for (size_t value = 0; value < 256; ++value)
     {

@@ -1,5 +1,5 @@
-// Sums and extremes of rows. An accumulator takes vectors, add(std::index_sequence<0 .. n - 1>, pointers ...), n *
-// kLanes columns from each pointer on. A sum has to be flushed after kSteps vectors.
+// Sums and extremes of rows. An accumulator takes vectors, add(chain, pointers ...), of kLanes columns from each
+// pointer on, and is flushed at the end and whenever one of its chains has taken kSteps of them.
 #if defined(VISORA_VECTA_REDUCE_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VISORA_VECTA_REDUCE_INL_H
 #undef VISORA_VECTA_REDUCE_INL_H
@@ -16,149 +16,169 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-// ---- Drivers ----
+// ---- The driver ----
 
-/** Feeds rows to a sum. What is left of a row goes in with zeros behind it, which no sum counts. */
-template <class Sum, class... T>
-HWY_INLINE void sumRows(size_t width, size_t height, Sum& sum, Plane<const T>... planes)
+/** Partial results that take vectors in turn, so that none waits for the one before. */
+constexpr size_t kChains = 4;
+
+/**
+ * Feeds rows to an accumulator. What is left of a row goes in with columns before it where they may come twice, as for
+ * extremes, else with zeros behind it, which no sum counts.
+ */
+template <class Accumulator, class... T>
+HWY_INLINE void foldRows(size_t width, size_t height, Accumulator& all, Plane<const T>... planes)
 {
-    constexpr size_t lanes = Sum::kLanes;
-    constexpr size_t kUnroll = 4;
+    constexpr size_t lanes = Accumulator::kLanes;
     if ((planes.isPacked(width) && ...))
     {
         width *= height;
         height = 1;
     }
-    size_t stepsLeft = Sum::kSteps;
+    size_t stepsLeft = Accumulator::kSteps;
     const auto count = [&](size_t steps) HWY_ATTR
     {
         stepsLeft -= steps;
-        if (stepsLeft < kUnroll)
+        if (stepsLeft == 0)
         {
-            sum.flush();
-            stepsLeft = Sum::kSteps;
+            all.flush();
+            stepsLeft = Accumulator::kSteps;
         }
+    };
+    const auto addTo = [&](size_t chain, const T*... at) HWY_ATTR __attribute__((always_inline))
+    {
+        all.add(chain, (at + chain * lanes)...);
     };
     for (; height != 0; --height)
     {
         size_t x = 0;
-        while (width - x >= kUnroll * lanes)
+        while (width - x >= kChains * lanes)
         {
-            const size_t groups = std::min((width - x) / (kUnroll * lanes), stepsLeft / kUnroll);
-            for (const size_t end = x + groups * kUnroll * lanes; x < end; x += kUnroll * lanes)
+            const size_t steps = std::min((width - x) / (kChains * lanes), stepsLeft);
+            for (const size_t end = x + steps * kChains * lanes; x < end; x += kChains * lanes)
             {
-                sum.add(std::make_index_sequence<kUnroll>(), planes.data + x...);
+                [&]<size_t... chain>(std::index_sequence<chain...>) HWY_ATTR __attribute__((always_inline))
+                {
+                    (addTo(chain, planes.data + x...), ...);
+                }
+                (std::make_index_sequence<kChains>());
             }
-            count(groups * kUnroll);
+            count(steps);
         }
         for (; x + lanes <= width; x += lanes)
         {
-            sum.add(std::index_sequence<0>(), planes.data + x...);
+            addTo(0, planes.data + x...);
             count(1);
         }
-        if (x < width)
+        if (x < width && Accumulator::kMayRepeat && x != 0)
+        {
+            addTo(0, planes.data + (width - lanes)...);
+            count(1);
+        }
+        else if (x < width)
         {
             [&](auto... ends) HWY_ATTR
             {
+                if constexpr (Accumulator::kMayRepeat)
+                {
+                    (std::fill_n(ends.elements, lanes, planes.data[0]), ...);
+                }
                 (ends.take(planes, x, width - x), ...);
-                sum.add(std::index_sequence<0>(), ends.elements...);
+                addTo(0, ends.elements...);
                 count(1);
             }(RowEnd<Plane<const T>, lanes>{}...);
         }
         ((planes.data += planes.stride), ...);
     }
-    sum.flush();
-}
-
-/** Feeds a row to extremes, for which elements may come twice: the last vector overlaps the one before. */
-template <class Extremes, class... T>
-HWY_INLINE void extremesOfRow(size_t width, Extremes& extremes, const T*... rows)
-{
-    constexpr size_t lanes = Extremes::kLanes;
-    if (width < lanes)
-    {
-        [&](auto... ends) HWY_ATTR
-        {
-            (std::fill_n(ends.elements, lanes, rows[0]), ...);
-            (ends.take({rows, 0}, 0, width), ...);
-            extremes.add(std::index_sequence<0>(), ends.elements...);
-        }(RowEnd<Plane<const T>, lanes>{}...);
-        return;
-    }
-    size_t x = 0;
-    for (; x + 4 * lanes <= width; x += 4 * lanes)
-    {
-        extremes.add(std::make_index_sequence<4>(), rows + x...);
-    }
-    for (; x + lanes <= width; x += lanes)
-    {
-        extremes.add(std::index_sequence<0>(), rows + x...);
-    }
-    if (x < width)
-    {
-        extremes.add(std::index_sequence<0>(), rows + (width - lanes)...);
-    }
+    all.flush();
 }
 
 // ---- Sums ----
 
+/** Pairs of lanes of 8 to 32 bits, or more of them, added up in 64 bits. */
 template <class D, class V>
-HWY_INLINE uint64_t sumOf64(D d, V v)
+HWY_INLINE hn::Vec<hn::ScalableTag<uint64_t>> widened(D /*d*/, V v)
 {
-    return static_cast<uint64_t>(hn::GetLane(hn::SumOfLanes(d, v)));
-}
-
-/** All lanes of a vector of 32 bits, added up in 64. */
-template <class D, class V>
-HWY_INLINE int64_t sumOf32(D d, V v)
-{
-    alignas(64) hn::TFromD<D> lanes[hn::MaxLanes(D())];
-    hn::Store(v, d, lanes);
-    int64_t sum = 0;
-    for (const auto lane : lanes)
+    using T = hn::TFromD<D>;
+    const hn::ScalableTag<uint64_t> d64;
+    if constexpr (sizeof(T) == 8)
     {
-        sum += lane;
+        return hn::BitCast(d64, v);
     }
-    return sum;
+    else if constexpr (sizeof(T) == 1)
+    {
+        return hn::SumsOf8(v);
+    }
+    else
+    {
+        const hn::Repartition<hwy::MakeWide<T>, D> wide;
+        const hn::Half<D> half;
+        return widened(
+            wide, hn::Add(hn::PromoteTo(wide, hn::LowerHalf(half, v)), hn::PromoteTo(wide, hn::UpperHalf(half, v))));
+    }
 }
 
-/** A sum of vectors of bytes. */
-struct ByteSum
+/**
+ * A sum of what Formula()(part, pointers ...) makes of parts, vectors of T, by adding the vector of kColumns columns
+ * from the pointers on. kMostSteps such vectors fit into a part.
+ */
+template <class T, size_t kColumns, size_t kMostSteps, class Formula>
+struct Sum
 {
-    using D = hn::ScalableTag<uint8_t>;
-    using D16 = hn::ScalableTag<uint16_t>;
+    using D = hn::ScalableTag<T>;
     using D64 = hn::ScalableTag<uint64_t>;
-    static constexpr size_t kLanes = hn::MaxLanes(D());
-    // On ARM pairs are added up in 16 bits, which hold 128 times 2 * 255.
-    static constexpr size_t kSteps = HWY_ARCH_ARM_A64 ? 128 : SIZE_MAX;
+    static constexpr size_t kLanes = kColumns;
+    static constexpr size_t kSteps = kMostSteps;
+    static constexpr bool kMayRepeat = false;
 
-    HWY_INLINE ByteSum() : pairs(hn::Zero(D16())), sums(hn::Zero(D64())) {}
+    HWY_INLINE Sum() : all(hn::Zero(D64())) { std::fill_n(parts, kChains, hn::Zero(D())); }
 
-    HWY_INLINE void addBytes(hn::Vec<D> v)
-    {
-#if HWY_ARCH_ARM_A64
-        pairs = hn::Vec<D16>(vpadalq_u8(pairs.raw, v.raw));
-#else
-        sums = hn::Add(sums, hn::SumsOf8(v));
-#endif
-    }
+    HWY_INLINE void add(size_t chain, const auto*... at) { parts[chain] = Formula()(parts[chain], at...); }
 
     HWY_INLINE void flush()
     {
-#if HWY_ARCH_ARM_A64
-        sums = hn::Vec<D64>(vpadalq_u32(sums.raw, vpaddlq_u16(pairs.raw)));
-        pairs = hn::Zero(D16());
-#endif
+        for (auto& part : parts)
+        {
+            all = hn::Add(all, widened(D(), part));
+            part = hn::Zero(D());
+        }
     }
 
-    HWY_INLINE uint64_t total() const
-    {
-        return sumOf64(D64(), sums);
-    }
+    HWY_INLINE uint64_t total() const { return hn::GetLane(hn::SumOfLanes(D64(), all)); }
 
-    hn::Vec<D16> pairs;
-    hn::Vec<D64> sums;
+    hn::Vec<D> parts[kChains];
+    hn::Vec<D64> all;
 };
+
+// Bytes go into pairs of 16 bits on ARM, which hold 128 times 2 * 255, elsewhere into groups of eight in 64 bits.
+using D8 = hn::ScalableTag<uint8_t>;
+using ByteGroup = std::conditional_t<HWY_ARCH_ARM_A64, uint16_t, uint64_t>;
+template <class Formula>
+using ByteSum = Sum<ByteGroup, hn::MaxLanes(D8()), HWY_ARCH_ARM_A64 ? 128 : SIZE_MAX, Formula>;
+
+template <class V>
+HWY_INLINE V addBytes(V part, hn::Vec<D8> v)
+{
+#if HWY_ARCH_ARM_A64
+    return V(vpadalq_u8(part.raw, v.raw));
+#else
+    return hn::Add(part, hn::SumsOf8(v));
+#endif
+}
+
+/** The sum of the pixels of an image. */
+constexpr auto addPixels = [](auto part, const uint8_t* src, const auto*... mask) HWY_ATTR
+{
+    const auto v = hn::LoadU(D8(), src);
+    if constexpr (sizeof...(mask) == 0)
+    {
+        return addBytes(part, v);
+    }
+    else
+    {
+        return addBytes(part, hn::IfThenZeroElse(hn::Eq(hn::LoadU(D8(), mask...), hn::Zero(D8())), v));
+    }
+};
+using PixelSum = ByteSum<decltype(addPixels)>;
 
 /** Sums of |a - b| over eight bytes each. */
 template <class D, class V>
@@ -186,27 +206,6 @@ HWY_INLINE auto sumsOfAbsDiff(D d, V a, V b)
     return hn::SumsOf8(absDiff(d, a, b));
 #endif
 }
-
-/** The sum of the pixels of an image. */
-struct PixelSum : ByteSum
-{
-    HWY_INLINE PixelSum() {}
-
-    template <size_t... i>
-    HWY_INLINE void add(std::index_sequence<i...> /*steps*/, const uint8_t* src)
-    {
-        (addBytes(hn::LoadU(D(), src + i * kLanes)), ...);
-    }
-
-    template <size_t... i>
-    HWY_INLINE void add(std::index_sequence<i...> /*steps*/, const uint8_t* src, const uint8_t* mask)
-    {
-        const D d;
-        (addBytes(
-             hn::IfThenZeroElse(hn::Eq(hn::LoadU(d, mask + i * kLanes), hn::Zero(d)), hn::LoadU(d, src + i * kLanes))),
-         ...);
-    }
-};
 
 /** Adds the squares of bytes to sums in 32 bits, kSquareSteps times at most. */
 template <class V>
@@ -265,69 +264,53 @@ struct LaneExtremes
     using D = hn::ScalableTag<T>;
     using V = hn::Vec<D>;
     static constexpr size_t kLanes = hn::MaxLanes(D());
+    static constexpr size_t kSteps = SIZE_MAX;
+    static constexpr bool kMayRepeat = true;
 
-    HWY_INLINE LaneExtremes() : low(hn::Set(D(), Extremes<T>().minValue)), high(hn::Set(D(), Extremes<T>().maxValue)) {}
-
-    static HWY_INLINE V smaller(V a, V b)
+    HWY_INLINE LaneExtremes()
     {
-        if constexpr (std::is_same_v<T, float>)
-        {
-            return smallerOr(a, b);
-        }
-        else
-        {
-            return hn::Min(a, b);
-        }
+        std::fill_n(lows, kChains, hn::Set(D(), Extremes<T>().minValue));
+        std::fill_n(highs, kChains, hn::Set(D(), Extremes<T>().maxValue));
     }
 
-    static HWY_INLINE V larger(V a, V b)
+    HWY_INLINE void add(size_t chain, const T* src)
     {
-        if constexpr (std::is_same_v<T, float>)
-        {
-            return largerOr(a, b);
-        }
-        else
-        {
-            return hn::Max(a, b);
-        }
+        const V v = hn::LoadU(D(), src);
+        lows[chain] = smallerOr(v, lows[chain]);
+        highs[chain] = largerOr(v, highs[chain]);
     }
 
-    template <size_t... i>
-    HWY_INLINE void add(std::index_sequence<i...> /*steps*/, const T* src)
-    {
-        const V v[] = {hn::LoadU(D(), src + i * kLanes)...};
-        ((low = smaller(v[i], low), high = larger(v[i], high)), ...);
-    }
-
-    template <size_t... i>
-    HWY_INLINE void add(std::index_sequence<i...> /*steps*/, const T* src, const uint8_t* mask)
+    HWY_INLINE void add(size_t chain, const T* src, const uint8_t* mask)
     {
         const D d;
-        const V isOut[] = {hn::VecFromMask(d, hn::Eq(hn::LoadU(d, mask + i * kLanes), hn::Zero(d)))...};
-        ((low = smaller(hn::Or(hn::LoadU(d, src + i * kLanes), isOut[i]), low),
-          high = larger(hn::AndNot(isOut[i], hn::LoadU(d, src + i * kLanes)), high)),
-         ...);
+        const V v = hn::LoadU(d, src);
+        const V isOut = hn::VecFromMask(d, hn::Eq(hn::LoadU(d, mask), hn::Zero(d)));
+        lows[chain] = hn::Min(hn::Or(v, isOut), lows[chain]);
+        highs[chain] = hn::Max(hn::AndNot(isOut, v), highs[chain]);
+    }
+
+    // There are no NaNs among the extremes.
+    HWY_INLINE void flush()
+    {
+        for (size_t i = 1; i < kChains; ++i)
+        {
+            lows[0] = hn::Min(lows[0], lows[i]);
+            highs[0] = hn::Max(highs[0], highs[i]);
+        }
     }
 
     HWY_INLINE T smallest() const
     {
-        return foldLanes(D(), low, [](auto a, auto b) HWY_ATTR { return folded<true>(a, b); });
+        return foldLanes(D(), lows[0], [](auto a, auto b) HWY_ATTR { return hn::Min(a, b); });
     }
 
     HWY_INLINE T largest() const
     {
-        return foldLanes(D(), high, [](auto a, auto b) HWY_ATTR { return folded<false>(a, b); });
+        return foldLanes(D(), highs[0], [](auto a, auto b) HWY_ATTR { return hn::Max(a, b); });
     }
 
-    V low;
-    V high;
-
-  private:
-    template <bool isMin, class AnyV>
-    static HWY_INLINE AnyV folded(AnyV a, AnyV b)
-    {
-        return isMin ? hn::Min(a, b) : hn::Max(a, b);
-    }
+    V lows[kChains];
+    V highs[kChains];
 };
 
 }  // namespace HWY_NAMESPACE

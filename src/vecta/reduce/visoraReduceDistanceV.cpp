@@ -1,4 +1,6 @@
 // Distances between images, blocks and vectors, vector variants.
+#include <functional>
+
 #include "visora/variants/arithmetic.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -6,7 +8,6 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/reduce/visoraReduce-inl.h"
-#include "vecta/visoraExport.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -16,139 +17,119 @@ namespace HWY_NAMESPACE
 namespace
 {
 
-using D8 = hn::ScalableTag<uint8_t>;
-using DU32 = hn::ScalableTag<uint32_t>;
-
 // ---- Images ----
 
-struct AbsoluteDiffSum : ByteSum
+constexpr auto addDifferences = [](auto part, const uint8_t* src1, const uint8_t* src2) HWY_ATTR
 {
-    HWY_INLINE AbsoluteDiffSum() {}
-
-    template <size_t... i>
-    HWY_INLINE void add(std::index_sequence<i...> /*steps*/, const uint8_t* src1, const uint8_t* src2)
-    {
-        (addDifference(hn::LoadU(D(), src1 + i * kLanes), hn::LoadU(D(), src2 + i * kLanes)), ...);
-    }
-
-    HWY_INLINE void addDifference(hn::Vec<D> a, hn::Vec<D> b)
-    {
+    const D8 d;
+    const auto a = hn::LoadU(d, src1);
+    const auto b = hn::LoadU(d, src2);
 #if HWY_ARCH_X86
-        sums = hn::Add(sums, sumsOfAbsDiff(D(), a, b));
+    return hn::Add(part, sumsOfAbsDiff(d, a, b));
 #else
-        addBytes(absDiff(D(), a, b));
+    return addBytes(part, absDiff(d, a, b));
 #endif
-    }
 };
+
+HWY_INLINE vsrStatus sumOfAbsoluteDiff(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
+                                       const uint8_t* src2, uint32_t src2Stride, uint64_t* sum)
+{
+    ByteSum<decltype(addDifferences)> all;
+    foldRows(width, height, all, source(src1, src1Stride), source(src2, src2Stride));
+    *sum = all.total();
+    return VISORA_SUCCESS;
+}
 
 // ---- Vectors ----
 
-// Bytes without a sign, or with one: those are moved up by 128, which leaves their differences.
-template <class T>
-struct SquaredDiffSum
+// Bytes with a sign are moved up by 128, which leaves their differences.
+constexpr auto addSquaredDifferences = [](auto part, const auto* a, const auto* b) HWY_ATTR
 {
-    static constexpr size_t kLanes = hn::MaxLanes(D8());
-    static constexpr size_t kSteps = SIZE_MAX;  // the result has no more bits than a lane
-
-    HWY_INLINE SquaredDiffSum() : sums(hn::Zero(DU32())) {}
-
-    template <size_t... i>
-    HWY_INLINE void add(std::index_sequence<i...> /*steps*/, const T* a, const T* b)
+    const D8 d;
+    const auto load = [=](const auto* p) HWY_ATTR
     {
-        ((sums = addSquares(absDiff(D8(), load(a + i * kLanes), load(b + i * kLanes)), sums)), ...);
-    }
-
-    static HWY_INLINE hn::Vec<D8> load(const T* p)
-    {
-        const auto v = hn::LoadU(D8(), reinterpret_cast<const uint8_t*>(p));
-        return std::is_signed_v<T> ? hn::Xor(v, hn::Set(D8(), uint8_t{128})) : v;
-    }
-
-    HWY_INLINE void flush() {}
-    HWY_INLINE uint32_t total() const { return hn::GetLane(hn::SumOfLanes(DU32(), sums)); }
-
-    hn::Vec<DU32> sums;
+        const auto v = hn::LoadU(d, reinterpret_cast<const uint8_t*>(p));
+        return std::is_signed_v<std::remove_reference_t<decltype(*p)>> ? hn::Xor(v, hn::Set(d, uint8_t{128})) : v;
+    };
+    return addSquares(absDiff(d, load(a), load(b)), part);
 };
 
 constexpr auto squaredDistances = [](const auto* query, uint32_t length, const auto* set, uint32_t numVectors,
                                      uint32_t setStride, auto* dst) HWY_ATTR -> vsrStatus
 {
-    using T = std::remove_const_t<std::remove_pointer_t<decltype(query)>>;
     for (uint32_t i = 0; i < numVectors; ++i)
     {
-        SquaredDiffSum<T> sum;
-        sumRows(length, 1, sum, source(query, 0), source(imageRow(set, setStride, i), 0));
+        // The result has no more bits than a lane.
+        Sum<uint32_t, hn::MaxLanes(D8()), SIZE_MAX, decltype(addSquaredDifferences)> sum;
+        foldRows(length, 1, sum, source(query, 0), source(imageRow(set, setStride, i), 0));
         dst[i] = static_cast<std::remove_reference_t<decltype(*dst)>>(sum.total());
     }
     return VISORA_SUCCESS;
 };
 
-// The distances of kCount vectors at once: their sums do not wait for each other.
+// The distances of kCount vectors at once, the first `stride` apart: their sums do not wait for each other.
 template <size_t kCount>
-struct FloatDistances
+HWY_INLINE void distancesOf(const float* query, size_t length, const float* first, size_t stride, float* dst)
 {
     using D = hn::CappedTag<float, 16>;
-    static constexpr size_t kVector = hn::MaxLanes(D());
-    static constexpr size_t kVectors = 16 / kVector;
-
-    HWY_INLINE FloatDistances()
+    const D d;
+    constexpr size_t kVector = hn::MaxLanes(D());
+    constexpr size_t kVectors = 16 / kVector;
+    hn::Vec<D> parts[kCount][kVectors];
+    std::fill_n(&parts[0][0], kCount * kVectors, hn::Zero(d));
+    const auto add16 = [&](const float* q, const float* vectors, size_t apart) HWY_ATTR
     {
-        for (auto& of : parts)
-        {
-            std::fill_n(of, kVectors, hn::Zero(D()));
-        }
-    }
-
-    // 16 elements of each.
-    HWY_INLINE void add(const float* query, const float* const (&vectors)[kCount], size_t begin)
-    {
-        const D d;
         for (size_t k = 0; k < kVectors; ++k)
         {
-            const auto q = hn::LoadU(d, query + begin + k * kVector);
             for (size_t i = 0; i < kCount; ++i)
             {
-                const auto diff = hn::Sub(q, hn::LoadU(d, vectors[i] + begin + k * kVector));
+                const auto element = hn::LoadU(d, vectors + i * apart + k * kVector);
+                const auto diff = hn::Sub(hn::LoadU(d, q + k * kVector), element);
                 parts[i][k] = hn::Add(parts[i][k], hn::Mul(diff, diff));
             }
         }
-    }
-
-    hn::Vec<D> parts[kCount][kVectors];
-};
-
-template <size_t kCount>
-HWY_INLINE void floatDistances(const float* query, size_t length, const float* const (&vectors)[kCount], float* dst)
-{
-    FloatDistances<kCount> distances;
-    size_t k = 0;
-    for (; k + 16 <= length; k += 16)
+    };
+    const size_t whole = length - length % 16;
+    for (size_t k = 0; k < whole; k += 16)
     {
-        distances.add(query, vectors, k);
+        add16(query + k, first + k, stride);
     }
-    if (k < length)
+    if (whole < length)
     {
         // Zeros behind the ends add +0.
-        float queryEnd[16] = {};
-        float ends[kCount][16] = {};
-        const float* rows[kCount];
-        std::copy(query + k, query + length, queryEnd);
+        float ends[1 + kCount][16] = {};
+        std::copy(query + whole, query + length, ends[0]);
         for (size_t i = 0; i < kCount; ++i)
         {
-            std::copy(vectors[i] + k, vectors[i] + length, ends[i]);
-            rows[i] = ends[i];
+            std::copy(first + i * stride + whole, first + i * stride + length, ends[1 + i]);
         }
-        distances.add(queryEnd, rows, 0);
+        add16(ends[0], ends[1], 16);
     }
     for (size_t i = 0; i < kCount; ++i)
     {
         Sum16<float> sum;
-        for (size_t j = 0; j < distances.kVectors; ++j)
+        for (size_t k = 0; k < kVectors; ++k)
         {
-            hn::StoreU(distances.parts[i][j], hn::CappedTag<float, 16>(), sum.parts + j * distances.kVector);
+            hn::StoreU(parts[i][k], d, sum.parts + k * kVector);
         }
         dst[i] = visora::oneNan(sum.total());
     }
+}
+
+HWY_INLINE vsrStatus floatDistances(const float* query, uint32_t length, const float* set, uint32_t numVectors,
+                                    uint32_t setStride, float* dst)
+{
+    const size_t stride = setStride / sizeof(float);
+    uint32_t i = 0;
+    for (; i + 4 <= numVectors; i += 4)
+    {
+        distancesOf<4>(query, length, set + i * stride, stride, dst + i);
+    }
+    for (; i < numVectors; ++i)
+    {
+        distancesOf<1>(query, length, set + i * stride, stride, dst + i);
+    }
+    return VISORA_SUCCESS;
 }
 
 // ---- Blocks ----
@@ -162,19 +143,15 @@ HWY_INLINE void matchPlaces(D d, const uint8_t* src, uint32_t srcStride, const u
     constexpr size_t lanes = hn::MaxLanes(d);
     auto low = hn::Zero(d16);
     auto high = hn::Zero(d16);
-    uint32_t totals[lanes] = {};
     uint32_t left = 257;
+    std::fill_n(dst, lanes, 0U);
     const auto flush = [&]() HWY_ATTR
     {
         uint16_t parts[lanes];
         hn::StoreU(low, d16, parts);
         hn::StoreU(high, d16, parts + lanes / 2);
-        for (size_t i = 0; i < lanes; ++i)
-        {
-            totals[i] += parts[i];
-        }
-        low = hn::Zero(d16);
-        high = hn::Zero(d16);
+        std::transform(dst, dst + lanes, parts, dst, std::plus<uint32_t>());
+        low = high = hn::Zero(d16);
         left = 257;
     };
     for (uint32_t j = 0; j < N; ++j, src += srcStride, patch += patchStride)
@@ -204,7 +181,37 @@ HWY_INLINE void matchPlaces(D d, const uint8_t* src, uint32_t srcStride, const u
         }
     }
     flush();
-    std::copy_n(totals, lanes, dst);
+}
+
+HWY_INLINE vsrStatus matchBlocks(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                 const uint8_t* patch, uint32_t M, uint32_t N, uint32_t patchStride, uint32_t* dst,
+                                 uint32_t dstStride, uint32_t* bestXY)
+{
+    const uint32_t places = srcWidth - M + 1;
+    const bool isWide = withFittingVector<uint8_t>(
+        places,
+        [&](auto d) HWY_ATTR
+        {
+            uint32_t best = UINT32_MAX;
+            for (uint32_t y = 0; y <= srcHeight - N; ++y)
+            {
+                const uint8_t* const from = imageRow(src, srcStride, y);
+                uint32_t* const sums = imageRow(dst, dstStride, y);
+                coverRange(0, places, hn::Lanes(d),
+                           [&](size_t x) HWY_ATTR
+                           { matchPlaces(d, from + x, srcStride, patch, M, N, patchStride, sums + x); });
+                const uint32_t* const smallest = std::min_element(sums, sums + places);
+                if (*smallest < best)
+                {
+                    best = *smallest;
+                    bestXY[0] = static_cast<uint32_t>(smallest - sums);
+                    bestXY[1] = y;
+                }
+            }
+        });
+    return isWide ? vsrStatus{VISORA_SUCCESS}
+                  : vsrSumOfAbsoluteDiffMxNu8C(src, srcWidth, srcHeight, srcStride, patch, M, N, patchStride, dst,
+                                               dstStride, bestXY);
 }
 
 // The sum of |a - b| over kRows rows of the lanes of d, 8 or 16.
@@ -232,106 +239,38 @@ HWY_INLINE uint32_t blockDistance(D d, const uint8_t* a, uint32_t aStride, const
     {
         sums = hn::Add(sums, sumsOfAbsDiff(d, hn::LoadU(d, a), hn::LoadU(d, b)));
     }
-    return static_cast<uint32_t>(sumOf64(d64, sums));
+    return static_cast<uint32_t>(hn::GetLane(hn::SumOfLanes(d64, sums)));
 #endif
+}
+
+template <uint32_t side>
+constexpr auto blockDistanceInto = [](const uint8_t* src1, uint32_t src1Stride, const uint8_t* src2,
+                                      uint32_t src2Stride, uint32_t* sum) HWY_ATTR -> vsrStatus {
+    *sum = blockDistance<side>(hn::FixedTag<uint8_t, side>(), src1, src1Stride, src2, src2Stride);
+    return VISORA_SUCCESS;
+};
+
+HWY_INLINE vsrStatus blockDistances(const uint8_t* src1, uint32_t src1Stride, const uint8_t* src2, uint32_t src2Stride,
+                                    const int32_t* offsets, uint32_t count, uint32_t* sums)
+{
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        blockDistanceInto<16>(src1, src1Stride, src2 + offsets[i], src2Stride, sums + i);
+    }
+    return VISORA_SUCCESS;
 }
 
 }  // namespace
 
-VSR_KERNEL(vsrSumOfSquaredDiffu8, squaredDistancesU8, squaredDistances);
-VSR_KERNEL(vsrSumOfSquaredDiffs8, squaredDistancesS8, squaredDistances);
-
-vsrStatus squaredDistancesF32(const float* query, uint32_t length, const float* set, uint32_t numVectors,
-                              uint32_t setStride, float* dst)
-{
-    uint32_t i = 0;
-    for (; i + 4 <= numVectors; i += 4)
-    {
-        const float* const four[] = {imageRow(set, setStride, i), imageRow(set, setStride, i + 1),
-                                     imageRow(set, setStride, i + 2), imageRow(set, setStride, i + 3)};
-        floatDistances(query, length, four, dst + i);
-    }
-    for (; i < numVectors; ++i)
-    {
-        const float* const one[] = {imageRow(set, setStride, i)};
-        floatDistances(query, length, one, dst + i);
-    }
-    return VISORA_SUCCESS;
-}
-
-vsrStatus sumOfAbsoluteDiff(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
-                            const uint8_t* src2, uint32_t src2Stride, uint64_t* sum)
-{
-    AbsoluteDiffSum all;
-    sumRows(width, height, all, source(src1, src1Stride), source(src2, src2Stride));
-    *sum = all.total();
-    return VISORA_SUCCESS;
-}
-
-bool matchBlocks(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, const uint8_t* patch,
-                 uint32_t M, uint32_t N, uint32_t patchStride, uint32_t* dst, uint32_t dstStride, uint32_t* bestXY)
-{
-    const uint32_t places = srcWidth - M + 1;
-    return withFittingVector<uint8_t>(
-        places,
-        [&](auto d) HWY_ATTR
-        {
-            uint32_t best = UINT32_MAX;
-            for (uint32_t y = 0; y <= srcHeight - N; ++y)
-            {
-                const uint8_t* const from = imageRow(src, srcStride, y);
-                uint32_t* const sums = imageRow(dst, dstStride, y);
-                coverRange(0, places, hn::Lanes(d),
-                           [&](size_t x) HWY_ATTR
-                           { matchPlaces(d, from + x, srcStride, patch, M, N, patchStride, sums + x); });
-                const uint32_t* const smallest = std::min_element(sums, sums + places);
-                if (*smallest < best)
-                {
-                    best = *smallest;
-                    bestXY[0] = static_cast<uint32_t>(smallest - sums);
-                    bestXY[1] = y;
-                }
-            }
-        });
-}
-
-vsrStatus blockDistance16(const uint8_t* src1, uint32_t src1Stride, const uint8_t* src2, uint32_t src2Stride,
-                          uint32_t* sum)
-{
-    *sum = blockDistance<16>(hn::FixedTag<uint8_t, 16>(), src1, src1Stride, src2, src2Stride);
-    return VISORA_SUCCESS;
-}
-
-vsrStatus blockDistance8(const uint8_t* src1, uint32_t src1Stride, const uint8_t* src2, uint32_t src2Stride,
-                         uint32_t* sum)
-{
-    *sum = blockDistance<8>(hn::FixedTag<uint8_t, 8>(), src1, src1Stride, src2, src2Stride);
-    return VISORA_SUCCESS;
-}
-
-vsrStatus blockDistances16(const uint8_t* src1, uint32_t src1Stride, const uint8_t* src2, uint32_t src2Stride,
-                           const int32_t* offsets, uint32_t count, uint32_t* sums)
-{
-    for (uint32_t i = 0; i < count; ++i)
-    {
-        sums[i] = blockDistance<16>(hn::FixedTag<uint8_t, 16>(), src1, src1Stride, src2 + offsets[i], src2Stride);
-    }
-    return VISORA_SUCCESS;
-}
+VSR_VARIANT(vsrSumOfSquaredDiffu8, squaredDistances);
+VSR_VARIANT(vsrSumOfSquaredDiffs8, squaredDistances);
+VSR_VARIANT(vsrSumOfSquaredDifff32, floatDistances);
+VSR_VARIANT(vsrSumOfAbsoluteDiffu8, sumOfAbsoluteDiff);
+VSR_VARIANT(vsrSumOfAbsoluteDiffMxNu8, matchBlocks);
+VSR_VARIANT(vsrSumOfAbsoluteDiff16x16u8, blockDistanceInto<16>);
+VSR_VARIANT(vsrSumOfAbsoluteDiff8x8u8, blockDistanceInto<8>);
+VSR_VARIANT(vsrSumOfAbsoluteDiffs16x16u8, blockDistances);
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora
 HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
-
-VSR_VECTOR(vsrSumOfSquaredDiffu8, squaredDistancesU8);
-VSR_VECTOR(vsrSumOfSquaredDiffs8, squaredDistancesS8);
-VSR_VECTOR(vsrSumOfSquaredDifff32, squaredDistancesF32);
-VSR_VECTOR(vsrSumOfAbsoluteDiffu8, sumOfAbsoluteDiff);
-VSR_VECTOR(vsrSumOfAbsoluteDiffMxNu8, matchBlocks);
-VSR_VECTOR(vsrSumOfAbsoluteDiff16x16u8, blockDistance16);
-VSR_VECTOR(vsrSumOfAbsoluteDiff8x8u8, blockDistance8);
-VSR_VECTOR(vsrSumOfAbsoluteDiffs16x16u8, blockDistances16);
-
-#endif

@@ -6,7 +6,6 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/reduce/visoraReduce-inl.h"
-#include "vecta/visoraExport.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -16,28 +15,30 @@ namespace HWY_NAMESPACE
 namespace
 {
 
-template <class T>
-HWY_INLINE vsrStatus storeExtremes(const LaneExtremes<T>& lanes, T* minValue, T* maxValue)
+// ---- Extremes ----
+
+template <class T, class... Planes>
+HWY_INLINE vsrStatus findExtremes(uint32_t width, uint32_t height, T* minValue, T* maxValue, Planes... planes)
 {
+    LaneExtremes<T> lanes;
+    foldRows(width, height, lanes, planes...);
     Extremes<T> found;
     found.minValue = lanes.smallest();
     found.maxValue = lanes.largest();
     return found.store(minValue, maxValue);
 }
 
-constexpr auto extremes = [](const auto* src, uint32_t width, uint32_t height, uint32_t stride, auto* minValue,
-                             auto* maxValue) HWY_ATTR -> vsrStatus
+constexpr auto extremes =
+    [](const auto* src, uint32_t width, uint32_t height, uint32_t stride, auto* minValue, auto* maxValue) HWY_ATTR
+{ return findExtremes(width, height, minValue, maxValue, source(src, stride)); };
+
+HWY_INLINE vsrStatus extremesOfPixels(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                      const uint8_t* mask, uint32_t maskStride, uint8_t* minValue, uint8_t* maxValue)
 {
-    using T = std::remove_pointer_t<decltype(minValue)>;
-    const bool isPacked = source(src, stride).isPacked(width);
-    const size_t rowWidth = isPacked ? size_t{width} * height : width;
-    LaneExtremes<T> lanes;
-    for (uint32_t y = 0; y < (isPacked ? 1 : height); ++y)
-    {
-        extremesOfRow(rowWidth, lanes, imageRow(src, stride, y));
-    }
-    return storeExtremes(lanes, minValue, maxValue);
-};
+    return mask == nullptr
+               ? extremes(src, width, height, stride, minValue, maxValue)
+               : findExtremes(width, height, minValue, maxValue, source(src, stride), source(mask, maskStride));
+}
 
 // The first place from row y on that holds the value; none leaves `place` as it is.
 template <class T>
@@ -45,28 +46,21 @@ HWY_INLINE void findFirst(const T* src, uint32_t width, uint32_t height, uint32_
                           uint32_t (&place)[2])
 {
     const hn::ScalableTag<T> d;
+    const auto lanes = static_cast<uint32_t>(hn::Lanes(d));
     for (; y < height; ++y)
     {
         const T* const row = imageRow(src, stride, y);
         uint32_t x = 0;
-        for (; x + hn::Lanes(d) <= width; x += static_cast<uint32_t>(hn::Lanes(d)))
+        while (x + lanes <= width && hn::AllFalse(d, hn::Eq(hn::LoadU(d, row + x), hn::Set(d, value))))
         {
-            const intptr_t lane = hn::FindFirstTrue(d, hn::Eq(hn::LoadU(d, row + x), hn::Set(d, value)));
-            if (lane >= 0)
-            {
-                place[0] = x + static_cast<uint32_t>(lane);
-                place[1] = y;
-                return;
-            }
+            x += lanes;
         }
-        for (; x < width; ++x)
+        x = static_cast<uint32_t>(std::find(row + x, row + width, value) - row);
+        if (x < width)
         {
-            if (row[x] == value)
-            {
-                place[0] = x;
-                place[1] = y;
-                return;
-            }
+            place[0] = x;
+            place[1] = y;
+            return;
         }
     }
 }
@@ -84,13 +78,13 @@ constexpr auto extremesAndPlaces = [](const auto* src, uint32_t width, uint32_t 
     for (uint32_t y = 0; y < height; ++y)
     {
         LaneExtremes<T> lanes;
-        extremesOfRow(width, lanes, imageRow(src, stride, y));
-        if (!hn::AllFalse(d, hn::Lt(lanes.low, hn::Set(d, found.minValue))))
+        foldRows(width, 1, lanes, source(imageRow(src, stride, y), 0));
+        if (!hn::AllFalse(d, hn::Lt(lanes.lows[0], hn::Set(d, found.minValue))))
         {
             found.minValue = lanes.smallest();
             minRow = y;
         }
-        if (!hn::AllFalse(d, hn::Gt(lanes.high, hn::Set(d, found.maxValue))))
+        if (!hn::AllFalse(d, hn::Gt(lanes.highs[0], hn::Set(d, found.maxValue))))
         {
             found.maxValue = lanes.largest();
             maxRow = y;
@@ -103,169 +97,115 @@ constexpr auto extremesAndPlaces = [](const auto* src, uint32_t width, uint32_t 
 
 // ---- Projections ----
 
-// kVectors vectors of columns from x on. Sums of 16 bits hold 257 rows.
-template <size_t kVectors, class D>
-HWY_INLINE void sumColumns(D d, const uint8_t* src, uint32_t height, uint32_t stride, uint32_t* dst)
+// Adds to totals what step(part, pixels) makes of kParts vectors of columns, as many as a vector of d has, over some
+// rows from `first` on.
+template <size_t kParts, class D, class Step>
+HWY_INLINE void foldColumns(D d, const uint8_t* src, uint32_t height, uint32_t stride, hn::VFromD<D> first, Step step,
+                            uint32_t* totals)
 {
-    const hn::Repartition<uint16_t, D> d16;
-    const hn::Rebind<uint8_t, decltype(d16)> half;
-    constexpr size_t lanes = hn::MaxLanes(d16);
-    constexpr size_t kColumns = kVectors * hn::MaxLanes(d);
-    uint32_t totals[kColumns] = {};
-    for (uint32_t y = 0; y < height;)
+    constexpr size_t lanes = hn::MaxLanes(D());
+    hn::VFromD<D> parts[kParts];
+    std::fill_n(parts, kParts, first);
+    for (uint32_t y = 0; y < height; ++y, src += stride)
     {
-        hn::VFromD<decltype(d16)> sums[2 * kVectors];
-        for (auto& sum : sums)
+        for (size_t k = 0; k < kParts; ++k)
         {
-            sum = hn::Zero(d16);
-        }
-        for (const uint32_t end = height - y > 257 ? y + 257 : height; y < end; ++y, src += stride)
-        {
-            for (size_t k = 0; k < 2 * kVectors; ++k)
-            {
-                sums[k] = hn::Add(sums[k], hn::PromoteTo(d16, hn::LoadU(half, src + k * lanes)));
-            }
-        }
-        uint16_t parts[kColumns];
-        for (size_t k = 0; k < 2 * kVectors; ++k)
-        {
-            hn::StoreU(sums[k], d16, parts + k * lanes);
-        }
-        for (size_t x = 0; x < kColumns; ++x)
-        {
-            totals[x] += parts[x];
+            parts[k] = step(parts[k], hn::LoadU(hn::Rebind<uint8_t, D>(), src + k * lanes));
         }
     }
-    std::copy_n(totals, kColumns, dst);
-}
-
-template <size_t kVectors, class D, class Combine>
-HWY_INLINE void combineColumns(D d, const uint8_t* src, uint32_t height, uint32_t stride, uint32_t* dst,
-                               Combine combine)
-{
-    constexpr size_t lanes = hn::MaxLanes(d);
-    hn::VFromD<D> found[kVectors];
-    for (size_t k = 0; k < kVectors; ++k)
+    hn::TFromD<D> results[kParts * lanes];
+    for (size_t k = 0; k < kParts; ++k)
     {
-        found[k] = hn::LoadU(d, src + k * lanes);
+        hn::StoreU(parts[k], d, results + k * lanes);
     }
-    for (uint32_t y = 1; y < height; ++y)
+    for (size_t x = 0; x < kParts * lanes; ++x)
     {
-        src += stride;
-        for (size_t k = 0; k < kVectors; ++k)
-        {
-            found[k] = combine(found[k], hn::LoadU(d, src + k * lanes));
-        }
+        totals[x] += results[x];
     }
-    uint8_t bytes[kVectors * lanes];
-    for (size_t k = 0; k < kVectors; ++k)
-    {
-        hn::StoreU(found[k], d, bytes + k * lanes);
-    }
-    std::copy_n(bytes, kVectors * lanes, dst);
 }
 
 template <size_t kVectors, class D>
 HWY_INLINE void reduceStrip(D d, const uint8_t* src, uint32_t height, uint32_t stride, vsrReduction reduction,
                             uint32_t* dst)
 {
-    if (reduction == VISORA_REDUCE_SUM)
+    uint32_t totals[kVectors * hn::MaxLanes(D())] = {};
+    if (reduction == VISORA_REDUCE_MIN)
     {
-        sumColumns<kVectors>(d, src, height, stride, dst);
+        foldColumns<kVectors>(
+            d, src, height, stride, hn::Set(d, uint8_t{255}), [](auto a, auto b) HWY_ATTR { return hn::Min(a, b); },
+            totals);
     }
-    else if (reduction == VISORA_REDUCE_MIN)
+    else if (reduction == VISORA_REDUCE_MAX)
     {
-        combineColumns<kVectors>(d, src, height, stride, dst, [](auto a, auto b) HWY_ATTR { return hn::Min(a, b); });
+        foldColumns<kVectors>(
+            d, src, height, stride, hn::Zero(d), [](auto a, auto b) HWY_ATTR { return hn::Max(a, b); }, totals);
     }
     else
     {
-        combineColumns<kVectors>(d, src, height, stride, dst, [](auto a, auto b) HWY_ATTR { return hn::Max(a, b); });
+        const hn::Repartition<uint16_t, D> d16;
+        // Sums of 16 bits hold 257 rows.
+        for (uint32_t y = 0; y < height; y += 257)
+        {
+            foldColumns<2 * kVectors>(
+                d16, src + size_t{y} * stride, std::min(height - y, 257U), stride, hn::Zero(d16),
+                [=](auto a, auto b) HWY_ATTR { return hn::Add(a, hn::PromoteTo(d16, b)); }, totals);
+        }
     }
+    std::copy_n(totals, std::size(totals), dst);
 }
 
-}  // namespace
-
-VSR_KERNEL(vsrMinMaxs16, minMaxS16, extremes);
-VSR_KERNEL(vsrMinMaxs32, minMaxS32, extremes);
-VSR_KERNEL(vsrMinMaxf32, minMaxF32, extremes);
-VSR_KERNEL(vsrMinMaxLocu8, minMaxLocU8, extremesAndPlaces);
-VSR_KERNEL(vsrMinMaxLocs16, minMaxLocS16, extremesAndPlaces);
-VSR_KERNEL(vsrMinMaxLocf32, minMaxLocF32, extremesAndPlaces);
-
-vsrStatus minMaxU8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, const uint8_t* mask,
-                   uint32_t maskStride, uint8_t* minValue, uint8_t* maxValue)
+HWY_INLINE vsrStatus reduceColumns(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                   vsrReduction reduction, uint32_t* dst)
 {
-    if (mask == nullptr)
-    {
-        return extremes(src, srcWidth, srcHeight, srcStride, minValue, maxValue);
-    }
-    LaneExtremes<uint8_t> lanes;
-    for (uint32_t y = 0; y < srcHeight; ++y)
-    {
-        extremesOfRow(srcWidth, lanes, imageRow(src, srcStride, y), imageRow(mask, maskStride, y));
-    }
-    return storeExtremes(lanes, minValue, maxValue);
-}
-
-bool reduceColumns(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                   vsrReduction reduction, uint32_t* dst)
-{
-    return withFittingVector<uint8_t>(
-        srcWidth,
+    const bool isWide = withFittingVector<uint8_t>(
+        width,
         [&](auto d) HWY_ATTR
         {
-            constexpr size_t kStrip = 4 * hn::MaxLanes(d);
-            if (srcWidth >= kStrip)
-            {
-                coverRange(0, srcWidth, kStrip,
-                           [&](size_t x) HWY_ATTR
-                           { reduceStrip<4>(d, src + x, srcHeight, srcStride, reduction, dst + x); });
-            }
-            else
-            {
-                coverRange(0, srcWidth, kStrip / 4,
-                           [&](size_t x) HWY_ATTR
-                           { reduceStrip<1>(d, src + x, srcHeight, srcStride, reduction, dst + x); });
-            }
+            const size_t strip = (width >= 4 * hn::MaxLanes(d) ? 4 : 1) * hn::MaxLanes(d);
+            coverRange(0, width, strip,
+                       [&](size_t x) HWY_ATTR
+                       {
+                           strip == hn::MaxLanes(d) ? reduceStrip<1>(d, src + x, height, stride, reduction, dst + x)
+                                                    : reduceStrip<4>(d, src + x, height, stride, reduction, dst + x);
+                       });
         });
+    return isWide ? vsrStatus{VISORA_SUCCESS} : vsrReduceColumnsu8C(src, width, height, stride, reduction, dst);
 }
 
-vsrStatus reduceRows(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                     vsrReduction reduction, uint32_t* dst)
+HWY_INLINE vsrStatus reduceRows(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                vsrReduction reduction, uint32_t* dst)
 {
-    for (uint32_t y = 0; y < srcHeight; ++y)
+    for (uint32_t y = 0; y < height; ++y)
     {
-        const uint8_t* const row = imageRow(src, srcStride, y);
+        const auto row = source(imageRow(src, stride, y), 0);
         if (reduction == VISORA_REDUCE_SUM)
         {
             PixelSum sum;
-            sumRows(srcWidth, 1, sum, source(row, 0));
+            foldRows(width, 1, sum, row);
             dst[y] = static_cast<uint32_t>(sum.total());
         }
         else
         {
             LaneExtremes<uint8_t> lanes;
-            extremesOfRow(srcWidth, lanes, row);
+            foldRows(width, 1, lanes, row);
             dst[y] = reduction == VISORA_REDUCE_MIN ? lanes.smallest() : lanes.largest();
         }
     }
     return VISORA_SUCCESS;
 }
 
+}  // namespace
+
+VSR_VARIANT(vsrMinMaxu8, extremesOfPixels);
+VSR_VARIANT(vsrMinMaxs16, extremes);
+VSR_VARIANT(vsrMinMaxs32, extremes);
+VSR_VARIANT(vsrMinMaxf32, extremes);
+VSR_VARIANT(vsrMinMaxLocu8, extremesAndPlaces);
+VSR_VARIANT(vsrMinMaxLocs16, extremesAndPlaces);
+VSR_VARIANT(vsrMinMaxLocf32, extremesAndPlaces);
+VSR_VARIANT(vsrReduceColumnsu8, reduceColumns);
+VSR_VARIANT(vsrReduceRowsu8, reduceRows);
+
 }  // namespace HWY_NAMESPACE
 }  // namespace visora
 HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
-
-VSR_VECTOR(vsrMinMaxu8, minMaxU8);
-VSR_VECTOR(vsrMinMaxs16, minMaxS16);
-VSR_VECTOR(vsrMinMaxs32, minMaxS32);
-VSR_VECTOR(vsrMinMaxf32, minMaxF32);
-VSR_VECTOR(vsrMinMaxLocu8, minMaxLocU8);
-VSR_VECTOR(vsrMinMaxLocs16, minMaxLocS16);
-VSR_VECTOR(vsrMinMaxLocf32, minMaxLocF32);
-VSR_VECTOR(vsrReduceColumnsu8, reduceColumns);
-VSR_VECTOR(vsrReduceRowsu8, reduceRows);
-
-#endif
