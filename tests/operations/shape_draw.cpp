@@ -320,12 +320,12 @@ void prepareEllipse(Arguments& a)
 }
 
 const Register drawings({
-    {REFERENCE_ALONE(vsrDrawLineu8), ownShapeUnits(prepareLine<1, 0>), "thin"},
-    {REFERENCE_ALONE(vsrDrawLineu8), ownShapeUnits(prepareLine<9, 0>), "thick"},
-    {REFERENCE_ALONE(vsrDrawLineu8), ownShapeUnits(prepareLine<1, 1>), "smooth"},
-    {REFERENCE_ALONE(vsrDrawPolylineu8), ownShapeUnits(preparePolyline)},
+    {VISORA_OPERATION(vsrDrawLineu8), ownShapeUnits(prepareLine<1, 0>), "thin"},
+    {VISORA_OPERATION(vsrDrawLineu8), ownShapeUnits(prepareLine<9, 0>), "thick"},
+    {VISORA_OPERATION(vsrDrawLineu8), ownShapeUnits(prepareLine<1, 1>), "smooth"},
+    {VISORA_OPERATION(vsrDrawPolylineu8), ownShapeUnits(preparePolyline)},
     {REFERENCE_ALONE(vsrFillPolygonu8), ownShapeUnits(prepareFilled)},
-    {REFERENCE_ALONE(vsrDrawEllipseu8), ownShapeUnits(prepareEllipse)},
+    {VISORA_OPERATION(vsrDrawEllipseu8), ownShapeUnits(prepareEllipse)},
 });
 
 }  // namespace
