@@ -230,7 +230,7 @@ const Register lines({
     {VISORA_OPERATION(vsrHoughLinesu8), ownShapeUnits(prepareLines, {9})},
     {VISORA_OPERATION(vsrHoughCirclesu8), ownShapeUnits(prepareCircles, {8, 12})},
     {REFERENCE_ALONE(vsrFindLineSegmentsu8), ownShapeUnits(prepareSegments, {9})},
-    {REFERENCE_ALONE(vsrFindBlobsu8), ownShapeUnits(prepareBlobs, {6})},
+    {VISORA_OPERATION(vsrFindBlobsu8), ownShapeUnits(prepareBlobs, {6})},
     {REFERENCE_ALONE(vsrCheckerboardCornersu8), ownShapeUnits(prepareBoard)},
 });
 

@@ -25,7 +25,7 @@ class TurnedPoints
   public:
     static constexpr uint32_t kBlock = 64;
 
-    explicit TurnedPoints(const EllipsePoints& points) : points_(points)
+    explicit TurnedPoints(const EllipsePoints& points) : points_(points), at_(sineAndCosine(points.angle(0)))
     {
         // Angles from the first point of a block on, each half from the other.
         sine_[0] = 0;
@@ -35,11 +35,13 @@ class TurnedPoints
         {
             for (uint32_t k = 0; k < known; ++k)
             {
-                sine_[known + k] = sine_[k] * by.cosine + cosine_[k] * by.sine;
-                cosine_[known + k] = cosine_[k] * by.cosine - sine_[k] * by.sine;
+                const SineAndCosine on = turned({sine_[k], cosine_[k]}, by);
+                sine_[known + k] = on.sine;
+                cosine_[known + k] = on.cosine;
             }
-            by = {2 * by.sine * by.cosine, by.cosine * by.cosine - by.sine * by.sine};
+            by = turned(by, by);
         }
+        byBlock_ = by;
     }
 
     /** Whether angles are so small that the rounding of theirs does not show. */
@@ -49,16 +51,37 @@ class TurnedPoints
         return std::max(std::abs(points.angle(0)), std::abs(points.angle(points.count()))) <= kLargestAngle;
     }
 
+    uint32_t count() const { return std::min(kBlock, points_.count() - first_); }
+    bool isAtEnd() const { return first_ >= points_.count(); }
+    void next()
+    {
+        first_ += kBlock;
+        at_ = turned(at_, byBlock_);
+    }
+
+    /** Whether the block is outside of the image for sure. */
+    bool isOutside(int64_t width, int64_t height) const
+    {
+        constexpr int64_t kReach = kBlock;  // points are less than a pixel apart
+        const double a = points_.ellipse().radiusA;
+        const double b = points_.ellipse().radiusB;
+        const SineAndCosine turn = points_.turn();
+        const double x = points_.ellipse().cx + (a * at_.cosine * turn.cosine - b * at_.sine * turn.sine);
+        const double y = points_.ellipse().cy + (a * at_.cosine * turn.sine + b * at_.sine * turn.cosine);
+        return x < -kReach || y < -kReach || x > static_cast<double>(width + kReach) ||
+               y > static_cast<double>(height + kReach);
+    }
+
     int64_t x(uint32_t k) const { return static_cast<int16_t>(x_[k] >> kFractionBits); }
     int64_t y(uint32_t k) const { return static_cast<int16_t>(y_[k] >> kFractionBits); }
 
     /** Works out points of a block. Returns whether it is known that all are within 0 <= x < width, 0 <= y < height. */
-    HWY_INLINE bool workOut(uint32_t first, uint32_t count, uint32_t width, uint32_t height)
+    bool workOut(uint32_t width, uint32_t height)
     {
         const Doubles d;
         const hn::Repartition<uint32_t, Doubles> dWord;
         const hn::Repartition<uint16_t, Doubles> dHalf;
-        const SineAndCosine at = sineAndCosine(points_.angle(first));
+        const SineAndCosine at = at_;
         const SineAndCosine turn = points_.turn();
         const double a = points_.ellipse().radiusA;
         const double b = points_.ellipse().radiusB;
@@ -76,9 +99,9 @@ class TurnedPoints
         auto least = hn::Set(dHalf, uint16_t{0xffff});
         auto greatestX = hn::Zero(dHalf);
         auto greatestY = hn::Zero(dHalf);
-        for (uint32_t k = 0; k < count; k += 2 * kLanes)
+        for (uint32_t k = 0; k < count(); k += 2 * kLanes)
         {
-            const auto turned = [&](auto from, auto byCosine, auto bySine) HWY_ATTR
+            const auto moved = [&](auto from, auto byCosine, auto bySine) HWY_ATTR
             {
                 const auto half = [&](uint32_t at) HWY_ATTR
                 {
@@ -89,8 +112,8 @@ class TurnedPoints
                 const auto low = half(k);
                 return hn::ConcatEven(dWord, half(k + kLanes), low);
             };
-            const auto x = turned(x0, xByCosine, xBySine);
-            const auto y = turned(y0, yByCosine, yBySine);
+            const auto x = moved(x0, xByCosine, xBySine);
+            const auto y = moved(y0, yByCosine, yBySine);
             hn::Store(x, dWord, x_ + k);
             hn::Store(y, dWord, y_ + k);
             least = hn::Min(least, hn::Min(hn::BitCast(dHalf, x), hn::BitCast(dHalf, y)));
@@ -104,7 +127,7 @@ class TurnedPoints
         };
         if (isAny(hn::SaturatedSub(hn::Set(dHalf, uint16_t{2 * kNear}), least), 0xffff))
         {
-            settle(first, count);
+            settle();
             return false;
         }
         // What is negative is above all coordinates.
@@ -114,19 +137,19 @@ class TurnedPoints
     }
 
     /** Draws points of a block, all inside the image, which has less than 2^32 bytes. */
-    HWY_INLINE void draw(const Canvas& canvas, uint32_t count)
+    void draw(const Canvas& canvas)
     {
         const hn::Repartition<uint32_t, Doubles> dWord;
         const auto stride = hn::Set(dWord, static_cast<uint32_t>(canvas.stride));
         const auto channels = hn::Set(dWord, canvas.channels);
-        for (uint32_t k = 0; k < count; k += 2 * kLanes)
+        for (uint32_t k = 0; k < count(); k += 2 * kLanes)
         {
             const auto row = hn::Mul(hn::ShiftRight<kFractionBits>(hn::Load(dWord, y_ + k)), stride);
             const auto pixel = hn::Mul(hn::ShiftRight<kFractionBits>(hn::Load(dWord, x_ + k)), channels);
             hn::Store(hn::Add(row, pixel), dWord, offsets_ + k);
         }
         canvas.withPixels(
-            [this, count, to = canvas.dst](auto put)
+            [this, count = count(), to = canvas.dst](auto put)
             {
                 for (uint32_t k = 0; k < count; ++k)
                 {
@@ -143,21 +166,29 @@ class TurnedPoints
     static constexpr uint16_t kNear = 2;  // rounding moves a point by one 65536th at most
 
     /** Works out by the rule which points may have been rounded to another pixel. */
-    void settle(uint32_t first, uint32_t count)
+    void settle()
     {
         const auto isNear = [](uint32_t v) { return (v & 0xffff) < 2 * kNear; };
-        for (uint32_t k = 0; k < count; ++k)
+        for (uint32_t k = 0; k < count(); ++k)
         {
             if (isNear(x_[k]) || isNear(y_[k]))
             {
-                const CanvasPoint at = points_.at(first + k);
+                const CanvasPoint at = points_.at(first_ + k);
                 x_[k] = static_cast<uint32_t>(at.x) << kFractionBits;
                 y_[k] = static_cast<uint32_t>(at.y) << kFractionBits;
             }
         }
     }
 
+    static SineAndCosine turned(const SineAndCosine& from, const SineAndCosine& by)
+    {
+        return {from.sine * by.cosine + from.cosine * by.sine, from.cosine * by.cosine - from.sine * by.sine};
+    }
+
     const EllipsePoints& points_;
+    uint32_t first_ = 0;
+    SineAndCosine at_;  // of the first point of the block
+    SineAndCosine byBlock_;
     alignas(64) double sine_[kBlock];
     alignas(64) double cosine_[kBlock];
     // 65536ths, modulo 2^32.
@@ -177,18 +208,9 @@ vsrStatus ellipse(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t 
     }
     const Canvas canvas(dst, dstWidth, dstHeight, dstStride, channels, color);
     TurnedPoints block(points);
-    // body(points of a block, whether all are known to be inside)
-    const auto forBlocks = [&](auto body)
+    const auto forPoints = [&](auto body)
     {
-        for (uint32_t first = 0; first < points.count(); first += TurnedPoints::kBlock)
-        {
-            const uint32_t count = std::min(TurnedPoints::kBlock, points.count() - first);
-            body(count, block.workOut(first, count, dstWidth, dstHeight));
-        }
-    };
-    const auto forPoints = [&](uint32_t count, auto body)
-    {
-        for (uint32_t k = 0; k < count; ++k)
+        for (uint32_t k = 0; k < block.count(); ++k)
         {
             body(block.x(k), block.y(k));
         }
@@ -197,21 +219,30 @@ vsrStatus ellipse(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t 
     {
         return drawEllipse(canvas, points, thickness,
                            [&](auto body)
-                           { forBlocks([&](uint32_t count, bool /*isInside*/) { forPoints(count, body); }); });
+                           {
+                               for (; !block.isAtEnd(); block.next())
+                               {
+                                   block.workOut(dstWidth, dstHeight);
+                                   forPoints(body);
+                               }
+                           });
     }
     const bool hasWordOffsets = uint64_t{dstStride} * dstHeight <= UINT32_MAX;
-    forBlocks(
-        [&](uint32_t count, bool isInside)
+    for (; !block.isAtEnd(); block.next())
+    {
+        if (block.isOutside(dstWidth, dstHeight))
         {
-            if (isInside && hasWordOffsets)
-            {
-                block.draw(canvas, count);
-            }
-            else
-            {
-                forPoints(count, [&](int64_t x, int64_t y) { canvas.dot(x, y); });
-            }
-        });
+            continue;
+        }
+        if (block.workOut(dstWidth, dstHeight) && hasWordOffsets)
+        {
+            block.draw(canvas);
+        }
+        else
+        {
+            forPoints([&](int64_t x, int64_t y) { canvas.dot(x, y); });
+        }
+    }
     return VISORA_SUCCESS;
 }
 
