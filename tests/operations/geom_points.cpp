@@ -97,10 +97,8 @@ const Register sets({
     {VISORA_OPERATION(vsrFitEllipsef32), toRecord<vsrFitEllipsef32C, vsrEllipse, 5>, "", 0, true},
     {VISORA_OPERATION(vsrPolygonContainsf32), prepareContains, "", 0, true},
     {VISORA_OPERATION(vsrPolygonSimplifyf32), prepareSimplify, "", 0, true},
-    {"vsrConvexHullf32", reinterpret_cast<VSR_FUNC>(vsrConvexHullf32C), reinterpret_cast<VSR_FUNC>(vsrConvexHullf32C),
-     prepareHull, "", 0, true},
-    {"vsrMinEnclosingCirclef32", reinterpret_cast<VSR_FUNC>(vsrMinEnclosingCirclef32C),
-     reinterpret_cast<VSR_FUNC>(vsrMinEnclosingCirclef32C), toRecord<vsrMinEnclosingCirclef32C, float, 3>, "", 0, true},
+    {VISORA_OPERATION(vsrConvexHullf32), prepareHull, "", 0, true},
+    {VISORA_OPERATION(vsrMinEnclosingCirclef32), toRecord<vsrMinEnclosingCirclef32C, float, 3>, "", 0, true},
 });
 
 }  // namespace

@@ -230,7 +230,7 @@ const Register lines({
     {VISORA_OPERATION(vsrHoughLinesu8), ownShapeUnits(prepareLines, {9})},
     {VISORA_OPERATION(vsrHoughCirclesu8), ownShapeUnits(prepareCircles, {8, 12})},
     {REFERENCE_ALONE(vsrFindLineSegmentsu8), ownShapeUnits(prepareSegments, {9})},
-    {REFERENCE_ALONE(vsrFindBlobsu8), ownShapeUnits(prepareBlobs, {6})},
+    {VISORA_OPERATION(vsrFindBlobsu8), ownShapeUnits(prepareBlobs, {6})},
     {REFERENCE_ALONE(vsrCheckerboardCornersu8), ownShapeUnits(prepareBoard)},
 });
 
@@ -320,12 +320,12 @@ void prepareEllipse(Arguments& a)
 }
 
 const Register drawings({
-    {REFERENCE_ALONE(vsrDrawLineu8), ownShapeUnits(prepareLine<1, 0>), "thin"},
-    {REFERENCE_ALONE(vsrDrawLineu8), ownShapeUnits(prepareLine<9, 0>), "thick"},
-    {REFERENCE_ALONE(vsrDrawLineu8), ownShapeUnits(prepareLine<1, 1>), "smooth"},
-    {REFERENCE_ALONE(vsrDrawPolylineu8), ownShapeUnits(preparePolyline)},
+    {VISORA_OPERATION(vsrDrawLineu8), ownShapeUnits(prepareLine<1, 0>), "thin"},
+    {VISORA_OPERATION(vsrDrawLineu8), ownShapeUnits(prepareLine<9, 0>), "thick"},
+    {VISORA_OPERATION(vsrDrawLineu8), ownShapeUnits(prepareLine<1, 1>), "smooth"},
+    {VISORA_OPERATION(vsrDrawPolylineu8), ownShapeUnits(preparePolyline)},
     {REFERENCE_ALONE(vsrFillPolygonu8), ownShapeUnits(prepareFilled)},
-    {REFERENCE_ALONE(vsrDrawEllipseu8), ownShapeUnits(prepareEllipse)},
+    {VISORA_OPERATION(vsrDrawEllipseu8), ownShapeUnits(prepareEllipse)},
 });
 
 }  // namespace

@@ -55,6 +55,13 @@ struct PlainPoints : PlainSums
         return result;
     }
 
+    /** For Hull: any point may be a corner. */
+    uint32_t outer(const float* /*points*/, uint32_t numPoints, uint32_t* list) const
+    {
+        std::iota(list, list + numPoints, 0u);
+        return numPoints;
+    }
+
     /** The first of the n points that is farthest from the segment; `distance` is its square. */
     size_t farthest(const double* x, const double* y, size_t n, Point2 a, Point2 b, double& distance) const
     {
@@ -75,7 +82,7 @@ struct PlainPoints : PlainSums
 template <class Op>
 vsrStatus minAreaRect(Op op, const float* points, uint32_t numPoints, vsrRotatedBox* box)
 {
-    const Hull hull(points, numPoints);
+    const Hull hull(op, points, numPoints);
     if (!hull)
     {
         return VISORA_ENOMEM;
@@ -323,8 +330,10 @@ vsrStatus simplify(Op op, const float* points, uint32_t numPoints, float epsilon
     auto* const stays = reinterpret_cast<uint8_t*>(stack + 2 * (n + 2));
     std::fill_n(stays, n, uint8_t{0});
     double *const x = lists[0], *const y = lists[1];
-    make(x, length, [=](size_t i) { return double{points[2 * (i % n)]}; });
-    make(y, length, [=](size_t i) { return double{points[2 * (i % n) + 1]}; });
+    make(x, n, [=](size_t i) { return double{points[2 * i]}; });
+    make(y, n, [=](size_t i) { return double{points[2 * i + 1]}; });
+    std::copy_n(x, length - n, x + n);
+    std::copy_n(y, length - n, y + n);
     const auto at = [=](size_t i) { return Point2{x[i], y[i]}; };
     const double limit = double{epsilon} * double{epsilon};
     size_t depth = 0;

@@ -264,7 +264,7 @@ class ThickLine
     {
     }
 
-    /** body(y, pixels) for its rows of an image. */
+    /** body(y, pixels, those between the ends) for its rows of an image. */
     template <class Body>
     void forRows(uint32_t height, Body body) const
     {
@@ -285,9 +285,9 @@ class ThickLine
         Bounds across(-2 * ey, 2 * ex * wy, 2 * ex, -reach, reach);
         for (int64_t y = rows.first; y <= rows.last; ++y)
         {
-            const Span inside = along.at() & across.at();
-            const Span strip = inside.isEmpty() ? inside : Span{inside.first + a_.x, inside.last + a_.x};
-            body(y, disc(a_, y) | disc(b_, y) | strip);
+            const auto moved = [this](const Span& span) { return Span{span.first + a_.x, span.last + a_.x}; };
+            const Span between = moved(along.at());
+            body(y, disc(a_, y) | disc(b_, y) | (between & moved(across.at())), between);
             along.next();
             across.next();
         }
@@ -351,7 +351,8 @@ class ThickLine
 
 inline void drawThickLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness)
 {
-    ThickLine(a, b, thickness).forRows(canvas.height, [&](int64_t y, const Span& span) { canvas.fill(y, span); });
+    ThickLine(a, b, thickness)
+        .forRows(canvas.height, [&](int64_t y, const Span& span, const Span& /*between*/) { canvas.fill(y, span); });
 }
 
 /** The share of the color, of 256, at pixels near a segment. */
@@ -402,13 +403,19 @@ class LineShare
     float reach_;
 };
 
+/** All pixels with a share: half a pixel more on either side, and what rounding may add to that. */
+inline ThickLine nearSmoothLine(CanvasPoint a, CanvasPoint b, uint32_t thickness)
+{
+    return {a, b, int64_t{thickness} + 1, true};
+}
+
 inline void drawSmoothLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness)
 {
     const LineShare share(a, b, thickness);
-    // Half a pixel more on either side, and what rounding may add to that. A share of 0 changes nothing.
-    ThickLine(a, b, int64_t{thickness} + 1, true)
+    // A share of 0 changes nothing.
+    nearSmoothLine(a, b, thickness)
         .forRows(canvas.height,
-                 [&](int64_t y, Span span)
+                 [&](int64_t y, Span span, const Span& /*between*/)
                  {
                      span = span & Span{0, int64_t{canvas.width} - 1};
                      for (int64_t x = span.first; x <= span.last; ++x)
@@ -418,19 +425,27 @@ inline void drawSmoothLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, u
                  });
 }
 
-inline void drawLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness, uint32_t antialias)
+inline void drawSharpLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness)
 {
-    if (antialias != 0)
-    {
-        drawSmoothLine(canvas, a, b, thickness);
-    }
-    else if (thickness == 1)
+    if (thickness == 1)
     {
         drawThinLine(canvas, a, b);
     }
     else
     {
         drawThickLine(canvas, a, b, thickness);
+    }
+}
+
+inline void drawLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness, uint32_t antialias)
+{
+    if (antialias != 0)
+    {
+        drawSmoothLine(canvas, a, b, thickness);
+    }
+    else
+    {
+        drawSharpLine(canvas, a, b, thickness);
     }
 }
 

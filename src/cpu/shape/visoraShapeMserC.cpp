@@ -29,7 +29,7 @@ class MserWork
         const size_t nodes = 2 * pixels;
         return partBytes<vsrMser>(1) + kAlignment + 6 * partBytes<uint32_t>(nodes) + partBytes<uint32_t>(2 * nodes) +
                2 * partBytes<uint8_t>(nodes) + 3 * partBytes<uint32_t>(pixels) + partBytes<uint32_t>(2 * pixels) +
-               2 * partBytes<uint8_t>(pixels);
+               partBytes<uint16_t>(pixels);
     }
 
     MserWork(vsrMser* mser, uint32_t width, uint32_t height) : parameters_(*mser)
@@ -54,15 +54,14 @@ class MserWork
         sets_ = take<uint32_t>(pixels);
         tops_ = take<uint32_t>(pixels);
         edges_ = take<uint32_t>(2 * pixels);
-        levels_ = take<uint8_t>(pixels);
-        seen_ = take<uint8_t>(pixels);
+        states_ = take<uint16_t>(pixels);
         // Nobody needs the edges any more when regions are chosen.
         room_.points = edges_;
     }
 
     void listGrey(const uint8_t* src, uint32_t srcStride, bool isBright, MserList& to)
     {
-        visora::MserFlood(tree_, levels_, seen_, sets_).run(src, srcStride, isBright ? 255 : 0);
+        visora::MserFlood(tree_, states_, sets_).run(src, srcStride, isBright ? 255 : 0);
         MserChoice(tree_, parameters_, room_).list(to, isBright);
     }
 
@@ -90,8 +89,7 @@ class MserWork
     uint32_t* sets_;  // or the shore
     uint32_t* tops_;
     uint32_t* edges_;
-    uint8_t* levels_;
-    uint8_t* seen_;
+    uint16_t* states_;
 };
 
 }  // namespace

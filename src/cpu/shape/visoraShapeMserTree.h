@@ -7,7 +7,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace visora
 {
@@ -62,148 +61,192 @@ struct MserTree
 class MserFlood
 {
   public:
-    /** `levels` and `seen` have a byte for each pixel and the frame, `shore` a place for each pixel. */
-    MserFlood(MserTree& tree, uint8_t* levels, uint8_t* seen, uint32_t* shore)
-        : tree_(tree), levels_(levels), seen_(seen), shore_(shore)
-    {
-    }
+    /** `states` has a number for each pixel and the frame, `shore` a place for each pixel. */
+    MserFlood(MserTree& tree, uint16_t* states, uint32_t* shore) : tree_(tree), states_(states), shore_(shore) {}
 
     /** `flip` is 255 for the regions of the negative. */
     void run(const uint8_t* src, size_t srcStride, uint8_t flip)
     {
         set(src, srcStride, flip);
-        const auto stride = static_cast<uint32_t>(tree_.stride);
-        const std::array<uint32_t, 4> steps = {1, stride, 0u - 1, 0u - stride};
-        uint32_t pixel = stride + 1;
+        const auto stride = static_cast<ptrdiff_t>(tree_.stride);
+        uint16_t* pixel = states_ + tree_.pixelAt(0, 0);
+        uint32_t level = *pixel;
         uint32_t edge = 0;
-        seen_[pixel] = 1;
-        enter(levels_[pixel]);
+        *pixel |= kSeen;
+        Basin basin = begun(level);
+        // Whether the water goes on at a neighbour, which is lower; the rest of this pixel's edges come later.
+        const auto goesDown = [&](uint16_t* next, uint32_t nextEdge)
+        {
+            const uint32_t nextLevel = *next;
+            if (nextLevel >= kSeen)
+            {
+                return false;
+            }
+            *next = static_cast<uint16_t>(nextLevel | kSeen);
+            if (nextLevel >= level)
+            {
+                push(nextLevel, next, 0);
+                return false;
+            }
+            push(level, pixel, nextEdge);
+            basins_[depth_++] = basin;
+            basin = begun(nextLevel);
+            pixel = next;
+            level = nextLevel;
+            edge = 0;
+            return true;
+        };
         for (;;)
         {
-            uint32_t level = levels_[pixel];
-            while (edge < steps.size())
+            switch (edge)
             {
-                const uint32_t next = pixel + steps[edge];
-                ++edge;
-                if (seen_[next] != 0)
-                {
-                    continue;
-                }
-                seen_[next] = 1;
-                if (levels_[next] >= level)
-                {
-                    push(levels_[next], next, 0);
-                    continue;
-                }
-                // Downhill first; the rest of this pixel's edges later.
-                push(level, pixel, edge);
-                pixel = next;
-                edge = 0;
-                level = levels_[next];
-                enter(level);
+                case 0:
+                    if (goesDown(pixel + 1, 1))
+                    {
+                        continue;
+                    }
+                    [[fallthrough]];
+                case 1:
+                    if (goesDown(pixel + stride, 2))
+                    {
+                        continue;
+                    }
+                    [[fallthrough]];
+                case 2:
+                    if (goesDown(pixel - 1, 3))
+                    {
+                        continue;
+                    }
+                    [[fallthrough]];
+                case 3:
+                    if (goesDown(pixel - stride, 4))
+                    {
+                        continue;
+                    }
+                    [[fallthrough]];
+                default:
+                    break;
             }
-            const uint32_t node = basins_[depth_ - 1];
-            tree_.nodeOf[pixel] = node;
-            ++tree_.area[node];
-            tree_.first[node] = std::min(tree_.first[node], pixel);
-            if (!pop(pixel, edge))
+            const auto place = static_cast<uint32_t>(pixel - states_);
+            tree_.nodeOf[place] = basin.node;
+            ++basin.area;
+            basin.first = std::min(basin.first, place);
+            const uint32_t next = lowestFrom(level);
+            if (next == kLevels)
             {
+                end(basin, MserTree::kNone);
                 return;
             }
-            if (levels_[pixel] > level)
+            if (next != level)
             {
-                rise(levels_[pixel]);
+                level = next;
+                rise(basin, level);
             }
+            const uint32_t entry = shore_[--stacks_[level].end];
+            pixel = states_ + (entry >> kEdgeBits);
+            edge = entry & ((1u << kEdgeBits) - 1);
         }
     }
 
   private:
     static constexpr uint32_t kEdgeBits = 3;
+    static constexpr uint16_t kSeen = kLevels;  // beside the level
+
+    struct Stack
+    {
+        uint32_t begin;
+        uint32_t end;
+    };
+
+    struct Basin
+    {
+        uint32_t node;
+        uint32_t level;
+        uint32_t area;
+        uint32_t first;
+    };
 
     void set(const uint8_t* src, size_t srcStride, uint8_t flip)
     {
-        const size_t pixels = tree_.stride * (size_t{tree_.height} + 2);
         std::array<uint32_t, kLevels> histogram{};
-        std::memset(seen_, 1, pixels);
+        std::fill_n(states_, tree_.stride * (size_t{tree_.height} + 2), kSeen);
         for (uint32_t y = 0; y < tree_.height; ++y)
         {
-            const size_t row = tree_.pixelAt(0, y);
-            std::memset(seen_ + row, 0, tree_.width);
-            for (uint32_t x = 0; x < tree_.width; ++x)
-            {
-                const auto level = static_cast<uint8_t>(src[y * srcStride + x] ^ flip);
-                levels_[row + x] = level;
-                ++histogram[level];
-            }
+            const uint8_t* from = src + y * srcStride;
+            std::transform(from, from + tree_.width, states_ + tree_.pixelAt(0, y),
+                           [=](uint8_t v) { return static_cast<uint16_t>(v ^ flip); });
+            std::for_each(from, from + tree_.width, [&](uint8_t v) { ++histogram[v]; });
         }
         uint32_t begin = 0;
         for (uint32_t level = 0; level < kLevels; ++level)
         {
-            begin_[level] = begin;
-            end_[level] = begin;
-            begin += histogram[level];
+            stacks_[level] = {begin, begin};
+            begin += histogram[level ^ flip];
         }
         filled_.fill(0);
         depth_ = 0;
         tree_.count = 0;
     }
 
-    void push(uint32_t level, uint32_t pixel, uint32_t edge)
+    void push(uint32_t level, const uint16_t* pixel, uint32_t edge)
     {
-        shore_[end_[level]++] = pixel << kEdgeBits | edge;
+        shore_[stacks_[level].end++] = static_cast<uint32_t>(pixel - states_) << kEdgeBits | edge;
         filled_[level / 64] |= uint64_t{1} << level % 64;
     }
 
-    /** The last pixel of the lowest level; false when all are empty. */
-    bool pop(uint32_t& pixel, uint32_t& edge)
+    /** The lowest level of which there is a shore, kLevels if there is none; `level` is not above it. */
+    uint32_t lowestFrom(uint32_t level)
     {
-        for (uint32_t word = 0; word < filled_.size(); ++word)
+        if (stacks_[level].end != stacks_[level].begin)
         {
-            if (filled_[word] != 0)
+            return level;
+        }
+        uint32_t word = level / 64;
+        filled_[word] &= ~(uint64_t{1} << level % 64);
+        while (filled_[word] == 0)
+        {
+            if (++word == filled_.size())
             {
-                const uint32_t level = word * 64 + static_cast<uint32_t>(std::countr_zero(filled_[word]));
-                const uint32_t entry = shore_[--end_[level]];
-                if (end_[level] == begin_[level])
-                {
-                    filled_[word] &= filled_[word] - 1;
-                }
-                pixel = entry >> kEdgeBits;
-                edge = entry & ((1u << kEdgeBits) - 1);
-                return true;
+                return kLevels;
             }
         }
-        return false;
+        return word * 64 + static_cast<uint32_t>(std::countr_zero(filled_[word]));
     }
 
-    /** A new basin; those that it lies in are above it. */
-    void enter(uint32_t level) { basins_[depth_++] = tree_.add(level, 0, MserTree::kNone); }
+    /** A new basin. */
+    Basin begun(uint32_t level)
+    {
+        tree_.level[tree_.count] = static_cast<uint8_t>(level);
+        return {tree_.count++, level, 0, MserTree::kNone};
+    }
+
+    void end(const Basin& basin, uint32_t parent)
+    {
+        tree_.area[basin.node] = basin.area;
+        tree_.first[basin.node] = basin.first;
+        tree_.parent[basin.node] = parent;
+    }
 
     /** The basin is full up to `level`: it becomes part of what surrounds it there. */
-    void rise(uint32_t level)
+    void rise(Basin& basin, uint32_t level)
     {
-        while (tree_.level[basins_[depth_ - 1]] < level)
+        while (basin.level < level)
         {
-            const uint32_t basin = basins_[depth_ - 1];
-            if (depth_ > 1 && tree_.level[basins_[depth_ - 2]] <= level)
-            {
-                --depth_;
-            }
-            else
-            {
-                basins_[depth_ - 1] = tree_.add(level, 0, MserTree::kNone);
-            }
-            tree_.attach(basin, basins_[depth_ - 1]);
+            const bool isOneAround = depth_ > 0 && basins_[depth_ - 1].level <= level;
+            Basin around = isOneAround ? basins_[--depth_] : begun(level);
+            end(basin, around.node);
+            around.area += basin.area;
+            around.first = std::min(around.first, basin.first);
+            basin = around;
         }
     }
 
     MserTree& tree_;
-    uint8_t* levels_;
-    uint8_t* seen_;
+    uint16_t* states_;
     uint32_t* shore_;
-    std::array<uint32_t, kLevels> begin_{};
-    std::array<uint32_t, kLevels> end_{};
+    std::array<Stack, kLevels> stacks_{};
     std::array<uint64_t, kLevels / 64> filled_{};
-    std::array<uint32_t, kLevels + 1> basins_{};
+    std::array<Basin, kLevels> basins_{};  // those that the present one lies in
     uint32_t depth_ = 0;
 };
 

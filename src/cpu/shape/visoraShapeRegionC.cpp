@@ -57,6 +57,16 @@ void setRow(const uint8_t* mask, uint8_t* row, uint32_t width)
     }
 }
 
+uint64_t runStarts(const uint8_t* pixels)
+{
+    uint64_t starts = 0;
+    for (uint32_t i = 0; i < 64; ++i)
+    {
+        starts |= uint64_t{pixels[i] != 0 && *(pixels + i - 1) == 0} << i;
+    }
+    return starts;
+}
+
 template <auto isBeginning>
 size_t nextBeginning(const uint8_t* pixels, size_t end)
 {
@@ -84,7 +94,7 @@ vsrStatus vsrFindContoursu8C(const uint8_t* src, uint32_t srcWidth, uint32_t src
 {
     return visora::listContours(src, srcWidth, srcHeight, srcStride,
                                 {chain, lengths, links, maxContours, xy, maxPoints}, numContours, numPoints, setRow,
-                                nextBeginning<visora::mayBegin>);
+                                runStarts, nextBeginning<visora::mayBegin>);
 }
 
 vsrStatus vsrFindOuterContoursu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
@@ -93,7 +103,7 @@ vsrStatus vsrFindOuterContoursu8C(const uint8_t* src, uint32_t srcWidth, uint32_
 {
     return visora::listContours(src, srcWidth, srcHeight, srcStride,
                                 {chain, lengths, nullptr, maxContours, xy, maxPoints}, numContours, numPoints, setRow,
-                                nextBeginning<visora::mayBeginOutside>);
+                                runStarts, nextBeginning<visora::mayBeginOutside>);
 }
 
 vsrStatus vsrContourMeasures32C(const int32_t* xy, uint32_t numPoints, vsrContourMeasure* measure)

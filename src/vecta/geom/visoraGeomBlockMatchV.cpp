@@ -91,7 +91,11 @@ HWY_INLINE CostVector differences(const uint8_t* left, const uint8_t* right)
     const hn::Rebind<uint8_t, Costs> d8;
     const auto a = hn::Set(d8, *left);
     const auto b = hn::LoadU(d8, right);
+#if HWY_ARCH_ARM
+    return CostVector(vabdl_u8(a.raw, b.raw));
+#else
     return hn::PromoteTo(d, hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a)));
+#endif
 }
 
 // Moves a column's sums down by a row, and the window's sums one column on: `entering` comes, `leaving` goes.

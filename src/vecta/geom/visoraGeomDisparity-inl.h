@@ -47,6 +47,26 @@ HWY_INLINE uint16_t leastOfLanes([[maybe_unused]] D d, hn::Vec<D> v)
     }
 }
 
+template <class D>
+HWY_INLINE uint32_t sumOfLanes([[maybe_unused]] D d, hn::Vec<D> v)
+{
+#if HWY_ARCH_ARM
+    return vaddvq_u16(v.raw);
+#else
+    const hn::Repartition<uint64_t, D> wide;
+    if constexpr (hn::MaxLanes(D()) > 8)
+    {
+        const hn::Half<D> half;
+        return sumOfLanes(half, hn::Add(hn::LowerHalf(half, v), hn::UpperHalf(half, v)));
+    }
+    else
+    {
+        return static_cast<uint32_t>(
+            hn::GetLane(hn::SumOfLanes(wide, hn::SumsOf8(hn::BitCast(hn::Repartition<uint8_t, D>(), v)))));
+    }
+#endif
+}
+
 /** All bits set in the lanes that are no disparities of the last vector of `count`. */
 HWY_INLINE CostVector beyondLast(size_t count)
 {
@@ -88,9 +108,10 @@ HWY_INLINE Choice chooseAmong(const Disparities& disparities, const uint16_t* co
     };
     auto least = costsAt(0, iota);
     auto where = iota;
+    auto index = iota;
     for (size_t k = lanes; k < size; k += lanes)
     {
-        const auto index = hn::Add(iota, hn::Set(d, static_cast<uint16_t>(k)));
+        index = hn::Add(index, hn::Set(d, static_cast<uint16_t>(lanes)));
         const auto lesser = hn::Min(least, costsAt(k, index));
         where = hn::IfThenElse(hn::Eq(lesser, least), where, index);
         least = lesser;
@@ -101,19 +122,19 @@ HWY_INLINE Choice chooseAmong(const Disparities& disparities, const uint16_t* co
     const int32_t rival = uniqueness == 0 ? -1 : rivalCost(cost, uniqueness);
     if (rival >= 0)
     {
-        const hn::RebindToSigned<Costs> ds;
-        const auto limit = hn::Set(d, static_cast<uint16_t>(std::min<int32_t>(rival, kNoCost - 1)));
-        const auto centre = hn::Set(ds, static_cast<int16_t>(best));
+        // All rivals, the best disparity and its neighbours among them, are more than those three.
+        const uint16_t limit = static_cast<uint16_t>(std::min<int32_t>(rival, kNoCost - 1));
         auto rivals = hn::Zero(d);
+        index = iota;
         for (size_t k = 0; k < size; k += lanes)
         {
-            const auto index = hn::Add(iota, hn::Set(d, static_cast<uint16_t>(k)));
             const auto values = costsAt(k, index);
-            const auto isRival = hn::VecFromMask(d, hn::Eq(hn::Min(values, limit), values));
-            const auto isFar = hn::Gt(hn::Abs(hn::Sub(hn::BitCast(ds, index), centre)), hn::Set(ds, 1));
-            rivals = hn::Or(rivals, hn::And(isRival, hn::BitCast(d, hn::VecFromMask(ds, isFar))));
+            const auto isRival = hn::Eq(hn::Min(values, hn::Set(d, limit)), values);
+            rivals = hn::Sub(rivals, hn::VecFromMask(d, isRival));
+            index = hn::Add(index, hn::Set(d, static_cast<uint16_t>(lanes)));
         }
-        if (!hn::AllTrue(d, hn::Eq(rivals, hn::Zero(d))))
+        const auto near = [&](uint32_t k) { return k >= range.first && k < range.end && costs[k] <= limit ? 1u : 0u; };
+        if (sumOfLanes(d, rivals) > near(best - 1) + near(best) + near(best + 1))
         {
             return {VISORA_DISPARITY_NONE, best};
         }

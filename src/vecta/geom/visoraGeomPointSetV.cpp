@@ -62,8 +62,131 @@ HWY_INLINE DoubleVector squaredDistances(Vector2 p, Vector2 a, Vector2 b)
     return hn::IfThenElse(hn::Le(s, hn::Zero(d)), scalarProduct(w, w), between);
 }
 
+/**
+ * A polygon of eight of the points or less, and so inside their hull. What is well inside of it is no corner, and is
+ * so far from every chain of corners that no rounding decides on its turns.
+ */
+class InnerPolygon
+{
+  public:
+    /** From some of the points. */
+    InnerPolygon(const float* points, uint32_t numPoints)
+    {
+        // The first and the last along these directions, counter-clockwise.
+        constexpr float kDirections[kSides][2] = {{1, 0}, {1, 1}, {0, 1}, {-1, 1}, {-1, 0}, {-1, -1}, {0, -1}, {1, -1}};
+        constexpr uint32_t kSample = 32;
+        float most[kSides];
+        const float* corners[kSides];
+        const uint32_t step = std::max(1u, numPoints / kSample);
+        for (int side = 0; side < kSides; ++side)
+        {
+            corners[side] = points;
+            most[side] = points[0] * kDirections[side][0] + points[1] * kDirections[side][1];
+        }
+        for (uint32_t i = step; i < numPoints; i += step)
+        {
+            const float* p = points + size_t{2} * i;
+            for (int side = 0; side < kSides; ++side)
+            {
+                const float along = p[0] * kDirections[side][0] + p[1] * kDirections[side][1];
+                corners[side] = along > most[side] ? p : corners[side];
+                most[side] = std::max(most[side], along);
+            }
+        }
+        size_ = (most[0] + most[4]) + (most[2] + most[6]);
+        const float reach = std::max(std::max(most[0], most[2]), std::max(most[4], most[6]));
+        const float margin = size_ * 0x1p-9f + reach * 0x1p-18f;
+        for (int side = 0; side < kSides; ++side)
+        {
+            const float* a = corners[side];
+            const float* b = corners[(side + 1) % kSides];
+            const float ex = b[0] - a[0];
+            const float ey = b[1] - a[1];
+            const float length = std::sqrt(ex * ex + ey * ey);
+            // A side that is a point lets all points through.
+            nx_[side] = length > 0 ? -ey / length : 0;
+            ny_[side] = length > 0 ? ex / length : 0;
+            least_[side] = length > 0 ? nx_[side] * a[0] + ny_[side] * a[1] + margin : -1;
+        }
+        left_ = -most[4];
+        top_ = -most[6];
+        right_ = most[0];
+        bottom_ = most[2];
+    }
+
+    /** Whether numbers are such that nothing here overflows or vanishes. */
+    bool serves() const
+    {
+        constexpr float kGreatest = 1e15f;
+        return size_ > 1 / kGreatest && std::max(std::max(-left_, right_), std::max(-top_, bottom_)) < kGreatest;
+    }
+
+    /** Whether another point is so far away that what is well inside is not, for it. */
+    bool isFar(const float* p) const
+    {
+        return !(p[0] > left_ - size_ && p[0] < right_ + size_ && p[1] > top_ - size_ && p[1] < bottom_ + size_);
+    }
+
+    /** Makes kept[i] 0 where point i of a vector is inside, else all ones. */
+    template <class D>
+    HWY_INLINE void test(D d, const float* points, uint32_t* kept) const
+    {
+        hn::Vec<D> x;
+        hn::Vec<D> y;
+        hn::LoadInterleaved2(d, points, x, y);
+        // Far points might seem to be on the inner side of thin polygons.
+        auto isInside = hn::And(hn::And(hn::Ge(x, hn::Set(d, left_)), hn::Le(x, hn::Set(d, right_))),
+                                hn::And(hn::Ge(y, hn::Set(d, top_)), hn::Le(y, hn::Set(d, bottom_))));
+        for (int side = 0; side < kSides; ++side)
+        {
+            const auto along = hn::Add(hn::Mul(x, hn::Set(d, nx_[side])), hn::Mul(y, hn::Set(d, ny_[side])));
+            isInside = hn::And(isInside, hn::Gt(along, hn::Set(d, least_[side])));
+        }
+        const hn::RebindToUnsigned<D> dBits;
+        hn::StoreU(hn::BitCast(dBits, hn::VecFromMask(d, hn::Not(isInside))), dBits, kept);
+    }
+
+  private:
+    static constexpr int kSides = 8;
+
+    float nx_[kSides], ny_[kSides], least_[kSides];  // inside is nx x + ny y > least
+    float left_, top_, right_, bottom_, size_;
+};
+
 struct VectorPoints : VectorSums
 {
+    uint32_t outer(const float* points, uint32_t numPoints, uint32_t* list) const
+    {
+        constexpr uint32_t kFew = 100;
+        if (numPoints < kFew)
+        {
+            return PlainPoints().outer(points, numPoints, list);
+        }
+        const InnerPolygon inner(points, numPoints);
+        if (!inner.serves())
+        {
+            return PlainPoints().outer(points, numPoints, list);
+        }
+        const hn::CappedTag<float, 8> d;
+        constexpr uint32_t kLanes = hn::MaxLanes(hn::CappedTag<float, 8>());
+        uint32_t count = 0;
+        for (uint32_t first = 0; first < numPoints; first += kLanes)
+        {
+            // The last ones again, without those that were before.
+            const uint32_t from = std::min(first, numPoints - kLanes);
+            uint32_t kept[kLanes];
+            inner.test(d, points + size_t{2} * from, kept);
+            for (uint32_t i = first - from; i < kLanes; ++i)
+            {
+                list[count] = from + i;
+                count += kept[i] & 1;
+            }
+        }
+        const bool isAnyFar =
+            std::any_of(list, list + count, [&](uint32_t i) { return inner.isFar(points + size_t{2} * i); });
+        return isAnyFar ? PlainPoints().outer(points, numPoints, list) : count;
+    }
+
     Extent extent(const double* x, const double* y, size_t n, Point2 a, Point2 e) const
     {
         const Doubles d;
@@ -133,6 +256,16 @@ struct VectorPoints : VectorSums
         return first;
     }
 };
+
+vsrStatus hullAround(const float* points, uint32_t numPoints, float* hull, uint32_t* indices, uint32_t* count)
+{
+    return convexHull(VectorPoints(), points, numPoints, hull, indices, count);
+}
+
+vsrStatus circleAround(const float* points, uint32_t numPoints, float* circle)
+{
+    return minEnclosingCircle(VectorPoints(), points, numPoints, circle);
+}
 
 vsrStatus boxAbout(const float* points, uint32_t numPoints, vsrRotatedBox* box)
 {
@@ -228,6 +361,8 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
+VSR_VECTOR(vsrConvexHullf32, hullAround);
+VSR_VECTOR(vsrMinEnclosingCirclef32, circleAround);
 VSR_VECTOR(vsrMinAreaRectf32, boxAbout);
 VSR_VECTOR(vsrFitLinef32, lineThrough);
 VSR_VECTOR(vsrFitEllipsef32, ellipseThrough);

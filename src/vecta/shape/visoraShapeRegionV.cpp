@@ -1,7 +1,8 @@
-// Lists of pixels, components and contours, vector variants: rows are looked at 64 pixels at once; runs are joined and
-// borders followed as the references do.
+// Lists of pixels, components, contours and blobs, vector variants: rows are looked at 64 pixels at once; runs are
+// joined and borders followed as the references do.
 #include <cmath>
 
+#include "cpu/shape/visoraShapeBlob.h"
 #include "cpu/shape/visoraShapeComponent.h"
 #include "cpu/shape/visoraShapeContour.h"
 #include "cpu/shape/visoraShapeMeasure.h"
@@ -106,6 +107,17 @@ HWY_INLINE void setContourRow(const uint8_t* mask, uint8_t* row, uint32_t width)
     }
 }
 
+// As BorderImage::countRuns has it.
+uint64_t runStarts(const uint8_t* pixels)
+{
+    return bitsOf(
+        [pixels](auto d, size_t i) HWY_ATTR
+        {
+            const auto isNew = hn::Eq(hn::LoadU(d, pixels + i - 1), hn::Zero(d));
+            return hn::And(isNew, hn::Eq(hn::LoadU(d, pixels + i), hn::Set(d, uint8_t{kUnmarked})));
+        });
+}
+
 // Pixels behind the end are looked at and forgotten; there is room behind the image for that.
 template <bool inside>
 HWY_INLINE size_t nextBeginning(const uint8_t* pixels, size_t end)
@@ -137,7 +149,7 @@ vsrStatus contours(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, ui
                    uint32_t maxPoints, uint32_t* numPoints)
 {
     return listContours(src, srcWidth, srcHeight, srcStride, {chain, lengths, links, maxContours, xy, maxPoints},
-                        numContours, numPoints, setContourRow, nextBeginning<true>);
+                        numContours, numPoints, setContourRow, runStarts, nextBeginning<true>);
 }
 
 vsrStatus outerContours(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
@@ -145,7 +157,35 @@ vsrStatus outerContours(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeigh
                         uint32_t maxPoints, uint32_t* numPoints)
 {
     return listContours(src, srcWidth, srcHeight, srcStride, {chain, lengths, nullptr, maxContours, xy, maxPoints},
-                        numContours, numPoints, setContourRow, nextBeginning<false>);
+                        numContours, numPoints, setContourRow, runStarts, nextBeginning<false>);
+}
+
+// ---- Blobs ----
+
+HWY_INLINE void setBlobRow(const uint8_t* from, uint8_t level, bool isAbove, uint8_t* row, uint32_t width)
+{
+    const MaskBytes d;
+    const size_t lanes = hn::Lanes(d);
+    const auto limit = hn::Set(d, level);
+    const auto one = hn::Set(d, uint8_t{kUnmarked});
+    const auto others = hn::Set(d, uint8_t{isAbove ? kOutside : kUnmarked});
+    size_t x = 0;
+    for (; x + lanes <= width; x += lanes)
+    {
+        const auto above = hn::Min(hn::SaturatedSub(hn::LoadU(d, from + x), limit), one);
+        hn::StoreU(hn::Xor(above, others), d, row + x);
+    }
+    for (; x < width; ++x)
+    {
+        row[x] = (from[x] > level) == isAbove ? kUnmarked : kOutside;
+    }
+}
+
+vsrStatus blobs(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                const vsrBlobParameters* parameters, vsrBlob* list, uint32_t capacity, uint32_t* count)
+{
+    return findBlobs(src, srcWidth, srcHeight, srcStride, *parameters, list, capacity, count, setBlobRow,
+                     nextBeginning<true>);
 }
 
 // ---- Measures of contours ----
@@ -216,6 +256,7 @@ VSR_VECTOR(vsrFindNonZerou8, findNonZero);
 VSR_VECTOR(vsrFindConnectedComponentsu8, components);
 VSR_VECTOR(vsrFindContoursu8, contours);
 VSR_VECTOR(vsrFindOuterContoursu8, outerContours);
+VSR_VECTOR(vsrFindBlobsu8, blobs);
 VSR_VECTOR(vsrContourMeasures32, measures);
 
 #endif
