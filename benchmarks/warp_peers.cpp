@@ -115,20 +115,20 @@ auto cubicPlanes(double degrees)
     };
 }
 
-auto remapping(int type, double degrees)
+auto remapping(int type, double degrees, bool isTilted = false)
 {
     return [=](int width, int height) -> Work
     {
         const cv::Mat src = noise(width, height, type);
-        const cv::Matx33d m = motion(degrees, false, width, height);
+        const cv::Matx33d m = motion(degrees, isTilted, width, height);
         cv::Mat mapX(height, width, CV_32F), mapY(height, width, CV_32F), dst;
         for (int y = 0; y < height; ++y)
         {
             for (int x = 0; x < width; ++x)
             {
                 const cv::Vec3d to = m * cv::Vec3d(x, y, 1);
-                mapX.at<float>(y, x) = static_cast<float>(to[0]);
-                mapY.at<float>(y, x) = static_cast<float>(to[1]);
+                mapX.at<float>(y, x) = static_cast<float>(to[0] / to[2]);
+                mapY.at<float>(y, x) = static_cast<float>(to[1] / to[2]);
             }
         }
         return [=]() mutable { cv::remap(src, dst, mapX, mapY, cv::INTER_LINEAR); };
@@ -179,7 +179,11 @@ const RegisterPeers openCvWarps({
     {"vsrTransformAffineu8", "45_degrees", "OpenCV", affine(CV_8UC1, 45)},
     {"vsrTransformAffineu8", "90_degrees", "OpenCV", affine(CV_8UC1, 90)},
     {"vsrTransformAffineRGBA8888u8", "5_degrees", "OpenCV", affine(CV_8UC4, 5)},
-    {"vsrTransformAffinef32", "", "OpenCV", affine(CV_32FC1, 5)},
+    {"vsrTransformAffineRGBA8888u8", "45_degrees", "OpenCV", affine(CV_8UC4, 45)},
+    {"vsrTransformAffineRGBA8888u8", "90_degrees", "OpenCV", affine(CV_8UC4, 90)},
+    {"vsrTransformAffinef32", "5_degrees", "OpenCV", affine(CV_32FC1, 5)},
+    {"vsrTransformAffinef32", "45_degrees", "OpenCV", affine(CV_32FC1, 45)},
+    {"vsrTransformAffinef32", "90_degrees", "OpenCV", affine(CV_32FC1, 90)},
     {"vsrTransformAffineClippedu8", "", "OpenCV", affine(CV_8UC1, 5)},
     {"vsr3ChannelTransformAffineClippedBCu8", "", "OpenCV", cubicPlanes(5)},
     {"vsrWarpPerspectiveu8", "5_degrees", "OpenCV", perspective(5, false, cv::INTER_LINEAR, cv::BORDER_CONSTANT)},
@@ -191,8 +195,13 @@ const RegisterPeers openCvWarps({
     {"vsr3ChannelWarpPerspectiveu8_v2", "", "OpenCV",
      perspective(20, true, cv::INTER_NEAREST, cv::BORDER_REPLICATE, 3)},
     {"vsrRemapu8", "5_degrees", "OpenCV", remapping(CV_8UC1, 5)},
+    {"vsrRemapu8", "45_degrees", "OpenCV", remapping(CV_8UC1, 45)},
     {"vsrRemapu8", "90_degrees", "OpenCV", remapping(CV_8UC1, 90)},
-    {"vsrRemapRGBA8888u8", "", "OpenCV", remapping(CV_8UC4, 5)},
+    {"vsrRemapu8", "tilted", "OpenCV", remapping(CV_8UC1, 20, true)},
+    {"vsrRemapRGBA8888u8", "5_degrees", "OpenCV", remapping(CV_8UC4, 5)},
+    {"vsrRemapRGBA8888u8", "45_degrees", "OpenCV", remapping(CV_8UC4, 45)},
+    {"vsrRemapRGBA8888u8", "90_degrees", "OpenCV", remapping(CV_8UC4, 90)},
+    {"vsrRemapRGBA8888u8", "tilted", "OpenCV", remapping(CV_8UC4, 20, true)},
     {"vsrBuildUndistortMapf32", "", "OpenCV", mapping()},
     {"vsrTransformPoint2xNf32", "", "OpenCV", points(2)},
     {"vsrTransformPoint3xNf32", "", "OpenCV", points(3)},

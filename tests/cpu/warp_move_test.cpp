@@ -15,6 +15,8 @@ struct Size
 };
 
 constexpr Size kSizes[] = {{1, 1}, {2, 3}, {7, 5}, {16, 16}, {17, 33}, {63, 8}, {130, 21}, {257, 4}};
+// More than caches hold, which is written in another way, and a little more than whole tiles of it.
+constexpr Size kLarge = {2049, 2050};
 
 TEST(Flip, ChangesPlacesAndWorksInPlace)
 {
@@ -56,7 +58,9 @@ TEST(Flip, ChangesPlacesAndWorksInPlace)
 
 TEST(Turns, AreTransposesAndMirrors)
 {
-    for (const Size& s : kSizes)
+    std::vector<Size> sizes(std::begin(kSizes), std::end(kSizes));
+    sizes.push_back(kLarge);
+    for (const Size& s : sizes)
     {
         const Image src = randomPixels(size_t{s.width} * s.height, s.width);
         Image transposed(src.size()), turned(src.size()), expected(src.size()), mirrored(src.size());

@@ -110,11 +110,12 @@ void prepareRgba(Arguments& a)
            s.dstStride, color);
 }
 
+template <Motion motion>
 void prepareFloat(Arguments& a)
 {
     const Images s = sizes(a, sizeof(float), sizeof(float));
     const auto* src = a.input<float>(s.width, s.height, s.srcStride);
-    const float* matrix = matrixFor(a, s, Motion::Slight, 6);
+    const float* matrix = matrixFor(a, s, motion, 6);
     auto* dst = a.output<float>(s.dstWidth, s.dstHeight, s.dstStride);
     const float border = a.random().oneIn(4) ? std::numeric_limits<float>::quiet_NaN() : 7.5f;
     a.call(vsrTransformAffinef32C, src, s.width, s.height, s.srcStride, matrix, dst, s.dstWidth, s.dstHeight,
@@ -305,7 +306,11 @@ const Register warps({
     {VISORA_OPERATION(vsrTransformAffineu8), prepareWarp<vsrTransformAffineu8C, Motion::Skew, 6>, "45_degrees"},
     {VISORA_OPERATION(vsrTransformAffineu8), prepareWarp<vsrTransformAffineu8C, Motion::Quarter, 6>, "90_degrees"},
     {VISORA_OPERATION(vsrTransformAffineRGBA8888u8), prepareRgba<Motion::Slight>, "5_degrees"},
-    {VISORA_OPERATION(vsrTransformAffinef32), prepareFloat},
+    {VISORA_OPERATION(vsrTransformAffineRGBA8888u8), prepareRgba<Motion::Skew>, "45_degrees"},
+    {VISORA_OPERATION(vsrTransformAffineRGBA8888u8), prepareRgba<Motion::Quarter>, "90_degrees"},
+    {VISORA_OPERATION(vsrTransformAffinef32), prepareFloat<Motion::Slight>, "5_degrees"},
+    {VISORA_OPERATION(vsrTransformAffinef32), prepareFloat<Motion::Skew>, "45_degrees"},
+    {VISORA_OPERATION(vsrTransformAffinef32), prepareFloat<Motion::Quarter>, "90_degrees"},
     {VISORA_OPERATION(vsrTransformAffineClippedu8), prepareClipped<Motion::Slight>},
     {VISORA_OPERATION(vsr3ChannelTransformAffineClippedBCu8), prepareCubic},
     {VISORA_OPERATION(vsrWarpPerspectiveu8),
@@ -320,8 +325,13 @@ const Register warps({
     {VISORA_OPERATION(vsr3ChannelWarpPerspectiveu8), prepareThree},
     {VISORA_OPERATION(vsr3ChannelWarpPerspectiveu8_v2), prepareThreeBordered},
     {VISORA_OPERATION(vsrRemapu8), prepareRemap<1, Motion::Slight>, "5_degrees"},
+    {VISORA_OPERATION(vsrRemapu8), prepareRemap<1, Motion::Skew>, "45_degrees"},
     {VISORA_OPERATION(vsrRemapu8), prepareRemap<1, Motion::Quarter>, "90_degrees"},
-    {VISORA_OPERATION(vsrRemapRGBA8888u8), prepareRemap<4, Motion::Slight>},
+    {VISORA_OPERATION(vsrRemapu8), prepareRemap<1, Motion::Perspective>, "tilted"},
+    {VISORA_OPERATION(vsrRemapRGBA8888u8), prepareRemap<4, Motion::Slight>, "5_degrees"},
+    {VISORA_OPERATION(vsrRemapRGBA8888u8), prepareRemap<4, Motion::Skew>, "45_degrees"},
+    {VISORA_OPERATION(vsrRemapRGBA8888u8), prepareRemap<4, Motion::Quarter>, "90_degrees"},
+    {VISORA_OPERATION(vsrRemapRGBA8888u8), prepareRemap<4, Motion::Perspective>, "tilted"},
     {VISORA_OPERATION(vsrBuildRectifyMapf32), prepareMap<true>},
     {VISORA_OPERATION(vsrBuildUndistortMapf32), prepareMap<false>},
     {VISORA_OPERATION(vsrTransformPoint2xNf32), ruled(kPoints, preparePoints<vsrTransformPoint2xNf32C, 2, 9>), "", 0,

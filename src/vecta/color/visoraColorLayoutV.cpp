@@ -46,7 +46,30 @@ struct Rows
         }
     }
 
-    /** Means of the neighbours of what map(d, v) makes of a vector, rounded once, in 16-bit lanes. */
+    /** Means of the neighbours of what map(v) makes of two vectors, rounded once, in Order::ForTwoWords. */
+    template <class D, class Map>
+    HWY_INLINE hn::Vec<D> meanBytes(D d, size_t x, Map map) const
+    {
+#if HWY_ARCH_ARM
+        // The shift narrows.
+        const uint16x8_t low = sums(d, x, map), high = sums(d, x + hn::Lanes(d), map);
+        constexpr int kBits = kTwoRows ? 2 : 1;
+        return hn::Vec<D>(vrshrn_high_n_u16(vrshrn_n_u16(low, kBits), high, kBits));
+#else
+        const Signed16<D> s16;
+        return narrow(d, hn::BitCast(s16, means(d, x, map)), hn::BitCast(s16, means(d, x + hn::Lanes(d), map)));
+#endif
+    }
+
+  private:
+#if HWY_ARCH_ARM
+    template <class D, class Map>
+    HWY_INLINE uint16x8_t sums(D d, size_t x, Map map) const
+    {
+        const uint16x8_t sum = vpaddlq_u8(map(hn::LoadU(d, top + x)).raw);
+        return kTwoRows ? vpadalq_u8(sum, map(hn::LoadU(d, bottom + x)).raw) : sum;
+    }
+#else
     template <class D, class Map>
     HWY_INLINE auto means(D d, size_t x, Map map) const
     {
@@ -59,19 +82,8 @@ struct Rows
             return pairMean(d, map(hn::LoadU(d, top + x)));
         }
     }
-};
-
-/** Bytes from two vectors of 16-bit lanes, in Order::ForTwoWords. */
-template <class D, class V16>
-HWY_INLINE hn::Vec<D> narrowWords([[maybe_unused]] D d, V16 low, V16 high)
-{
-#if HWY_ARCH_ARM
-    return hn::Vec<D>(vmovn_high_u16(vmovn_u16(low.raw), high.raw));
-#else
-    const Signed16<D> s16;
-    return narrow(d, hn::BitCast(s16, low), hn::BitCast(s16, high));
 #endif
-}
+};
 
 /** Whole samples: `units` of them, or of pairs of them where two become one. */
 template <Along along, bool kToPairs, bool kTwoRows>
@@ -85,10 +97,10 @@ HWY_INLINE bool convertPlanes(Rows<kTwoRows> cb, Rows<kTwoRows> cr, size_t units
             const auto mean = [=](const Rows<kTwoRows>& rows, size_t x) HWY_ATTR
             {
                 const auto same = [](auto v) HWY_ATTR { return v; };
-                return narrowWords(d, rows.means(d, 2 * x, same), rows.means(d, 2 * x + n, same));
+                return rows.meanBytes(d, 2 * x, same);
             };
             constexpr Order kOrder = along == Along::Mean ? Order::ForTwoWords : Order::Natural;
-            coverRange(0, units, n,
+            coverByTwo(0, units, n,
                        [=](size_t x) HWY_ATTR
                        {
                            hn::Vec<decltype(d)> b, r;
@@ -174,7 +186,7 @@ HWY_INLINE bool splitPairs(Rows<kTwoRows> src, size_t units, uint8_t* dstCb, uin
     return withFittingVector<uint8_t>(units,
                                       [=](auto d) HWY_ATTR
                                       {
-                                          coverRange(0, units, hn::Lanes(d),
+                                          coverByTwo(0, units, hn::Lanes(d),
                                                      [=](size_t x) HWY_ATTR
                                                      {
                                                          hn::Vec<decltype(d)> b, r;
@@ -203,7 +215,7 @@ HWY_INLINE bool convertPairs(Rows<kTwoRows> src, size_t units, uint8_t* dstCb, u
         [=](auto d) HWY_ATTR
         {
             const size_t n = hn::Lanes(d);
-            coverRange(0, 2 * units, n,
+            coverByTwo(0, 2 * units, n,
                        [=](size_t x) HWY_ATTR
                        {
                            if constexpr (along == Along::Repeat)
@@ -219,8 +231,8 @@ HWY_INLINE bool convertPairs(Rows<kTwoRows> src, size_t units, uint8_t* dstCb, u
                                                                                  8, 10, 9, 11, 12, 14, 13, 15};
                                const auto sort = hn::LoadDup128(d, kSort);
                                const auto sorted = [=](auto v) HWY_ATTR { return hn::TableLookupBytes(v, sort); };
-                               pairs = rearrange<Order::ForTwoWords, Order::Natural>(
-                                   d, narrowWords(d, src.means(d, 2 * x, sorted), src.means(d, 2 * x + n, sorted)));
+                               pairs =
+                                   rearrange<Order::ForTwoWords, Order::Natural>(d, src.meanBytes(d, 2 * x, sorted));
                            }
                            else
                            {

@@ -10,6 +10,7 @@
 #include "hwy/highway.h"
 #include "vecta/color/visoraColorFormats-inl.h"
 #include "vecta/color/visoraColorWeights-inl.h"
+#include "vecta/visoraDrivers-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -27,16 +28,37 @@ HWY_INLINE vsrStatus grayImage(Format, Reference reference, const uint8_t* src, 
         width,
         [=](auto d) HWY_ATTR
         {
+            const size_t n = hn::Lanes(d);
+            const auto lumaAt = [=](const uint8_t* pixels) HWY_ATTR
+            { return rearrange<Format::kOrder, Order::Natural>(d, lumaOf(d, Format::load(d, pixels))); };
             for (size_t y = 0; y < height; ++y)
             {
                 const uint8_t* from = src + y * srcStride;
                 uint8_t* to = dst + y * dstStride;
-                coverRange(0, width, hn::Lanes(d),
-                           [=](size_t x) HWY_ATTR
-                           {
-                               const auto luma = lumaOf(d, Format::load(d, from + x * Format::kBytes));
-                               hn::StoreU(rearrange<Format::kOrder, Order::Natural>(d, luma), d, to + x);
-                           });
+                size_t left = width;
+                if constexpr (HWY_ARCH_ARM)
+                {
+                    // Loads that move their pointer, and stores of two vectors.
+                    for (; left >= 2 * n; left -= 2 * n, to += 2 * n)
+                    {
+                        const auto first = lumaAt(from);
+                        from += n * Format::kBytes;
+                        keepApart(from);
+                        const auto second = lumaAt(from);
+                        from += n * Format::kBytes;
+                        keepApart(from);
+                        hn::StoreU(first, d, to);
+                        hn::StoreU(second, d, to + n);
+                    }
+                }
+                for (; left >= n; left -= n, from += n * Format::kBytes, to += n)
+                {
+                    hn::StoreU(lumaAt(from), d, to);
+                }
+                if (left != 0)
+                {
+                    hn::StoreU(lumaAt(from - (n - left) * Format::kBytes), d, to - (n - left));
+                }
             }
         });
     return fits ? vsrStatus{VISORA_SUCCESS} : reference(src, width, height, srcStride, dst, dstStride);
@@ -54,14 +76,59 @@ HWY_INLINE void convertRows(D d, const uint8_t* const (&src)[kRows], size_t widt
     uint8_t* const luma0 = luma[0];
     [[maybe_unused]] const uint8_t* const src1 = src[kRows - 1];
     [[maybe_unused]] uint8_t* const luma1 = luma[kRows - 1];
-    coverRange(0, width, hn::Lanes(d),
+    // The luma of a vector of pixels, of both rows, is stored; what becomes chroma comes back.
+    [[maybe_unused]] const auto lumaAt = [=](size_t x) HWY_ATTR
+    {
+        const auto top = Format::load(d, src0 + x * Format::kBytes);
+        hn::StoreU(rearrange<kOrder, Order::Natural>(d, lumaOf(d, top)), d, luma0 + x);
+        if constexpr (!kHalved)
+        {
+            return top;
+        }
+        else if constexpr (kRows == 1)
+        {
+            return Rgb<hn::Vec<Unsigned16<D>>>{pairMean(d, top.r), pairMean(d, top.g), pairMean(d, top.b)};
+        }
+        else
+        {
+            const auto bottom = Format::load(d, src1 + x * Format::kBytes);
+            hn::StoreU(rearrange<kOrder, Order::Natural>(d, lumaOf(d, bottom)), d, luma1 + x);
+            return Rgb<hn::Vec<Unsigned16<D>>>{blockMean(d, top.r, bottom.r), blockMean(d, top.g, bottom.g),
+                                               blockMean(d, top.b, bottom.b)};
+        }
+    };
+    const size_t n = hn::Lanes(d);
+#if HWY_ARCH_ARM
+    // Samples of two vectors of pixels are one of bytes.
+    if constexpr (kHalved)
+    {
+        if (width >= 2 * n)
+        {
+            return coverRange(0, width, 2 * n,
+                              [=](size_t x) HWY_ATTR
+                              {
+                                  const auto left = lumaAt(x);
+                                  const auto chroma = chromaOfWords(d, left, lumaAt(x + n));
+                                  if constexpr (kPlanar)
+                                  {
+                                      hn::StoreU(chroma.cb, d, cb + x / 2);
+                                      hn::StoreU(chroma.cr, d, cr + x / 2);
+                                  }
+                                  else
+                                  {
+                                      storePairs(d, chroma.cb, chroma.cr, cb + x);
+                                  }
+                              });
+        }
+    }
+#endif
+    coverRange(0, width, n,
                [=](size_t x) HWY_ATTR
                {
-                   const auto top = Format::load(d, src0 + x * Format::kBytes);
-                   hn::StoreU(rearrange<kOrder, Order::Natural>(d, lumaOf(d, top)), d, luma0 + x);
+                   const auto pixels = lumaAt(x);
                    if constexpr (!kHalved)
                    {
-                       const auto chroma = chromaOf(d, top);
+                       const auto chroma = chromaOf(d, pixels);
                        if constexpr (kPlanar)
                        {
                            hn::StoreU(rearrange<kOrder, Order::Natural>(d, chroma.cb), d, cb + x);
@@ -75,20 +142,8 @@ HWY_INLINE void convertRows(D d, const uint8_t* const (&src)[kRows], size_t widt
                    }
                    else
                    {
-                       Rgb<hn::Vec<Unsigned16<D>>> mean;
-                       if constexpr (kRows == 1)
-                       {
-                           mean = {pairMean(d, top.r), pairMean(d, top.g), pairMean(d, top.b)};
-                       }
-                       else
-                       {
-                           const auto bottom = Format::load(d, src1 + x * Format::kBytes);
-                           hn::StoreU(rearrange<kOrder, Order::Natural>(d, lumaOf(d, bottom)), d, luma1 + x);
-                           mean = {blockMean(d, top.r, bottom.r), blockMean(d, top.g, bottom.g),
-                                   blockMean(d, top.b, bottom.b)};
-                       }
                        const Unsigned16<D> u16;
-                       const auto both = weightedChroma(u16, mean);
+                       const auto both = weightedChroma(u16, pixels);
                        const auto pairs = rearrange<kOrder, Order::Natural>(
                            d, hn::BitCast(d, highBytesAsPairs(u16, both.cb, both.cr)));
                        if constexpr (kPlanar)
@@ -142,7 +197,7 @@ template <class Format, class Pixel, Sampling sampling, class... Destination>
 HWY_INLINE vsrStatus convert(Conversion<Format, Pixel, sampling>, const uint8_t* src, uint32_t width, uint32_t height,
                              uint32_t srcStride, Destination... to)
 {
-    const YCbCrImage<uint8_t> dst = destination(to...);
+    const YCbCrImage<uint8_t> dst = visora::destination(to...);
     constexpr bool kHalved = sampling.x != 0;
     constexpr bool kPlanar = sizeof...(Destination) == 6;
     const uint32_t whole = kHalved ? width & ~uint32_t{1} : width;

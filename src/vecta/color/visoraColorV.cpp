@@ -197,9 +197,9 @@ class UnitStretch
         }
     }
 
-    Row luma_[unitHeight];
-    Row cb_[8];
-    Row cr_[8];
+    alignas(64) Row luma_[unitHeight];
+    alignas(64) Row cb_[8];
+    alignas(64) Row cr_[8];
 };
 
 template <size_t unitWidth, size_t unitHeight>

@@ -42,6 +42,32 @@ HWY_INLINE V lumaOf([[maybe_unused]] D d, const Rgb<V>& pixels)
 #endif
 }
 
+#if HWY_ARCH_ARM
+
+/**
+ * Cb and Cr of the pixels of two vectors of 16-bit channels, as bytes. With the weights as those of differences, whose
+ * sum is 128, nothing leaves 16 bits: 256 * (C - 128) is 43 (B - R) + 85 (B - G) and 107 (R - G) - 21 (B - R). Only the
+ * clamp to 255 saturates.
+ */
+template <class D, class V16>
+HWY_INLINE Chroma<hn::Vec<D>> chromaOfWords(D /*d*/, const Rgb<V16>& lower, const Rgb<V16>& upper)
+{
+    using V = hn::Vec<D>;
+    const auto difference = [](V16 a, V16 b) HWY_ATTR { return vreinterpretq_s16_u16(vsubq_u16(a.raw, b.raw)); };
+    const auto sums = [=](const Rgb<V16>& p) HWY_ATTR
+    {
+        const int16x8_t blueRed = difference(p.b, p.r), redGreen = difference(p.r, p.g);
+        return Chroma<int16x8_t>{vmlaq_n_s16(vmulq_n_s16(blueRed, 43), difference(p.b, p.g), 85),
+                                 vmlsq_n_s16(vmulq_n_s16(redGreen, 107), blueRed, 21)};
+    };
+    const auto samples = [](int16x8_t low, int16x8_t high) HWY_ATTR
+    { return V(veorq_u8(vreinterpretq_u8_s8(vqrshrn_high_n_s16(vqrshrn_n_s16(low, 8), high, 8)), vdupq_n_u8(128))); };
+    const Chroma<int16x8_t> low = sums(lower), high = sums(upper);
+    return {samples(low.cb, high.cb), samples(low.cr, high.cr)};
+}
+
+#endif
+
 /** 256 times a chroma sample and a fraction, from 16-bit channels: 32896 - (the others' shares) + 128 times the
  * channel, which saturates where only the clamp to 255 is left. */
 template <int firstWeight, int secondWeight, class D16, class V>
@@ -126,8 +152,12 @@ HWY_INLINE hn::Vec<Unsigned16<D>> pairSum([[maybe_unused]] D d, V bytes)
 template <class D, class V>
 HWY_INLINE hn::Vec<Unsigned16<D>> pairMean(D d, V bytes)
 {
+#if HWY_ARCH_ARM
+    return hn::Vec<Unsigned16<D>>(vrshrq_n_u16(pairSum(d, bytes).raw, 1));
+#else
     const Unsigned16<D> u16;
     return hn::ShiftRight<1>(hn::Add(pairSum(d, bytes), hn::Set(u16, uint16_t{1})));
+#endif
 }
 
 /** Rounded means of two neighbours in each of two rows. */

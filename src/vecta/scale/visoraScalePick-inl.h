@@ -59,9 +59,10 @@ class ColumnPicker
         return blocks * kBlock * (kMaxRegisters + sizeof(uint32_t)) + blocks * sizeof(uint32_t);
     }
 
-    // `columns` tells the source column of an output; `scratch` is aligned to a register.
+    // `columns` tells the source column of an output; `scratch` is aligned to a register. A copy of it cannot be what
+    // the columns are written to, so that they are worked out by vectors.
     template <class Columns>
-    ColumnPicker(const Columns& columns, uint32_t dstWidth, uint8_t* scratch)
+    ColumnPicker(Columns columns, uint32_t dstWidth, uint8_t* scratch)
         : dstWidth_(dstWidth),
           blocks_((dstWidth + kBlock - 1) / kBlock),
           lookups_(scratch),
@@ -120,12 +121,17 @@ class ColumnPicker
             return 0;
         }
         const uint32_t step = columns_[2] - columns_[1];
-        bool even = (step == 2 || step == 4) && columns_[1] >= step - 1;
-        for (size_t x = 2; x < dstWidth_ && even; ++x)
+        if ((step != 2 && step != 4) || columns_[1] < step - 1)
         {
-            even = columns_[x] - columns_[x - 1] == step;
+            return 0;
         }
-        return even ? step : 0;
+        // By vectors, without a look at each.
+        uint32_t differing = 0;
+        for (size_t x = 2; x < dstWidth_; ++x)
+        {
+            differing |= (columns_[x] - columns_[x - 1]) ^ step;
+        }
+        return differing == 0 ? step : 0;
     }
 
     HWY_INLINE void pickEvenly(const uint8_t* row, const uint8_t* next, uint8_t* out) const
@@ -210,15 +216,15 @@ class ColumnPicker
         return;
 #endif
         const uint8_t* lane = row + columns_[1] + 1 - kStep;  // where the lane of output 1 begins
-        coverRange(1, dstWidth_, hn::Lanes(d),
-                   [&](size_t x) HWY_ATTR
-                   {
-                       for (size_t ahead = 0; ahead < kStep * hn::Lanes(d); ahead += kLineBytes)
-                       {
-                           hwy::Prefetch(next + kStep * x + ahead);
-                       }
-                       hn::StoreU(load(lane + (x - 1) * kStep), d, out + x);
-                   });
+        coverAligned(1, dstWidth_, hn::Lanes(d), out,
+                     [&](size_t x) HWY_ATTR
+                     {
+                         for (size_t ahead = 0; ahead < kStep * hn::Lanes(d); ahead += kLineBytes)
+                         {
+                             hwy::Prefetch(next + kStep * x + ahead);
+                         }
+                         hn::StoreU(load(lane + (x - 1) * kStep), d, out + x);
+                     });
     }
 
     void planRegisters()
@@ -294,30 +300,32 @@ class ColumnPicker
 // An image whose pixel (x, y) is source pixel (columns(x), rows(y)). @return false without scratch memory
 template <class Columns, class Rows>
 HWY_INLINE bool pickPixels(const uint8_t* src, uint32_t srcStride, uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight,
-                           uint32_t dstStride, const Columns& columns, const Rows& rows)
+                           uint32_t dstStride, Columns columns, Rows rows)
 {
-    const Scratch scratch(ColumnPicker::scratchBytes(dstWidth));
+    // Source rows of all output rows, and the last one's again.
+    const Scratch scratch(ColumnPicker::scratchBytes(dstWidth) + (size_t{dstHeight} + 1) * sizeof(uint32_t));
     if (!scratch.data())
     {
         return false;
     }
     const ColumnPicker picker(columns, dstWidth, scratch.data());
-    uint32_t rowBefore = UINT32_MAX;
-    uint32_t next = rows(0);
+    auto* const from = reinterpret_cast<uint32_t*>(scratch.data() + ColumnPicker::scratchBytes(dstWidth));
     for (uint32_t y = 0; y < dstHeight; ++y)
     {
-        const uint32_t row = next;
-        next = rows(std::min(y + 1, dstHeight - 1));
-        uint8_t* out = dst + size_t{y} * dstStride;
-        if (row == rowBefore)
+        from[y] = rows(y);
+    }
+    from[dstHeight] = from[dstHeight - 1];
+    uint8_t* out = dst;
+    for (size_t y = 0; y < dstHeight; ++y, out += dstStride)
+    {
+        if (y != 0 && from[y] == from[y - 1])
         {
             std::memcpy(out, out - dstStride, dstWidth);
         }
         else
         {
-            picker.pick(src + size_t{row} * srcStride, src + size_t{next} * srcStride, out);
+            picker.pick(src + size_t{from[y]} * srcStride, src + size_t{from[y + 1]} * srcStride, out);
         }
-        rowBefore = row;
     }
     return true;
 }

@@ -47,6 +47,48 @@ struct Triple
     hn::Vec<D> a, b, c;
 };
 
+#if HWY_TARGET <= HWY_AVX3
+// 64 of these pixels as they are, in groups of four pixels or three times four bytes: the groups go by permutations,
+// and within them shuffles reverse. Taking the channels apart would cost more.
+template <>
+struct Triple<hn::FixedTag<uint8_t, 64>>
+{
+    using D = hn::FixedTag<uint8_t, 64>;
+    static constexpr size_t kChannels = 3;
+    using T = uint8_t;
+    HWY_INLINE static Triple load(const T* from)
+    {
+        return {_mm512_loadu_si512(from), _mm512_loadu_si512(from + 64), _mm512_loadu_si512(from + 128)};
+    }
+    HWY_INLINE void storeReversed(T* to) const
+    {
+        // Four groups each, the last ones first. Fours of bytes from 16 on are the second vector's.
+        const __m512i v0 = inGroups(
+            _mm512_permutexvar_epi32(_mm512_setr_epi32(13, 14, 15, 0, 10, 11, 12, 0, 7, 8, 9, 0, 4, 5, 6, 0), c));
+        const __m512i v1 = inGroups(_mm512_permutex2var_epi32(
+            b, _mm512_setr_epi32(17, 18, 19, 0, 14, 15, 16, 0, 11, 12, 13, 0, 8, 9, 10, 0), c));
+        const __m512i v2 = inGroups(_mm512_permutex2var_epi32(
+            a, _mm512_setr_epi32(21, 22, 23, 0, 18, 19, 20, 0, 15, 16, 17, 0, 12, 13, 14, 0), b));
+        const __m512i v3 =
+            inGroups(_mm512_permutexvar_epi32(_mm512_setr_epi32(9, 10, 11, 0, 6, 7, 8, 0, 3, 4, 5, 0, 0, 1, 2, 0), a));
+        _mm512_storeu_si512(to, _mm512_permutex2var_epi32(
+                                    v0, _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20), v1));
+        _mm512_storeu_si512(to + 64,
+                            _mm512_permutex2var_epi32(
+                                v1, _mm512_setr_epi32(5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25), v2));
+        _mm512_storeu_si512(
+            to + 128, _mm512_permutex2var_epi32(
+                          v2, _mm512_setr_epi32(10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25, 26, 28, 29, 30), v3));
+    }
+    static HWY_INLINE __m512i inGroups(__m512i groups)
+    {
+        alignas(16) static constexpr uint8_t kBackwards[16] = {9, 10, 11, 6, 7, 8, 3, 4, 5, 0, 1, 2};
+        return _mm512_shuffle_epi8(groups, hn::LoadDup128(D(), kBackwards).raw);
+    }
+    __m512i a, b, c;
+};
+#endif
+
 // Two rows, or the two halves of one row: `low` from its first pixel on, `high` from behind its last one backwards.
 template <class T>
 struct Ends
@@ -89,8 +131,8 @@ HWY_INLINE void exchange(const Ends<const T>& src, const Ends<T>& dst, size_t co
 {
     const hn::ScalableTag<T> wide;
     const hn::CappedTag<T, 16 / sizeof(T)> narrow;
-    constexpr size_t kChannels = Pixels<decltype(wide)>::kChannels;
-    using Wide = Pixels<decltype(wide)>;
+    constexpr size_t kChannels = Pixels<hn::ScalableTag<T>>::kChannels;
+    using Wide = Pixels<hn::ScalableTag<T>>;
     // Short vectors leave more to gain from larger steps.
     constexpr size_t kVectors = HWY_ARCH_ARM && kChannels == 1 ? 4 : 2;
     size_t done = exchangeVectors<Wide>(wide, std::make_index_sequence<kVectors>(), src, dst, 0, count);

@@ -1,6 +1,7 @@
 // Operations that move pixels, vector variants.
 #include <cstddef>
 
+#include "cpu/visoraScratch.h"
 #include "visora/variants/warp.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -9,6 +10,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraExport.h"
+#include "vecta/visoraStream-inl.h"
 #include "vecta/visoraTurn-inl.h"
 
 // Loops over arrays of vectors must be unrolled for these to live in registers.
@@ -74,6 +76,13 @@ HWY_INLINE void transposeBlock(D d, const uint8_t* src, ptrdiff_t srcStep, uint8
     }
 }
 
+constexpr size_t kLineBytes = 64;
+constexpr size_t kBandBytes = (HWY_ARCH_X86 ? 4 : 1) * kLineBytes;
+// Rows of tiles, which lie a line further apart than they are long, so that they do not meet in the same few places of
+// the first cache.
+constexpr size_t kTileRowBytes = 512;
+constexpr size_t kTileStride = kTileRowBytes + kLineBytes;
+
 enum class Turn
 {
     None,  // transposed
@@ -83,20 +92,17 @@ enum class Turn
 
 // Clockwise: destination column of source row y is height - 1 - y, so blocks read their rows bottom up.
 // Anticlockwise: destination row of source column x is width - 1 - x, so blocks write their rows bottom up.
-// Blocks at the far edges overlap their neighbours. Needs a block each way.
+// Blocks at the far edges overlap their neighbours. Needs a block each way. `rowsFrom` rows of the source's are there
+// from src on.
 template <class D>
-HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t height, size_t srcStride, uint8_t* dst,
-                             size_t dstStride, Turn turn)
+HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t height, size_t rowsFrom, size_t srcStride,
+                             uint8_t* dst, size_t dstStride, Turn turn)
 {
     using T = hn::TFromD<D>;
-    constexpr size_t kLineBytes = 64;
     constexpr size_t kRows = hn::MaxLanes(D());
     constexpr size_t kColumns = 16 / sizeof(T);
     // As many rows as make a line of the destination's; short vectors take more steps for as much.
     constexpr size_t kRowsAhead = HWY_ARCH_X86 ? kLineBytes / sizeof(T) : 64;
-    // What is written fits the second-level cache below this, and need not be fetched.
-    constexpr size_t kLargeBytes = 4 << 20;
-    const bool isLarge = HWY_ARCH_X86 && width * height * sizeof(T) >= kLargeBytes;
     const auto srcStep = static_cast<ptrdiff_t>(srcStride);
     const auto dstStep = static_cast<ptrdiff_t>(dstStride);
     // Inlined, all of it, so that what a band has in common stays in registers.
@@ -119,12 +125,12 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     };
     // A band of few cache lines of source columns, walked down the image, keeps both sides' lines in the nearer caches.
     constexpr size_t kLine = kLineBytes / sizeof(T);
-    constexpr size_t kBand = (HWY_ARCH_X86 ? 4 : 1) * kLine;
+    constexpr size_t kBand = kBandBytes / sizeof(T);
     for (size_t band = 0; band < width; band += kBand)
     {
         const size_t bandEnd = HWY_MIN(band + kBand, width);
         const size_t bandBegin = bandEnd - band >= kColumns ? band : bandEnd - kColumns;
-        // The processor does not foresee where a band goes on, a few lines a row, nor where its columns do.
+        // The processor does not foresee where a band goes on, a few lines a row.
         const auto fetchRows = [=](size_t y) HWY_ATTR
         {
             for (size_t row = y; row < y + kRows; ++row)
@@ -137,23 +143,11 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
                 }
             }
         };
-        const auto fetchColumns = [=](size_t y) HWY_ATTR
-        {
-            const size_t place = (turn == Turn::Clockwise ? height - kRows - y : y) * sizeof(T);
-            for (size_t x = bandBegin; x < bandEnd; ++x)
-            {
-                hwy::Prefetch(dst + (turn == Turn::Anticlockwise ? width - 1 - x : x) * dstStride + place);
-            }
-        };
         coverRange(
             0, height, kRows, [=](size_t y) HWY_ATTR __attribute__((always_inline)) {
-                if (y + kRowsAhead + kRows <= height)
+                if (y + kRowsAhead + kRows <= rowsFrom)
                 {
                     fetchRows(y + kRowsAhead);
-                }
-                if (isLarge && y + 2 * kRows <= height)
-                {
-                    fetchColumns(y + kRows);
                 }
                 coverRange(
                     bandBegin, bandEnd,
@@ -162,13 +156,67 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     }
 }
 
+// Tiles of a band's columns, turned where they are near, whose rows then go past the caches to their places. Tiles at
+// the far edges overlap their neighbours where they would be smaller than a block.
+template <class D>
+HWY_INLINE void exchangeAxesByTiles(D d, const uint8_t* src, size_t width, size_t height, size_t srcStride,
+                                    uint8_t* dst, size_t dstStride, Turn turn, uint8_t* tile)
+{
+    using T = hn::TFromD<D>;
+    constexpr size_t kBand = kBandBytes / sizeof(T);
+    constexpr size_t kTileRows = kTileRowBytes / sizeof(T);
+    const auto placeOf = [=](size_t band) { return HWY_MIN(band, width - 16 / sizeof(T)); };
+    for (size_t band = 0; band < width; band += kBand)
+    {
+        const size_t x = placeOf(band);
+        const size_t columns = HWY_MIN(kBand, width - x);
+        const size_t firstRow = turn == Turn::Anticlockwise ? width - x - columns : x;
+        for (size_t begin = 0; begin < height; begin += kTileRows)
+        {
+            const size_t y = HWY_MIN(begin, height - hn::Lanes(d));
+            const size_t rows = HWY_MIN(kTileRows, height - y);
+            const size_t firstColumn = turn == Turn::Clockwise ? height - y - rows : y;
+            exchangeAxes(d, src + y * srcStride + x * sizeof(T), columns, rows, 0, srcStride, tile, kTileStride, turn);
+            uint8_t* to = dst + firstRow * dstStride + firstColumn * sizeof(T);
+            // The next tile is fetched meanwhile, as many lines as are written.
+            const bool isLast = begin + kTileRows >= height;
+            const size_t nextX = isLast ? placeOf(band + kBand) : x;
+            size_t next = isLast ? 0 : begin + kTileRows;
+            for (size_t i = 0; i < columns; ++i)
+            {
+                streamBytes(to + i * dstStride, tile + i * kTileStride, rows * sizeof(T));
+                for (const size_t end = HWY_MIN(next + kTileRows / kBand, height); next < end; ++next)
+                {
+                    for (size_t line = 0; line < kBandBytes; line += kLineBytes)
+                    {
+                        hwy::Prefetch(src + next * srcStride + nextX * sizeof(T) + line);
+                    }
+                }
+            }
+        }
+    }
+    hwy::FlushStream();
+}
+
 template <class T>
 HWY_INLINE bool turnImage(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
                           uint32_t dstStride, Turn turn)
 {
     return width >= 16 / sizeof(T) &&
-           withFittingVector<T>(
-               height, [=](auto d) HWY_ATTR { exchangeAxes(d, src, width, height, srcStride, dst, dstStride, turn); });
+           withFittingVector<T>(height,
+                                [=](auto d) HWY_ATTR
+                                {
+                                    if (isStreamed(size_t{width} * height * sizeof(T)))
+                                    {
+                                        const Scratch tile(kBandBytes / sizeof(T) * kTileStride);
+                                        if (tile.data() != nullptr)
+                                        {
+                                            return exchangeAxesByTiles(d, src, width, height, srcStride, dst, dstStride,
+                                                                       turn, tile.data());
+                                        }
+                                    }
+                                    exchangeAxes(d, src, width, height, height, srcStride, dst, dstStride, turn);
+                                });
 }
 
 constexpr Turn quarterTurn(uint32_t rotation)

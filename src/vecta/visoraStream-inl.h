@@ -1,0 +1,50 @@
+// Destinations too large for the caches, written past them. An ordinary store of a line that no cache has reads it from
+// memory first, which makes three bytes of traffic of two. Included once per instruction set.
+#if defined(VISORA_VECTA_STREAM_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VISORA_VECTA_STREAM_INL_H
+#undef VISORA_VECTA_STREAM_INL_H
+#else
+#define VISORA_VECTA_STREAM_INL_H
+#endif
+
+#include <cstring>
+
+#include "hwy/cache_control.h"
+#include "vecta/visoraVector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+/** Whether a destination of so many bytes is written past the caches: it would leave them before it is read again.
+ * Processors for ARM notice by themselves that whole lines are written. */
+constexpr bool isStreamed(size_t bytes)
+{
+    return HWY_ARCH_X86 && bytes >= (size_t{4} << 20);
+}
+
+/** std::memcpy whose whole lines go past the caches. Behind all of them hwy::FlushStream() is due. */
+HWY_INLINE void streamBytes(uint8_t* to, const uint8_t* from, size_t bytes)
+{
+    constexpr size_t kLine = 64;
+    const hn::CappedTag<uint8_t, kLine> d;
+    const size_t head = HWY_MIN(bytes, (0 - reinterpret_cast<uintptr_t>(to)) % kLine);
+    std::memcpy(to, from, head);
+    size_t done = head;
+    for (; done + kLine <= bytes; done += kLine)
+    {
+        for (size_t i = 0; i < kLine; i += hn::Lanes(d))
+        {
+            hn::Stream(hn::LoadU(d, from + done + i), d, to + done + i);
+        }
+    }
+    std::memcpy(to + done, from + done, bytes - done);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#endif
