@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "cpu/visoraDrivers.h"
+#include "vecta/visoraStream-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -148,19 +149,56 @@ HWY_INLINE void stepRow(size_t width, const Step& step, P... rows)
     (RowEnd<P, lanes>{}...);
 }
 
-/** stepRow over all rows; rows that follow each other without a gap are one. */
-template <class Step, class... P>
-HWY_INLINE vsrStatus mapPlanes(size_t width, size_t height, const Step& step, P... planes)
+template <class P>
+constexpr size_t columnBytes = P::kPer * sizeof(typename P::Element);
+
+/** stepRow by pieces, which the destination gets past the caches. */
+template <class Step, class T, size_t kPer, class... P>
+HWY_NOINLINE void streamRow(size_t width, const Step& step, Plane<T, kPer> dst, P... rows)
 {
-    if ((planes.isPacked(width) && ...))
+    // Whole steps, which may depend on where in the row they are.
+    constexpr size_t kStep = Step::kUnroll * Step::kLanes;
+    constexpr size_t kColumns = HWY_MAX(size_t{1}, 4096 / (kStep * kPer * sizeof(T))) * kStep;
+    alignas(64) T piece[kColumns * kPer];
+    for (size_t columns; width != 0; width -= columns)
+    {
+        columns = HWY_MIN(width, kColumns);
+        stepRow(columns, step, destination<kPer>(piece, 0), rows...);
+        streamBytes(reinterpret_cast<uint8_t*>(dst.data), reinterpret_cast<const uint8_t*>(piece),
+                    columns * kPer * sizeof(T));
+        dst.data += columns * kPer;
+        ((rows.data += columns * P::kPer), ...);
+    }
+}
+
+/** stepRow over all rows; rows that follow each other without a gap are one. The first plane may be a destination. */
+template <class Step, class First, class... P>
+HWY_INLINE vsrStatus mapPlanes(size_t width, size_t height, const Step& step, First first, P... others)
+{
+    if (first.isPacked(width) && (others.isPacked(width) && ...))
     {
         width *= height;
         height = 1;
     }
+    if constexpr (HWY_ARCH_X86 && sizeof...(P) != 0 && First::kWrites && !First::kReads && (!P::kWrites && ...))
+    {
+        if (isTooMuchForCaches(width * height * (columnBytes<First> + ... + columnBytes<P>)))
+        {
+            for (; height != 0; --height)
+            {
+                streamRow(width, step, first, others...);
+                first.data += first.stride;
+                ((others.data += others.stride), ...);
+            }
+            hwy::FlushStream();
+            return VISORA_SUCCESS;
+        }
+    }
     for (; height != 0; --height)
     {
-        stepRow(width, step, planes...);
-        ((planes.data += planes.stride), ...);
+        stepRow(width, step, first, others...);
+        first.data += first.stride;
+        ((others.data += others.stride), ...);
     }
     return VISORA_SUCCESS;
 }

@@ -25,6 +25,13 @@ constexpr bool isStreamed(size_t bytes)
     return HWY_ARCH_X86 && bytes >= (size_t{4} << 20);
 }
 
+/** Whether a call that goes straight through so many bytes, read and written, leaves nothing of them in the caches.
+ * With less, what is written past them is slower by up to two times. */
+constexpr bool isTooMuchForCaches(size_t bytes)
+{
+    return HWY_ARCH_X86 && bytes >= (size_t{20} << 20);
+}
+
 /** std::memcpy whose whole lines go past the caches. Behind all of them hwy::FlushStream() is due. */
 HWY_INLINE void streamBytes(uint8_t* to, const uint8_t* from, size_t bytes)
 {
