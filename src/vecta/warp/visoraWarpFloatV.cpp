@@ -58,21 +58,36 @@ HWY_INLINE void takeFloatTaps(const WarpPlane& plane, const Strip& places, const
                                         static_cast<size_t>(column) * sizeof(float))
                         : border;
     };
-    for (size_t i = 0; i < kStrip; ++i)
+    for (size_t g = 0; g < kGroups; ++g)
     {
-        if (plan.groups[i / kGroup] == Where::Inside)
+        const size_t begin = g * kGroup, end = begin + kGroup;
+        if (plan.groups[g] == Where::Inside)
         {
-            const uint8_t* upper = plane.pixels + plan.offsets[i];
-            std::memcpy(taps.upper + 2 * i, upper, 2 * sizeof(float));
-            std::memcpy(taps.lower + 2 * i, upper + plane.stride, 2 * sizeof(float));
-            continue;
+            const uint8_t* upper = plane.pixels;
+            const uint8_t* lower = upper + plane.stride;
+            for (size_t i = begin; i < end; ++i)
+            {
+                std::memcpy(taps.upper + 2 * i, upper + plan.offsets[i], 2 * sizeof(float));
+                std::memcpy(taps.lower + 2 * i, lower + plan.offsets[i], 2 * sizeof(float));
+            }
         }
-        const int32_t column = places.u[i] >> kPlaceBits;
-        const int32_t row = places.v[i] >> kPlaceBits;
-        for (int32_t side = 0; side < 2; ++side)
+        else if (plan.groups[g] == Where::Outside)
         {
-            taps.upper[2 * i + static_cast<size_t>(side)] = at(column + side, row);
-            taps.lower[2 * i + static_cast<size_t>(side)] = at(column + side, row + 1);
+            std::fill(taps.upper + 2 * begin, taps.upper + 2 * end, border);
+            std::fill(taps.lower + 2 * begin, taps.lower + 2 * end, border);
+        }
+        else
+        {
+            for (size_t i = begin; i < end; ++i)
+            {
+                const int32_t column = places.u[i] >> kPlaceBits;
+                const int32_t row = places.v[i] >> kPlaceBits;
+                for (int32_t side = 0; side < 2; ++side)
+                {
+                    taps.upper[2 * i + static_cast<size_t>(side)] = at(column + side, row);
+                    taps.lower[2 * i + static_cast<size_t>(side)] = at(column + side, row + 1);
+                }
+            }
         }
     }
 }
