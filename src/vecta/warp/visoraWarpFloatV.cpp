@@ -20,6 +20,9 @@ namespace HWY_NAMESPACE
 
 // ---- Images ----
 
+// Four bytes a pixel: blocks of more rows take more of each line that a turned row lies across.
+constexpr size_t kFloatBlockRows = 2 * kBlockRows;
+
 // Whole positions of a strip, in 1/256 like those of bytes, of which only that they lie between pixels is kept; the
 // fractions themselves are floats.
 struct FloatStrip
@@ -130,9 +133,9 @@ bool warpFloats(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_
     {
         return false;
     }
-    for (size_t blockY = 0; blockY < dstHeight; blockY += kBlockRows)
+    for (size_t blockY = 0; blockY < dstHeight; blockY += kFloatBlockRows)
     {
-        const size_t endY = HWY_MIN(blockY + kBlockRows, dstHeight);
+        const size_t endY = HWY_MIN(blockY + kFloatBlockRows, dstHeight);
         for (size_t x = 0; x < dstWidth; x += kStrip)
         {
             const size_t count = HWY_MIN(kStrip, dstWidth - x);
