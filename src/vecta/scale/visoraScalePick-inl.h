@@ -269,15 +269,23 @@ class ColumnPicker
         }
 #else
         const hn::ScalableTag<uint8_t> d;
-        coverAligned(1, even.outputs, hn::Lanes(d), out,
-                     [&](size_t x) HWY_ATTR
-                     {
-                         for (size_t ahead = 0; ahead < kStep * hn::Lanes(d); ahead += kLineBytes)
-                         {
-                             hwy::Prefetch(next + kStep * x + ahead);
-                         }
-                         hn::StoreU(everyOf<kStep>(d, from + (x - 1) * kStep), d, out + x);
-                     });
+        const auto pickAt = [=](size_t x) HWY_ATTR
+        {
+            for (size_t ahead = 0; ahead < kStep * hn::Lanes(d); ahead += kLineBytes)
+            {
+                hwy::Prefetch(next + kStep * x + ahead);
+            }
+            hn::StoreU(everyOf<kStep>(d, from + (x - 1) * kStep), d, out + x);
+        };
+        // There are more loads than stores: these are to cross no lines.
+        const size_t outputs = (0 - reinterpret_cast<uintptr_t>(from)) % kLineBytes / kStep;
+        size_t begin = 1;
+        if (outputs != 0 && begin + outputs + hn::Lanes(d) <= even.outputs)
+        {
+            pickAt(begin);
+            begin += outputs;
+        }
+        coverRange(begin, even.outputs, hn::Lanes(d), pickAt);
 #endif
     }
 
