@@ -278,7 +278,8 @@ class ColumnPicker
             hn::StoreU(everyOf<kStep>(d, from + (x - 1) * kStep), d, out + x);
         };
         // There are more loads than stores: these are to cross no lines.
-        const size_t outputs = (0 - reinterpret_cast<uintptr_t>(from)) % kLineBytes / kStep;
+        const size_t outputs =
+            (0 - reinterpret_cast<uintptr_t>(from)) % HWY_MIN(kLineBytes, kStep * hn::Lanes(d)) / kStep;
         size_t begin = 1;
         if (outputs != 0 && begin + outputs + hn::Lanes(d) <= even.outputs)
         {
