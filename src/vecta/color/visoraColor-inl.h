@@ -25,13 +25,20 @@ HWY_INLINE void convertRows(D d, const uint8_t* luma, size_t lumaStride, const L
                             uint8_t* dst, ptrdiff_t dstStride)
 {
     const size_t n = hn::Lanes(d);
+    const auto convertRow = [&](size_t row, size_t x, const auto& terms) HWY_ATTR
+    {
+        const auto y = arrange<Format::kOrder>(d, hn::LoadU(d, luma + row * lumaStride + x));
+        Format::store(d, Rule::pixels(d, terms, y),
+                      dst + static_cast<ptrdiff_t>(row) * dstStride + Format::place(x, n, width) * Format::kBytes);
+    };
+    // No loop, which compilers keep.
     const auto convert = [&](size_t x, const auto& terms) HWY_ATTR
     {
-        for (size_t row = 0; row < kRows; ++row)
+        static_assert(kRows <= 2);
+        convertRow(0, x, terms);
+        if constexpr (kRows == 2)
         {
-            const auto y = arrange<Format::kOrder>(d, hn::LoadU(d, luma + row * lumaStride + x));
-            Format::store(d, Rule::pixels(d, terms, y),
-                          dst + static_cast<ptrdiff_t>(row) * dstStride + Format::place(x, n, width) * Format::kBytes);
+            convertRow(1, x, terms);
         }
     };
     if constexpr (!kHalved)

@@ -10,6 +10,7 @@
 #include "hwy/highway.h"
 #include "vecta/color/visoraColorFormats-inl.h"
 #include "vecta/color/visoraColorWeights-inl.h"
+#include "vecta/visoraDrivers-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -43,6 +44,17 @@ struct Rows
         else
         {
             return v;
+        }
+    }
+
+    HWY_INLINE void advance(size_t count)
+    {
+        top += count;
+        keepApart(top);
+        if (kTwoRows)
+        {
+            bottom += count;
+            keepApart(bottom);
         }
     }
 
@@ -179,29 +191,127 @@ HWY_INLINE void storeRepeated(D d, V pairs, uint8_t* dstCb, uint8_t* dstCr)
 }
 
 #if HWY_ARCH_ARM
+/** Calls two() for two vectors of 16 units and one() for one, which move their pointers on. The last vector overlaps
+ * the one before it: back(count) moves the pointers back. */
+template <class Two, class One, class Back>
+HWY_INLINE bool coverMoving(size_t units, Two two, One one, Back back)
+{
+    constexpr size_t n = 16;
+    if (units < n)
+    {
+        return false;
+    }
+    size_t left = units;
+    for (; left >= 2 * n; left -= 2 * n)
+    {
+        two();
+    }
+    if (left >= n)
+    {
+        one();
+        left -= n;
+    }
+    if (left != 0)
+    {
+        back(n - left);
+        one();
+    }
+    return true;
+}
+
 /** Pairs to two planes of samples as they are: loads take them apart. */
 template <bool kTwoRows>
-HWY_INLINE bool splitPairs(Rows<kTwoRows> src, size_t units, uint8_t* dstCb, uint8_t* dstCr)
+HWY_INLINE bool splitPairs(Rows<kTwoRows> src, size_t units, uint8_t* cb, uint8_t* cr)
 {
-    return withFittingVector<uint8_t>(units,
-                                      [=](auto d) HWY_ATTR
-                                      {
-                                          coverByTwo(0, units, hn::Lanes(d),
-                                                     [=](size_t x) HWY_ATTR
-                                                     {
-                                                         hn::Vec<decltype(d)> b, r;
-                                                         loadPairs(d, src.top + 2 * x, b, r);
-                                                         if constexpr (kTwoRows)
-                                                         {
-                                                             hn::Vec<decltype(d)> below, rBelow;
-                                                             loadPairs(d, src.bottom + 2 * x, below, rBelow);
-                                                             b = hn::AverageRound(b, below);
-                                                             r = hn::AverageRound(r, rBelow);
-                                                         }
-                                                         hn::StoreU(b, d, dstCb + x);
-                                                         hn::StoreU(r, d, dstCr + x);
-                                                     });
-                                      });
+    // These loads move their pointer for nothing, and take no offset.
+    const auto takeFrom = [](const uint8_t*& from) HWY_ATTR
+    {
+        const uint8x16x2_t both = vld2q_u8(from);
+        from += 32;
+        keepApart(from);
+        return both;
+    };
+    const auto take = [&]() HWY_ATTR
+    {
+        uint8x16x2_t both = takeFrom(src.top);
+        if constexpr (kTwoRows)
+        {
+            const uint8x16x2_t below = takeFrom(src.bottom);
+            both.val[0] = vrhaddq_u8(both.val[0], below.val[0]);
+            both.val[1] = vrhaddq_u8(both.val[1], below.val[1]);
+        }
+        return both;
+    };
+    const auto move = [&](size_t count) HWY_ATTR
+    {
+        cb += count;
+        cr += count;
+        keepApart(cb);
+        keepApart(cr);
+    };
+    return coverMoving(
+        units,
+        [&]() HWY_ATTR
+        {
+            const uint8x16x2_t first = take();
+            const uint8x16x2_t second = take();
+            vst1q_u8(cb, first.val[0]);
+            vst1q_u8(cb + 16, second.val[0]);
+            vst1q_u8(cr, first.val[1]);
+            vst1q_u8(cr + 16, second.val[1]);
+            move(32);
+        },
+        [&]() HWY_ATTR
+        {
+            const uint8x16x2_t both = take();
+            vst1q_u8(cb, both.val[0]);
+            vst1q_u8(cr, both.val[1]);
+            move(16);
+        },
+        [&](size_t count) HWY_ATTR
+        {
+            src.top -= 2 * count;
+            src.bottom -= 2 * count;
+            move(0 - count);
+        });
+}
+
+/** The reverse. */
+template <bool kTwoRows>
+HWY_INLINE bool joinPlanes(Rows<kTwoRows> cb, Rows<kTwoRows> cr, size_t units, uint8_t* pairs)
+{
+    const hn::FixedTag<uint8_t, 16> d;
+    const auto put = [&](hn::Vec<decltype(d)> b, hn::Vec<decltype(d)> r) HWY_ATTR
+    {
+        storePairs(d, b, r, pairs);
+        pairs += 32;
+        keepApart(pairs);
+    };
+    const auto move = [&](size_t count) HWY_ATTR
+    {
+        cb.advance(count);
+        cr.advance(count);
+    };
+    return coverMoving(
+        units,
+        [&]() HWY_ATTR
+        {
+            const auto b0 = cb.load(d, 0), b1 = cb.load(d, 16);
+            const auto r0 = cr.load(d, 0), r1 = cr.load(d, 16);
+            put(b0, r0);
+            put(b1, r1);
+            move(32);
+        },
+        [&]() HWY_ATTR
+        {
+            put(cb.load(d, 0), cr.load(d, 0));
+            move(16);
+        },
+        [&](size_t count) HWY_ATTR
+        {
+            move(0 - count);
+            pairs -= 2 * count;
+        });
 }
 #endif
 
@@ -259,6 +369,15 @@ HWY_INLINE bool convertRow(const ChromaSamples<const uint8_t>& top, const Chroma
     if (top.step == 1)
     {
         const From cb = {top.cb, bottom.cb}, cr = {top.cr, bottom.cr};
+#if HWY_ARCH_ARM
+        if constexpr (along == Along::Same)
+        {
+            if (isToPairs)
+            {
+                return joinPlanes(cb, cr, units, dst.cb);
+            }
+        }
+#endif
         return isToPairs ? convertPlanes<along, true, kTwoRows>(cb, cr, units, dst.cb, dst.cr)
                          : convertPlanes<along, false, kTwoRows>(cb, cr, units, dst.cb, dst.cr);
     }

@@ -14,6 +14,10 @@
 #include "vecta/visoraExport.h"
 #include "vecta/visoraVector-inl.h"
 
+// Where one instruction takes elements of two vectors, wherever they are.
+#undef VISORA_FLOAT_BLOCKS
+#define VISORA_FLOAT_BLOCKS (HWY_TARGET <= HWY_AVX3 || HWY_ARCH_ARM)
+
 HWY_BEFORE_NAMESPACE();
 namespace visora
 {
@@ -47,7 +51,7 @@ class StretchedFloats
                 paired_ = std::min<size_t>(paired_, x);
             }
         }
-#if HWY_TARGET <= HWY_AVX3
+#if VISORA_FLOAT_BLOCKS
         blockStarts_ = reinterpret_cast<uint32_t*>(take(1));
         lowerPlaces_ = reinterpret_cast<uint32_t*>(take(1));
         upperPlaces_ = reinterpret_cast<uint32_t*>(take(1));
@@ -69,7 +73,7 @@ class StretchedFloats
             return;
         }
         row.number = number;
-#if HWY_TARGET <= HWY_AVX3
+#if VISORA_FLOAT_BLOCKS
         if (hasBlocks_)
         {
             return stretchBlocks(pixels, row.pixels);
@@ -128,10 +132,10 @@ class StretchedFloats
         uint32_t number = UINT32_MAX;
     };
 
-#if HWY_TARGET <= HWY_AVX3
-    // Sixteen outputs come out of two permutations of the 32 pixels that theirs lie among.
+#if VISORA_FLOAT_BLOCKS
+    // A vector of outputs comes out of two permutations of the two vectors of pixels that theirs lie among.
     static constexpr size_t kPlanRows = 3;
-    static constexpr size_t kBlock = 16;
+    static constexpr size_t kBlock = HWY_ARCH_ARM ? 4 : 16;
 
     size_t blocks() const
     {
@@ -159,15 +163,57 @@ class StretchedFloats
             blockStarts_[block] = start;
             for (size_t i = 0; i < kBlock; ++i)
             {
-                lowerPlaces_[block * kBlock + i] = columnAt(i) - start;
-                upperPlaces_[block * kBlock + i] = std::min(columnAt(i) + 1, lastPixel_) - start;
-            }
-            if (upperPlaces_[block * kBlock + kBlock - 1] >= kPixels)
-            {
-                return false;
+                const uint32_t upper = std::min(columnAt(i) + 1, lastPixel_);
+                if (upper - start >= kPixels)
+                {
+                    return false;
+                }
+                lowerPlaces_[block * kBlock + i] = placeOf(columnAt(i) - start);
+                upperPlaces_[block * kBlock + i] = placeOf(upper - start);
             }
         }
         return true;
+    }
+
+#if HWY_ARCH_ARM
+    // Tables are looked up by bytes.
+    static constexpr uint32_t placeOf(uint32_t pixel)
+    {
+        return pixel * 0x04040404 + 0x03020100;
+    }
+
+    void stretchBlocks(const float* pixels, float* out) const
+    {
+        const hn::FixedTag<float, kBlock> d;
+        using V = hn::Vec<decltype(d)>;
+        const uint32_t* starts = blockStarts_;
+        const uint32_t* lower = lowerPlaces_;
+        const uint32_t* upper = upperPlaces_;
+        const float* weights = weights_;
+        const auto stretch = [&](size_t x) HWY_ATTR
+        {
+            const auto* from = reinterpret_cast<const uint8_t*>(pixels + *starts++);
+            const uint8x16x2_t both = {{vld1q_u8(from), vld1q_u8(from + 16)}};
+            const auto take = [&](const uint32_t*& places) HWY_ATTR
+            {
+                const uint8x16_t at = vreinterpretq_u8_u32(vld1q_u32(places));
+                places += kBlock;
+                return V(vreinterpretq_f32_u8(vqtbl2q_u8(both, at)));
+            };
+            const V p = take(lower), q = take(upper);
+            hn::StoreU(lerpLanes(d, p, q, hn::LoadU(d, weights + x)), d, out + x);
+        };
+        const size_t last = width_ - kBlock;
+        for (size_t x = 0; x < last; x += kBlock)
+        {
+            stretch(x);
+        }
+        stretch(last);
+    }
+#else
+    static constexpr uint32_t placeOf(uint32_t pixel)
+    {
+        return pixel;
     }
 
     void stretchBlocks(const float* pixels, float* out) const
@@ -187,6 +233,7 @@ class StretchedFloats
             hn::StoreU(lerpLanes(d, take(lowerPlaces_), take(upperPlaces_), hn::LoadU(d, weights_ + x)), d, out + x);
         }
     }
+#endif
 
     bool hasBlocks_ = false;
     uint32_t* blockStarts_;

@@ -41,6 +41,18 @@ HWY_INLINE hn::Vec<D> everySecond(D d, const uint8_t* pixels)
 template <class D>
 HWY_INLINE hn::Vec<D> everyFourth(D d, const uint8_t* pixels)
 {
+#if HWY_TARGET <= HWY_AVX3
+    // Packed within blocks, and put in order once.
+    if constexpr (hn::MaxLanes(D()) == 64)
+    {
+        const auto fourths = [=](size_t i) HWY_ATTR
+        { return _mm512_srli_epi32(_mm512_loadu_si512(pixels + 64 * i), 24); };
+        const __m512i low = _mm512_packus_epi32(fourths(0), fourths(1));
+        const __m512i high = _mm512_packus_epi32(fourths(2), fourths(3));
+        const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+        return hn::Vec<D>{_mm512_permutexvar_epi32(order, _mm512_packus_epi16(low, high))};
+    }
+#endif
     return oddBytes(d, everySecond(d, pixels), everySecond(d, pixels + 2 * hn::Lanes(d)));
 }
 
@@ -85,8 +97,54 @@ class ColumnPicker
     {
         if (step_ != 0)
         {
-            return pickEvenly(row, next, out);
+            return step_ == 2 ? pickEvery<2>(even(), row, next, out) : pickEvery<4>(even(), row, next, out);
         }
+        pickAny(row, out);
+    }
+
+    // Rows of an image: `numbers` tells the source's, and the last one once more.
+    HWY_INLINE void pickRows(const uint8_t* src, size_t srcStride, const uint32_t* numbers, uint8_t* dst, size_t rows,
+                             size_t dstStride) const
+    {
+        // Inlined, so that what rows have in common stays in registers.
+        const auto pickAll = [ =, width = dstWidth_ ](auto pickRow) HWY_ATTR __attribute__((always_inline))
+        {
+            uint8_t* out = dst;
+            uint32_t before = UINT32_MAX;
+            for (size_t y = 0; y < rows; ++y, out += dstStride)
+            {
+                const uint32_t number = numbers[y];
+                if (number == before)
+                {
+                    std::memcpy(out, out - dstStride, width);
+                }
+                else
+                {
+                    pickRow(src + number * srcStride, src + numbers[y + 1] * srcStride, out);
+                }
+                before = number;
+            }
+        };
+        if (step_ == 2)
+        {
+            pickAll([row = even()](const uint8_t* from, const uint8_t* next, uint8_t* out) HWY_ATTR
+                    { pickEvery<2>(row, from, next, out); });
+        }
+        else if (step_ == 4)
+        {
+            pickAll([row = even()](const uint8_t* from, const uint8_t* next, uint8_t* out) HWY_ATTR
+                    { pickEvery<4>(row, from, next, out); });
+        }
+        else
+        {
+            pickAll([this](const uint8_t* from, const uint8_t* /*next*/, uint8_t* out) HWY_ATTR
+                    { pickAny(from, out); });
+        }
+    }
+
+  private:
+    HWY_INLINE void pickAny(const uint8_t* row, uint8_t* out) const
+    {
         switch (registers_)
         {
             case 0:
@@ -108,7 +166,6 @@ class ColumnPicker
         }
     }
 
-  private:
     // First output of a block; the last block overlaps the one before it.
     size_t firstOutput(size_t block) const { return std::min(block * kBlock, dstWidth_ - kBlock); }
 
@@ -134,35 +191,44 @@ class ColumnPicker
         return differing == 0 ? step : 0;
     }
 
-    HWY_INLINE void pickEvenly(const uint8_t* row, const uint8_t* next, uint8_t* out) const
+    // What rows of an even step have in common, in no memory that a store of pixels might change.
+    struct Even
     {
-        const hn::ScalableTag<uint8_t> d;
-        out[0] = row[columns_[0]];
-        if (step_ == 2)
+        size_t first;   // column of output 0
+        size_t second;  // of output 1
+        size_t outputs;
+    };
+
+    HWY_INLINE Even even() const { return {columns_[0], columns_[1], dstWidth_}; }
+
+    template <size_t kStep, class D>
+    static HWY_INLINE hn::Vec<D> everyOf(D d, const uint8_t* pixels)
+    {
+        if constexpr (kStep == 2)
         {
-            pickEvery<2>(row, next, out, [=](const uint8_t* pixels) HWY_ATTR { return everySecond(d, pixels); });
+            return everySecond(d, pixels);
         }
         else
         {
-            pickEvery<4>(row, next, out, [=](const uint8_t* pixels) HWY_ATTR { return everyFourth(d, pixels); });
+            return everyFourth(d, pixels);
         }
     }
 
     // The pixel that is taken comes last among those that a lane is cut from, so nothing behind the last one is read.
     // Rows in between are left out, which the processor does not foresee: the next row is fetched here.
-    template <size_t kStep, class Load>
-    HWY_INLINE void pickEvery(const uint8_t* row, const uint8_t* next, uint8_t* out, Load load) const
+    template <size_t kStep>
+    static HWY_INLINE void pickEvery(const Even& even, const uint8_t* row, const uint8_t* next, uint8_t* out)
     {
         constexpr size_t kLineBytes = 64;
-        const hn::ScalableTag<uint8_t> d;
+        out[0] = row[even.first];
+        const uint8_t* from = row + even.second + 1 - kStep;  // where the lane of output 1 begins
 #if HWY_ARCH_ARM
-        (void)d;
-        (void)load;
         constexpr size_t kOutputs = 64;
-        const uint8_t* from = row + columns_[1] + 1 - kStep;
         const uint8_t* ahead = next + kStep;
         uint8_t* to = out + 1;
-        const size_t outputs = dstWidth_ - 1;
+        // A pointer of its own: at a distance of one, pairs of stores take none.
+        asm("" : "+r"(to));
+        const size_t outputs = even.outputs - 1;
         const auto one = [](const uint8_t*& pixels) HWY_ATTR
         {
             uint8x16_t taken;
@@ -213,18 +279,27 @@ class ColumnPicker
             to -= kOutputs - rest;
             step();
         }
-        return;
+#else
+        const hn::ScalableTag<uint8_t> d;
+        const auto pickAt = [=](size_t x) HWY_ATTR
+        {
+            for (size_t ahead = 0; ahead < kStep * hn::Lanes(d); ahead += kLineBytes)
+            {
+                hwy::Prefetch(next + kStep * x + ahead);
+            }
+            hn::StoreU(everyOf<kStep>(d, from + (x - 1) * kStep), d, out + x);
+        };
+        // There are more loads than stores: these are to cross no lines.
+        const size_t outputs =
+            (0 - reinterpret_cast<uintptr_t>(from)) % HWY_MIN(kLineBytes, kStep * hn::Lanes(d)) / kStep;
+        size_t begin = 1;
+        if (outputs != 0 && begin + outputs + hn::Lanes(d) <= even.outputs)
+        {
+            pickAt(begin);
+            begin += outputs;
+        }
+        coverRange(begin, even.outputs, hn::Lanes(d), pickAt);
 #endif
-        const uint8_t* lane = row + columns_[1] + 1 - kStep;  // where the lane of output 1 begins
-        coverAligned(1, dstWidth_, hn::Lanes(d), out,
-                     [&](size_t x) HWY_ATTR
-                     {
-                         for (size_t ahead = 0; ahead < kStep * hn::Lanes(d); ahead += kLineBytes)
-                         {
-                             hwy::Prefetch(next + kStep * x + ahead);
-                         }
-                         hn::StoreU(load(lane + (x - 1) * kStep), d, out + x);
-                     });
     }
 
     void planRegisters()
@@ -315,18 +390,7 @@ HWY_INLINE bool pickPixels(const uint8_t* src, uint32_t srcStride, uint8_t* dst,
         from[y] = rows(y);
     }
     from[dstHeight] = from[dstHeight - 1];
-    uint8_t* out = dst;
-    for (size_t y = 0; y < dstHeight; ++y, out += dstStride)
-    {
-        if (y != 0 && from[y] == from[y - 1])
-        {
-            std::memcpy(out, out - dstStride, dstWidth);
-        }
-        else
-        {
-            picker.pick(src + size_t{from[y]} * srcStride, src + size_t{from[y + 1]} * srcStride, out);
-        }
-    }
+    picker.pickRows(src, srcStride, from, dst, dstHeight, dstStride);
     return true;
 }
 

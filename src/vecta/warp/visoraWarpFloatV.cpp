@@ -20,6 +20,9 @@ namespace HWY_NAMESPACE
 
 // ---- Images ----
 
+// Four bytes a pixel: blocks of more rows take more of each line that a turned row lies across.
+constexpr size_t kFloatBlockRows = 2 * kBlockRows;
+
 // Whole positions of a strip, in 1/256 like those of bytes, of which only that they lie between pixels is kept; the
 // fractions themselves are floats.
 struct FloatStrip
@@ -58,21 +61,36 @@ HWY_INLINE void takeFloatTaps(const WarpPlane& plane, const Strip& places, const
                                         static_cast<size_t>(column) * sizeof(float))
                         : border;
     };
-    for (size_t i = 0; i < kStrip; ++i)
+    for (size_t g = 0; g < kGroups; ++g)
     {
-        if (plan.groups[i / kGroup] == Where::Inside)
+        const size_t begin = g * kGroup, end = begin + kGroup;
+        if (plan.groups[g] == Where::Inside)
         {
-            const uint8_t* upper = plane.pixels + plan.offsets[i];
-            std::memcpy(taps.upper + 2 * i, upper, 2 * sizeof(float));
-            std::memcpy(taps.lower + 2 * i, upper + plane.stride, 2 * sizeof(float));
-            continue;
+            const uint8_t* upper = plane.pixels;
+            const uint8_t* lower = upper + plane.stride;
+            for (size_t i = begin; i < end; ++i)
+            {
+                std::memcpy(taps.upper + 2 * i, upper + plan.offsets[i], 2 * sizeof(float));
+                std::memcpy(taps.lower + 2 * i, lower + plan.offsets[i], 2 * sizeof(float));
+            }
         }
-        const int32_t column = places.u[i] >> kPlaceBits;
-        const int32_t row = places.v[i] >> kPlaceBits;
-        for (int32_t side = 0; side < 2; ++side)
+        else if (plan.groups[g] == Where::Outside)
         {
-            taps.upper[2 * i + static_cast<size_t>(side)] = at(column + side, row);
-            taps.lower[2 * i + static_cast<size_t>(side)] = at(column + side, row + 1);
+            std::fill(taps.upper + 2 * begin, taps.upper + 2 * end, border);
+            std::fill(taps.lower + 2 * begin, taps.lower + 2 * end, border);
+        }
+        else
+        {
+            for (size_t i = begin; i < end; ++i)
+            {
+                const int32_t column = places.u[i] >> kPlaceBits;
+                const int32_t row = places.v[i] >> kPlaceBits;
+                for (int32_t side = 0; side < 2; ++side)
+                {
+                    taps.upper[2 * i + static_cast<size_t>(side)] = at(column + side, row);
+                    taps.lower[2 * i + static_cast<size_t>(side)] = at(column + side, row + 1);
+                }
+            }
         }
     }
 }
@@ -115,9 +133,9 @@ bool warpFloats(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_
     {
         return false;
     }
-    for (size_t blockY = 0; blockY < dstHeight; blockY += kBlockRows)
+    for (size_t blockY = 0; blockY < dstHeight; blockY += kFloatBlockRows)
     {
-        const size_t endY = HWY_MIN(blockY + kBlockRows, dstHeight);
+        const size_t endY = HWY_MIN(blockY + kFloatBlockRows, dstHeight);
         for (size_t x = 0; x < dstWidth; x += kStrip)
         {
             const size_t count = HWY_MIN(kStrip, dstWidth - x);
