@@ -149,6 +149,8 @@ class Canvas
         }
     }
 
+    Span rows() const { return {0, int64_t{height} - 1}; }
+
     uint8_t* pixel(int64_t x, int64_t y) const
     {
         return dst + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * channels;
@@ -264,12 +266,11 @@ class ThickLine
     {
     }
 
-    /** body(y, pixels, those between the ends) for its rows of an image. */
+    /** body(y, pixels, those between the ends) for its rows among some. */
     template <class Body>
-    void forRows(uint32_t height, Body body) const
+    void forRows(const Span& some, Body body) const
     {
-        const Span rows = Span{std::min(a_.y, b_.y) - thickness_ / 2, std::max(a_.y, b_.y) + thickness_ / 2} &
-                          Span{0, int64_t{height} - 1};
+        const Span rows = Span{std::min(a_.y, b_.y) - thickness_ / 2, std::max(a_.y, b_.y) + thickness_ / 2} & some;
         if (rows.isEmpty())
         {
             return;
@@ -352,7 +353,7 @@ class ThickLine
 inline void drawThickLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness)
 {
     ThickLine(a, b, thickness)
-        .forRows(canvas.height, [&](int64_t y, const Span& span, const Span& /*between*/) { canvas.fill(y, span); });
+        .forRows(canvas.rows(), [&](int64_t y, const Span& span, const Span& /*between*/) { canvas.fill(y, span); });
 }
 
 /** The share of the color, of 256, at pixels near a segment. */
@@ -414,7 +415,7 @@ inline void drawSmoothLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, u
     const LineShare share(a, b, thickness);
     // A share of 0 changes nothing.
     nearSmoothLine(a, b, thickness)
-        .forRows(canvas.height,
+        .forRows(canvas.rows(),
                  [&](int64_t y, Span span, const Span& /*between*/)
                  {
                      span = span & Span{0, int64_t{canvas.width} - 1};
