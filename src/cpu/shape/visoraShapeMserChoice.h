@@ -56,7 +56,7 @@ struct MserList
 struct MserRoom
 {
     uint32_t* grown;      // nodes: size of the component `delta` above the first level
-    uint32_t* starts;     // nodes: where their pixels begin among the ordered ones
+    uint32_t* starts;     // nodes: that a level before; then where their pixels begin among the ordered ones
     uint32_t* cursors;    // nodes
     uint32_t* nodes;      // nodes: lists of them
     uint8_t* states;      // nodes
@@ -130,14 +130,19 @@ class MserChoice
         kStored
     };
 
-    /** The size of the component that holds a node at a level. */
-    uint32_t sizeAt(uint32_t node, uint32_t level) const
+    /** Sizes of the components that hold a node `delta` above its first level, and one level before that. */
+    void growAt(uint32_t node)
     {
-        for (uint32_t up = tree_.parent[node]; up != MserTree::kNone && tree_.level[up] <= level; up = tree_.parent[up])
+        const uint32_t level = tree_.level[node] + parameters_.delta;
+        uint32_t before = node;
+        uint32_t up = tree_.parent[node];
+        for (; up != MserTree::kNone && tree_.level[up] < level; up = tree_.parent[up])
         {
-            node = up;
+            before = up;
         }
-        return tree_.area[node];
+        const bool isOneMore = up != MserTree::kNone && tree_.level[up] == level;
+        room_.starts[node] = tree_.area[before];
+        room_.grown[node] = tree_.area[isOneMore ? up : before];
     }
 
     Growth firstGrowth(uint32_t node) const { return {room_.grown[node] - tree_.area[node], tree_.area[node]}; }
@@ -145,8 +150,7 @@ class MserChoice
     /** At the last level before it becomes part of another one. */
     Growth lastGrowth(uint32_t node) const
     {
-        const uint32_t last = tree_.level[tree_.parent[node]] - 1u;
-        return {sizeAt(node, last + parameters_.delta) - tree_.area[node], tree_.area[node]};
+        return {room_.starts[tree_.parent[node]] - tree_.area[node], tree_.area[node]};
     }
 
     float variation(uint32_t node) const
@@ -160,7 +164,11 @@ class MserChoice
         {
             const bool isAlias = tree_.isAlias(node);
             room_.states[node] = isAlias ? kUnstable : kStable;
-            room_.grown[node] = isAlias ? 0 : sizeAt(node, tree_.level[node] + parameters_.delta);
+            room_.grown[node] = 0;
+            if (!isAlias)
+            {
+                growAt(node);
+            }
         }
         for (uint32_t node = 0; node < tree_.count; ++node)
         {
@@ -261,13 +269,14 @@ class MserChoice
         {
             order[ends[255 - tree_.level[node]]++] = node;
         }
-        // A node's own pixels come first, so that each node with pixels begins at a place of its own.
-        std::fill_n(room_.cursors, tree_.count, 0u);
-        for (uint32_t y = 0; y < tree_.height; ++y)
+        // A node's own pixels, which its parts do not have, come first, so that each node with pixels begins at a place
+        // of its own.
+        std::copy_n(tree_.area, tree_.count, room_.cursors);
+        for (uint32_t node = 0; node < tree_.count; ++node)
         {
-            for (uint32_t x = 0; x < tree_.width; ++x)
+            if (tree_.parent[node] != MserTree::kNone && !tree_.isAlias(node))
             {
-                ++room_.cursors[tree_.nodeOf[tree_.pixelAt(x, y)]];
+                room_.cursors[tree_.parent[node]] -= tree_.area[node];
             }
         }
         for (uint32_t i = 0; i < tree_.count; ++i)
@@ -287,11 +296,15 @@ class MserChoice
             room_.cursors[node] += room_.starts[node];
         }
         std::copy(room_.starts, room_.starts + tree_.count, room_.cursors);
+        uint32_t* const cursors = room_.cursors;
+        PackedPoint* const points = room_.points;
+        const uint32_t width = tree_.width;
         for (uint32_t y = 0; y < tree_.height; ++y)
         {
-            for (uint32_t x = 0; x < tree_.width; ++x)
+            const uint32_t* const nodes = tree_.nodeOf + tree_.pixelAt(0, y);
+            for (uint32_t x = 0; x < width; ++x)
             {
-                room_.points[room_.cursors[tree_.nodeOf[tree_.pixelAt(x, y)]]++] = packPoint(x, y);
+                points[cursors[nodes[x]]++] = packPoint(x, y);
             }
         }
     }

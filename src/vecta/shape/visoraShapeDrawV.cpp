@@ -23,7 +23,7 @@ namespace HWY_NAMESPACE
 class TurnedPoints
 {
   public:
-    static constexpr uint32_t kBlock = 64;
+    static constexpr uint32_t kBlock = 128;
 
     explicit TurnedPoints(const EllipsePoints& points)
         : points_(points), left_(points.count()), at_(sineAndCosine(points.angle(0)))
@@ -167,8 +167,12 @@ class TurnedPoints
             hn::Store(offsets, dWord, offsets_ + k);
         }
         canvas.withPixels(
-            [offsets = offsets_, count, to = canvas.dst](auto put)
+            [list = offsets_, size = count, image = canvas.dst](auto put)
             {
+                // What a stored pixel cannot change.
+                const uint32_t* const offsets = list;
+                const uint32_t count = size;
+                uint8_t* const to = image;
                 const auto putAt = [=](uint32_t offset)
                 {
                     if (isAllInside || offset != kNowhere)
