@@ -228,28 +228,35 @@ inline void drawThinLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b)
         return Walker{isFlat ? canvas.pixel(a.x + k, a.y + sign * whole) : canvas.pixel(a.x + whole, a.y + sign * k),
                       numerator - whole * 2 * longer};
     };
-    const auto step = [=](Walker& walker)
-    {
-        walker.rest += 2 * shorter;
-        const bool isAside = walker.rest >= 2 * longer;
-        walker.rest -= isAside ? 2 * longer : 0;
-        walker.to += forward + (isAside ? sideways : 0);
-    };
-    // Both halves at once: each step waits for the one before.
     const int64_t half = (steps.last - steps.first + 1) / 2;
-    Walker first = walkerAt(steps.first);
-    Walker second = walkerAt(steps.first + half);
+    const bool isOdd = steps.first + 2 * half == steps.last;
+    const Walker starts[2] = {walkerAt(steps.first), walkerAt(steps.first + half)};
     canvas.withPixels(
         [&](auto put)
         {
-            for (int64_t k = 0; k < half; ++k)
+            // All in locals, which no pixel that is put can change. Both halves at once: each step waits for the one
+            // before.
+            Walker first = starts[0];
+            Walker second = starts[1];
+            const int64_t rise = 2 * shorter;
+            const int64_t run = 2 * longer;
+            const ptrdiff_t straight = forward;
+            const ptrdiff_t slanted = forward + sideways;
+            const auto step = [=](Walker& walker)
+            {
+                const int64_t rest = walker.rest + rise;
+                const bool isAside = rest >= run;
+                walker.rest = isAside ? rest - run : rest;
+                walker.to += isAside ? slanted : straight;
+            };
+            for (int64_t left = half; left > 0; --left)
             {
                 put(first.to);
                 put(second.to);
                 step(first);
                 step(second);
             }
-            if (steps.first + 2 * half == steps.last)
+            if (isOdd)
             {
                 put(second.to);
             }

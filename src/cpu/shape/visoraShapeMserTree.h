@@ -67,7 +67,7 @@ class MserFlood
     /** `flip` is 255 for the regions of the negative. */
     void run(const uint8_t* src, size_t srcStride, uint8_t flip)
     {
-        Shore shore(shore_, set(src, srcStride, flip));
+        Shore shore(shore_, set(src, srcStride, flip), flip);
         // All in locals, which no store through a pointer can change.
         uint16_t* const states = states_;
         const MserTree tree = tree_;
@@ -110,39 +110,28 @@ class MserFlood
             basin = begun(nextLevel);
             pixel = next;
             level = nextLevel;
-            edge = 0;
             return true;
         };
         for (;;)
         {
-            switch (edge)
+            bool isDown = false;
+            if (edge == 0)
             {
-                case 0:
-                    if (goesDown(pixel + 1, 1))
-                    {
-                        continue;
-                    }
-                    [[fallthrough]];
-                case 1:
-                    if (goesDown(pixel + stride, 2))
-                    {
-                        continue;
-                    }
-                    [[fallthrough]];
-                case 2:
-                    if (goesDown(pixel - 1, 3))
-                    {
-                        continue;
-                    }
-                    [[fallthrough]];
-                case 3:
-                    if (goesDown(pixel - stride, 4))
-                    {
-                        continue;
-                    }
-                    [[fallthrough]];
-                default:
-                    break;
+                isDown = goesDown(pixel + 1, 1) || goesDown(pixel + stride, 2) || goesDown(pixel - 1, 3) ||
+                         goesDown(pixel - stride, 4);
+            }
+            else
+            {
+                const uint32_t steps[] = {1, stride, 0u - 1, 0u - stride};
+                for (uint32_t i = edge; i < std::size(steps) && !isDown; ++i)
+                {
+                    isDown = goesDown(pixel + steps[i], i + 1);
+                }
+            }
+            if (isDown)
+            {
+                edge = 0;
+                continue;
             }
             tree.nodeOf[pixel] = basin.node;
             ++basin.area;
@@ -183,14 +172,14 @@ class MserFlood
     class Shore
     {
       public:
-        /** histogram[level] pixels have a level. */
-        Shore(uint32_t* entries, const std::array<uint32_t, kLevels>& histogram) : entries_(entries)
+        /** histogram[level ^ flip] pixels have a level. */
+        Shore(uint32_t* entries, const std::array<uint32_t, kLevels>& histogram, uint32_t flip) : entries_(entries)
         {
             uint32_t begin = 0;
             for (uint32_t level = 0; level < kLevels; ++level)
             {
                 stacks_[level] = {begin, begin};
-                begin += histogram[level];
+                begin += histogram[level ^ flip];
             }
         }
 
@@ -244,7 +233,7 @@ class MserFlood
         std::array<uint64_t, kLevels / 64> filled_{};  // also of the level that has just become empty
     };
 
-    /** Returns how many pixels have each level. */
+    /** Returns how many pixels of the image have each value. */
     std::array<uint32_t, kLevels> set(const uint8_t* src, size_t srcStride, uint8_t flip)
     {
         std::array<uint32_t, kLevels> histogram{};
@@ -254,7 +243,7 @@ class MserFlood
             const uint8_t* from = src + y * srcStride;
             std::transform(from, from + tree_.width, states_ + tree_.pixelAt(0, y),
                            [=](uint8_t v) { return static_cast<uint16_t>(v ^ flip); });
-            std::for_each(from, from + tree_.width, [&](uint8_t v) { ++histogram[v ^ flip]; });
+            std::for_each(from, from + tree_.width, [&](uint8_t v) { ++histogram[v]; });
         }
         return histogram;
     }
