@@ -117,8 +117,8 @@ typedef struct vsrBlob
 
 /**
  * Blobs: regions that stay where they are over several thresholds. Each threshold takes the time of vsrFindContoursu8;
- * each of its outlines within the limits is compared with the groups that have none at this threshold yet. 9 bytes of
- * scratch memory a pixel, and 48 to 144 for each group.
+ * each of its outlines within the limits is compared with the groups that have none at this threshold yet. A byte of
+ * scratch memory a pixel, 16 a row, and 48 to 144 for each group.
  */
 VSR_API vsrStatus vsrFindBlobsu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                  const vsrBlobParameters* parameters, vsrBlob* blobs, uint32_t capacity,

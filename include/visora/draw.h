@@ -20,7 +20,8 @@ VSR_BEGIN_DECLARATIONS
 
 /**
  * Draws a line. One of thickness 1 has a pixel for each step along its longer direction; a thicker one all pixels whose
- * distance from the segment is at most half the thickness, so that its ends are round.
+ * distance from the segment is at most half the thickness, so that its ends are round. Takes the time of its pixels
+ * inside the image and of the rows that it crosses there; no scratch memory.
  * @param antialias  not 0: the share of the color falls off over a pixel about that distance
  */
 VSR_API vsrStatus vsrDrawLineu8(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride,
@@ -47,7 +48,9 @@ VSR_API vsrStatus vsrFillPolygonu8(uint8_t* dst, uint32_t dstWidth, uint32_t dst
                                    const uint8_t* color);
 
 /**
- * Draws an ellipse, or an arc of it, as lines between points at most about a pixel apart.
+ * Draws an ellipse, or an arc of it, as lines between points at most about a pixel apart. There are eight for each
+ * pixel of the larger radius, whether they are inside the image or not, and 8 bytes of scratch memory for each unless
+ * the thickness is 1.
  * @param ellipse     finite numbers, its centre within +-16383, radii 0 to 16383
  * @param startAngle  degrees from axis A, not above endAngle; both finite. 360 or more is the whole ellipse
  * @param thickness   0 fills it, or the sector of the arc

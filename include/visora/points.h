@@ -18,7 +18,8 @@ VSR_BEGIN_DECLARATIONS
 
 /**
  * Convex hull (A. Andrew, 1979): the corners, without points on the edges between them, from the one with the least x
- * (of several the least y) counter-clockwise with y pointing up. Time is that of sorting the points.
+ * (of several the least y) counter-clockwise with y pointing up. Time is that of sorting the points;
+ * 24 bytes of scratch memory for each.
  * @param hull     room for numPoints points; this or `indices` may be null
  * @param indices  room for numPoints; the corners' numbers, the lowest of equal points
  * @param count    how many corners there are
@@ -28,13 +29,14 @@ VSR_API vsrStatus vsrConvexHullf32(const float* points, uint32_t numPoints, floa
 
 /**
  * The rectangle of least area about the points; one of its sides is on an edge of the hull. Angles are from 0 to below
- * 90 but for rounding. Time is in proportion to the square of the hull's corners.
+ * 90 but for rounding. Time is that of the hull and in proportion to the square of its corners.
  */
 VSR_API vsrStatus vsrMinAreaRectf32(const float* points, uint32_t numPoints, vsrRotatedBox* box);
 
 /**
  * The smallest circle about the points (E. Welzl, 1991), by incremental construction over the hull's corners in a fixed
- * random order: time is in proportion to their number for nearly all sets.
+ * random order: time is that of the hull and in proportion to the corners' number for nearly all sets, in that of their
+ * number to the third power at most.
  * @param circle  3 floats: centre and radius
  */
 VSR_API vsrStatus vsrMinEnclosingCirclef32(const float* points, uint32_t numPoints, float* circle);
@@ -65,7 +67,7 @@ VSR_API vsrStatus vsrPolygonContainsf32(const float* polygon, uint32_t numVertic
 /**
  * Drops the vertices of a chain that are within epsilon of the simpler one (D. Douglas and T. Peucker, 1973). A closed
  * chain is cut at the vertex farthest from vertex 0 and at that farthest from it; when those are equal it is that
- * vertex alone. Time is at most in proportion to the square of the vertices.
+ * vertex alone. Time is at most in proportion to the square of the vertices; up to 49 bytes of scratch memory for each.
  * @param epsilon  at least 0
  * @param dst      room for numPoints points; this or `indices` may be null
  * @param indices  room for numPoints; the numbers of what is left, ascending

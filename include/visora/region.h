@@ -76,8 +76,9 @@ typedef struct vsrContourLinks
  * "Topological structural analysis of digitized binary images by border following", 1985). Contours are listed in the
  * order in which a row-major scan meets them; contour i has lengths[i] points of `xy`, one contour after the other.
  * Outer borders run counter-clockwise on the screen, those of holes clockwise, through the pixels of the region. The
- * list ends before the first contour that does not fit whole. A pixel is passed at most four times, so that time and
- * scratch memory are linear: 9 bytes a pixel, and 4 for each point of the longest contour that `xy` could hold.
+ * list ends before the first contour that does not fit whole. A pixel is passed at most four times, in long contours
+ * once more, so that time is linear. Scratch memory: 1.25 bytes a pixel (1 for outer contours alone), 12 for each run of
+ * pixels in a row, of which there are at most half as many as pixels, and 64 KiB.
  * @param chain      VISORA_CHAIN_FULL or VISORA_CHAIN_CORNERS
  * @param lengths    maxContours numbers
  * @param links      maxContours records

@@ -261,6 +261,67 @@ TEST(Contours, AreThoseOfTheNumbersOfBorders)
     }
 }
 
+// A comb, whose one border passes all its pixels: those of the chain of corners with what is between them are the
+// chain.
+TEST(Contours, LongOnesAreListedWhole)
+{
+    constexpr uint32_t kSide = 201;
+    Mask comb(kSide, kSide);
+    for (int i = 0; i < static_cast<int>(kSide * kSide); ++i)
+    {
+        comb.pixels[static_cast<size_t>(i)] =
+            i < static_cast<int>(kSide) || i % static_cast<int>(kSide) % 2 == 0 ? 1 : 0;
+    }
+    std::vector<Point> chains[2];
+    for (const uint32_t chain : {VISORA_CHAIN_FULL, VISORA_CHAIN_CORNERS})
+    {
+        uint32_t length = 0;
+        vsrContourLinks links = {};
+        uint32_t contours = 0;
+        uint32_t points = 0;
+        const auto find = [&](std::vector<int32_t>& xy, uint32_t room)
+        {
+            return vsrFindContoursu8(comb.pixels.data(), kSide, kSide, 0, chain, &length, &links, 1, &contours,
+                                     xy.data(), room, &points);
+        };
+        std::vector<int32_t> xy(8 * kSide * kSide, -7);
+        ASSERT_EQ(0u, find(xy, 4 * kSide * kSide));
+        ASSERT_EQ(1u, contours);
+        ASSERT_EQ(length, points);
+        for (size_t i = 0; i < points; ++i)
+        {
+            chains[chain].emplace_back(xy[2 * i], xy[2 * i + 1]);
+        }
+        const std::vector<int32_t> found = xy;
+        std::fill(xy.begin(), xy.end(), -7);
+        ASSERT_EQ(0u, find(xy, length - 1));
+        EXPECT_EQ(0u, contours);
+        EXPECT_EQ(static_cast<ptrdiff_t>(xy.size()), std::count(xy.begin(), xy.end(), -7));
+        ASSERT_EQ(0u, find(xy, length));
+        EXPECT_EQ(found, xy);
+    }
+    const std::vector<Point>& full = chains[VISORA_CHAIN_FULL];
+    EXPECT_LT(30000u, full.size());
+    EXPECT_EQ(static_cast<size_t>(std::count(comb.pixels.begin(), comb.pixels.end(), 1)),
+              std::set<Point>(full.begin(), full.end()).size());
+    const std::vector<Point>& corners = chains[VISORA_CHAIN_CORNERS];
+    std::vector<Point> between;
+    for (size_t i = 0; i < corners.size(); ++i)
+    {
+        Point at = corners[i];
+        const Point next = corners[(i + 1) % corners.size()];
+        const auto towards = [](int from, int to) { return from + (to > from ? 1 : 0) - (to < from ? 1 : 0); };
+        do
+        {
+            between.push_back(at);
+            at = {towards(at.first, next.first), towards(at.second, next.second)};
+        } while (at != next);
+    }
+    // The chain of all points may begin within a side.
+    std::rotate(between.begin(), std::find(between.begin(), between.end(), full[0]), between.end());
+    EXPECT_EQ(full, between);
+}
+
 TEST(Contours, HaveTheMeasuresOfTheirPolygons)
 {
     // A square of 10 by 4, clockwise on the screen, with a point twice.

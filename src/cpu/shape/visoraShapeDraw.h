@@ -149,6 +149,8 @@ class Canvas
         }
     }
 
+    Span rows() const { return {0, int64_t{height} - 1}; }
+
     uint8_t* pixel(int64_t x, int64_t y) const
     {
         return dst + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * channels;
@@ -226,28 +228,35 @@ inline void drawThinLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b)
         return Walker{isFlat ? canvas.pixel(a.x + k, a.y + sign * whole) : canvas.pixel(a.x + whole, a.y + sign * k),
                       numerator - whole * 2 * longer};
     };
-    const auto step = [=](Walker& walker)
-    {
-        walker.rest += 2 * shorter;
-        const bool isAside = walker.rest >= 2 * longer;
-        walker.rest -= isAside ? 2 * longer : 0;
-        walker.to += forward + (isAside ? sideways : 0);
-    };
-    // Both halves at once: each step waits for the one before.
     const int64_t half = (steps.last - steps.first + 1) / 2;
-    Walker first = walkerAt(steps.first);
-    Walker second = walkerAt(steps.first + half);
+    const bool isOdd = steps.first + 2 * half == steps.last;
+    const Walker starts[2] = {walkerAt(steps.first), walkerAt(steps.first + half)};
     canvas.withPixels(
         [&](auto put)
         {
-            for (int64_t k = 0; k < half; ++k)
+            // All in locals, which no pixel that is put can change. Both halves at once: each step waits for the one
+            // before.
+            Walker first = starts[0];
+            Walker second = starts[1];
+            const int64_t rise = 2 * shorter;
+            const int64_t run = 2 * longer;
+            const ptrdiff_t straight = forward;
+            const ptrdiff_t slanted = forward + sideways;
+            const auto step = [=](Walker& walker)
+            {
+                const int64_t rest = walker.rest + rise;
+                const bool isAside = rest >= run;
+                walker.rest = isAside ? rest - run : rest;
+                walker.to += isAside ? slanted : straight;
+            };
+            for (int64_t left = half; left > 0; --left)
             {
                 put(first.to);
                 put(second.to);
                 step(first);
                 step(second);
             }
-            if (steps.first + 2 * half == steps.last)
+            if (isOdd)
             {
                 put(second.to);
             }
@@ -264,12 +273,11 @@ class ThickLine
     {
     }
 
-    /** body(y, pixels, those between the ends) for its rows of an image. */
+    /** body(y, pixels, those between the ends) for its rows among some. */
     template <class Body>
-    void forRows(uint32_t height, Body body) const
+    void forRows(const Span& some, Body body) const
     {
-        const Span rows = Span{std::min(a_.y, b_.y) - thickness_ / 2, std::max(a_.y, b_.y) + thickness_ / 2} &
-                          Span{0, int64_t{height} - 1};
+        const Span rows = Span{std::min(a_.y, b_.y) - thickness_ / 2, std::max(a_.y, b_.y) + thickness_ / 2} & some;
         if (rows.isEmpty())
         {
             return;
@@ -352,7 +360,7 @@ class ThickLine
 inline void drawThickLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness)
 {
     ThickLine(a, b, thickness)
-        .forRows(canvas.height, [&](int64_t y, const Span& span, const Span& /*between*/) { canvas.fill(y, span); });
+        .forRows(canvas.rows(), [&](int64_t y, const Span& span, const Span& /*between*/) { canvas.fill(y, span); });
 }
 
 /** The share of the color, of 256, at pixels near a segment. */
@@ -414,7 +422,7 @@ inline void drawSmoothLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, u
     const LineShare share(a, b, thickness);
     // A share of 0 changes nothing.
     nearSmoothLine(a, b, thickness)
-        .forRows(canvas.height,
+        .forRows(canvas.rows(),
                  [&](int64_t y, Span span, const Span& /*between*/)
                  {
                      span = span & Span{0, int64_t{canvas.width} - 1};

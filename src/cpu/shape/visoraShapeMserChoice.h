@@ -56,7 +56,7 @@ struct MserList
 struct MserRoom
 {
     uint32_t* grown;      // nodes: size of the component `delta` above the first level
-    uint32_t* starts;     // nodes: where their pixels begin among the ordered ones
+    uint32_t* starts;     // nodes: that a level before; then where their pixels begin among the ordered ones
     uint32_t* cursors;    // nodes
     uint32_t* nodes;      // nodes: lists of them
     uint8_t* states;      // nodes
@@ -130,24 +130,30 @@ class MserChoice
         kStored
     };
 
-    /** The size of the component that holds a node at a level. */
-    uint32_t sizeAt(uint32_t node, uint32_t level) const
+    /** Sizes of the components that hold each node `delta` above its first level, and one level before that. */
+    void grow()
     {
-        for (uint32_t up = tree_.parent[node]; up != MserTree::kNone && tree_.level[up] <= level; up = tree_.parent[up])
+        // In locals, which no number that is stored can change.
+        const MserTree tree = tree_;
+        uint32_t* const grown = room_.grown;
+        uint32_t* const before = room_.starts;
+        const uint32_t delta = parameters_.delta;
+        for (uint32_t node = 0; node < tree.count; ++node)
         {
-            node = up;
+            const uint32_t level = tree.level[node] + delta;
+            uint32_t last = node;
+            uint32_t up = tree.parent[node];
+            for (; up != MserTree::kNone && tree.level[up] < level; up = tree.parent[up])
+            {
+                last = up;
+            }
+            const bool isOneMore = up != MserTree::kNone && tree.level[up] == level;
+            before[node] = tree.area[last];
+            grown[node] = tree.area[isOneMore ? up : last];
         }
-        return tree_.area[node];
     }
 
     Growth firstGrowth(uint32_t node) const { return {room_.grown[node] - tree_.area[node], tree_.area[node]}; }
-
-    /** At the last level before it becomes part of another one. */
-    Growth lastGrowth(uint32_t node) const
-    {
-        const uint32_t last = tree_.level[tree_.parent[node]] - 1u;
-        return {sizeAt(node, last + parameters_.delta) - tree_.area[node], tree_.area[node]};
-    }
 
     float variation(uint32_t node) const
     {
@@ -156,33 +162,41 @@ class MserChoice
 
     void markStable()
     {
-        for (uint32_t node = 0; node < tree_.count; ++node)
+        grow();
+        const MserTree tree = tree_;
+        const uint32_t* const grown = room_.grown;
+        const uint32_t* const before = room_.starts;
+        uint8_t* const states = room_.states;
+        for (uint32_t node = 0; node < tree.count; ++node)
         {
-            const bool isAlias = tree_.isAlias(node);
-            room_.states[node] = isAlias ? kUnstable : kStable;
-            room_.grown[node] = isAlias ? 0 : sizeAt(node, tree_.level[node] + parameters_.delta);
+            states[node] = tree.isAlias(node) ? kUnstable : kStable;
         }
-        for (uint32_t node = 0; node < tree_.count; ++node)
+        for (uint32_t node = 0; node < tree.count; ++node)
         {
-            const uint32_t parent = tree_.parent[node];
+            const uint32_t parent = tree.parent[node];
             if (parent == MserTree::kNone)
             {
-                room_.states[node] = kUnstable;
+                states[node] = kUnstable;
                 continue;
             }
-            if (tree_.isAlias(node))
+            if (tree.isAlias(node))
             {
                 continue;
             }
-            const Growth first = firstGrowth(node);
-            const Growth last = lastGrowth(node);
-            if (!(firstGrowth(parent) < last))
+            const auto growth = [&](uint32_t of, const uint32_t* size) {
+                return Growth{size[of] - tree.area[of], tree.area[of]};
+            };
+            // At the first level, and at the last one before it becomes part of its parent.
+            const Growth first = growth(node, grown);
+            const Growth last = {before[parent] - tree.area[node], tree.area[node]};
+            const Growth next = growth(parent, grown);
+            if (!(next < last))
             {
-                room_.states[parent] = kUnstable;
+                states[parent] = kUnstable;
             }
-            if (!(first < last) && firstGrowth(parent) < first)
+            if (!(first < last) && next < first)
             {
-                room_.states[node] = kUnstable;
+                states[node] = kUnstable;
             }
         }
     }
@@ -243,12 +257,16 @@ class MserChoice
     /** Orders all pixels so that those of each region follow one another. */
     void orderPixels(uint32_t listed)
     {
+        const MserTree tree = tree_;
+        uint32_t* const cursors = room_.cursors;
+        uint32_t* const starts = room_.starts;
+        PackedPoint* const points = room_.points;
         // Nodes from the top down, behind those that are listed.
         uint32_t* const order = room_.nodes + listed;
         std::array<uint32_t, kLevels> ends{};
-        for (uint32_t node = 0; node < tree_.count; ++node)
+        for (uint32_t node = 0; node < tree.count; ++node)
         {
-            ++ends[255 - tree_.level[node]];
+            ++ends[255 - tree.level[node]];
         }
         uint32_t begin = 0;
         for (uint32_t& end : ends)
@@ -257,41 +275,43 @@ class MserChoice
             end = begin;
             begin += length;
         }
-        for (uint32_t node = 0; node < tree_.count; ++node)
+        for (uint32_t node = 0; node < tree.count; ++node)
         {
-            order[ends[255 - tree_.level[node]]++] = node;
+            order[ends[255 - tree.level[node]]++] = node;
         }
-        // A node's own pixels come first, so that each node with pixels begins at a place of its own.
-        std::fill_n(room_.cursors, tree_.count, 0u);
-        for (uint32_t y = 0; y < tree_.height; ++y)
+        // A node's own pixels, which its parts do not have, come first, so that each node with pixels begins at a place
+        // of its own.
+        std::copy_n(tree.area, tree.count, cursors);
+        for (uint32_t node = 0; node < tree.count; ++node)
         {
-            for (uint32_t x = 0; x < tree_.width; ++x)
+            if (tree.parent[node] != MserTree::kNone && !tree.isAlias(node))
             {
-                ++room_.cursors[tree_.nodeOf[tree_.pixelAt(x, y)]];
+                cursors[tree.parent[node]] -= tree.area[node];
             }
         }
-        for (uint32_t i = 0; i < tree_.count; ++i)
+        for (uint32_t i = 0; i < tree.count; ++i)
         {
             const uint32_t node = order[i];
-            const uint32_t parent = tree_.parent[node];
-            if (tree_.isAlias(node))
+            const uint32_t parent = tree.parent[node];
+            if (tree.isAlias(node))
             {
                 continue;
             }
-            room_.starts[node] = 0;
+            starts[node] = 0;
             if (parent != MserTree::kNone)
             {
-                room_.starts[node] = room_.cursors[parent];
-                room_.cursors[parent] += tree_.area[node];
+                starts[node] = cursors[parent];
+                cursors[parent] += tree.area[node];
             }
-            room_.cursors[node] += room_.starts[node];
+            cursors[node] += starts[node];
         }
-        std::copy(room_.starts, room_.starts + tree_.count, room_.cursors);
-        for (uint32_t y = 0; y < tree_.height; ++y)
+        std::copy(starts, starts + tree.count, cursors);
+        for (uint32_t y = 0; y < tree.height; ++y)
         {
-            for (uint32_t x = 0; x < tree_.width; ++x)
+            const uint32_t* const nodes = tree.nodeOf + tree.pixelAt(0, y);
+            for (uint32_t x = 0; x < tree.width; ++x)
             {
-                room_.points[room_.cursors[tree_.nodeOf[tree_.pixelAt(x, y)]]++] = packPoint(x, y);
+                points[cursors[nodes[x]]++] = packPoint(x, y);
             }
         }
     }
@@ -318,12 +338,15 @@ class MserChoice
         // Where a region fills its box its pixels are soon found in order; else they are sorted.
         if (uint64_t{right - left + 1} * (bottom - top + 1) / 8 <= tree_.area[node])
         {
+            const uint32_t* const starts = room_.starts;
+            const uint32_t start = starts[node];
+            const uint32_t area = tree_.area[node];
             for (uint32_t y = top; y <= bottom; ++y)
             {
+                const uint32_t* const nodes = tree_.nodeOf + tree_.pixelAt(0, y);
                 for (uint32_t x = left; x <= right; ++x)
                 {
-                    const uint32_t at = room_.starts[tree_.nodeOf[tree_.pixelAt(x, y)]];
-                    if (at - room_.starts[node] < tree_.area[node])
+                    if (starts[nodes[x]] - start < area)
                     {
                         *out++ = x;
                         *out++ = y;

@@ -67,96 +67,98 @@ class MserFlood
     /** `flip` is 255 for the regions of the negative. */
     void run(const uint8_t* src, size_t srcStride, uint8_t flip)
     {
-        set(src, srcStride, flip);
-        const auto stride = static_cast<ptrdiff_t>(tree_.stride);
-        uint16_t* pixel = states_ + tree_.pixelAt(0, 0);
-        uint32_t level = *pixel;
+        Shore shore(shore_, set(src, srcStride, flip), flip);
+        // All in locals, which no store through a pointer can change.
+        uint16_t* const states = states_;
+        const MserTree tree = tree_;
+        const auto stride = static_cast<uint32_t>(tree.stride);
+        uint32_t count = 0;
+        std::array<Basin, kLevels> around;  // those that the basin lies in
+        uint32_t depth = 0;
+        const auto begun = [&](uint32_t level)
+        {
+            tree.level[count] = static_cast<uint8_t>(level);
+            return Basin{count++, level, 0, MserTree::kNone};
+        };
+        const auto end = [&](const Basin& basin, uint32_t parent)
+        {
+            tree.area[basin.node] = basin.area;
+            tree.first[basin.node] = basin.first;
+            tree.parent[basin.node] = parent;
+        };
+        auto pixel = static_cast<uint32_t>(tree.pixelAt(0, 0));
+        uint32_t level = states[pixel];
         uint32_t edge = 0;
-        *pixel |= kSeen;
+        states[pixel] |= kSeen;
         Basin basin = begun(level);
         // Whether the water goes on at a neighbour, which is lower; the rest of this pixel's edges come later.
-        const auto goesDown = [&](uint16_t* next, uint32_t nextEdge)
+        const auto goesDown = [&](uint32_t next, uint32_t nextEdge) __attribute__((always_inline))
         {
-            const uint32_t nextLevel = *next;
+            const uint32_t nextLevel = states[next];
             if (nextLevel >= kSeen)
             {
                 return false;
             }
-            *next = static_cast<uint16_t>(nextLevel | kSeen);
+            states[next] = static_cast<uint16_t>(nextLevel | kSeen);
             if (nextLevel >= level)
             {
-                push(nextLevel, next, 0);
+                shore.push(nextLevel, next, 0);
                 return false;
             }
-            push(level, pixel, nextEdge);
-            basins_[depth_++] = basin;
+            shore.push(level, pixel, nextEdge);
+            around[depth++] = basin;
             basin = begun(nextLevel);
             pixel = next;
             level = nextLevel;
-            edge = 0;
             return true;
         };
         for (;;)
         {
-            switch (edge)
+            bool isDown = false;
+            if (edge == 0)
             {
-                case 0:
-                    if (goesDown(pixel + 1, 1))
-                    {
-                        continue;
-                    }
-                    [[fallthrough]];
-                case 1:
-                    if (goesDown(pixel + stride, 2))
-                    {
-                        continue;
-                    }
-                    [[fallthrough]];
-                case 2:
-                    if (goesDown(pixel - 1, 3))
-                    {
-                        continue;
-                    }
-                    [[fallthrough]];
-                case 3:
-                    if (goesDown(pixel - stride, 4))
-                    {
-                        continue;
-                    }
-                    [[fallthrough]];
-                default:
-                    break;
+                isDown = goesDown(pixel + 1, 1) || goesDown(pixel + stride, 2) || goesDown(pixel - 1, 3) ||
+                         goesDown(pixel - stride, 4);
             }
-            const auto place = static_cast<uint32_t>(pixel - states_);
-            tree_.nodeOf[place] = basin.node;
+            else
+            {
+                const uint32_t steps[] = {1, stride, 0u - 1, 0u - stride};
+                for (uint32_t i = edge; i < std::size(steps) && !isDown; ++i)
+                {
+                    isDown = goesDown(pixel + steps[i], i + 1);
+                }
+            }
+            if (isDown)
+            {
+                edge = 0;
+                continue;
+            }
+            tree.nodeOf[pixel] = basin.node;
             ++basin.area;
-            basin.first = std::min(basin.first, place);
-            const uint32_t next = lowestFrom(level);
+            basin.first = std::min(basin.first, pixel);
+            const uint32_t next = shore.lowestFrom(level);
             if (next == kLevels)
             {
                 end(basin, MserTree::kNone);
-                return;
+                break;
             }
-            if (next != level)
+            // A basin that is full becomes part of what surrounds it there.
+            while (basin.level < next)
             {
-                level = next;
-                rise(basin, level);
+                Basin larger = depth > 0 && around[depth - 1].level <= next ? around[--depth] : begun(next);
+                end(basin, larger.node);
+                larger.area += basin.area;
+                larger.first = std::min(larger.first, basin.first);
+                basin = larger;
             }
-            const uint32_t entry = shore_[--stacks_[level].end];
-            pixel = states_ + (entry >> kEdgeBits);
-            edge = entry & ((1u << kEdgeBits) - 1);
+            level = next;
+            shore.pop(level, pixel, edge);
         }
+        tree_.count = count;
     }
 
   private:
-    static constexpr uint32_t kEdgeBits = 3;
     static constexpr uint16_t kSeen = kLevels;  // beside the level
-
-    struct Stack
-    {
-        uint32_t begin;
-        uint32_t end;
-    };
 
     struct Basin
     {
@@ -166,7 +168,73 @@ class MserFlood
         uint32_t first;
     };
 
-    void set(const uint8_t* src, size_t srcStride, uint8_t flip)
+    /** A stack of pixels for each level. */
+    class Shore
+    {
+      public:
+        /** histogram[level ^ flip] pixels have a level. */
+        Shore(uint32_t* entries, const std::array<uint32_t, kLevels>& histogram, uint32_t flip) : entries_(entries)
+        {
+            uint32_t begin = 0;
+            for (uint32_t level = 0; level < kLevels; ++level)
+            {
+                stacks_[level] = {begin, begin};
+                begin += histogram[level ^ flip];
+            }
+        }
+
+        void push(uint32_t level, uint32_t pixel, uint32_t edge)
+        {
+            Stack& stack = stacks_[level];
+            if (stack.end == stack.begin)
+            {
+                filled_[level / 64] |= uint64_t{1} << level % 64;
+            }
+            entries_[stack.end++] = pixel << kEdgeBits | edge;
+        }
+
+        void pop(uint32_t level, uint32_t& pixel, uint32_t& edge)
+        {
+            const uint32_t entry = entries_[--stacks_[level].end];
+            pixel = entry >> kEdgeBits;
+            edge = entry & ((1u << kEdgeBits) - 1);
+        }
+
+        /** The lowest level that has pixels, kLevels if there is none; `level` is not above it. */
+        uint32_t lowestFrom(uint32_t level)
+        {
+            if (stacks_[level].end != stacks_[level].begin)
+            {
+                return level;
+            }
+            uint32_t word = level / 64;
+            filled_[word] &= ~(uint64_t{1} << level % 64);
+            while (filled_[word] == 0)
+            {
+                if (++word == filled_.size())
+                {
+                    return kLevels;
+                }
+            }
+            return word * 64 + static_cast<uint32_t>(std::countr_zero(filled_[word]));
+        }
+
+      private:
+        struct Stack
+        {
+            uint32_t begin;
+            uint32_t end;
+        };
+
+        static constexpr uint32_t kEdgeBits = 3;
+
+        uint32_t* entries_;
+        std::array<Stack, kLevels> stacks_;
+        std::array<uint64_t, kLevels / 64> filled_{};  // also of the level that has just become empty
+    };
+
+    /** Returns how many pixels of the image have each value. */
+    std::array<uint32_t, kLevels> set(const uint8_t* src, size_t srcStride, uint8_t flip)
     {
         std::array<uint32_t, kLevels> histogram{};
         std::fill_n(states_, tree_.stride * (size_t{tree_.height} + 2), kSeen);
@@ -177,77 +245,12 @@ class MserFlood
                            [=](uint8_t v) { return static_cast<uint16_t>(v ^ flip); });
             std::for_each(from, from + tree_.width, [&](uint8_t v) { ++histogram[v]; });
         }
-        uint32_t begin = 0;
-        for (uint32_t level = 0; level < kLevels; ++level)
-        {
-            stacks_[level] = {begin, begin};
-            begin += histogram[level ^ flip];
-        }
-        filled_.fill(0);
-        depth_ = 0;
-        tree_.count = 0;
-    }
-
-    void push(uint32_t level, const uint16_t* pixel, uint32_t edge)
-    {
-        shore_[stacks_[level].end++] = static_cast<uint32_t>(pixel - states_) << kEdgeBits | edge;
-        filled_[level / 64] |= uint64_t{1} << level % 64;
-    }
-
-    /** The lowest level of which there is a shore, kLevels if there is none; `level` is not above it. */
-    uint32_t lowestFrom(uint32_t level)
-    {
-        if (stacks_[level].end != stacks_[level].begin)
-        {
-            return level;
-        }
-        uint32_t word = level / 64;
-        filled_[word] &= ~(uint64_t{1} << level % 64);
-        while (filled_[word] == 0)
-        {
-            if (++word == filled_.size())
-            {
-                return kLevels;
-            }
-        }
-        return word * 64 + static_cast<uint32_t>(std::countr_zero(filled_[word]));
-    }
-
-    /** A new basin. */
-    Basin begun(uint32_t level)
-    {
-        tree_.level[tree_.count] = static_cast<uint8_t>(level);
-        return {tree_.count++, level, 0, MserTree::kNone};
-    }
-
-    void end(const Basin& basin, uint32_t parent)
-    {
-        tree_.area[basin.node] = basin.area;
-        tree_.first[basin.node] = basin.first;
-        tree_.parent[basin.node] = parent;
-    }
-
-    /** The basin is full up to `level`: it becomes part of what surrounds it there. */
-    void rise(Basin& basin, uint32_t level)
-    {
-        while (basin.level < level)
-        {
-            const bool isOneAround = depth_ > 0 && basins_[depth_ - 1].level <= level;
-            Basin around = isOneAround ? basins_[--depth_] : begun(level);
-            end(basin, around.node);
-            around.area += basin.area;
-            around.first = std::min(around.first, basin.first);
-            basin = around;
-        }
+        return histogram;
     }
 
     MserTree& tree_;
     uint16_t* states_;
     uint32_t* shore_;
-    std::array<Stack, kLevels> stacks_{};
-    std::array<uint64_t, kLevels / 64> filled_{};
-    std::array<Basin, kLevels> basins_{};  // those that the present one lies in
-    uint32_t depth_ = 0;
 };
 
 // ---- Colour images ----

@@ -87,7 +87,7 @@ class ViewRows
 
 HWY_INLINE CostVector differences(const uint8_t* left, const uint8_t* right)
 {
-    const Costs d;
+    [[maybe_unused]] const Costs d;
     const hn::Rebind<uint8_t, Costs> d8;
     const auto a = hn::Set(d8, *left);
     const auto b = hn::LoadU(d8, right);

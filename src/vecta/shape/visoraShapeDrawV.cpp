@@ -23,9 +23,10 @@ namespace HWY_NAMESPACE
 class TurnedPoints
 {
   public:
-    static constexpr uint32_t kBlock = 64;
+    static constexpr uint32_t kBlock = 128;
 
-    explicit TurnedPoints(const EllipsePoints& points) : points_(points), at_(sineAndCosine(points.angle(0)))
+    explicit TurnedPoints(const EllipsePoints& points)
+        : points_(points), left_(points.count()), at_(sineAndCosine(points.angle(0)))
     {
         // Angles from the first point of a block on, each half from the other.
         sine_[0] = 0;
@@ -51,10 +52,11 @@ class TurnedPoints
         return std::max(std::abs(points.angle(0)), std::abs(points.angle(points.count()))) <= kLargestAngle;
     }
 
-    uint32_t count() const { return std::min(kBlock, points_.count() - first_); }
-    bool isAtEnd() const { return first_ >= points_.count(); }
+    uint32_t count() const { return std::min(kBlock, left_); }
+    bool isAtEnd() const { return left_ == 0; }
     void next()
     {
+        left_ -= count();
         first_ += kBlock;
         at_ = turned(at_, byBlock_);
     }
@@ -99,7 +101,8 @@ class TurnedPoints
         auto least = hn::Set(dHalf, uint16_t{0xffff});
         auto greatestX = hn::Zero(dHalf);
         auto greatestY = hn::Zero(dHalf);
-        for (uint32_t k = 0; k < count(); k += 2 * kLanes)
+        const uint32_t count = this->count();
+        for (uint32_t k = 0; k < count; k += 2 * kLanes)
         {
             const auto moved = [&](auto from, auto byCosine, auto bySine) HWY_ATTR
             {
@@ -136,24 +139,58 @@ class TurnedPoints
         return !isAny(hn::Or(beyond(greatestX, width), beyond(greatestY, height)), 0xffff0000);
     }
 
-    /** Draws points of a block, all inside the image, which has less than 2^32 bytes. */
+    /** Draws what is inside of an image of less than 2^32 bytes. */
+    template <bool isAllInside>
     void draw(const Canvas& canvas)
     {
         const hn::Repartition<uint32_t, Doubles> dWord;
+        const hn::Repartition<int32_t, Doubles> dSigned;
         const auto stride = hn::Set(dWord, static_cast<uint32_t>(canvas.stride));
         const auto channels = hn::Set(dWord, canvas.channels);
-        for (uint32_t k = 0; k < count(); k += 2 * kLanes)
+        const uint32_t count = this->count();
+        for (uint32_t k = 0; k < count; k += 2 * kLanes)
         {
-            const auto row = hn::Mul(hn::ShiftRight<kFractionBits>(hn::Load(dWord, y_ + k)), stride);
-            const auto pixel = hn::Mul(hn::ShiftRight<kFractionBits>(hn::Load(dWord, x_ + k)), channels);
-            hn::Store(hn::Add(row, pixel), dWord, offsets_ + k);
+            const auto x = hn::ShiftRight<kFractionBits>(hn::Load(dWord, x_ + k));
+            const auto y = hn::ShiftRight<kFractionBits>(hn::Load(dWord, y_ + k));
+            auto offsets = hn::Add(hn::Mul(y, stride), hn::Mul(x, channels));
+            if constexpr (!isAllInside)
+            {
+                // What is negative is above all coordinates.
+                const auto isBeyond = [&](auto v, uint32_t size) HWY_ATTR
+                {
+                    const auto last = static_cast<int32_t>(std::min(size, 0x8000u)) - 1;
+                    return hn::VecFromMask(dSigned, hn::Gt(hn::BitCast(dSigned, v), hn::Set(dSigned, last)));
+                };
+                const auto isOut = hn::Or(isBeyond(x, canvas.width), isBeyond(y, canvas.height));
+                offsets = hn::Or(offsets, hn::BitCast(dWord, isOut));
+            }
+            hn::Store(offsets, dWord, offsets_ + k);
         }
         canvas.withPixels(
-            [this, count = count(), to = canvas.dst](auto put)
+            [list = offsets_, size = count, image = canvas.dst](auto put)
             {
-                for (uint32_t k = 0; k < count; ++k)
+                // What a stored pixel cannot change.
+                const uint32_t* const offsets = list;
+                const uint32_t count = size;
+                uint8_t* const to = image;
+                const auto putAt = [=](uint32_t offset)
                 {
-                    put(to + offsets_[k]);
+                    if (isAllInside || offset != kNowhere)
+                    {
+                        put(to + offset);
+                    }
+                };
+                uint32_t k = 0;
+                for (; k + 1 < count; k += 2)
+                {
+                    const uint32_t first = offsets[k];
+                    const uint32_t second = offsets[k + 1];
+                    putAt(first);
+                    putAt(second);
+                }
+                if (k < count)
+                {
+                    putAt(offsets[k]);
                 }
             });
     }
@@ -163,6 +200,7 @@ class TurnedPoints
 
     static constexpr uint32_t kLanes = hn::MaxLanes(Doubles());
     static constexpr int kFractionBits = 16;
+    static constexpr uint32_t kNowhere = 0xffffffff;
     static constexpr uint16_t kNear = 2;  // rounding moves a point by one 65536th at most
 
     /** Works out by the rule which points may have been rounded to another pixel. */
@@ -187,6 +225,7 @@ class TurnedPoints
 
     const EllipsePoints& points_;
     uint32_t first_ = 0;
+    uint32_t left_;
     SineAndCosine at_;  // of the first point of the block
     SineAndCosine byBlock_;
     alignas(64) double sine_[kBlock];
@@ -234,13 +273,18 @@ vsrStatus ellipse(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t 
         {
             continue;
         }
-        if (block.workOut(dstWidth, dstHeight) && hasWordOffsets)
+        const bool isInside = block.workOut(dstWidth, dstHeight);
+        if (!hasWordOffsets)
         {
-            block.draw(canvas);
+            forPoints([&](int64_t x, int64_t y) { canvas.dot(x, y); });
+        }
+        else if (isInside)
+        {
+            block.draw<true>(canvas);
         }
         else
         {
-            forPoints([&](int64_t x, int64_t y) { canvas.dot(x, y); });
+            block.draw<false>(canvas);
         }
     }
     return VISORA_SUCCESS;
@@ -248,131 +292,186 @@ vsrStatus ellipse(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t 
 
 // ---- Smooth lines ----
 
-/** The pixels between the ends of a smooth line. */
-class SmoothStrip
+constexpr int64_t kSmoothPixels = 8;  // worked on at once
+
+/** Shares of pixels between the ends of a smooth line, for those that are less than that far from it. */
+struct SmoothShares
+{
+    SmoothShares(CanvasPoint a, CanvasPoint b, uint32_t thickness)
+        : ax(a.x),
+          ay(a.y),
+          ex(b.x - a.x),
+          ey(b.y - a.y),
+          // A share falls by this much with each whole number by which a pixel is further from the line.
+          perDistance(static_cast<float>(kOne * 256 / std::sqrt(static_cast<double>(ex * ex + ey * ey)))),
+          // The rule's distances have 24 bits, and these; of half the thickness and 1, in 65536ths of a 256th.
+          near(4 * thickness + 8),
+          onLine((static_cast<float>(thickness) * 0.5f + 0.5f) * (256 * kOne) + 0.5f * kOne + static_cast<float>(near))
+    {
+    }
+
+    /** Those of eight pixels; false where one is too near to where its rounding changes. */
+    HWY_INLINE bool at(int64_t x, int64_t y, hn::Vec<hn::FixedTag<uint16_t, 8>>& shares) const
+    {
+        const hn::FixedTag<float, 4> d;
+        const hn::FixedTag<int32_t, 4> dWord;
+        const hn::FixedTag<uint16_t, 8> dHalf;
+        // All of these are whole numbers of less than 24 bits.
+        const auto across = hn::Set(d, static_cast<float>(ex * (y - ay) - ey * (x - ax)));
+        const auto step = hn::Set(d, static_cast<float>(ey));
+        const auto four = [&](float first) HWY_ATTR
+        {
+            const auto moved = hn::Mul(hn::Iota(d, first), step);
+            const auto share =
+                hn::Sub(hn::Set(d, onLine), hn::Mul(hn::AbsDiff(across, moved), hn::Set(d, perDistance)));
+            const auto within = hn::Min(hn::Max(share, hn::Set(d, 0.5f * kOne)), hn::Set(d, 256.5f * kOne));
+            return hn::BitCast(dHalf, hn::ConvertTo(dWord, within));
+        };
+        const auto low = four(0);
+        const auto high = four(4);
+        const auto fraction = hn::ConcatEven(dHalf, high, low);
+        shares = hn::ConcatOdd(dHalf, high, low);
+        const auto nearly = hn::SaturatedSub(hn::Set(dHalf, static_cast<uint16_t>(2 * near)), fraction);
+        const hn::FixedTag<uint64_t, 2> dLong;
+        return hn::AllTrue(dLong, hn::Eq(hn::BitCast(dLong, nearly), hn::Zero(dLong)));
+    }
+
+    static constexpr int kOne = 65536;
+
+    int64_t ax, ay, ex, ey;
+    float perDistance;
+    uint32_t near;
+    float onLine;
+};
+
+/** Blends a color into the numbers of eight pixels. */
+class SmoothColors
 {
   public:
-    static constexpr int64_t kPixels = 8;
-
-    SmoothStrip(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness)
-        : canvas_(canvas), a_(a), ex_(b.x - a.x), ey_(b.y - a.y)
+    explicit SmoothColors(const Canvas& canvas)
     {
-        // A share falls by this much with each whole number by which a pixel is further from the line.
-        perDistance_ = static_cast<float>(kOne * 256 / std::sqrt(static_cast<double>(ex_ * ex_ + ey_ * ey_)));
-        // The rule's distances have 24 bits, and these of half the thickness and 1 in 65536ths of a 256th.
-        near_ = 4 * thickness + 8;
-        onLine_ =
-            (static_cast<float>(thickness) * 0.5f + 0.5f) * (256 * kOne) + 0.5f * kOne + static_cast<float>(near_);
-        for (size_t i = 0; i < kPixels; ++i)
+        for (uint32_t i = 0; i < kSmoothPixels * canvas.channels; ++i)
         {
-            steps_[i] = static_cast<float>(ey_) * static_cast<float>(i);
-        }
-        for (size_t i = 0; i < kPixels * canvas.channels; ++i)
-        {
-            const size_t share = i / canvas.channels;
+            const uint32_t share = i / canvas.channels;
             shareOf_[2 * i] = static_cast<uint8_t>(2 * share);
             shareOf_[2 * i + 1] = static_cast<uint8_t>(2 * share + 1);
             colors_[i] = canvas.color[i % canvas.channels];
         }
     }
 
-    /**
-     * Blends the first `count` of kPixels pixels, which are inside the image; more may be blended that are between the
-     * ends, as the first `between` are. False, with nothing done, where a share is too near to where its rounding
-     * changes.
-     */
-    HWY_INLINE bool blend(int64_t x, int64_t y, int64_t count, int64_t between) const
+    /** At least the first `numbers`. */
+    HWY_INLINE void blend(uint8_t* to, hn::Vec<hn::FixedTag<uint16_t, 8>> shares, size_t numbers) const
     {
-        const hn::FixedTag<float, 4> d;
-        const hn::FixedTag<int32_t, 4> dWord;
         const hn::FixedTag<uint16_t, 8> dHalf;
         const hn::FixedTag<uint8_t, 8> dBytes;
         const hn::FixedTag<uint8_t, 16> dIndices;
-        // All of these are whole numbers of less than 24 bits.
-        const auto across = hn::Set(d, static_cast<float>(ex_ * (y - a_.y) - ey_ * (x - a_.x)));
-        const auto sharesAt = [&](size_t i) HWY_ATTR
-        {
-            const auto fall = hn::Mul(hn::AbsDiff(across, hn::Load(d, steps_ + i)), hn::Set(d, perDistance_));
-            const auto share = hn::Sub(hn::Set(d, onLine_), fall);
-            const auto within = hn::Min(hn::Max(share, hn::Set(d, 0.5f * kOne)), hn::Set(d, 256.5f * kOne));
-            return hn::BitCast(dHalf, hn::ConvertTo(dWord, within));
-        };
-        const auto low = sharesAt(0);
-        const auto high = sharesAt(4);
-        const auto fraction = hn::ConcatEven(dHalf, high, low);
-        const auto nearly = hn::SaturatedSub(hn::Set(dHalf, static_cast<uint16_t>(2 * near_)), fraction);
-        if (!hn::AllTrue(dHalf, hn::Eq(nearly, hn::Zero(dHalf))))
-        {
-            return false;
-        }
-        auto shares = hn::ConcatOdd(dHalf, high, low);
-        if (between < kPixels)
-        {
-            shares = hn::IfThenElseZero(hn::FirstN(dHalf, static_cast<size_t>(between)), shares);
-        }
-        uint8_t* to = canvas_.pixel(x, y);
-        const size_t numbers = static_cast<size_t>(count) * canvas_.channels;
         for (size_t i = 0; i < numbers; i += 8)
         {
             const auto share = hn::TableLookupBytes(shares, hn::BitCast(dHalf, hn::Load(dIndices, shareOf_ + 2 * i)));
             const auto before = hn::PromoteTo(dHalf, hn::LoadU(dBytes, to + i));
             const auto change = hn::Mul(hn::Sub(hn::Load(dHalf, colors_ + i), before), share);
-            const auto sum = hn::Add(hn::Add(hn::ShiftLeft<8>(before), hn::Set(dHalf, uint16_t{128})), change);
-            hn::StoreU(hn::DemoteTo(dBytes, hn::BitCast(hn::FixedTag<int16_t, 8>(), hn::ShiftRight<8>(sum))), dBytes,
-                       to + i);
+            const auto sum = hn::Add(hn::ShiftLeft<8>(before), change);
+            hn::StoreU(rounded(sum), dBytes, to + i);
         }
-        return true;
     }
 
   private:
-    static constexpr int kOne = 65536;
+    // 256ths.
+    HWY_INLINE static hn::Vec<hn::FixedTag<uint8_t, 8>> rounded(hn::Vec<hn::FixedTag<uint16_t, 8>> v)
+    {
+        const hn::FixedTag<uint8_t, 8> dBytes;
+#if HWY_ARCH_ARM
+        return hn::Vec<decltype(dBytes)>(vrshrn_n_u16(v.raw, 8));
+#else
+        const hn::FixedTag<uint16_t, 8> dHalf;
+        const auto whole = hn::ShiftRight<8>(hn::Add(v, hn::Set(dHalf, uint16_t{128})));
+        return hn::DemoteTo(dBytes, hn::BitCast(hn::FixedTag<int16_t, 8>(), whole));
+#endif
+    }
 
-    const Canvas& canvas_;
-    CanvasPoint a_;
-    int64_t ex_;
-    int64_t ey_;
-    float perDistance_;
-    float onLine_;
-    uint32_t near_;
-    alignas(16) float steps_[kPixels];
-    alignas(16) uint8_t shareOf_[2 * 4 * kPixels];
-    alignas(16) uint16_t colors_[4 * kPixels];
+    alignas(16) uint8_t shareOf_[2 * 4 * kSmoothPixels];
+    alignas(16) uint16_t colors_[4 * kSmoothPixels];
 };
+
+/** The rows of a smooth line that its ends are far from: whatever is near the line there is between them. */
+template <class BlendOneByOne>
+HWY_INLINE void blendInnerRows(const Canvas& canvas, const Span& rows, SmoothShares shares, const SmoothColors& colors,
+                               double halfThickness, BlendOneByOne blendOneByOne)
+{
+    const double slope = static_cast<double>(shares.ex) / static_cast<double>(shares.ey);
+    const double half = halfThickness * std::sqrt(1 + slope * slope);
+    const auto origin = static_cast<double>(shares.ax);
+    const int64_t width = canvas.width;
+    const size_t channels = canvas.channels;
+    for (int64_t y = rows.first; y <= rows.last; ++y)
+    {
+        const double centre = origin + static_cast<double>(y - shares.ay) * slope;
+        const int64_t last = std::min(width - 1, static_cast<int64_t>(std::floor(centre + half)));
+        for (int64_t x = std::max<int64_t>(0, static_cast<int64_t>(std::ceil(centre - half))); x <= last;
+             x += kSmoothPixels)
+        {
+            const int64_t count = std::min(kSmoothPixels, last - x + 1);
+            hn::Vec<hn::FixedTag<uint16_t, 8>> eight;
+            if (x + kSmoothPixels <= width && shares.at(x, y, eight))
+            {
+                colors.blend(canvas.pixel(x, y), eight, static_cast<size_t>(count) * channels);
+            }
+            else
+            {
+                blendOneByOne(y, x, x + count);
+            }
+        }
+    }
+}
 
 void smoothLine(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness)
 {
     const LineShare share(a, b, thickness);
-    const SmoothStrip strip(canvas, a, b, thickness);
-    const int64_t width = canvas.width;
-    constexpr int64_t kPixels = SmoothStrip::kPixels;
-    const auto drawRow = [&](int64_t y, const Span& near, const Span& between) HWY_ATTR
+    const SmoothShares shares(a, b, thickness);
+    const SmoothColors colors(canvas);
+    const auto blendOneByOne = [&](int64_t y, int64_t x, int64_t end)
     {
-        const Span row = near & Span{0, width - 1};
-        const auto blendOne = [&](int64_t x) { canvas.blend(x, y, share.at(x, y)); };
-        int64_t x = row.first;
-        for (; x <= row.last && x < between.first; ++x)
+        for (; x < end; ++x)
         {
-            blendOne(x);
-        }
-        const int64_t last = std::max(std::min(row.last, between.last), x - 1);
-        for (; x <= last && x + kPixels <= width; x += kPixels)
-        {
-            const int64_t count = std::min(kPixels, last - x + 1);
-            if (!strip.blend(x, y, count, between.last - x + 1))
-            {
-                for (int64_t i = 0; i < count; ++i)
-                {
-                    blendOne(x + i);
-                }
-            }
-        }
-        // Whole blocks reach beyond the last one between the ends, where they blend nothing.
-        for (x = std::min(x, last + 1); x <= row.last; ++x)
-        {
-            blendOne(x);
+            canvas.blend(x, y, share.at(x, y));
         }
     };
-    nearSmoothLine(a, b, thickness).forRows(canvas.height, drawRow);
+    const auto drawEndRow = [&](int64_t y, const Span& all, const Span& between)
+    {
+        const Span row = all & Span{0, int64_t{canvas.width} - 1};
+        if (row.isEmpty())
+        {
+            return;
+        }
+        int64_t x = std::clamp(between.first, row.first, row.last + 1);
+        blendOneByOne(y, row.first, x);
+        // Where eight pixels are between the ends; those beyond the last one of the row have no share.
+        const int64_t end = std::min(between.last + 1, int64_t{canvas.width}) - kSmoothPixels;
+        for (; x <= row.last && x <= end; x += kSmoothPixels)
+        {
+            hn::Vec<hn::FixedTag<uint16_t, 8>> eight;
+            if (shares.at(x, y, eight))
+            {
+                colors.blend(canvas.pixel(x, y), eight, kSmoothPixels * canvas.channels);
+            }
+            else
+            {
+                blendOneByOne(y, x, x + kSmoothPixels);
+            }
+        }
+        blendOneByOne(y, x, row.last + 1);
+    };
+    const ThickLine near = nearSmoothLine(a, b, thickness);
+    const int64_t reach = (int64_t{thickness} + 1) / 2 + 1;
+    const Span inner = Span{std::min(a.y, b.y) + reach + 1, std::max(a.y, b.y) - reach - 1} & canvas.rows();
+    if (inner.isEmpty())
+    {
+        near.forRows(canvas.rows(), drawEndRow);
+        return;
+    }
+    near.forRows({0, inner.first - 1}, drawEndRow);
+    blendInnerRows(canvas, inner, shares, colors, 0.5 * (thickness + 1), blendOneByOne);
+    near.forRows({inner.last + 1, int64_t{canvas.height} - 1}, drawEndRow);
 }
 
 void draw(const Canvas& canvas, CanvasPoint a, CanvasPoint b, uint32_t thickness, uint32_t antialias)

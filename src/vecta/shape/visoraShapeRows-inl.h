@@ -26,6 +26,15 @@ template <class IsSet>
 HWY_INLINE uint64_t bitsOf(IsSet isSet)
 {
     const MaskBytes d;
+#if HWY_ARCH_ARM
+    // Sums of neighbours put eight bits into a byte.
+    static constexpr uint8_t kWeights[16] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+    const uint8x16_t weights = vld1q_u8(kWeights);
+    const auto part = [&](size_t i) { return vandq_u8(hn::VecFromMask(d, isSet(d, i)).raw, weights); };
+    uint8x16_t bits = vpaddq_u8(vpaddq_u8(part(0), part(16)), vpaddq_u8(part(32), part(48)));
+    bits = vpaddq_u8(bits, bits);
+    return vgetq_lane_u64(vreinterpretq_u64_u8(bits), 0);
+#else
     constexpr size_t kLanes = hn::MaxLanes(MaskBytes());
     uint64_t bits = 0;
     for (size_t i = 0; i < kMaskPixels; i += kLanes)
@@ -37,6 +46,7 @@ HWY_INLINE uint64_t bitsOf(IsSet isSet)
         bits |= part << i % 64;
     }
     return bits;
+#endif
 }
 
 /** A bit for each of 64 pixels that are not 0. */
