@@ -6,6 +6,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterBoxV.cpp"
+#include "hwy/cache_control.h"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraVector-inl.h"
@@ -408,7 +409,8 @@ HWY_INLINE vsrStatus boxMeanFloat(D d, const float* src, size_t width, size_t he
     };
     // Strips of the image whose windows of rows stay in the first-level cache, and are wide beside the columns that
     // neighbouring strips both need.
-    constexpr size_t kCachedFloats = 6144;
+    constexpr size_t kCachedFloats = 32768;
+    constexpr size_t kLineFloats = 64 / sizeof(float);
     const size_t strip = std::max({size_t{256}, 4 * std::min(size, width), kCachedFloats / size});
     for (size_t begin = 0; begin != width;)
     {
@@ -424,9 +426,27 @@ HWY_INLINE vsrStatus boxMeanFloat(D d, const float* src, size_t width, size_t he
                                                                          reciprocal, out + x);
                              });
         };
+        // A strip is too narrow for the processor to see which rows come next, so they are asked for: those that enter
+        // the window two steps later, and those that are written then.
+        const auto prefetchRows = [&](size_t y) HWY_ATTR
+        {
+            const size_t entering = y + size - size / 2;
+            for (size_t row = 4; row < 6; ++row)
+            {
+                for (size_t x = firstColumn; x < lastColumn && entering + row < height; x += kLineFloats)
+                {
+                    hwy::Prefetch(src + (entering + row) * srcStep + x);
+                }
+                for (size_t x = begin; x < end && y + row < height; x += kLineFloats)
+                {
+                    hwy::Prefetch(dst + (y + row) * dstStep + x);
+                }
+            }
+        };
         size_t y = 0;
         for (; size > 1 && y + 1 < height; y += 2)
         {
+            prefetchRows(y);
             coverTogether<4>(d, firstColumn, lastColumn,
                              [&](size_t x, auto together) HWY_ATTR {
                                  columnSumsTwice<decltype(together)::value>(d, windowAt(y), windowAt(y + 1), x, srcStep,

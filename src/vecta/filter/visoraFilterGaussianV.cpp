@@ -11,6 +11,7 @@
 #include <array>
 
 #include "cpu/filter/visoraFilterGaussian.h"
+#include "hwy/cache_control.h"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraVector-inl.h"
@@ -277,12 +278,26 @@ HWY_INLINE void sumColumns(D d, const Tile<radius, T, Sum>& tile)
         const bool none = y != nearest && tile.border.outside != Outside::Nearest;
         sources[i] = none ? nullptr : image.src + static_cast<size_t>(nearest) * image.srcStep + tile.firstColumn;
     }
+    // Tiles are too narrow for the processor to see which rows come next: those that the tile below adds are asked for,
+    // and those that it writes.
+    std::array<const T*, 2 * kTileRows> below;
+    for (size_t i = 0; i < kTileRows; ++i)
+    {
+        const size_t y = tile.firstRow + kTileRows + i;
+        const size_t last = image.height - 1;
+        below[i] = image.src + std::min(y + radius, last) * image.srcStep + tile.firstColumn;
+        below[kTileRows + i] = image.dst + std::min(y, last) * image.dstStep + tile.firstColumn;
+    }
     const auto outside = hn::Set(d, static_cast<T>(tile.border.constant));
     auto* const sumRows = &tile.sums.rows[0];
 
     coverRange(0, tile.columns + 2 * radius, hn::Lanes(d),
                [&](size_t x) HWY_ATTR
                {
+                   for (size_t i = 0; x * sizeof(T) % 64 == 0 && i < below.size(); ++i)
+                   {
+                       hwy::Prefetch(below[i] + x);
+                   }
                    ColumnSums<radius, D, decltype(dSum)> window(dSum);
                    std::array<hn::Vec<decltype(dSum)>, kPlanes> sums;
                    const auto push = [&](size_t i) HWY_ATTR
