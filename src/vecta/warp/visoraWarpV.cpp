@@ -206,7 +206,7 @@ HWY_INLINE bool turnImage(const uint8_t* src, uint32_t width, uint32_t height, u
            withFittingVector<T>(height,
                                 [=](auto d) HWY_ATTR
                                 {
-                                    if (isStreamed(size_t{width} * height * sizeof(T)))
+                                    if (isStreamed(size_t{width} * height * sizeof(T), kStreamedTurned))
                                     {
                                         const Scratch tile(kBandBytes / sizeof(T) * kTileStride);
                                         if (tile.data() != nullptr)
