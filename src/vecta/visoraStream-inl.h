@@ -18,11 +18,15 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-/** Whether a destination of so many bytes is written past the caches: it would leave them before it is read again.
- * Processors for ARM notice by themselves that whole lines are written. */
-constexpr bool isStreamed(size_t bytes)
+/** Destinations of so many bytes are written past the caches: what is written in many rows at once would wait for each
+ * line, what is written in order is only worth it beyond a share of the last cache. */
+constexpr size_t kStreamedTurned = size_t{4} << 20;
+constexpr size_t kStreamedInOrder = size_t{16} << 20;
+
+/** Processors for ARM notice by themselves that whole lines are written. */
+constexpr bool isStreamed(size_t bytes, size_t least)
 {
-    return HWY_ARCH_X86 && bytes >= (size_t{4} << 20);
+    return HWY_ARCH_X86 && bytes >= least;
 }
 
 /** Whether a call that goes straight through so many bytes, read and written, leaves nothing of them in the caches.

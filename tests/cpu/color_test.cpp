@@ -138,6 +138,33 @@ TEST(Color, HalvedChromaIsReplicated)
     EXPECT_EQ(expected420, pairs420);
 }
 
+// Large images are written in another way. They are what their pairs of rows are, wherever these begin, and nothing
+// beside them.
+TEST(Color, LargeImagesAreTheirRows)
+{
+    constexpr uint32_t kHeight = 2056;
+    for (const uint32_t width : {2048u, 2061u})
+    {
+        const uint32_t stride = (width * 4 + 63) / 64 * 64;
+        const Image luma = randomPixels(size_t{width} * kHeight, 1);
+        const Image chroma = randomPixels(size_t{width + 1} * kHeight / 2, 2);
+        for (const size_t offset : {0u, 8u, 24u, 4u})
+        {
+            Image whole(size_t{stride} * kHeight + offset, 7), rows(whole);
+            uint8_t* const dst = whole.data() + offset;
+            ASSERT_EQ(0u, vsrColorYCbCr420PseudoPlanarToRGBA8888u8(luma.data(), chroma.data(), width, kHeight, width,
+                                                                   width + 1, dst, stride));
+            for (uint32_t y = 0; y < kHeight; y += 2)
+            {
+                ASSERT_EQ(0u, vsrColorYCbCr420PseudoPlanarToRGBA8888u8(
+                                  &luma[size_t{y} * width], &chroma[size_t{y / 2} * (width + 1)], width, 2, width,
+                                  width + 1, rows.data() + offset + size_t{y} * stride, stride));
+            }
+            ASSERT_TRUE(whole == rows) << width << " " << offset;
+        }
+    }
+}
+
 TEST(Color, Rotate180IsTheConversionReversed)
 {
     for (const auto& [width, height] : {std::pair(6u, 4u), std::pair(5u, 3u), std::pair(1u, 1u), std::pair(40u, 7u)})

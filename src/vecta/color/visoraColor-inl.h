@@ -7,9 +7,11 @@
 #endif
 
 #include <cstring>
+#include <type_traits>
 
 #include "vecta/color/visoraColorFormats-inl.h"
 #include "vecta/color/visoraColorRules-inl.h"
+#include "vecta/visoraStream-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -19,50 +21,83 @@ namespace HWY_NAMESPACE
 
 // ---- Rows ----
 
-/** One chroma row and the kRows luma rows that share it. With halved chroma the width must be at least 2. */
-template <class Rule, class Format, bool kHalved, size_t kRows, class D, class Layout>
+/** One chroma row and the kRows luma rows that share it. With halved chroma the width must be at least 2. Where
+ * kStreams whole lines go past the caches; rows then lie whole lines apart, from a multiple of two pixels on. */
+template <class Rule, class Format, bool kHalved, size_t kRows, bool kStreams = false, class D, class Layout>
 HWY_INLINE void convertRows(D d, const uint8_t* luma, size_t lumaStride, const Layout& chroma, size_t width,
                             uint8_t* dst, ptrdiff_t dstStride)
 {
     const size_t n = hn::Lanes(d);
-    const auto convertRow = [&](size_t row, size_t x, const auto& terms) HWY_ATTR
+    // Inlined, so that terms stay in registers.
+    const auto convertRow = [&](size_t row, size_t x, const auto& terms, auto isWhole) HWY_ATTR
+        __attribute__((always_inline))
     {
         const auto y = arrange<Format::kOrder>(d, hn::LoadU(d, luma + row * lumaStride + x));
-        Format::store(d, Rule::pixels(d, terms, y),
-                      dst + static_cast<ptrdiff_t>(row) * dstStride + Format::place(x, n, width) * Format::kBytes);
+        uint8_t* to = dst + static_cast<ptrdiff_t>(row) * dstStride + Format::place(x, n, width) * Format::kBytes;
+        if constexpr (decltype(isWhole)::value)
+        {
+            Format::template store<true>(d, Rule::pixels(d, terms, y), to);
+        }
+        else
+        {
+            Format::store(d, Rule::pixels(d, terms, y), to);
+        }
     };
     // No loop, which compilers keep.
-    const auto convert = [&](size_t x, const auto& terms) HWY_ATTR
+    const auto convert = [&](size_t x, const auto& terms, auto isWhole) HWY_ATTR __attribute__((always_inline))
     {
         static_assert(kRows <= 2);
-        convertRow(0, x, terms);
+        convertRow(0, x, terms, isWhole);
         if constexpr (kRows == 2)
         {
-            convertRow(1, x, terms);
+            convertRow(1, x, terms, isWhole);
+        }
+    };
+    const auto cover = [&](size_t end, auto at) HWY_ATTR __attribute__((always_inline))
+    {
+        constexpr std::false_type kOrdinary;
+        if constexpr (kStreams)
+        {
+            const size_t begin = (0 - reinterpret_cast<uintptr_t>(dst)) % 64 / Format::kBytes;
+            if (begin != 0 || end == n)
+            {
+                at(0, kOrdinary);
+            }
+            size_t x = begin;
+            for (; x + n <= end; x += n)
+            {
+                at(x, std::true_type());
+            }
+            if (x != end)
+            {
+                at(end - n, kOrdinary);
+            }
+        }
+        else
+        {
+            coverRange(0, end, n, [&](size_t x) HWY_ATTR { at(x, kOrdinary); });
         }
     };
     if constexpr (!kHalved)
     {
-        coverRange(0, width, n,
-                   [&](size_t x) HWY_ATTR
-                   {
-                       if constexpr (Rule::kBytesForPixels)
-                           convert(x, Rule::terms(chroma.signedBytes(x)));
-                       else
-                           convert(x, Rule::terms(d, chroma.template forPixels<Format::kOrder>(d, x)));
-                   });
+        cover(
+            width, [&](size_t x, auto isWhole) HWY_ATTR __attribute__((always_inline)) {
+                if constexpr (Rule::kBytesForPixels)
+                    convert(x, Rule::terms(chroma.signedBytes(x)), isWhole);
+                else
+                    convert(x, Rule::terms(d, chroma.template forPixels<Format::kOrder>(d, x)), isWhole);
+            });
     }
     else
     {
         // Vectors begin at even pixels, where chroma samples begin.
-        coverRange(0, width & ~size_t{1}, n,
-                   [&](size_t x) HWY_ATTR
-                   {
-                       if constexpr (Rule::kBytes)
-                           convert(x, Rule::terms(chroma.halfSignedBytes(x / 2)));
-                       else
-                           convert(x, Rule::terms(d, chroma.template forPairs<Format::kOrder>(d, x / 2)));
-                   });
+        cover(
+            width & ~size_t{1}, [&](size_t x, auto isWhole) HWY_ATTR __attribute__((always_inline)) {
+                if constexpr (Rule::kBytes)
+                    convert(x, Rule::terms(chroma.halfSignedBytes(x / 2)), isWhole);
+                else
+                    convert(x, Rule::terms(d, chroma.template forPairs<Format::kOrder>(d, x / 2)), isWhole);
+            });
         if (width % 2 != 0)
         {
             // The pixel without a partner: a vector of copies of it, of which one is kept.
@@ -101,25 +136,40 @@ HWY_INLINE bool convertImage(const ColorImage& image, const Layout& chroma)
 {
     constexpr bool kHalved = sampling != ChromaSampling::k444;
     constexpr size_t kRows = sampling == ChromaSampling::k420 ? 2 : 1;
+    const auto convertAll = [&](auto d, auto streams) HWY_ATTR
+    {
+        constexpr bool kStreams = decltype(streams)::value;
+        const uint8_t* luma = image.luma;
+        uint8_t* dst = image.dst;
+        size_t y = 0;
+        for (; y + kRows <= image.height; y += kRows)
+        {
+            convertRows<Rule, Format, kHalved, kRows, kStreams>(d, luma, image.lumaStride, chroma.row(y / kRows),
+                                                                image.width, dst, image.dstStride);
+            luma += kRows * image.lumaStride;
+            dst += static_cast<ptrdiff_t>(kRows) * image.dstStride;
+        }
+        if (y < image.height)
+        {
+            convertRows<Rule, Format, kHalved, 1, kStreams>(d, luma, image.lumaStride, chroma.row(y / kRows),
+                                                            image.width, dst, image.dstStride);
+        }
+    };
     return withPixelVector<Format, kHalved>(
         image.width,
         [&](auto d) HWY_ATTR
         {
-            const uint8_t* luma = image.luma;
-            uint8_t* dst = image.dst;
-            size_t y = 0;
-            for (; y + kRows <= image.height; y += kRows)
+            // A vector of these pixels is whole lines, or parts of one in turn.
+            if constexpr (HWY_ARCH_X86 && Format::kBytes == 4)
             {
-                convertRows<Rule, Format, kHalved, kRows>(d, luma, image.lumaStride, chroma.row(y / kRows), image.width,
-                                                          dst, image.dstStride);
-                luma += kRows * image.lumaStride;
-                dst += static_cast<ptrdiff_t>(kRows) * image.dstStride;
+                if (isStreamed(size_t{image.width} * image.height * Format::kBytes, kStreamedInOrder) &&
+                    image.dstStride % 64 == 0 && reinterpret_cast<uintptr_t>(image.dst) % (2 * Format::kBytes) == 0)
+                {
+                    convertAll(d, std::true_type());
+                    return hwy::FlushStream();
+                }
             }
-            if (y < image.height)
-            {
-                convertRows<Rule, Format, kHalved, 1>(d, luma, image.lumaStride, chroma.row(y / kRows), image.width,
-                                                      dst, image.dstStride);
-            }
+            convertAll(d, std::false_type());
         });
 }
 

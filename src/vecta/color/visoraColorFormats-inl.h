@@ -170,11 +170,12 @@ HWY_INLINE void loadTriples(D d, const uint8_t* src, hn::Vec<D>& r, hn::Vec<D>& 
 #endif
 }
 
-/** Four vectors byte by byte, from Order::ForFourWords. */
-template <class D, class V>
+/** Four vectors byte by byte, from Order::ForFourWords; past the caches where kStreams, to aligned places. */
+template <bool kStreams = false, class D, class V>
 HWY_INLINE void storeQuads(D d, V r, V g, V b, V a, uint8_t* dst)
 {
 #if HWY_ARCH_ARM
+    static_assert(!kStreams);
     hn::StoreInterleaved4(r, g, b, a, d, dst);
 #else
     const Unsigned16<D> u16;
@@ -183,10 +184,21 @@ HWY_INLINE void storeQuads(D d, V r, V g, V b, V a, uint8_t* dst)
     const auto baLower = hn::BitCast(u16, hn::InterleaveLower(d, b, a));
     const auto baUpper = hn::BitCast(u16, hn::InterleaveUpper(d, b, a));
     const size_t n = hn::Lanes(d);
-    hn::StoreU(hn::BitCast(d, hn::InterleaveLower(u16, rgLower, baLower)), d, dst);
-    hn::StoreU(hn::BitCast(d, hn::InterleaveUpper(u16, rgLower, baLower)), d, dst + n);
-    hn::StoreU(hn::BitCast(d, hn::InterleaveLower(u16, rgUpper, baUpper)), d, dst + 2 * n);
-    hn::StoreU(hn::BitCast(d, hn::InterleaveUpper(u16, rgUpper, baUpper)), d, dst + 3 * n);
+    const auto put = [=](size_t i, auto words) HWY_ATTR
+    {
+        if constexpr (kStreams)
+        {
+            hn::Stream(hn::BitCast(d, words), d, dst + i * n);
+        }
+        else
+        {
+            hn::StoreU(hn::BitCast(d, words), d, dst + i * n);
+        }
+    };
+    put(0, hn::InterleaveLower(u16, rgLower, baLower));
+    put(1, hn::InterleaveUpper(u16, rgLower, baLower));
+    put(2, hn::InterleaveLower(u16, rgUpper, baUpper));
+    put(3, hn::InterleaveUpper(u16, rgUpper, baUpper));
 #endif
 }
 
@@ -354,7 +366,7 @@ struct RGBA8888
 
     static constexpr size_t place(size_t x, size_t /*count*/, size_t /*width*/) { return x; }
 
-    template <class D, class V>
+    template <bool kStreams = false, class D, class V>
     static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
     {
         V opaque = hn::Set(d, uint8_t{255});
@@ -362,7 +374,7 @@ struct RGBA8888
         // Where the compiler sees the constant, it takes the interleaving apart into three times as many instructions.
         asm("" : "+x"(opaque.raw));
 #endif
-        storeQuads(d, pixels.r, pixels.g, pixels.b, opaque, dst);
+        storeQuads<kStreams>(d, pixels.r, pixels.g, pixels.b, opaque, dst);
     }
 
     template <class D>

@@ -1,5 +1,6 @@
 // Operations that move pixels, vector variants.
 #include <cstddef>
+#include <optional>
 
 #include "cpu/visoraScratch.h"
 #include "visora/variants/warp.h"
@@ -157,35 +158,41 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
 }
 
 // Tiles of a band's columns, turned where they are near, whose rows then go past the caches to their places. Tiles at
-// the far edges overlap their neighbours where they would be smaller than a block.
+// the far edges overlap their neighbours where they would be smaller than a block. Without a tile the image is turned
+// as a whole, by the same call, as there is much to inline.
 template <class D>
 HWY_INLINE void exchangeAxesByTiles(D d, const uint8_t* src, size_t width, size_t height, size_t srcStride,
                                     uint8_t* dst, size_t dstStride, Turn turn, uint8_t* tile)
 {
     using T = hn::TFromD<D>;
-    constexpr size_t kBand = kBandBytes / sizeof(T);
-    constexpr size_t kTileRows = kTileRowBytes / sizeof(T);
+    const size_t bandColumns = tile != nullptr ? kBandBytes / sizeof(T) : width;
+    const size_t tileRows = tile != nullptr ? kTileRowBytes / sizeof(T) : height;
     const auto placeOf = [=](size_t band) { return HWY_MIN(band, width - 16 / sizeof(T)); };
-    for (size_t band = 0; band < width; band += kBand)
+    for (size_t band = 0; band < width; band += bandColumns)
     {
         const size_t x = placeOf(band);
-        const size_t columns = HWY_MIN(kBand, width - x);
+        const size_t columns = HWY_MIN(bandColumns, width - x);
         const size_t firstRow = turn == Turn::Anticlockwise ? width - x - columns : x;
-        for (size_t begin = 0; begin < height; begin += kTileRows)
+        for (size_t begin = 0; begin < height; begin += tileRows)
         {
             const size_t y = HWY_MIN(begin, height - hn::Lanes(d));
-            const size_t rows = HWY_MIN(kTileRows, height - y);
+            const size_t rows = HWY_MIN(tileRows, height - y);
             const size_t firstColumn = turn == Turn::Clockwise ? height - y - rows : y;
-            exchangeAxes(d, src + y * srcStride + x * sizeof(T), columns, rows, 0, srcStride, tile, kTileStride, turn);
-            uint8_t* to = dst + firstRow * dstStride + firstColumn * sizeof(T);
+            uint8_t* const to = dst + firstRow * dstStride + firstColumn * sizeof(T);
+            exchangeAxes(d, src + y * srcStride + x * sizeof(T), columns, rows, tile != nullptr ? 0 : height, srcStride,
+                         tile != nullptr ? tile : to, tile != nullptr ? kTileStride : dstStride, turn);
+            if (tile == nullptr)
+            {
+                return;
+            }
             // The next tile is fetched meanwhile, as many lines as are written.
-            const bool isLast = begin + kTileRows >= height;
-            const size_t nextX = isLast ? placeOf(band + kBand) : x;
-            size_t next = isLast ? 0 : begin + kTileRows;
+            const bool isLast = begin + tileRows >= height;
+            const size_t nextX = isLast ? placeOf(band + bandColumns) : x;
+            size_t next = isLast ? 0 : begin + tileRows;
             for (size_t i = 0; i < columns; ++i)
             {
                 streamBytes(to + i * dstStride, tile + i * kTileStride, rows * sizeof(T));
-                for (const size_t end = HWY_MIN(next + kTileRows / kBand, height); next < end; ++next)
+                for (const size_t end = HWY_MIN(next + kTileRowBytes / kBandBytes, height); next < end; ++next)
                 {
                     for (size_t line = 0; line < kBandBytes; line += kLineBytes)
                     {
@@ -206,16 +213,15 @@ HWY_INLINE bool turnImage(const uint8_t* src, uint32_t width, uint32_t height, u
            withFittingVector<T>(height,
                                 [=](auto d) HWY_ATTR
                                 {
-                                    if (isStreamed(size_t{width} * height * sizeof(T)))
+                                    const bool isLarge =
+                                        isStreamed(size_t{width} * height * sizeof(T), kStreamedTurned);
+                                    std::optional<Scratch> tile;
+                                    if (isLarge)
                                     {
-                                        const Scratch tile(kBandBytes / sizeof(T) * kTileStride);
-                                        if (tile.data() != nullptr)
-                                        {
-                                            return exchangeAxesByTiles(d, src, width, height, srcStride, dst, dstStride,
-                                                                       turn, tile.data());
-                                        }
+                                        tile.emplace(kBandBytes / sizeof(T) * kTileStride);
                                     }
-                                    exchangeAxes(d, src, width, height, height, srcStride, dst, dstStride, turn);
+                                    exchangeAxesByTiles(d, src, width, height, srcStride, dst, dstStride, turn,
+                                                        tile ? tile->data() : nullptr);
                                 });
 }
 
