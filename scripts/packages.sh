@@ -95,7 +95,7 @@ install_aarch64_packages() {
 
 # The libraries that the benchmarks compare with.
 install_peer_packages() {
-    install_packages libopencv-dev libyuv-dev libfftw3-dev
+    install_packages libopencv-dev libyuv-dev libfftw3-dev libopenblas-dev
 }
 
 # What the instruction counts of 64-bit ARM compare with, and what estimates cycles. The names of these packages carry

@@ -97,11 +97,24 @@ inline CircleFit fitCircle(const CircleEdge* begin, const CircleEdge* end, float
     return {static_cast<float>(sum) / static_cast<float>(support(best)), support(best)};
 }
 
+/** How many of from, from + step, from + 2 step, ... come before the first that is not within 0 to size - 1. */
+inline int64_t stepsWithin(int64_t from, int64_t step, int64_t size)
+{
+    if (from < 0 || from >= size)
+    {
+        return 0;
+    }
+    return step == 0 ? INT64_MAX : (step > 0 ? (size - 1 - from) / step : from / -step) + 1;
+}
+
 /** Each edge pixel votes for the cells along its gradient, both ways. */
 inline void voteForCentres(const CircleEdge* begin, const CircleEdge* end, uint32_t width, uint32_t height,
                            const CircleSearch& search, const CentreVotes& votes)
 {
     const uint32_t shift = 10 + search.cellShift;
+    const int64_t radii = int64_t{search.maxRadius} - search.minRadius + 1;
+    const int64_t cellsX = votes.width;
+    uint32_t* const cells = votes.cells;
     for (const CircleEdge* edge = begin; edge != end; ++edge)
     {
         for (const int64_t sign : {1, -1})
@@ -111,11 +124,11 @@ inline void voteForCentres(const CircleEdge* begin, const CircleEdge* end, uint3
             int64_t x = 1024 * int64_t{edge->x} + 512 + stepX * search.minRadius;
             int64_t y = 1024 * int64_t{edge->y} + 512 + stepY * search.minRadius;
             // What leaves the image does not come back.
-            for (uint32_t r = search.minRadius;
-                 r <= search.maxRadius && x >= 0 && y >= 0 && x < 1024 * int64_t{width} && y < 1024 * int64_t{height};
-                 ++r, x += stepX, y += stepY)
+            for (int64_t left = std::min({radii, stepsWithin(x, stepX, 1024 * int64_t{width}),
+                                          stepsWithin(y, stepY, 1024 * int64_t{height})});
+                 left > 0; --left, x += stepX, y += stepY)
             {
-                ++votes.cells[(y >> shift) * votes.width + (x >> shift)];
+                ++cells[(y >> shift) * cellsX + (x >> shift)];
             }
         }
     }

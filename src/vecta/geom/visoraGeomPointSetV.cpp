@@ -222,6 +222,10 @@ struct VectorPoints : VectorSums
     {
         const Doubles d;
         const size_t whole = n / hn::Lanes(d) * hn::Lanes(d);
+        if (whole == 0)
+        {
+            return PlainPoints().farthest(x, y, n, a, b, distance);
+        }
         const Vector2 start = setPoint(a);
         const Vector2 end = setPoint(b);
         auto greatest = hn::Set(d, -1.0);
@@ -240,7 +244,7 @@ struct VectorPoints : VectorSums
         hn::Store(where, d, places);
         distance = -1;
         size_t first = 0;
-        for (size_t i = 0; i < hn::Lanes(d) && whole != 0; ++i)
+        for (size_t i = 0; i < hn::Lanes(d); ++i)
         {
             const auto place = static_cast<size_t>(places[i]);
             if (values[i] > distance || (values[i] == distance && place < first))
