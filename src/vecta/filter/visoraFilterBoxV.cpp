@@ -428,6 +428,8 @@ HWY_INLINE vsrStatus boxMeanFloat(D d, const float* src, size_t width, size_t he
         };
         // A strip is too narrow for the processor to see which rows come next, so they are asked for: those that enter
         // the window two steps later, and those that are written then.
+        // Small images stay in a cache.
+        const bool isLarge = width * sizeof(float) >= 3072;
         const auto prefetchRows = [&](size_t y) HWY_ATTR
         {
             const size_t entering = y + size - size / 2;
@@ -446,7 +448,10 @@ HWY_INLINE vsrStatus boxMeanFloat(D d, const float* src, size_t width, size_t he
         size_t y = 0;
         for (; size > 1 && y + 1 < height; y += 2)
         {
-            prefetchRows(y);
+            if (isLarge)
+            {
+                prefetchRows(y);
+            }
             coverTogether<4>(d, firstColumn, lastColumn,
                              [&](size_t x, auto together) HWY_ATTR {
                                  columnSumsTwice<decltype(together)::value>(d, windowAt(y), windowAt(y + 1), x, srcStep,

@@ -261,6 +261,26 @@ struct Tile
     TileSums<radius, T, Sum>& sums;
 };
 
+// Tiles are too narrow for the processor to see which rows come next: asks for row i of those that the tile below adds
+// and of those that it writes. Small images stay in a cache.
+template <uint32_t radius, class T, class Sum>
+HWY_INLINE void prefetchBelow(const Tile<radius, T, Sum>& tile, size_t i)
+{
+    const GaussianImage<T>& image = tile.image;
+    const size_t y = tile.firstRow + kTileRows + i;
+    if (image.width * sizeof(T) < 3072 || y + radius >= image.height)
+    {
+        return;
+    }
+    const T* const src = image.src + (y + radius) * image.srcStep + tile.firstColumn;
+    const T* const dst = image.dst + y * image.dstStep + tile.firstColumn;
+    for (size_t x = 0; x < tile.columns; x += 64 / sizeof(T))
+    {
+        hwy::Prefetch(src + x);
+        hwy::Prefetch(dst + x);
+    }
+}
+
 template <uint32_t radius, class D, class T, class Sum>
 HWY_INLINE void sumColumns(D d, const Tile<radius, T, Sum>& tile)
 {
@@ -278,26 +298,12 @@ HWY_INLINE void sumColumns(D d, const Tile<radius, T, Sum>& tile)
         const bool none = y != nearest && tile.border.outside != Outside::Nearest;
         sources[i] = none ? nullptr : image.src + static_cast<size_t>(nearest) * image.srcStep + tile.firstColumn;
     }
-    // Tiles are too narrow for the processor to see which rows come next: those that the tile below adds are asked for,
-    // and those that it writes.
-    std::array<const T*, 2 * kTileRows> below;
-    for (size_t i = 0; i < kTileRows; ++i)
-    {
-        const size_t y = tile.firstRow + kTileRows + i;
-        const size_t last = image.height - 1;
-        below[i] = image.src + std::min(y + radius, last) * image.srcStep + tile.firstColumn;
-        below[kTileRows + i] = image.dst + std::min(y, last) * image.dstStep + tile.firstColumn;
-    }
     const auto outside = hn::Set(d, static_cast<T>(tile.border.constant));
     auto* const sumRows = &tile.sums.rows[0];
 
     coverRange(0, tile.columns + 2 * radius, hn::Lanes(d),
                [&](size_t x) HWY_ATTR
                {
-                   for (size_t i = 0; x * sizeof(T) % 64 == 0 && i < below.size(); ++i)
-                   {
-                       hwy::Prefetch(below[i] + x);
-                   }
                    ColumnSums<radius, D, decltype(dSum)> window(dSum);
                    std::array<hn::Vec<decltype(dSum)>, kPlanes> sums;
                    const auto push = [&](size_t i) HWY_ATTR
@@ -326,6 +332,7 @@ HWY_INLINE void combineColumns(D d, const Tile<radius, T, Sum>& tile)
     const GaussianImage<T>& image = tile.image;
     for (size_t i = 0; i < tile.rows; ++i)
     {
+        prefetchBelow(tile, i);
         const auto& planes = tile.sums.rows[i];
         const auto y = static_cast<uint32_t>(tile.firstRow + i);
         T* out = image.dst + y * image.dstStep;
