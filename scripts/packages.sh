@@ -102,7 +102,7 @@ install_peer_packages() {
 # versions: they are those of the libraries that this machine's development packages link to.
 install_aarch64_peer_packages() {
     local library file packages=()
-    for library in opencv_core opencv_imgproc opencv_features2d opencv_video opencv_calib3d yuv fftw3f; do
+    for library in opencv_core opencv_imgproc opencv_features2d opencv_video opencv_calib3d opencv_flann yuv fftw3f; do
         file=$(readlink -f "/usr/lib/$(cc -print-multiarch)/lib$library.so")
         packages+=("$(dpkg-query -S "$file" | cut -d: -f1):arm64")
     done

@@ -1,5 +1,5 @@
-// Two photographs of one plane: corners, matched by their binary descriptors, a robust homography, and the first
-// photograph laid over the second.
+// Two photographs of one scene: corners, matched by their binary descriptors. Of one plane: a robust homography, and
+// the first photograph laid over the second.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -60,8 +60,15 @@ struct Features
     std::vector<uint8_t> descriptors;
 };
 
+/** How the views of a scene stand to each other. */
+enum class Views
+{
+    kUpright,
+    kTurned
+};
+
 // The strongest corners, far enough from the edges for a descriptor in any direction.
-Features findFeatures(const Picture& gray, Runner& runner)
+Features findFeatures(const Picture& gray, Views views, Runner& runner)
 {
     constexpr uint32_t kMaxCorners = 40000;
     constexpr uint32_t kThreshold = 15;
@@ -89,14 +96,17 @@ Features findFeatures(const Picture& gray, Runner& runner)
         features.places.push_back({static_cast<double>(x), static_cast<double>(y)});
     }
     features.descriptors.resize(order.size() * Features::kBytes);
-    // Turned by the direction in which it gets brighter: the views are turned against each other.
+    const auto corners = static_cast<uint32_t>(order.size());
     runner.run(
-        "binary descriptors", order.size(),
+        views == Views::kTurned ? "turned descriptors" : "upright descriptors", order.size(),
         [&]
         {
-            return vsrBriefDescribeRotatedu8(smooth.data(), gray.width, gray.height, 0, best.data(),
-                                             static_cast<uint32_t>(order.size()), nullptr, features.descriptors.data(),
-                                             0);
+            // Views that are turned against each other are described by the direction in which a corner gets brighter.
+            uint8_t* const to = features.descriptors.data();
+            return views == Views::kTurned
+                       ? vsrBriefDescribeRotatedu8(smooth.data(), gray.width, gray.height, 0, best.data(), corners,
+                                                   nullptr, to, 0)
+                       : vsrBriefDescribeu8(smooth.data(), gray.width, gray.height, 0, best.data(), corners, to, 0);
         },
         "corner");
     return features;
@@ -288,8 +298,8 @@ Picture overlay(const Picture& first, const Picture& second, const Matrix& homog
 
 std::vector<TitledPicture> layOver(const Photograph& first, const Photograph& second, Runner& runner)
 {
-    const std::vector<Match> matches =
-        matchFeatures(findFeatures(first.gray, runner), findFeatures(second.gray, runner), runner);
+    const std::vector<Match> matches = matchFeatures(findFeatures(first.gray, Views::kTurned, runner),
+                                                     findFeatures(second.gray, Views::kTurned, runner), runner);
     if (matches.size() < 4)
     {
         throw std::runtime_error("the photographs have too little in common");
@@ -301,6 +311,33 @@ std::vector<TitledPicture> layOver(const Photograph& first, const Photograph& se
 }
 
 const RegisterPairStages homography({layOver});
+
+// What both views of a stereo camera show lies in one row, in the right view further left.
+Picture matchRightView(const Photograph& photograph, Runner& runner)
+{
+    constexpr double kSameRow = 1;
+    const Picture& left = photograph.gray;
+    const Picture& right = photograph.rightGray;
+    if (right.pixels.empty())
+    {
+        return Picture();
+    }
+    const std::vector<Match> matches = matchFeatures(findFeatures(left, Views::kUpright, runner),
+                                                     findFeatures(right, Views::kUpright, runner), runner);
+    std::vector<uint16_t> agreeing;
+    for (size_t i = 0; i < matches.size(); ++i)
+    {
+        const auto& [from, to] = matches[i];
+        if (std::fabs(from.y - to.y) <= kSameRow && to.x <= from.x)
+        {
+            agreeing.push_back(static_cast<uint16_t>(i));
+        }
+    }
+    std::printf("  %zu of %zu matches lie in one row of both views\n", agreeing.size(), matches.size());
+    return drawMatches(toRgb(left), toRgb(right), matches, agreeing);
+}
+
+const RegisterStages rightView({{"Matches with the right view", matchRightView}});
 
 }  // namespace
 }  // namespace demo

@@ -45,13 +45,19 @@ template <class D>
 HWY_INLINE Block<D> turnedQuads(D d, const Block<D>& b)
 {
     static_assert(hn::MaxLanes(D()) == 16);
-    const auto swapped = [](auto v) HWY_ATTR { return hn::SwapAdjacentBlocks(v); };
-    const auto a0 = hn::OddEvenBlocks(swapped(b.v1), b.v0);
-    const auto a1 = hn::OddEvenBlocks(b.v1, swapped(b.v0));
-    const auto a2 = hn::OddEvenBlocks(swapped(b.v3), b.v2);
-    const auto a3 = hn::OddEvenBlocks(b.v3, swapped(b.v2));
-    return {hn::ConcatLowerLower(d, a2, a0), hn::ConcatLowerLower(d, a3, a1), hn::ConcatUpperUpper(d, a2, a0),
-            hn::ConcatUpperUpper(d, a3, a1)};
+#if HWY_TARGET <= HWY_AVX3
+    using V = hn::Vec<D>;
+    const V lower01 = hn::ConcatLowerLower(d, b.v1, b.v0);
+    const V lower23 = hn::ConcatLowerLower(d, b.v3, b.v2);
+    const V upper01 = hn::ConcatUpperUpper(d, b.v1, b.v0);
+    const V upper23 = hn::ConcatUpperUpper(d, b.v3, b.v2);
+    const auto even = [](V v, V w) HWY_ATTR { return V{_mm512_shuffle_f32x4(v.raw, w.raw, _MM_SHUFFLE(2, 0, 2, 0))}; };
+    const auto odd = [](V v, V w) HWY_ATTR { return V{_mm512_shuffle_f32x4(v.raw, w.raw, _MM_SHUFFLE(3, 1, 3, 1))}; };
+    return {even(lower01, lower23), odd(lower01, lower23), even(upper01, upper23), odd(upper01, upper23)};
+#else
+    static_cast<void>(d);
+    return b;  // no other machine has such vectors
+#endif
 }
 
 /** Rows row, row + 4, ... side by side, load(row) giving four columns of one; so with others than floats, of which a

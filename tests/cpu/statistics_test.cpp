@@ -50,6 +50,22 @@ TEST_F(Measures, HistogramCountsEveryLevelOfARectangle)
               vsrImageIntensityHistogram(image.data(), kWidth, kHeight, 0, 1, 0, UINT32_MAX, 1, histogram));
 }
 
+TEST(Histogram, OfALargeRectangleCountsTheOddColumnsToo)
+{
+    constexpr uint32_t kSide = 803;
+    const Image image = randomPixels(size_t{kSide} * kSide, 11);
+    std::vector<uint32_t> expected(256);
+    for (size_t i = 0; i < image.size(); ++i)
+    {
+        const bool isInside = i % kSide >= 1 && i % kSide <= kSide - 2 && i / kSide >= 3;
+        expected[image[i]] += isInside ? 1 : 0;
+    }
+    std::vector<uint32_t> histogram(256);
+    ASSERT_EQ(0u,
+              vsrImageIntensityHistogram(image.data(), kSide, kSide, 0, 1, 3, kSide - 2, kSide - 3, histogram.data()));
+    EXPECT_EQ(expected, histogram);
+}
+
 TEST_F(Measures, HistogramsPutLevelsIntoBinsUnderAMask)
 {
     uint32_t bins[7];

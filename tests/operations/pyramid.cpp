@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "support/floats.h"
 #include "support/operations.h"
 #include "visora/variants/scale.h"
 #include "visora/variants/statistics.h"
@@ -36,7 +37,7 @@ void preparePackedHalf(Arguments& a)
 {
     const uint32_t width = std::max(a.shape().width, 2u);
     const uint32_t height = std::max(a.shape().height, 2u);
-    const auto* src = a.input<float>(width, height, width * sizeof(float));
+    const auto* src = image<float>(a, width, height, static_cast<uint32_t>(width * sizeof(float)));
     auto* dst = a.output<float>(width / 2, height / 2, width / 2 * sizeof(float));
     a.call(vsrScaleDownBy2Gaussian5x5f32C, src, width, height, dst);
 }

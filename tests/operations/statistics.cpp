@@ -5,6 +5,7 @@
 #include <bit>
 #include <tuple>
 
+#include "support/floats.h"
 #include "visora/variants/statistics.h"
 #include "visora/variants/track.h"
 
@@ -258,7 +259,7 @@ void prepareRectMeans(Arguments& a)
 }
 
 const Register countsAndRectangles({
-    {REFERENCE_ALONE(vsrImageIntensityHistogram), ownUnits(prepareIntensityHistogram)},
+    {VISORA_OPERATION(vsrImageIntensityHistogram), ownUnits(prepareIntensityHistogram)},
     {VISORA_OPERATION(vsrImageIntensityHistogram_v2), ownUnits(prepareBinnedHistogram<true>, {4})},
     {VISORA_OPERATION(vsrImageIntensityHistogram_v2), ownUnits(prepareBinnedHistogram<false>, {4, 5}), "unmasked"},
     {VISORA_OPERATION(vsrHistogram2Du8), ownUnits(prepareJointHistogram<true>, {6})},
@@ -365,7 +366,7 @@ void prepareFft(Arguments& a)
     const uint32_t perRow = (flags & VISORA_FFT_COMPLEX) != 0 ? 2 * width : width;
     const uint32_t srcStride = a.srcStride(rowBytes<float>(perRow), sizeof(float));
     const uint32_t dstStride = a.dstStride(rowBytes<float>(2 * width), sizeof(float));
-    const auto* src = a.input<float>(perRow, height, srcStride);
+    const auto* src = image<float>(a, perRow, height, srcStride);
     a.call(vsrFFTf32C, src, width, height, srcStride, flags, a.output<float>(2 * width, height, dstStride), dstStride);
 }
 
@@ -384,7 +385,7 @@ void prepareInverseFft(Arguments& a)
     const uint32_t height = powerOfTwo(a.shape().height);
     const uint32_t srcStride = a.srcStride(rowBytes<float>(2 * width), sizeof(float));
     const uint32_t dstStride = a.dstStride(rowBytes<float>(width), sizeof(float));
-    const auto* src = a.input<float>(2 * width, height, srcStride);
+    const auto* src = image<float>(a, 2 * width, height, srcStride);
     a.call(vsrIFFTf32C, src, width, height, srcStride, a.output<float>(width, height, dstStride), dstStride);
 }
 

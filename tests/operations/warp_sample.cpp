@@ -114,7 +114,7 @@ template <Motion motion>
 void prepareFloat(Arguments& a)
 {
     const Images s = sizes(a, sizeof(float), sizeof(float));
-    const auto* src = a.input<float>(s.width, s.height, s.srcStride);
+    const auto* src = image<float>(a, s.width, s.height, s.srcStride);
     const float* matrix = matrixFor(a, s, motion, 6);
     auto* dst = a.output<float>(s.dstWidth, s.dstHeight, s.dstStride);
     const float border = a.random().oneIn(4) ? std::numeric_limits<float>::quiet_NaN() : 7.5f;

@@ -163,15 +163,18 @@ class KDQueue
     uint32_t waiting_ = 0;
 };
 
-/** Searches for one query; leafDistances(query, vectors, count, out) gives the squared distances of some vectors. */
+/**
+ * Searches for one query; leafDistances(query, vectors, count, out) gives the squared distances of some vectors.
+ * @return false when it ended because of the limit
+ */
 template <class LeafDistances>
-void searchTree(const vsrKDTree& tree, const float* query, uint32_t maxLeaves, uint8_t* memory,
+bool searchTree(const vsrKDTree& tree, const float* query, uint32_t maxLeaves, uint8_t* memory,
                 const KDNearest& nearest, LeafDistances leafDistances)
 {
     nearest.clear();
     if (tree.count == 0 || !isModest(query, tree.length))
     {
-        return;
+        return true;
     }
     KDQueue queue(memory, tree);
     queue.open({0, 0, 0, 0, 0});
@@ -181,7 +184,7 @@ void searchTree(const vsrKDTree& tree, const float* query, uint32_t maxLeaves, u
         // The factor outweighs all rounding.
         if (nearest.isFull() && 0.999f * queue[queue.least()].bound > nearest.farthest())
         {
-            return;
+            return true;
         }
         const uint32_t branch = queue.take();
         const float bound = queue[branch].bound;
@@ -204,14 +207,16 @@ void searchTree(const vsrKDTree& tree, const float* query, uint32_t maxLeaves, u
         }
         if (++leaves == maxLeaves)
         {
-            return;
+            return false;
         }
     }
+    return true;
 }
 
-template <class LeafDistances>
-vsrStatus searchTree(const vsrKDTree* tree, const float* queries, uint32_t numQueries, uint32_t queryStride, uint32_t k,
-                     uint32_t maxLeaves, uint32_t* indices, float* distances, LeafDistances leafDistances)
+/** Searches for all queries by search(query, memory of a queue, nearest). */
+template <class Search>
+vsrStatus searchQueries(const vsrKDTree* tree, const float* queries, uint32_t numQueries, uint32_t queryStride,
+                        uint32_t k, uint32_t* indices, float* distances, Search search)
 {
     const Scratch scratch(KDQueue::bytes(*tree));
     if (!scratch.data())
@@ -220,8 +225,7 @@ vsrStatus searchTree(const vsrKDTree* tree, const float* queries, uint32_t numQu
     }
     for (size_t q = 0; q < numQueries; ++q)
     {
-        searchTree(*tree, planeRow(queries, queryStride, q), maxLeaves, scratch.data(),
-                   KDNearest{indices + q * k, distances + q * k, k}, leafDistances);
+        search(planeRow(queries, queryStride, q), scratch.data(), KDNearest{indices + q * k, distances + q * k, k});
     }
     return VISORA_SUCCESS;
 }

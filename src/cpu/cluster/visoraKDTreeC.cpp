@@ -135,12 +135,14 @@ vsrStatus vsrKDTreeSearchf32C(const vsrKDTree* tree, const float* queries, uint3
                               uint32_t k, uint32_t maxLeaves, uint32_t* indices, float* distances)
 {
     const size_t length = tree->length;
-    return visora::searchTree(tree, queries, numQueries, queryStride, k, maxLeaves, indices, distances,
-                              [length](const float* query, const float* vectors, uint32_t count, float* out)
-                              {
-                                  for (uint32_t i = 0; i < count; ++i)
-                                  {
-                                      out[i] = visora::squaredDistance(query, vectors + i * length, length);
-                                  }
-                              });
+    const auto ofLeaf = [length](const float* query, const float* vectors, uint32_t count, float* out)
+    {
+        for (uint32_t i = 0; i < count; ++i)
+        {
+            out[i] = visora::squaredDistance(query, vectors + i * length, length);
+        }
+    };
+    return visora::searchQueries(tree, queries, numQueries, queryStride, k, indices, distances,
+                                 [&](const float* query, uint8_t* memory, const visora::KDNearest& nearest)
+                                 { visora::searchTree(*tree, query, maxLeaves, memory, nearest, ofLeaf); });
 }

@@ -99,8 +99,16 @@ class ExclusionMask
         }
         const size_t column = x >> toMask_;
         const size_t first = column / 8;
+        const uint8_t* from = bits_ + (y >> toMask_) * rowBytes_ + first;
         uint64_t bits = 0;
-        std::memcpy(&bits, bits_ + (y >> toMask_) * rowBytes_ + first, std::min<size_t>(8, rowBytes_ - first));
+        if (const size_t left = rowBytes_ - first; left >= sizeof bits)
+        {
+            std::memcpy(&bits, from, sizeof bits);
+        }
+        else
+        {
+            std::memcpy(&bits, from, left);
+        }
         // Columns begin with the highest bit of a byte.
         constexpr uint64_t kHalves = 0x0f0f0f0f0f0f0f0f;
         constexpr uint64_t kPairs = 0x3333333333333333;

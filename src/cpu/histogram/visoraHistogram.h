@@ -16,6 +16,16 @@ namespace visora
 using Histogram = std::array<uint32_t, 256>;
 using ByteTable = std::array<uint8_t, 256>;
 
+inline void increment(uint32_t* counts, size_t at)
+{
+    const uint32_t next = counts[at] + 1;
+#ifdef __aarch64__
+    // Loads and stores scale an index; compilers that know it to be the same scale it by an instruction of its own.
+    asm("" : "+r"(at));
+#endif
+    counts[at] = next;
+}
+
 /**
  * Counts the pixels of rows, fewer than 2^32 of them, in two tables in turn: a count that was just stored cannot be
  * loaded again at once. More tables cost more than they save.
@@ -31,12 +41,12 @@ class PixelCounter
         {
             for (size_t k = 0; k < kStep; ++k)
             {
-                count(counts_[k % kTables], row[x + k]);
+                increment(counts_[k % kTables].data(), row[x + k]);
             }
         }
         for (; x < width; ++x)
         {
-            count(counts_[0], row[x]);
+            increment(counts_[0].data(), row[x]);
         }
     }
 
@@ -61,16 +71,6 @@ class PixelCounter
 
   private:
     static constexpr size_t kTables = 2;
-
-    static void count(Histogram& counts, size_t level)
-    {
-        const uint32_t next = counts[level] + 1;
-#ifdef __aarch64__
-        // Loads and stores scale an index; compilers that know it to be the same scale it by an instruction of its own.
-        asm("" : "+r"(level));
-#endif
-        counts[level] = next;
-    }
 
     std::array<Histogram, kTables> counts_{};
 };

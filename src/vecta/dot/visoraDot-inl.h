@@ -45,21 +45,26 @@ HWY_INLINE void sumsWithFour(const typename Sum::Query* queries, const typename 
             sums[i][k] = Sum::zero();
         }
     }
-    const auto step = [&](auto load, auto loadOfSet) HWY_ATTR
+    // Unrolled by hand: compilers would do it too late to keep the sums in registers.
+    const auto step = [&](auto load, auto loadOfSet) HWY_ATTR __attribute__((always_inline))
     {
         typename Sum::Operand q[kQueries];
         for (size_t i = 0; i < kQueries - kSquares; ++i)
         {
             q[i] = load(queries[i].data);
         }
-        for (size_t k = 0; k < 4; ++k)
+        const auto addVector = [&](size_t k) HWY_ATTR __attribute__((always_inline))
         {
             const typename Sum::Operand v = loadOfSet(vectors[k]);
             for (size_t i = 0; i < kQueries; ++i)
             {
                 Sum::add(sums[i][k], kSquares && i + 1 == kQueries ? v : q[i], v);
             }
-        }
+        };
+        addVector(0);
+        addVector(1);
+        addVector(2);
+        addVector(3);
     };
     size_t x = 0;
     for (; x + Sum::kStep <= length; x += Sum::kStep)

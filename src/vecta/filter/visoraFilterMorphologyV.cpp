@@ -10,6 +10,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterMorphologyV.cpp"
 #include <algorithm>
+#include <type_traits>
 
 #include "cpu/visoraScratch.h"
 #include "hwy/foreach_target.h"
@@ -83,14 +84,65 @@ struct Smallest
     }
 };
 
+/**
+ * Covers [0, width) with vectors: put(x, value(x)), four values at a time, all of which are there before any is put. So
+ * the loads of neighbours go in pairs, which a store among them would keep apart. The last step overlaps.
+ */
+template <class D, class Value, class Put>
+HWY_INLINE void coverByFour(D d, size_t width, Value value, Put put)
+{
+    const size_t lanes = hn::Lanes(d);
+    if (width < 4 * lanes)
+    {
+        return coverRange(0, width, lanes, [&](size_t x) HWY_ATTR { put(x, value(x)); });
+    }
+    coverRange(0, width, 4 * lanes,
+               [&](size_t x) HWY_ATTR
+               {
+                   const auto v0 = value(x);
+                   const auto v1 = value(x + lanes);
+                   const auto v2 = value(x + 2 * lanes);
+                   const auto v3 = value(x + 3 * lanes);
+                   put(x, v0);
+                   put(x + lanes, v1);
+                   put(x + 2 * lanes, v2);
+                   put(x + 3 * lanes, v3);
+               });
+}
+
 // ---- Columns ----
 
 template <class Extreme, class D>
 HWY_INLINE void extremeOfPair(D d, const uint8_t* a, const uint8_t* b, size_t width, uint8_t* out)
 {
     const Extreme extreme;
-    coverRange(0, width, hn::Lanes(d),
-               [&](size_t x) HWY_ATTR { hn::StoreU(extreme(hn::LoadU(d, a + x), hn::LoadU(d, b + x)), d, out + x); });
+    coverByFour(
+        d, width, [=](size_t x) HWY_ATTR { return extreme(hn::LoadU(d, a + x), hn::LoadU(d, b + x)); },
+        [=](size_t x, hn::Vec<D> v) HWY_ATTR { hn::StoreU(v, d, out + x); });
+}
+
+// running[x] takes in entering[x]; out[x] = extreme of both and of block[x].
+template <class Extreme, class D>
+HWY_INLINE void extremeOfBlocks(D d, const uint8_t* entering, const uint8_t* block, size_t width, uint8_t* running,
+                                uint8_t* out)
+{
+    struct Extremes
+    {
+        hn::Vec<D> begun, all;
+    };
+    const Extreme extreme;
+    coverByFour(
+        d, width,
+        [=](size_t x) HWY_ATTR
+        {
+            const auto begun = extreme(hn::LoadU(d, running + x), hn::LoadU(d, entering + x));
+            return Extremes{begun, extreme(begun, hn::LoadU(d, block + x))};
+        },
+        [=](size_t x, const Extremes& e) HWY_ATTR
+        {
+            hn::StoreU(e.begun, d, running + x);
+            hn::StoreU(e.all, d, out + x);
+        });
 }
 
 // ---- Rows ----
@@ -101,42 +153,72 @@ template <class Extreme, class D, class Finish>
 HWY_INLINE void extremeAlong(D d, uint8_t* in, uint8_t* stage, size_t span, size_t width, Finish finish)
 {
     const Extreme extreme;
-    const auto ofFour = [&](const uint8_t* at, size_t b, size_t c, size_t e) HWY_ATTR
+    const auto ofFour = [=](const uint8_t* at, size_t b, size_t c, size_t e) HWY_ATTR
     {
         return extreme(extreme(hn::LoadU(d, at), hn::LoadU(d, at + b)),
                        extreme(hn::LoadU(d, at + c), hn::LoadU(d, at + e)));
     };
     size_t have = 1;
+#if HWY_TARGET <= HWY_AVX3
+    if constexpr (hn::MaxLanes(D()) == 64)
+    {
+        if (span > 16)
+        {
+            // Windows of sixteen at once: vectors of those of four are shifted by whole words. Loads from anywhere
+            // cross a cache line each.
+            const size_t needed = width + span - 16;
+            auto fours = ofFour(in, 1, 2, 3);
+            for (size_t x = 0; x < needed; x += 64)
+            {
+                const auto next = ofFour(in + x + 64, 1, 2, 3);
+                const auto further = [&](auto words) HWY_ATTR
+                { return hn::Vec<D>{_mm512_alignr_epi32(next.raw, fours.raw, decltype(words)::value)}; };
+                const auto upper =
+                    extreme(further(std::integral_constant<int, 2>()), further(std::integral_constant<int, 3>()));
+                hn::StoreU(extreme(extreme(fours, further(std::integral_constant<int, 1>())), upper), d, stage + x);
+                fours = next;
+            }
+            std::swap(in, stage);
+            have = 16;
+        }
+    }
+#endif
     for (; have * 4 < span; have *= 4)
     {
         // Windows of four times as many pixels, as far as the next stages need them.
-        const size_t needed = width + span - have * 4;
-        coverRange(0, needed, hn::Lanes(d),
-                   [&](size_t x) HWY_ATTR { hn::StoreU(ofFour(in + x, have, 2 * have, 3 * have), d, stage + x); });
+        coverByFour(
+            d, width + span - have * 4, [=](size_t x) HWY_ATTR { return ofFour(in + x, have, 2 * have, 3 * have); },
+            [=](size_t x, hn::Vec<D> v) HWY_ATTR { hn::StoreU(v, d, stage + x); });
         std::swap(in, stage);
     }
     const size_t last = span - have;
     if (last <= have)
     {
-        coverRange(0, width, hn::Lanes(d),
-                   [&](size_t x) HWY_ATTR { finish(x, extreme(hn::LoadU(d, in + x), hn::LoadU(d, in + x + last))); });
+        coverByFour(
+            d, width, [=](size_t x) HWY_ATTR { return extreme(hn::LoadU(d, in + x), hn::LoadU(d, in + x + last)); },
+            finish);
     }
     else if (last <= 2 * have)
     {
-        coverRange(0, width, hn::Lanes(d),
-                   [&](size_t x) HWY_ATTR
-                   {
-                       const auto two = extreme(hn::LoadU(d, in + x), hn::LoadU(d, in + x + have));
-                       finish(x, extreme(two, hn::LoadU(d, in + x + last)));
-                   });
+        coverByFour(
+            d, width,
+            [=](size_t x) HWY_ATTR
+            {
+                const auto two = extreme(hn::LoadU(d, in + x), hn::LoadU(d, in + x + have));
+                return extreme(two, hn::LoadU(d, in + x + last));
+            },
+            finish);
     }
     else
     {
-        coverRange(0, width, hn::Lanes(d), [&](size_t x) HWY_ATTR { finish(x, ofFour(in + x, have, 2 * have, last)); });
+        coverByFour(
+            d, width, [=](size_t x) HWY_ATTR { return ofFour(in + x, have, 2 * have, last); }, finish);
     }
 }
 
 // ---- Small windows ----
+
+constexpr size_t kMostSmallLanes = 32;
 
 // Windows of the last rows but one (upper) and of the last rows (lower) among rows[0 .. 2 * radius + 1], for all
 // columns. Their columns stay in registers: what stands further right is shifted in from the next vector. finish(x,
@@ -218,7 +300,8 @@ HWY_INLINE void smallWindows(D d, const uint8_t* const* rows, size_t width, Fini
 // holds extremeScratch(...) bytes.
 HWY_INLINE size_t extremeRowBytes(size_t width, size_t radiusX)
 {
-    return (width + 63) / 64 * 64 + 2 * ((radiusX + 63) / 64 * 64);
+    // Two vectors more are read and written over the end.
+    return (width + 63) / 64 * 64 + 2 * ((radiusX + 63) / 64 * 64) + 192;
 }
 
 HWY_INLINE size_t extremeScratch(size_t width, size_t radiusX, size_t radiusY)
@@ -256,36 +339,39 @@ HWY_INLINE void extremeRows(D d, size_t width, size_t radiusX, size_t radiusY, s
         }
         return;
     }
-    if (radiusX == radiusY && radiusX <= kSmallRadius && width >= 2 * hn::Lanes(d))
+    if constexpr (hn::MaxLanes(D()) <= kMostSmallLanes)
     {
-        const uint8_t* around[2 * kSmallRadius + 2];
-        for (size_t y = begin; y < end; y += 2)
+        if (radiusX == radiusY && radiusX <= kSmallRadius && width >= 2 * hn::Lanes(d))
         {
-            for (size_t i = 0; i <= rows; ++i)
+            const uint8_t* around[2 * kSmallRadius + 2];
+            for (size_t y = begin; y < end; y += 2)
             {
-                around[i] = sourceRow(y, i);
-            }
-            const auto finishTwo = [&](size_t x, hn::Vec<D> upper, hn::Vec<D> lower) HWY_ATTR
-            {
-                finish(y, x, upper);
-                if (y + 1 < end)
+                for (size_t i = 0; i <= rows; ++i)
                 {
-                    finish(y + 1, x, lower);
+                    around[i] = sourceRow(y, i);
                 }
-            };
-            switch (radiusX)
-            {
-                case 1:
-                    smallWindows<Extreme, 1>(d, around, width, finishTwo);
-                    break;
-                case 2:
-                    smallWindows<Extreme, 2>(d, around, width, finishTwo);
-                    break;
-                default:
-                    smallWindows<Extreme, 3>(d, around, width, finishTwo);
+                const auto finishTwo = [&](size_t x, hn::Vec<D> upper, hn::Vec<D> lower) HWY_ATTR
+                {
+                    finish(y, x, upper);
+                    if (y + 1 < end)
+                    {
+                        finish(y + 1, x, lower);
+                    }
+                };
+                switch (radiusX)
+                {
+                    case 1:
+                        smallWindows<Extreme, 1>(d, around, width, finishTwo);
+                        break;
+                    case 2:
+                        smallWindows<Extreme, 2>(d, around, width, finishTwo);
+                        break;
+                    default:
+                        smallWindows<Extreme, 3>(d, around, width, finishTwo);
+                }
             }
+            return;
         }
-        return;
     }
     const size_t step = (width + 63) / 64 * 64;
     uint8_t* const block = scratch + 2 * rowBytes;  // extremes from a row of the block to the block's end
@@ -300,19 +386,24 @@ HWY_INLINE void extremeRows(D d, size_t width, size_t radiusX, size_t radiusY, s
         std::fill_n(running, width, Extreme::kNeutral);
         for (size_t i = 0; i < std::min(rows, end - y); ++i)
         {
-            uint8_t* out = columns;
-            const uint8_t* entering = sourceRow(y, rows - 1 + i);
-            const Extreme extreme;
             // The block's last row belongs to its end already and does no harm twice.
-            coverRange(0, width, hn::Lanes(d),
-                       [&](size_t x) HWY_ATTR
-                       {
-                           const auto next = extreme(hn::LoadU(d, running + x), hn::LoadU(d, entering + x));
-                           hn::StoreU(next, d, running + x);
-                           hn::StoreU(extreme(next, hn::LoadU(d, block + i * step + x)), d, out + x);
-                       });
+            extremeOfBlocks<Extreme>(d, sourceRow(y, rows - 1 + i), block + i * step, width, running, columns);
             along(y + i, columns);
         }
+    }
+}
+
+// Small windows take vectors that shiftedIn takes.
+template <class Body>
+HWY_INLINE void withVectorFor(const MorphologyCall& call, Body body)
+{
+    if (std::max(call.radiusX, call.radiusY) <= kSmallRadius)
+    {
+        withFittingVector<uint8_t, kMostSmallLanes>(call.width, body);
+    }
+    else
+    {
+        withFittingVector<uint8_t>(call.width, body);
     }
 }
 
@@ -329,14 +420,14 @@ HWY_INLINE vsrStatus extremes(const MorphologyCall& call)
         return call.src + static_cast<size_t>(std::clamp<ptrdiff_t>(y, 0, static_cast<ptrdiff_t>(call.height) - 1)) *
                               call.srcStride;
     };
-    withFittingVector<uint8_t, 32>(call.width,
-                                   [&](auto d) HWY_ATTR
-                                   {
-                                       extremeRows<Extreme>(d, call.width, call.radiusX, call.radiusY, 0, call.height,
-                                                            scratch.data(), rowAt,
-                                                            [&](size_t y, size_t x, hn::Vec<decltype(d)> v) HWY_ATTR
-                                                            { hn::StoreU(v, d, call.dst + y * call.dstStride + x); });
-                                   });
+    withVectorFor(call,
+                  [&](auto d) HWY_ATTR
+                  {
+                      extremeRows<Extreme>(d, call.width, call.radiusX, call.radiusY, 0, call.height, scratch.data(),
+                                           rowAt,
+                                           [&](size_t y, size_t x, hn::Vec<decltype(d)> v) HWY_ATTR
+                                           { hn::StoreU(v, d, call.dst + y * call.dstStride + x); });
+                  });
     return VISORA_SUCCESS;
 }
 
@@ -357,35 +448,35 @@ HWY_INLINE vsrStatus twoExtremes(const MorphologyCall& call, Combine combine)
     uint8_t* const strip = scratch.data() + firstBytes;
     const auto nearest = [&](ptrdiff_t y)
     { return static_cast<size_t>(std::clamp<ptrdiff_t>(y, 0, static_cast<ptrdiff_t>(call.height) - 1)); };
-    withFittingVector<uint8_t, 32>(
-        call.width,
-        [&](auto d) HWY_ATTR
-        {
-            using V = hn::Vec<decltype(d)>;
-            size_t made = 0;   // rows of the first extreme
-            size_t first = 0;  // the one that the strip begins with
-            for (size_t y = 0; y < call.height; y += stripRows)
-            {
-                const size_t end = std::min(y + stripRows, call.height);
-                const size_t needed = std::min(end + reach, call.height);
-                const size_t keepFrom = y - std::min(y, reach);
-                std::copy(strip + (keepFrom - first) * step, strip + (made - first) * step, strip);
-                first = keepFrom;
-                extremeRows<First>(
-                    d, call.width, call.radiusX, call.radiusY, made, needed, scratch.data(),
-                    [&](ptrdiff_t row) { return call.src + nearest(row) * call.srcStride; },
-                    [&](size_t row, size_t x, V v) HWY_ATTR { hn::StoreU(v, d, strip + (row - first) * step + x); });
-                made = needed;
-                extremeRows<Second>(
-                    d, call.width, call.radiusX, call.radiusY, y, end, scratch.data(),
-                    [&](ptrdiff_t row) { return strip + (nearest(row) - first) * step; },
-                    [&](size_t row, size_t x, V v) HWY_ATTR
-                    {
-                        const V source = hn::LoadU(d, call.src + row * call.srcStride + x);
-                        hn::StoreU(combine(source, v), d, call.dst + row * call.dstStride + x);
-                    });
-            }
-        });
+    withVectorFor(call,
+                  [&](auto d) HWY_ATTR
+                  {
+                      using V = hn::Vec<decltype(d)>;
+                      size_t made = 0;   // rows of the first extreme
+                      size_t first = 0;  // the one that the strip begins with
+                      for (size_t y = 0; y < call.height; y += stripRows)
+                      {
+                          const size_t end = std::min(y + stripRows, call.height);
+                          const size_t needed = std::min(end + reach, call.height);
+                          const size_t keepFrom = y - std::min(y, reach);
+                          std::copy(strip + (keepFrom - first) * step, strip + (made - first) * step, strip);
+                          first = keepFrom;
+                          extremeRows<First>(
+                              d, call.width, call.radiusX, call.radiusY, made, needed, scratch.data(),
+                              [&](ptrdiff_t row) { return call.src + nearest(row) * call.srcStride; },
+                              [&](size_t row, size_t x, V v) HWY_ATTR
+                              { hn::StoreU(v, d, strip + (row - first) * step + x); });
+                          made = needed;
+                          extremeRows<Second>(
+                              d, call.width, call.radiusX, call.radiusY, y, end, scratch.data(),
+                              [&](ptrdiff_t row) { return strip + (nearest(row) - first) * step; },
+                              [&](size_t row, size_t x, V v) HWY_ATTR
+                              {
+                                  const V source = hn::LoadU(d, call.src + row * call.srcStride + x);
+                                  hn::StoreU(combine(source, v), d, call.dst + row * call.dstStride + x);
+                              });
+                      }
+                  });
     return VISORA_SUCCESS;
 }
 

@@ -9,9 +9,9 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterThresholdV.cpp"
 #include "cpu/filter/visoraFilterOtsu.h"
-#include "cpu/histogram/visoraHistogram.h"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/histogram/visoraHistogramPairs.h"
 #include "vecta/visoraDrivers-inl.h"
 #include "vecta/visoraExport.h"
 #include "vecta/visoraVector-inl.h"
@@ -66,7 +66,7 @@ vsrStatus thresholdOtsu(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeigh
     for (uint32_t y = 0, count = 0; y < srcHeight; y += count)
     {
         count = std::min(rowsAtOnce, srcHeight - y);
-        const Histogram counts = histogramOf(src + size_t{y} * srcStride, srcWidth, count, srcStride);
+        const Histogram counts = histogramByPairs(src + size_t{y} * srcStride, srcWidth, count, srcStride);
         std::transform(counts.begin(), counts.end(), histogram.begin(), histogram.begin(), std::plus<>());
     }
     *level = otsuLevel(histogram);

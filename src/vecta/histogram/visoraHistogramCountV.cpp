@@ -6,9 +6,9 @@
 #define HWY_TARGET_INCLUDE "vecta/histogram/visoraHistogramCountV.cpp"
 #include <algorithm>
 
-#include "cpu/histogram/visoraHistogram.h"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/histogram/visoraHistogramPairs.h"
 #include "vecta/visoraExport.h"
 #include "vecta/visoraVector-inl.h"
 
@@ -49,7 +49,7 @@ vsrStatus binnedHistogram(const uint8_t* src, uint32_t srcWidth, uint32_t srcHei
 {
     if (mask == nullptr)
     {
-        binLevels(histogramOf(src, srcWidth, srcHeight, srcStride), lower, upper, bins, histogram);
+        binLevels(histogramByPairs(src, srcWidth, srcHeight, srcStride), lower, upper, bins, histogram);
         return VISORA_SUCCESS;
     }
     // Pixels that do not count have a level of their own.

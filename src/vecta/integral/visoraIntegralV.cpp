@@ -11,6 +11,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraExport.h"
+#include "vecta/visoraStream-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -157,8 +158,12 @@ template <bool kAbove>
 class SumRow
 {
   public:
-    // The rows' first elements, which are 0, lie before the pointers.
-    HWY_INLINE SumRow(const uint32_t* above, uint32_t* row) : above_(above), row_(row) {}
+    // The rows' first elements, which are 0, lie before the pointers. Of a row that no cache has, what is to be written
+    // is asked for in good time.
+    HWY_INLINE SumRow(const uint32_t* above, uint32_t* row, bool isFar = false)
+        : above_(above), row_(row), isFar_(isFar)
+    {
+    }
 
     // Goes on at column x, up to which the row is finished.
     HWY_INLINE void startAt(size_t x)
@@ -172,6 +177,15 @@ class SumRow
     HWY_INLINE void put(size_t x, BytesFrom bytesFrom)
     {
         const typename Left::Sums d;
+        if (isFar_)
+        {
+            constexpr size_t kAhead = 256;
+            constexpr size_t kLine = 64 / sizeof(uint32_t);
+            for (size_t i = 0; i < Left::kStep; i += kLine)
+            {
+                hwy::Prefetch(row_ + x + kAhead + i);
+            }
+        }
         left_.step([&](size_t i) HWY_ATTR { return bytesFrom(x + i); },
                    [&](size_t i) HWY_ATTR
                    {
@@ -193,6 +207,7 @@ class SumRow
   private:
     const uint32_t* above_;
     uint32_t* row_;
+    bool isFar_;
     Left left_;
 };
 
@@ -234,10 +249,11 @@ HWY_INLINE hn::Vec<Left::Bytes> bytesAt(const uint8_t* pixels)
 }
 
 template <bool kAbove>
-HWY_INLINE void integrateRow(const uint8_t* pixels, size_t width, const uint32_t* above, uint32_t* row)
+HWY_INLINE void integrateRow(const uint8_t* pixels, size_t width, const uint32_t* above, uint32_t* row,
+                             bool isFar = false)
 {
     row[-1] = 0;
-    SumRow<kAbove> sums(above, row);
+    SumRow<kAbove> sums(above, row, isFar);
     if (width >= kStep)
     {
         return coverSums(
@@ -254,11 +270,12 @@ HWY_INLINE void integrateRow(const uint8_t* pixels, size_t width, const uint32_t
 vsrStatus integrateu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t* dst,
                       uint32_t dstStride)
 {
+    const bool isFar = isTooMuchForCaches(size_t{dstStride} * srcHeight);
     std::fill_n(dst, size_t{srcWidth} + 1, 0u);
     for (size_t y = 0; y < srcHeight; ++y)
     {
         integrateRow<true>(src + y * srcStride, srcWidth, planeRow(dst, dstStride, y) + 1,
-                           planeRow(dst, dstStride, y + 1) + 1);
+                           planeRow(dst, dstStride, y + 1) + 1, isFar);
     }
     return VISORA_SUCCESS;
 }

@@ -17,6 +17,7 @@
 #include "cpu/visoraPlane.h"
 #include "cpu/visoraScratch.h"
 #include "hwy/highway.h"
+#include "vecta/visoraTurn-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -227,7 +228,8 @@ class TransformedProducts
     /** How large the parts of a template and of an image are of which sums are found at once, along one axis. */
     struct Tiling
     {
-        Tiling(size_t imageSize, size_t templateSize)
+        /** Tiles that are transformed `together` take the time of so many even where fewer are left. */
+        Tiling(size_t imageSize, size_t templateSize, size_t together)
             : piece(std::min(templateSize, kMostPiece)), positions(imageSize - templateSize + 1)
         {
             double least = 0;
@@ -238,8 +240,9 @@ class TransformedProducts
                     continue;
                 }
                 const size_t count = (positions + candidate - piece) / (candidate - piece + 1);
+                const size_t transforms = (count + together - 1) / together;
                 const double work =
-                    static_cast<double>(count * candidate * static_cast<size_t>(std::bit_width(candidate)));
+                    static_cast<double>(transforms * candidate * static_cast<size_t>(std::bit_width(candidate)));
                 if (least == 0 || work < least)
                 {
                     least = work;
@@ -334,23 +337,58 @@ class TransformedProducts
         }
     }
 
+    /** Rows and columns are multiples of a vector. */
     static HWY_INLINE void transpose(const double* from, size_t fromStride, size_t rows, size_t columns, double* to,
                                      size_t toStride)
     {
-        constexpr size_t kBlock = 8;
-        for (size_t y = 0; y < rows; y += kBlock)
+        const hn::ScalableTag<double> d;
+        for (size_t y = 0; y < rows; y += hn::Lanes(d))
         {
-            for (size_t x = 0; x < columns; x += kBlock)
+            for (size_t x = 0; x < columns; x += hn::Lanes(d))
             {
-                for (size_t i = 0; i < kBlock; ++i)
-                {
-                    for (size_t k = 0; k < kBlock; ++k)
-                    {
-                        to[(x + i) * toStride + y + k] = from[(y + k) * fromStride + x + i];
-                    }
-                }
+                turnBlock(d, from + y * fromStride + x, fromStride, to + x * toStride + y, toStride);
             }
         }
+    }
+
+    /** Transposes as many rows as a vector has lanes. */
+    template <class D>
+    static HWY_INLINE void turnBlock(D d, const double* from, size_t fromStride, double* to, size_t toStride)
+    {
+        constexpr size_t kLanes = hn::MaxLanes(D());
+        const auto pairs = [=](size_t i, auto interleave) HWY_ATTR
+        {
+            const double* const row = from + 2 * i * fromStride;
+            return interleave(hn::Load(d, row), hn::Load(d, row + fromStride));
+        };
+        // Every second column from `first` on, given how elements of two rows there are brought together.
+        const auto columns = [=](size_t first, auto interleave) HWY_ATTR
+        {
+            const auto put = [=](size_t i, hn::Vec<D> v) HWY_ATTR { hn::Store(v, d, to + (2 * i + first) * toStride); };
+            if constexpr (kLanes == 2)
+            {
+                put(0, pairs(0, interleave));
+            }
+            else if constexpr (kLanes == 4)
+            {
+                const auto v0 = pairs(0, interleave);
+                const auto v1 = pairs(1, interleave);
+                put(0, hn::ConcatLowerLower(d, v1, v0));
+                put(1, hn::ConcatUpperUpper(d, v1, v0));
+            }
+            else
+            {
+                const hn::Repartition<float, D> dQuads;
+                const auto quads = [=](size_t i) HWY_ATTR { return hn::BitCast(dQuads, pairs(i, interleave)); };
+                const auto b = turnedQuads(dQuads, {quads(0), quads(1), quads(2), quads(3)});
+                put(0, hn::BitCast(d, b.v0));
+                put(1, hn::BitCast(d, b.v1));
+                put(2, hn::BitCast(d, b.v2));
+                put(3, hn::BitCast(d, b.v3));
+            }
+        };
+        columns(0, [d](auto a, auto b) HWY_ATTR { return hn::InterleaveLower(d, a, b); });
+        columns(1, [d](auto a, auto b) HWY_ATTR { return hn::InterleaveUpper(d, a, b); });
     }
 
     /** Of parts 0 and 1 into two parts from `to` on, whose rows are the columns. */
@@ -364,15 +402,16 @@ class TransformedProducts
         alongX_.forward({to, to + elements_, strideY()}, y_.size);
     }
 
-    /** Back from parts 2 and 3 to parts 0 and 1. */
+    /** Back from parts 2 and 3 to parts 0 and 1, as far as there are positions. */
     HWY_INLINE void inverse() const
     {
+        const size_t columns = (x_.valid() + 7) / 8 * 8;
         alongX_.inverse({part(2), part(3), strideY()}, y_.size);
         for (size_t i = 0; i < 2; ++i)
         {
-            transpose(part(2 + i), strideY(), x_.size, y_.size, part(i), strideX());
+            transpose(part(2 + i), strideY(), columns, y_.size, part(i), strideX());
         }
-        alongY_.inverse({part(0), part(1), strideX()}, x_.size);
+        alongY_.inverse({part(0), part(1), strideX()}, columns);
     }
 
     /** What is in parts 2 and 3, times the conjugates of a kernel's transform. */

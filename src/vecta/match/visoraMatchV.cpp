@@ -267,8 +267,8 @@ vsrStatus matchTemplate(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeigh
     constexpr double kProducts = 12;
 #endif
     const uint64_t pixels = uint64_t{templateWidth} * templateHeight;
-    const TransformedProducts::Tiling x(srcWidth, templateWidth);
-    const TransformedProducts::Tiling y(srcHeight, templateHeight);
+    const TransformedProducts::Tiling x(srcWidth, templateWidth, 2);
+    const TransformedProducts::Tiling y(srcHeight, templateHeight, 1);
     if (pixels > kMostPixels)
     {
         return matchByTransforms<uint64_t>(src, srcWidth, srcHeight, srcStride, templ, templateWidth, templateHeight,

@@ -228,6 +228,10 @@ HWY_INLINE hn::Vec<hn::ScalableTag<uint32_t>> addSquares(V v, hn::Vec<hn::Scalab
 }
 constexpr size_t kSquareSteps = 16512;  // four times 255^2 each
 
+constexpr auto addByteSquares = [](auto part, const uint8_t* src) HWY_ATTR
+{ return addSquares(hn::LoadU(D8(), src), part); };
+using SquaresU8 = Sum<uint32_t, hn::MaxLanes(D8()), kSquareSteps, decltype(addByteSquares)>;
+
 // ---- Extremes ----
 
 /** The lanes of a vector, combined. */

@@ -29,9 +29,6 @@ constexpr auto addSet = [](auto part, const uint8_t* src) HWY_ATTR
 constexpr auto addBits = [](auto part, const uint8_t* src) HWY_ATTR
 { return hn::Add(part, hn::PopulationCount(hn::LoadU(D8(), src))); };
 
-constexpr auto addByteSquares = [](auto part, const uint8_t* src) HWY_ATTR
-{ return addSquares(hn::LoadU(D8(), src), part); };
-
 constexpr auto addPairs = [](auto part, const int16_t* src) HWY_ATTR
 {
     const auto v = hn::LoadU(DS16(), src);
@@ -71,7 +68,6 @@ constexpr auto addLongs = [](auto part, const int32_t* src) HWY_ATTR
 
 using NonZeroCount = Sum<uint8_t, kBytes, 255, decltype(addSet)>;
 using BitCount = Sum<uint8_t, kBytes, 31, decltype(addBits)>;
-using SquaresU8 = Sum<uint32_t, kBytes, kSquareSteps, decltype(addByteSquares)>;
 using SumS16 = Sum<int32_t, kBytes / 2, 32768, decltype(addPairs)>;  // twice 2^15 each
 using SquaresS16 = Sum<uint64_t, kBytes / 2, SIZE_MAX, decltype(addSquaresOf16)>;
 using SumS32 = Sum<int64_t, kBytes / 4, SIZE_MAX, decltype(addLongs)>;

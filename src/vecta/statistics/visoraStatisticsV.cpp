@@ -8,6 +8,7 @@
 
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/reduce/visoraReduce-inl.h"
 #include "vecta/statistics/visoraStatisticsSums-inl.h"
 #include "vecta/visoraExport.h"
 #include "vecta/visoraVector-inl.h"
@@ -18,25 +19,39 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-vsrStatus intensityStats(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t left,
-                         uint32_t top, uint32_t width, uint32_t height, float* mean, float* variance)
+// The sums of pixels and of their squares, in one pass.
+struct BytesAndSquares
 {
-    const bool done = withFittingVector<uint8_t>(
-        width,
-        [&](auto d) HWY_ATTR
-        {
-            ByteSums<decltype(d)> sums;
-            for (size_t y = 0; y < height; ++y)
-            {
-                const uint8_t* row = src + (top + y) * srcStride + left;
-                coverOnce(d, width,
-                          [&](size_t x, auto mask) HWY_ATTR { sums.add(hn::And(mask, hn::LoadU(d, row + x))); });
-            }
-            meanAndVariance(uint64_t{width} * height, sums.sum(), sums.squares(), mean, variance);
-        });
-    return done ? vsrStatus{VISORA_SUCCESS}
-                : vsrImageIntensityStatsu8C(src, srcWidth, srcHeight, srcStride, left, top, width, height, mean,
-                                            variance);
+    static constexpr size_t kLanes = PixelSum::kLanes;
+    static constexpr size_t kSteps = std::min(PixelSum::kSteps, SquaresU8::kSteps);
+    static constexpr bool kMayRepeat = false;
+
+    // Written out, as it has to be compiled for the instruction set.
+    HWY_INLINE BytesAndSquares() {}
+
+    HWY_INLINE void add(size_t chain, const uint8_t* at)
+    {
+        bytes.add(chain, at);
+        squares.add(chain, at);
+    }
+
+    HWY_INLINE void flush()
+    {
+        bytes.flush();
+        squares.flush();
+    }
+
+    PixelSum bytes;
+    SquaresU8 squares;
+};
+
+vsrStatus intensityStats(const uint8_t* src, uint32_t /*srcWidth*/, uint32_t /*srcHeight*/, uint32_t srcStride,
+                         uint32_t left, uint32_t top, uint32_t width, uint32_t height, float* mean, float* variance)
+{
+    BytesAndSquares all;
+    foldRows(width, height, all, source(src + size_t{top} * srcStride + left, srcStride));
+    meanAndVariance(uint64_t{width} * height, all.bytes.total(), all.squares.total(), mean, variance);
+    return VISORA_SUCCESS;
 }
 
 // The sum of the squares of the Laplacian over columns left .. right - 1 of all rows top .. bottom - 1.

@@ -102,10 +102,30 @@ class Work
         }
     }
 
+    // For single lines of n values, at least kLanes * kLanes: the lanes hold values that follow each other. The length
+    // is the number of points; factors of the stages that join them are grouped by lanes, cosines first.
+    HWY_INLINE void setRow(uint32_t n, bool inverse)
+    {
+        const auto count = static_cast<uint32_t>(n / kLanes);
+        setLength(count, inverse);
+        const float* wave = quarterWave();
+        for (uint32_t h = count; h < n; h *= 2)
+        {
+            for (uint32_t k = 0; k < h; ++k)
+            {
+                const Twiddle w = twiddle(wave, k, h);
+                float* to = points_.twiddles + 2 * (h + k / kLanes * kLanes) + k % kLanes;
+                to[0] = w.c;
+                to[kLanes] = inverse ? -w.s : w.s;
+            }
+        }
+    }
+
     HWY_INLINE uint32_t length() const { return n_; }
     HWY_INLINE Points points() const { return points_; }
     // Where value i is before the transform, which is also the value that is at place i.
     HWY_INLINE size_t place(size_t i) const { return places_[i]; }
+    HWY_INLINE const uint32_t* places() const { return places_; }
 
   private:
     Scratch scratch_;
@@ -139,23 +159,23 @@ HWY_INLINE Point turnedQuarter(const Point& b)
     }
 }
 
-// Stages h and 2h of the four points j, j + h, j + 2h, j + 3h, given what the first stage's and the second stage's two
-// factors make of a point.
-template <class First, class Second, class Third>
-HWY_INLINE void fourPoints(Points points, size_t j, size_t h, First first, Second second, Third third)
+// Stages h and 2h of four points, h apart from j on, given what the first stage's and the second stage's two factors
+// make of a point. get(j) and put(j, point) give and take points.
+template <class Get, class Put, class First, class Second, class Third>
+HWY_INLINE void fourPoints(size_t j, size_t h, Get get, Put put, First first, Second second, Third third)
 {
-    const Point p0 = points.get(j);
-    const Point p2 = points.get(j + 2 * h);
-    const Point t1 = first(points.get(j + h));
-    const Point t3 = first(points.get(j + 3 * h));
+    const Point p0 = get(j);
+    const Point p2 = get(j + 2 * h);
+    const Point t1 = first(get(j + h));
+    const Point t3 = first(get(j + 3 * h));
     const Point a0 = p0 + t1;
     const Point a1 = p0 - t1;
     const Point a2 = second(p2 + t3);
     const Point a3 = third(p2 - t3);
-    points.set(j, a0 + a2);
-    points.set(j + h, a1 + a3);
-    points.set(j + 2 * h, a0 - a2);
-    points.set(j + 3 * h, a1 - a3);
+    put(j, a0 + a2);
+    put(j + h, a1 + a3);
+    put(j + 2 * h, a0 - a2);
+    put(j + 3 * h, a1 - a3);
 }
 
 // So many points of all lines are transformed while they are in the nearest cache.
@@ -164,32 +184,33 @@ constexpr size_t kNear = 2048 / kLanes;
 constexpr size_t kChunk = 8;
 
 // Stages h and 2h of the four points with the twiddle factors k, h apart from `at` on.
-template <bool inverse>
-HWY_INLINE void twoStagesAt(Points points, size_t at, size_t h, size_t k)
+template <bool inverse, class Get>
+HWY_INLINE void twoStagesAt(Points points, size_t at, size_t h, size_t k, Get get)
 {
+    const auto put = [=](size_t j, const Point& p) HWY_ATTR { points.set(j, p); };
     const auto quarter = [](const Point& p) HWY_ATTR { return turnedQuarter<inverse>(p); };
     if (k == 0)
     {
         const auto same = [](const Point& p) HWY_ATTR { return p; };
-        return fourPoints(points, at, h, same, same, quarter);
+        return fourPoints(at, h, get, put, same, same, quarter);
     }
     const auto second = [&](const Point& p) HWY_ATTR { return points.twisted(p, 2 * h, k); };
     const auto third = [&](const Point& p) HWY_ATTR { return points.twisted(p, 2 * h, k + h); };
     if (2 * k == h)
     {
-        return fourPoints(points, at, h, quarter, second, third);
+        return fourPoints(at, h, get, put, quarter, second, third);
     }
     fourPoints(
-        points, at, h, [&](const Point& p) HWY_ATTR { return points.twisted(p, h, k); }, second, third);
+        at, h, get, put, [&](const Point& p) HWY_ATTR { return points.twisted(p, h, k); }, second, third);
 }
 
 // The first three stages of the eight points from j on.
-template <bool inverse>
-HWY_INLINE void threeStagesAt(Points points, size_t j)
+template <bool inverse, class Get>
+HWY_INLINE void threeStagesAt(Points points, size_t j, Get get)
 {
     const auto quarter = [](const Point& p) HWY_ATTR { return turnedQuarter<inverse>(p); };
-    const Point p0 = points.get(j), p1 = points.get(j + 1), p2 = points.get(j + 2), p3 = points.get(j + 3);
-    const Point p4 = points.get(j + 4), p5 = points.get(j + 5), p6 = points.get(j + 6), p7 = points.get(j + 7);
+    const Point p0 = get(j), p1 = get(j + 1), p2 = get(j + 2), p3 = get(j + 3);
+    const Point p4 = get(j + 4), p5 = get(j + 5), p6 = get(j + 6), p7 = get(j + 7);
     const Point a0 = p0 + p1, a1 = p0 - p1, a2 = p2 + p3, a3 = quarter(p2 - p3);
     const Point a4 = p4 + p5, a5 = p4 - p5, a6 = p6 + p7, a7 = quarter(p6 - p7);
     const Point b0 = a0 + a2, b1 = a1 + a3, b2 = a0 - a2, b3 = a1 - a3;
@@ -205,10 +226,12 @@ HWY_INLINE void threeStagesAt(Points points, size_t j)
     points.set(j + 7, b3 - b7);
 }
 
-// The stages below n of the n points from begin on. Quarters are independent until they are joined.
-template <bool inverse>
-void transformPart(Points points, size_t begin, size_t n)
+// The stages below n of the n points from begin on, which get(place) gives at first. Quarters are independent until
+// they are joined.
+template <bool inverse, class Get>
+void transformPart(Points points, size_t begin, size_t n, Get get)
 {
+    const auto inPlace = [=](size_t j) HWY_ATTR { return points.get(j); };
     const size_t end = begin + n;
     size_t h = 1;
     if (n > kNear)
@@ -216,24 +239,35 @@ void transformPart(Points points, size_t begin, size_t n)
         h = n / 4;
         for (size_t part = begin; part < end; part += h)
         {
-            transformPart<inverse>(points, part, h);
+            transformPart<inverse>(points, part, h, get);
         }
     }
-    else if (n == 2)
+    else if (n < 4)
     {
-        const Point a = points.get(begin);
-        const Point b = points.get(begin + 1);
-        points.set(begin, a + b);
-        points.set(begin + 1, a - b);
+        if (n == 2)
+        {
+            const Point a = get(begin);
+            const Point b = get(begin + 1);
+            points.set(begin, a + b);
+            points.set(begin + 1, a - b);
+        }
         return;
     }
     else if (bitsOf(static_cast<uint32_t>(n)) % 2 != 0)
     {
         for (size_t j = begin; j < end; j += 8)
         {
-            threeStagesAt<inverse>(points, j);
+            threeStagesAt<inverse>(points, j, get);
         }
         h = 8;
+    }
+    else
+    {
+        for (size_t j = begin; j < end; j += 4)
+        {
+            twoStagesAt<inverse>(points, j, 1, 0, get);
+        }
+        h = 4;
     }
     for (; h < n; h *= 4)
     {
@@ -241,7 +275,7 @@ void transformPart(Points points, size_t begin, size_t n)
         {
             for (size_t k = 0; k < h; ++k)
             {
-                twoStagesAt<inverse>(points, g + k, h, k);
+                twoStagesAt<inverse>(points, g + k, h, k, inPlace);
             }
         }
     }
@@ -255,11 +289,12 @@ template <bool inverse, size_t chunkSize = kChunk, class Load, class Emit>
 HWY_INLINE void transform(const Work& work, Load load, Emit emit)
 {
     const Points points = work.points();
+    const auto inPlace = [=](size_t j) HWY_ATTR { return points.get(j); };
     const size_t n = work.length();
     if (n <= kNear)
     {
         load(0, n);
-        transformPart<inverse>(points, 0, n);
+        transformPart<inverse>(points, 0, n, inPlace);
         for (size_t j = 0; j < n; j += chunkSize)
         {
             emit(j, std::min(n, j + chunkSize));
@@ -270,13 +305,13 @@ HWY_INLINE void transform(const Work& work, Load load, Emit emit)
     for (size_t part = 0; part < n; part += h)
     {
         load(part, part + h);
-        transformPart<inverse>(points, part, h);
+        transformPart<inverse>(points, part, h, inPlace);
     }
     for (size_t chunk = 0; chunk < h; chunk += chunkSize)
     {
         for (size_t k = chunk; k < chunk + chunkSize; ++k)
         {
-            twoStagesAt<inverse>(points, k, h, k);
+            twoStagesAt<inverse>(points, k, h, k, inPlace);
         }
         for (size_t j = chunk; j < n; j += h)
         {

@@ -23,7 +23,15 @@ namespace HWY_NAMESPACE
 HWY_INLINE Line finishedLine(Line r)
 {
     const Lines d;
+#if HWY_TARGET <= HWY_AVX3
+    // One instruction does both: of each kind of number it takes the second operand, but +0 for a zero and the first
+    // operand for NaNs.
+    constexpr int kKinds = 0x11111800;
+    const auto nan = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<Lines>(), 0x7FC00000u));
+    return Line{_mm512_fixupimm_ps(nan.raw, r.raw, _mm512_set1_epi32(kKinds), 0)};
+#else
     return resultWithOneNan(d, hn::Add(r, hn::Zero(d)));
+#endif
 }
 
 HWY_INLINE Point finishedPoint(const Point& p)
@@ -88,30 +96,6 @@ HWY_INLINE void transformRealRows(const Work& work, const T* src, size_t stride,
     }
 }
 
-// Columns, transformed: row(y) gives their values in row y, put(y, point) takes the results once all have been asked
-// for.
-template <bool inverse, class Row, class Put>
-HWY_INLINE void transformColumn(const Work& work, Row row, Put put)
-{
-    const Points points = work.points();
-    transform<inverse>(
-        work,
-        [&](size_t begin, size_t end) HWY_ATTR
-        {
-            for (size_t place = begin; place < end; ++place)
-            {
-                points.set(place, row(work.place(place)));
-            }
-        },
-        [&](size_t begin, size_t end) HWY_ATTR
-        {
-            for (size_t y = begin; y < end; ++y)
-            {
-                put(y, points.get(y));
-            }
-        });
-}
-
 // `count` floats, and 0 behind them.
 HWY_INLINE Line someFloats(const float* from, size_t count)
 {
@@ -144,11 +128,61 @@ HWY_INLINE void storeComplex(const Point& p, size_t skip, size_t count, float* t
     const Lines d;
     if (skip == 0 && count == kLanes)
     {
+#if HWY_TARGET <= HWY_AVX3
+        const __m512i lower = _mm512_set_epi32(23, 7, 22, 6, 21, 5, 20, 4, 19, 3, 18, 2, 17, 1, 16, 0);
+        const __m512i upper = _mm512_add_epi32(lower, _mm512_set1_epi32(8));
+        _mm512_storeu_ps(to, _mm512_permutex2var_ps(p.re.raw, lower, p.im.raw));
+        return _mm512_storeu_ps(to + kLanes, _mm512_permutex2var_ps(p.re.raw, upper, p.im.raw));
+#else
         return hn::StoreInterleaved2(p.re, p.im, d, to);
+#endif
     }
     float all[2 * kLanes];
     hn::StoreInterleaved2(p.re, p.im, d, all);
     std::copy_n(all + 2 * skip, 2 * count, to);
+}
+
+// Whether a row of so many complex values is worth the lanes of its own.
+HWY_INLINE bool fillsLanes(uint32_t width)
+{
+    return width >= kLanes * kLanes;
+}
+
+// The complex rows of an image, one by one; put(y, x, point) takes the values of row y from x on.
+template <bool inverse, class Put>
+HWY_INLINE void transformWideRows(const Work& work, const float* src, size_t stride, uint32_t height, Put put)
+{
+    for (size_t y = 0; y < height; ++y)
+    {
+        const float* row = planeRow(src, stride, y);
+        transformRow<inverse>(
+            work, [=](size_t j) HWY_ATTR { return loadComplex(row + 2 * kLanes * j, kLanes); },
+            [=](size_t x, const Point& p) HWY_ATTR { put(y, x, p); });
+    }
+}
+
+// Columns, transformed: row(y) gives their values in row y, put(y, point) takes the results once all have been asked
+// for.
+template <bool inverse, class Row, class Put>
+HWY_INLINE void transformColumn(const Work& work, Row row, Put put)
+{
+    const Points points = work.points();
+    transform<inverse>(
+        work,
+        [&](size_t begin, size_t end) HWY_ATTR
+        {
+            for (size_t place = begin; place < end; ++place)
+            {
+                points.set(place, row(work.place(place)));
+            }
+        },
+        [&](size_t begin, size_t end) HWY_ATTR
+        {
+            for (size_t y = begin; y < end; ++y)
+            {
+                put(y, points.get(y));
+            }
+        });
 }
 
 // The columns of a complex image, in place.
@@ -218,15 +252,26 @@ HWY_INLINE vsrStatus forward(const T* src, uint32_t width, uint32_t height, uint
         return [=](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
         { storeRows(dst + y * pitch, pitch, rows, 2 * begin, 2 * end, pairs); };
     };
-    work.setLength(width, false);
     if constexpr (isComplex)
     {
-        transformRows<false>(work, src, srcStride, height,
-                             storePairs([=](size_t j) HWY_ATTR { return points.get(j); }));
+        if (fillsLanes(width))
+        {
+            const auto store = [=](size_t y, size_t x, const Point& p) HWY_ATTR
+            { storeComplex(columns ? p : finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); };
+            work.setRow(width, false);
+            transformWideRows<false>(work, src, srcStride, height, store);
+        }
+        else
+        {
+            work.setLength(width, false);
+            transformRows<false>(work, src, srcStride, height,
+                                 storePairs([=](size_t j) HWY_ATTR { return points.get(j); }));
+        }
     }
     else
     {
         const size_t wanted = onlyHalf ? width / 2 + 1 : width;
+        work.setLength(width, false);
         transformRealRows(work, src, srcStride, height, wanted,
                           storePairs([=](size_t j) HWY_ATTR { return spectrumAt(points, j, width); }));
     }
@@ -291,16 +336,29 @@ vsrStatus ifftf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint3
     const auto imaginaryParts = [=](size_t x) HWY_ATTR {
         return Block<Lines>{points.get(x).im, points.get(x + 1).im, points.get(x + 2).im, points.get(x + 3).im};
     };
-    work.setLength(srcWidth, true);
-    // Floats fill a cache line with twice as many.
-    transformRows<true, 2 * kChunk>(work, src, srcStride, srcHeight,
-                                    [&](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
-                                    {
-                                        storeRows(dst + y * dstPitch, dstPitch, rows, begin, end, realParts);
-                                        storeRows(imaginary + y * pitch, pitch, rows, begin, end, imaginaryParts);
-                                    });
-    work.setLength(srcHeight, true);
     const Lines d;
+    if (fillsLanes(srcWidth))
+    {
+        work.setRow(srcWidth, true);
+        transformWideRows<true>(work, src, srcStride, srcHeight,
+                                [=](size_t y, size_t x, const Point& p) HWY_ATTR
+                                {
+                                    hn::StoreU(p.re, d, dst + y * dstPitch + x);
+                                    hn::StoreU(p.im, d, imaginary + y * pitch + x);
+                                });
+    }
+    else
+    {
+        work.setLength(srcWidth, true);
+        // Floats fill a cache line with twice as many.
+        transformRows<true, 2 * kChunk>(work, src, srcStride, srcHeight,
+                                        [&](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
+                                        {
+                                            storeRows(dst + y * dstPitch, dstPitch, rows, begin, end, realParts);
+                                            storeRows(imaginary + y * pitch, pitch, rows, begin, end, imaginaryParts);
+                                        });
+    }
+    work.setLength(srcHeight, true);
     const auto scale = hn::Set(d, 1.0f / static_cast<float>(size_t{srcWidth} * srcHeight));
     for (size_t x = 0; x < srcWidth; x += kLanes)
     {
