@@ -77,8 +77,8 @@ typedef struct vsrContourLinks
  * order in which a row-major scan meets them; contour i has lengths[i] points of `xy`, one contour after the other.
  * Outer borders run counter-clockwise on the screen, those of holes clockwise, through the pixels of the region. The
  * list ends before the first contour that does not fit whole. A pixel is passed at most four times, in long contours
- * once more, so that time is linear. Scratch memory: 1.25 bytes a pixel (1 for outer contours alone), 12 for each run of
- * pixels in a row, of which there are at most half as many as pixels, and 64 KiB.
+ * once more, so that time is linear. Scratch memory: 1.25 bytes a pixel (1 for outer contours alone), 12 for each run
+ * of pixels in a row, of which there are at most half as many as pixels, and 64 KiB.
  * @param chain      VISORA_CHAIN_FULL or VISORA_CHAIN_CORNERS
  * @param lengths    maxContours numbers
  * @param links      maxContours records
