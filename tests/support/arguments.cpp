@@ -26,7 +26,13 @@ FencedMemory::FencedMemory(size_t bytes, Flush flush) : size_(bytes)
     if (flush == Flush::Unfenced)
     {
         constexpr size_t kCacheLine = 64;
-        mapping_ = std::aligned_alloc(kCacheLine, (bytes / kCacheLine + 1) * kCacheLine);
+        const size_t lines = bytes / kCacheLine + 1;
+        mapping_ = std::aligned_alloc(kCacheLine, lines * kCacheLine);
+        if (mapping_ == nullptr)
+        {
+            std::abort();
+        }
+        std::memset(mapping_, 0, lines * kCacheLine);
         data_ = static_cast<uint8_t*>(mapping_);
         return;
     }

@@ -45,7 +45,6 @@ HWY_INLINE void sumsWithFour(const typename Sum::Query* queries, const typename 
             sums[i][k] = Sum::zero();
         }
     }
-    // Unrolled by hand: compilers would do it too late to keep the sums in registers.
     const auto step = [&](auto load, auto loadOfSet) HWY_ATTR __attribute__((always_inline))
     {
         typename Sum::Operand q[kQueries];
@@ -61,10 +60,18 @@ HWY_INLINE void sumsWithFour(const typename Sum::Query* queries, const typename 
                 Sum::add(sums[i][k], kSquares && i + 1 == kQueries ? v : q[i], v);
             }
         };
+#if HWY_ARCH_ARM
+        // Compilers would unroll it too late to keep the sums in registers.
         addVector(0);
         addVector(1);
         addVector(2);
         addVector(3);
+#else
+        for (size_t k = 0; k < 4; ++k)
+        {
+            addVector(k);
+        }
+#endif
     };
     size_t x = 0;
     for (; x + Sum::kStep <= length; x += Sum::kStep)

@@ -85,14 +85,14 @@ struct Smallest
 };
 
 /**
- * Covers [0, width) with vectors: put(x, value(x)), four values at a time, all of which are there before any is put. So
- * the loads of neighbours go in pairs, which a store among them would keep apart. The last step overlaps.
+ * Covers [0, width) with vectors: put(x, value(x)). On ARM four values at a time, all of which are there before any is
+ * put: so the loads of neighbours go in pairs, which a store among them would keep apart. The last step overlaps.
  */
 template <class D, class Value, class Put>
 HWY_INLINE void coverByFour(D d, size_t width, Value value, Put put)
 {
     const size_t lanes = hn::Lanes(d);
-    if (width < 4 * lanes)
+    if (!HWY_ARCH_ARM || width < 4 * lanes)
     {
         return coverRange(0, width, lanes, [&](size_t x) HWY_ATTR { put(x, value(x)); });
     }
@@ -393,11 +393,12 @@ HWY_INLINE void extremeRows(D d, size_t width, size_t radiusX, size_t radiusY, s
     }
 }
 
-// Small windows take vectors that shiftedIn takes.
+// Small windows take vectors that shiftedIn takes; below 17 columns longer ones cross a cache line with every load.
 template <class Body>
 HWY_INLINE void withVectorFor(const MorphologyCall& call, Body body)
 {
-    if (std::max(call.radiusX, call.radiusY) <= kSmallRadius)
+    constexpr uint32_t kMostShortRadius = 7;
+    if (std::max(call.radiusX, call.radiusY) <= kMostShortRadius)
     {
         withFittingVector<uint8_t, kMostSmallLanes>(call.width, body);
     }
