@@ -140,7 +140,8 @@ HWY_INLINE bool convertMosaic(Store store, const uint8_t* src, size_t width, siz
         return false;
     }
     const size_t inner = width - 2;
-    return withFittingVector<uint8_t, kBytes == 1 ? 64 : RGB888::kMaxVectorBytes>(
+    constexpr size_t kMostLanes = kBytes == 1 ? 64 : RGB888::kMaxVectorBytes;
+    return withFittingVector<uint8_t, kMostLanes>(
         inner / 2,
         [=](auto d) HWY_ATTR
         {
