@@ -182,7 +182,7 @@ HWY_INLINE vsrStatus mapPlanes(size_t width, size_t height, const Step& step, Fi
     }
     if constexpr (HWY_ARCH_X86 && sizeof...(P) != 0 && First::kWrites && !First::kReads && (!P::kWrites && ...))
     {
-        if (isTooMuchForCaches(width * height * (columnBytes<First> + ... + columnBytes<P>)))
+        if (isStreamed(width * height * (columnBytes<First> + ... + columnBytes<P>), kStreamedThrough))
         {
             for (; height != 0; --height)
             {

@@ -28,12 +28,4 @@
         }                                                                                              \
     })
 
-/**
- * In the namespace of an instruction set: defines `kernel`, with the operation's arguments, by a driver and its
- * formula: the driver gets the formula, then the operation's arguments.
- */
-#define VSR_KERNEL(operation, kernel, driver, ...)       \
-    std::type_identity_t<decltype(operation##C)> kernel; \
-    VSR_DEFINE_BODY(kernel, decltype(operation##C), { return driver(__VA_ARGS__ __VA_OPT__(, ) arguments...); })
-
 #endif

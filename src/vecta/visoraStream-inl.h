@@ -18,22 +18,17 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-/** Destinations of so many bytes are written past the caches: what is written in many rows at once would wait for each
- * line, what is written in order is only worth it beyond a share of the last cache. */
+/** So many bytes are worth writing past the caches: a destination written in many rows at once, whose every line is
+ * waited for; one written in order, a large share of the last cache; all that a call goes straight through, read and
+ * written, when nothing of it stays in the caches (with less it is slower by up to two times). */
 constexpr size_t kStreamedTurned = size_t{4} << 20;
 constexpr size_t kStreamedInOrder = size_t{16} << 20;
+constexpr size_t kStreamedThrough = size_t{20} << 20;
 
 /** Processors for ARM notice by themselves that whole lines are written. */
 constexpr bool isStreamed(size_t bytes, size_t least)
 {
     return HWY_ARCH_X86 && bytes >= least;
-}
-
-/** Whether a call that goes straight through so many bytes, read and written, leaves nothing of them in the caches.
- * With less, what is written past them is slower by up to two times. */
-constexpr bool isTooMuchForCaches(size_t bytes)
-{
-    return HWY_ARCH_X86 && bytes >= (size_t{20} << 20);
 }
 
 /** std::memcpy whose whole lines go past the caches. Behind all of them hwy::FlushStream() is due. */

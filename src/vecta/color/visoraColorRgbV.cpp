@@ -2,7 +2,6 @@
 #include <type_traits>
 
 #include "common/visoraColorConversions.h"
-#include "vecta/visoraExport.h"
 #include "visora/variants/color.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -11,6 +10,7 @@
 #include "hwy/highway.h"
 #include "vecta/color/visoraColorTriples-inl.h"
 #include "vecta/visoraDrivers-inl.h"
+#include "vecta/visoraVariant-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -252,9 +252,9 @@ vsrStatus RGBA8888ToBGRA8888(const uint8_t* src, uint32_t width, uint32_t height
         src, 4 * width, height, srcStride, dst, dstStride);
 }
 
-#define REPACK(source, destination)                                                                             \
-    VSR_KERNEL(vsrColor##source##To##destination##u8, source##To##destination, repack, source(), destination(), \
-               vsrColor##source##To##destination##u8C);
+#define REPACK(source, destination)                                                     \
+    VSR_VARIANT(vsrColor##source##To##destination##u8, repack, source(), destination(), \
+                vsrColor##source##To##destination##u8C);
 VSR_COLOR_REPACKS(REPACK)
 
 bool RGB888ToRGB565Rotate180(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
@@ -276,9 +276,9 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-#define REPACK_VARIANT(source, destination) VSR_VECTOR(vsrColor##source##To##destination##u8, source##To##destination);
-VSR_COLOR_EXCHANGES(REPACK_VARIANT)
-VSR_COLOR_REPACKS(REPACK_VARIANT)
+VSR_VECTOR(vsrColorRGB565ToBGR565u8, RGB565ToBGR565);
+VSR_VECTOR(vsrColorRGB888ToBGR888u8, RGB888ToBGR888);
+VSR_VECTOR(vsrColorRGBA8888ToBGRA8888u8, RGBA8888ToBGRA8888);
 VSR_VECTOR(vsrColorRGB888ToRGB565Rotate180u8, RGB888ToRGB565Rotate180);
 
 void rgb565_to_rgb888V(const uint8_t* src, uint32_t length, uint8_t* dst)

@@ -1,7 +1,6 @@
 // Conversions from RGB to grey and to YCbCr, vector variants.
 #include "common/visoraColorConversions.h"
 #include "cpu/color/visoraColorRgb.h"
-#include "vecta/visoraExport.h"
 #include "visora/variants/color.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -11,6 +10,7 @@
 #include "vecta/color/visoraColorFormats-inl.h"
 #include "vecta/color/visoraColorWeights-inl.h"
 #include "vecta/visoraDrivers-inl.h"
+#include "vecta/visoraVariant-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -215,13 +215,12 @@ HWY_INLINE vsrStatus convert(Conversion<Format, Pixel, sampling>, const uint8_t*
 
 // ---- Kernels ----
 
-#define TO_GRAY(source) \
-    VSR_KERNEL(vsrColor##source##ToGrayu8, source##ToGray, grayImage, source(), vsrColor##source##ToGrayu8C);
+#define TO_GRAY(source) VSR_VARIANT(vsrColor##source##ToGrayu8, grayImage, source(), vsrColor##source##ToGrayu8C);
 VSR_COLOR_GRAYS(TO_GRAY)
 
-#define TO_YCBCR(source, sampling, layout)                                                             \
-    VSR_KERNEL(vsrColor##source##ToYCbCr##sampling##layout##u8, source##To##sampling##layout, convert, \
-               Conversion<source, visora::source, k##sampling>());
+#define TO_YCBCR(source, sampling, layout)                                \
+    VSR_VARIANT(vsrColor##source##ToYCbCr##sampling##layout##u8, convert, \
+                Conversion<source, visora::source, k##sampling>());
 VSR_COLOR_TO_YCBCR(TO_YCBCR)
 
 }  // namespace HWY_NAMESPACE
@@ -229,12 +228,6 @@ VSR_COLOR_TO_YCBCR(TO_YCBCR)
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-
-#define TO_GRAY_VARIANT(source) VSR_VECTOR(vsrColor##source##ToGrayu8, source##ToGray);
-VSR_COLOR_GRAYS(TO_GRAY_VARIANT)
-#define TO_YCBCR_VARIANT(source, sampling, layout) \
-    VSR_VECTOR(vsrColor##source##ToYCbCr##sampling##layout##u8, source##To##sampling##layout);
-VSR_COLOR_TO_YCBCR(TO_YCBCR_VARIANT)
 
 // ---- Row helpers ----
 

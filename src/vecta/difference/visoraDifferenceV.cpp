@@ -7,7 +7,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraDrivers-inl.h"
-#include "vecta/visoraExport.h"
+#include "vecta/visoraVariant-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -15,13 +15,12 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-VSR_KERNEL(vsrImageDiffu8, diffu8, binary, [](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::SaturatedSub(a, b); });
-VSR_KERNEL(vsrImageDiffs16, diffs16, binary,
-           [](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::SaturatedSub(a, b); });
-VSR_KERNEL(vsrImageDifff32, difff32, binary,
-           [](auto d, auto a, auto b) HWY_ATTR { return resultWithOneNan(d, hn::Sub(a, b)); });
-VSR_KERNEL(vsrImageDiffu8s16, diffu8s16, binary,
-           [](auto d, auto a, auto b) HWY_ATTR { return hn::Sub(hn::PromoteTo(d, a), hn::PromoteTo(d, b)); });
+VSR_VARIANT(vsrImageDiffu8, binary, [](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::SaturatedSub(a, b); });
+VSR_VARIANT(vsrImageDiffs16, binary, [](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::SaturatedSub(a, b); });
+VSR_VARIANT(vsrImageDifff32, binary,
+            [](auto d, auto a, auto b) HWY_ATTR { return resultWithOneNan(d, hn::Sub(a, b)); });
+VSR_VARIANT(vsrImageDiffu8s16, binary,
+            [](auto d, auto a, auto b) HWY_ATTR { return hn::Sub(hn::PromoteTo(d, a), hn::PromoteTo(d, b)); });
 
 // Bytes in even and in odd places, each in 16 bits.
 template <class D, class V>
@@ -101,10 +100,6 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-VSR_VECTOR(vsrImageDiffu8, diffu8);
-VSR_VECTOR(vsrImageDiffs16, diffs16);
-VSR_VECTOR(vsrImageDifff32, difff32);
-VSR_VECTOR(vsrImageDiffu8s16, diffu8s16);
 VSR_VECTOR(vsrImageBlendu8, blend);
 VSR_VECTOR(vsrFrameDifferenceu8, frameDifference);
 

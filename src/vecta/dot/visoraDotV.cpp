@@ -1,7 +1,6 @@
 // Dot products, vector variants: four vectors of a set at once, for sets with sets several queries as well.
 #include "cpu/dot/visoraDot.h"
 #include "cpu/visoraPlane.h"
-#include "vecta/visoraExport.h"
 #include "visora/variants/corner.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -9,6 +8,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/dot/visoraDot-inl.h"
+#include "vecta/visoraVariant-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -178,59 +178,33 @@ HWY_INLINE vsrStatus patches(const uint8_t* src, uint32_t width, uint32_t height
     return VISORA_SUCCESS;
 }
 
-#define DOT_KERNEL(name, kernel, ...) \
-    VSR_KERNEL(vsrDot##name, dot##name, [](auto... all) HWY_ATTR { return kernel __VA_ARGS__(all...); })
+#define DOT_VARIANT(name, kernel, ...) \
+    VSR_VARIANT(vsrDot##name, [](auto... all) HWY_ATTR { return kernel __VA_ARGS__(all...); })
 
-DOT_KERNEL(Productu8, twoVectors);
-DOT_KERNEL(Products8, twoVectors);
-DOT_KERNEL(Productu16, twoVectors);
-DOT_KERNEL(Products16, twoVectors);
-DOT_KERNEL(Productf32, twoVectors);
-DOT_KERNEL(OneToManyu8, oneToMany);
-DOT_KERNEL(OneToManys8, oneToMany);
-DOT_KERNEL(OneToManys16, oneToMany);
-DOT_KERNEL(OneToManyf32, oneToMany);
-DOT_KERNEL(Indexedu8, indexed);
-DOT_KERNEL(Indexeds8, indexed);
-DOT_KERNEL(Indexedf32, indexed);
-DOT_KERNEL(Matrixu8, matrix);
-DOT_KERNEL(Matrixs8, matrix);
-DOT_KERNEL(Matrixf32, matrix);
-DOT_KERNEL(Nearestu8, nearest);
-DOT_KERNEL(Nearests8, nearest);
-DOT_KERNEL(Nearestf32, nearest);
-DOT_KERNEL(Normedu8, cosines);
-DOT_KERNEL(Normeds8, cosines);
-DOT_KERNEL(Normedf32, floatCosines);
-DOT_KERNEL(Patch8x8u8, patches, <8>);
-DOT_KERNEL(Patch16x16u8, patches, <16>);
+DOT_VARIANT(Productu8, twoVectors);
+DOT_VARIANT(Products8, twoVectors);
+DOT_VARIANT(Productu16, twoVectors);
+DOT_VARIANT(Products16, twoVectors);
+DOT_VARIANT(Productf32, twoVectors);
+DOT_VARIANT(OneToManyu8, oneToMany);
+DOT_VARIANT(OneToManys8, oneToMany);
+DOT_VARIANT(OneToManys16, oneToMany);
+DOT_VARIANT(OneToManyf32, oneToMany);
+DOT_VARIANT(Indexedu8, indexed);
+DOT_VARIANT(Indexeds8, indexed);
+DOT_VARIANT(Indexedf32, indexed);
+DOT_VARIANT(Matrixu8, matrix);
+DOT_VARIANT(Matrixs8, matrix);
+DOT_VARIANT(Matrixf32, matrix);
+DOT_VARIANT(Nearestu8, nearest);
+DOT_VARIANT(Nearests8, nearest);
+DOT_VARIANT(Nearestf32, nearest);
+DOT_VARIANT(Normedu8, cosines);
+DOT_VARIANT(Normeds8, cosines);
+DOT_VARIANT(Normedf32, floatCosines);
+DOT_VARIANT(Patch8x8u8, patches, <8>);
+DOT_VARIANT(Patch16x16u8, patches, <16>);
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora
 HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
-VSR_VECTOR(vsrDotProductu8, dotProductu8);
-VSR_VECTOR(vsrDotProducts8, dotProducts8);
-VSR_VECTOR(vsrDotProductu16, dotProductu16);
-VSR_VECTOR(vsrDotProducts16, dotProducts16);
-VSR_VECTOR(vsrDotProductf32, dotProductf32);
-VSR_VECTOR(vsrDotOneToManyu8, dotOneToManyu8);
-VSR_VECTOR(vsrDotOneToManys8, dotOneToManys8);
-VSR_VECTOR(vsrDotOneToManys16, dotOneToManys16);
-VSR_VECTOR(vsrDotOneToManyf32, dotOneToManyf32);
-VSR_VECTOR(vsrDotIndexedu8, dotIndexedu8);
-VSR_VECTOR(vsrDotIndexeds8, dotIndexeds8);
-VSR_VECTOR(vsrDotIndexedf32, dotIndexedf32);
-VSR_VECTOR(vsrDotMatrixu8, dotMatrixu8);
-VSR_VECTOR(vsrDotMatrixs8, dotMatrixs8);
-VSR_VECTOR(vsrDotMatrixf32, dotMatrixf32);
-VSR_VECTOR(vsrDotNearestu8, dotNearestu8);
-VSR_VECTOR(vsrDotNearests8, dotNearests8);
-VSR_VECTOR(vsrDotNearestf32, dotNearestf32);
-VSR_VECTOR(vsrDotNormedu8, dotNormedu8);
-VSR_VECTOR(vsrDotNormeds8, dotNormeds8);
-VSR_VECTOR(vsrDotNormedf32, dotNormedf32);
-VSR_VECTOR(vsrDotPatch8x8u8, dotPatch8x8u8);
-VSR_VECTOR(vsrDotPatch16x16u8, dotPatch16x16u8);
-#endif

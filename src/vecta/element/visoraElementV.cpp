@@ -8,7 +8,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraDrivers-inl.h"
-#include "vecta/visoraExport.h"
+#include "vecta/visoraVariant-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -17,7 +17,7 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-VSR_KERNEL(vsrBitwiseNotu8, bitwiseNot, unary, [](auto /*d*/, auto a) HWY_ATTR { return hn::Not(a); });
+VSR_VARIANT(vsrBitwiseNotu8, unary, [](auto /*d*/, auto a) HWY_ATTR { return hn::Not(a); });
 
 #if HWY_ARCH_ARM_A64
 // The table stays in sixteen registers.
@@ -113,7 +113,6 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-VSR_VECTOR(vsrBitwiseNotu8, bitwiseNot);
 VSR_VECTOR(vsrTableLookupu8, tableLookup);
 
 #endif

@@ -11,7 +11,7 @@
 #include "hwy/highway.h"
 #include "vecta/filter/visoraFilterProducts-inl.h"
 #include "vecta/filter/visoraFilterWindow-inl.h"
-#include "vecta/visoraExport.h"
+#include "vecta/visoraVariant-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -317,11 +317,11 @@ HWY_INLINE vsrStatus correlationOf(const int16_t* src, uint32_t srcWidth, uint32
                                 dstStride);
 }
 
-VSR_KERNEL(vsrFilterCorrSep9x9s16, correlation9, correlationOf<9>);
-VSR_KERNEL(vsrFilterCorrSep11x11s16, correlation11, correlationOf<11>);
-VSR_KERNEL(vsrFilterCorrSep13x13s16, correlation13, correlationOf<13>);
-VSR_KERNEL(vsrFilterCorrSep15x15s16, correlation15, correlationOf<15>);
-VSR_KERNEL(vsrFilterCorrSep17x17s16, correlation17, correlationOf<17>);
+VSR_VARIANT(vsrFilterCorrSep9x9s16, correlationOf<9>);
+VSR_VARIANT(vsrFilterCorrSep11x11s16, correlationOf<11>);
+VSR_VARIANT(vsrFilterCorrSep13x13s16, correlationOf<13>);
+VSR_VARIANT(vsrFilterCorrSep15x15s16, correlationOf<15>);
+VSR_VARIANT(vsrFilterCorrSep17x17s16, correlationOf<17>);
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora
@@ -333,10 +333,5 @@ VSR_VECTOR(vsrFilterCorr3x3s8, correlation3x3);
 VSR_VECTOR(vsrFilterConvNxNu8s16, convolutionNxN);
 VSR_VECTOR(vsrConvolves16, convolution);
 VSR_VECTOR(vsrFilterConvSepMxNs16, convolutionSeparable);
-VSR_VECTOR(vsrFilterCorrSep9x9s16, correlation9);
-VSR_VECTOR(vsrFilterCorrSep11x11s16, correlation11);
-VSR_VECTOR(vsrFilterCorrSep13x13s16, correlation13);
-VSR_VECTOR(vsrFilterCorrSep15x15s16, correlation15);
-VSR_VECTOR(vsrFilterCorrSep17x17s16, correlation17);
 
 #endif

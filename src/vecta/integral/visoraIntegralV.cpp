@@ -270,7 +270,7 @@ HWY_INLINE void integrateRow(const uint8_t* pixels, size_t width, const uint32_t
 vsrStatus integrateu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t* dst,
                       uint32_t dstStride)
 {
-    const bool isFar = isTooMuchForCaches(size_t{dstStride} * srcHeight);
+    const bool isFar = isStreamed(size_t{dstStride} * srcHeight, kStreamedThrough);
     std::fill_n(dst, size_t{srcWidth} + 1, 0u);
     for (size_t y = 0; y < srcHeight; ++y)
     {

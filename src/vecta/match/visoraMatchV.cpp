@@ -3,7 +3,6 @@
 #include "cpu/match/visoraMatch.h"
 #include "cpu/visoraPlane.h"
 #include "cpu/visoraScratch.h"
-#include "vecta/visoraExport.h"
 #include "visora/variants/corner.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -16,6 +15,7 @@
 #include "vecta/dot/visoraTotals-inl.h"
 #include "vecta/match/visoraMatchProducts-inl.h"
 #include "vecta/match/visoraMatchTransform-inl.h"
+#include "vecta/visoraVariant-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -70,8 +70,8 @@ HWY_INLINE vsrStatus scoresAt(const uint8_t* src, uint32_t width, uint32_t heigh
     return VISORA_SUCCESS;
 }
 
-VSR_KERNEL(vsrNCCPatchScore8x8u8, score8x8, [](auto... all) HWY_ATTR { return scoresAt<8>(all...); });
-VSR_KERNEL(vsrNCCPatchScore16x16u8, score16x16, [](auto... all) HWY_ATTR { return scoresAt<16>(all...); });
+VSR_VARIANT(vsrNCCPatchScore8x8u8, [](auto... all) HWY_ATTR { return scoresAt<8>(all...); });
+VSR_VARIANT(vsrNCCPatchScore16x16u8, [](auto... all) HWY_ATTR { return scoresAt<16>(all...); });
 
 // ---- Templates ----
 
@@ -350,8 +350,6 @@ vsrStatus searchNxN(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, u
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-VSR_VECTOR(vsrNCCPatchScore8x8u8, score8x8);
-VSR_VECTOR(vsrNCCPatchScore16x16u8, score16x16);
 VSR_VECTOR(vsrNCCPatchSearch8x8u8, search8x8);
 VSR_VECTOR(vsrNCCPatchSearchNxNu8, searchNxN);
 VSR_VECTOR(vsrMatchTemplateu8, matchTemplate);
