@@ -29,8 +29,16 @@ namespace
 using Work = std::function<void()>;
 using Floats = std::vector<float>;
 
+// OpenCV multiplies by it, too, where it is installed.
+[[maybe_unused]] const bool isOnOneThread = []
+{
+    openblas_set_num_threads(1);
+    return true;
+}();
+
 constexpr int kOne = 1;
-constexpr int kFew = 16;  // columns of tall matrices
+constexpr int kLength = 128;  // elements of vectors whose products are asked for
+constexpr int kFew = 16;      // columns of tall matrices
 
 Floats randomFloats(int count)
 {
@@ -38,7 +46,6 @@ Floats randomFloats(int count)
     std::uniform_real_distribution<float> any(-300, 300);
     Floats list(static_cast<size_t>(count));
     std::generate(list.begin(), list.end(), [&] { return any(generator); });
-    openblas_set_num_threads(1);
     return list;
 }
 
@@ -50,6 +57,19 @@ Work multiply(int width, int height)
         const float one = 1;
         const float none = 0;
         sgemm_("N", "N", &height, &width, &width, &one, A.data(), &height, B.data(), &width, &none, C.data(), &height);
+    };
+}
+
+// Products of as many vectors as the shape is wide. What lies in columns there are our rows.
+Work multiplyVectors(int width, int /*height*/)
+{
+    return [=, a = randomFloats(width * kLength), b = randomFloats(width * kLength),
+            c = randomFloats(width * width)]() mutable
+    {
+        const float one = 1;
+        const float none = 0;
+        sgemm_("T", "N", &width, &width, &kLength, &one, b.data(), &kLength, a.data(), &kLength, &none, c.data(),
+               &width);
     };
 }
 
@@ -94,6 +114,7 @@ Work decompose(int rows, int /*height*/)
 }
 
 const RegisterPeers openBlasMatrices({
+    {"vsrDotMatrixf32", "", "OpenBLAS", multiplyVectors},
     {"vsrMatrixMultiplyf32", "", "OpenBLAS", multiply},
     {"vsrSolveLUf32", "", "OpenBLAS", solveLU},
     {"vsrSolveQRf32", "", "OpenBLAS", solveQR},

@@ -1,5 +1,4 @@
-// Peers of the search of a tree and of large products of matrices, and how near sums over sets come to the limit of
-// their loads.
+// Peers of the search of a tree, and how near sums over sets come to the limit of their loads.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -13,16 +12,6 @@
 #ifdef VISORA_HAVE_OPENCV
 #include <memory>
 #include <opencv2/flann.hpp>
-#endif
-#ifdef VISORA_HAVE_OPENBLAS
-extern "C"
-{
-    void openblas_set_num_threads(int threads);
-    // Fortran's: columns one after the other, all arguments by their addresses.
-    void sgemm_(const char* transA, const char* transB, const int* m, const int* n, const int* k, const float* alpha,
-                const float* a, const int* strideA, const float* b, const int* strideB, const float* beta, float* c,
-                const int* strideC);
-}
 #endif
 
 namespace visora::bench
@@ -58,35 +47,6 @@ const RegisterPeers trees({
     {"vsrKDTreeSearchf32", "exact", "FLANN", treeSearch(cvflann::FLANN_CHECKS_UNLIMITED)},
     {"vsrKDTreeSearchf32", "8_leaves", "FLANN", treeSearch(8 * 8)},
 });
-#endif
-
-#ifdef VISORA_HAVE_OPENBLAS
-// ---- Products of as many vectors of 128 elements as the shape is wide ----
-
-// OpenCV multiplies by it, too, where it is installed.
-[[maybe_unused]] const bool isOnOneThread = []
-{
-    openblas_set_num_threads(1);
-    return true;
-}();
-
-Work multiplied(int width, int /*height*/)
-{
-    constexpr int kLength = 128;
-    const auto side = static_cast<size_t>(width);
-    const std::vector<float> a(side * kLength, 0.5f);
-    const std::vector<float> b(side * kLength, 0.25f);
-    return [=, c = std::vector<float>(side * side)]() mutable
-    {
-        // What lies in columns there are our rows.
-        constexpr float kOne = 1;
-        constexpr float kZero = 0;
-        sgemm_("T", "N", &width, &width, &kLength, &kOne, b.data(), &kLength, a.data(), &kLength, &kZero, c.data(),
-               &width);
-    };
-}
-
-const RegisterPeers products({{"vsrDotMatrixf32", "", "OpenBLAS", multiplied}});
 #endif
 
 // ---- Loads ----

@@ -79,31 +79,6 @@ TEST(HostLog, ReturnsOneWhateverBecomesOfTheLine)
     }
 }
 
-TEST(HostLog, LeavesOutWhatIsBelowItsLevel)
-{
-    const std::pair<const char*, const char*> levels[] = {{"", "D/tag: 3\nE/tag: 6\n"},
-                                                          {"4", "^E/tag: 6\n"},
-                                                          {"I", "^E/tag: 6\n"},
-                                                          {"D", "D/tag: 3\nE/tag: 6\n"},
-                                                          {"9", "^$"}};
-    if (VISORA_IS_EMULATED)
-    {
-        GTEST_SKIP() << "a program cannot start itself where the system does not know its processor";
-    }
-    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a program of its own: the level is read once
-    for (const auto& [level, lines] : levels)
-    {
-        EXPECT_EXIT(
-            {
-                setenv("VISORA_PROP_runtime_visora_log_level", level, 1);
-                const int results = __android_log_print(3, "tag", "%s", "3") + __android_log_print(6, "tag", "%s", "6");
-                std::exit(results);
-            },
-            testing::ExitedWithCode(2), lines)
-            << level;
-    }
-}
-
 int remember(void* context, int priority, const char* tag, const char* text)
 {
     static_cast<std::vector<std::string>*>(context)->push_back(std::to_string(priority) + tag + text);
