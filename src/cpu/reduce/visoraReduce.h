@@ -1,4 +1,4 @@
-// What the reductions have in common: extremes with their places, sums of floats in 16 parts, means, projections.
+// What the reductions have in common: extremes with their places, means, projections.
 #ifndef VISORA_CPU_REDUCE_H
 #define VISORA_CPU_REDUCE_H
 
@@ -57,27 +57,6 @@ struct Extremes
         std::copy_n(minXY, 2, smallestXY);
         std::copy_n(maxXY, 2, largestXY);
         return store(smallest, largest);
-    }
-};
-
-/** A sum of floats in 16 parts, whose order does not depend on the width of vectors. */
-template <class T>
-struct Sum16
-{
-    T parts[16] = {};
-
-    void add(size_t index, T value) { parts[index % 16] += value; }
-
-    T total()
-    {
-        for (size_t s = 8; s != 0; s /= 2)
-        {
-            for (size_t i = 0; i < s; ++i)
-            {
-                parts[i] = parts[i] + parts[i + s];
-            }
-        }
-        return parts[0];
     }
 };
 

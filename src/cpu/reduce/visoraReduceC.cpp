@@ -3,6 +3,7 @@
 
 #include "cpu/reduce/visoraReduce.h"
 #include "cpu/visoraDrivers.h"
+#include "cpu/visoraPartialSums.h"
 #include "visora/variants/arithmetic.h"
 
 namespace visora
@@ -60,7 +61,7 @@ vsrStatus vsrBitCountu32C(const uint32_t* src, uint32_t length, uint32_t* bitCou
 
 vsrStatus vsrSumf32C(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, float* sum)
 {
-    visora::Sum16<double> sums;
+    visora::PartialSums<double> sums;
     visora::forEach(src, srcWidth, srcHeight, srcStride, nullptr, 0,
                     [&](float value, uint32_t x, uint32_t /*y*/) { sums.add(x, value); });
     *sum = visora::oneNan(static_cast<float>(sums.total()));

@@ -3,6 +3,7 @@
 
 #include "cpu/reduce/visoraReduce.h"
 #include "cpu/visoraDrivers.h"
+#include "cpu/visoraPartialSums.h"
 #include "visora/variants/arithmetic.h"
 
 namespace visora
@@ -60,7 +61,7 @@ vsrStatus vsrSumOfSquaredDifff32C(const float* query, uint32_t length, const flo
     for (uint32_t i = 0; i < numVectors; ++i)
     {
         const float* vector = visora::imageRow(set, setStride, i);
-        visora::Sum16<float> sum;
+        visora::PartialSums<float> sum;
         for (uint32_t k = 0; k < length; ++k)
         {
             const float d = query[k] - vector[k];

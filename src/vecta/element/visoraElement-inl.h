@@ -238,6 +238,22 @@ struct ByteStep
     HWY_INLINE void step(size_t x, auto*... at) const { body((at + x)...); }
 };
 
+/** v where the mask is not 0, else `old`. */
+template <class D, class V>
+HWY_INLINE V whereMasked(D d, const uint8_t* mask, V v, V old)
+{
+    const hn::RebindToSigned<D> lanes;
+    const auto bytes = hn::LoadU(hn::Rebind<int8_t, D>(), reinterpret_cast<const int8_t*>(mask));
+    if constexpr (sizeof(hn::TFromD<D>) == 1)
+    {
+        return hn::IfThenElse(hn::RebindMask(d, hn::Eq(bytes, hn::Zero(lanes))), old, v);
+    }
+    else
+    {
+        return hn::IfThenElse(hn::RebindMask(d, hn::Eq(hn::PromoteTo(lanes, bytes), hn::Zero(lanes))), old, v);
+    }
+}
+
 /** dst = formula(d, src ...) where the mask is not 0; all elements have the same type, or the mask's. */
 template <class T, class Formula>
 struct MaskedStep
@@ -252,29 +268,12 @@ struct MaskedStep
     HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, T* dst, const uint8_t* mask,
                                const auto*... src) const
     {
-        const hn::Vec<D> results[] = {blended(dst + i * kLanes, mask + i * kLanes, i * kLanes, src...)...};
-        (hn::StoreU(results[i], D(), dst + i * kLanes), ...);
-    }
-
-  private:
-    HWY_INLINE hn::Vec<D> blended(const T* old, const uint8_t* mask, [[maybe_unused]] size_t x,
-                                  const auto*... src) const
-    {
-        const D d;
-        const hn::RebindToSigned<D> lanes;
-        const auto bytes = hn::LoadU(hn::Rebind<int8_t, D>(), reinterpret_cast<const int8_t*>(mask));
-        const auto isOut = [&]() HWY_ATTR
+        const auto at = [&](size_t x) HWY_ATTR __attribute__((always_inline))
         {
-            if constexpr (sizeof(T) == 1)
-            {
-                return hn::Eq(bytes, hn::Zero(lanes));
-            }
-            else
-            {
-                return hn::Eq(hn::PromoteTo(lanes, bytes), hn::Zero(lanes));
-            }
-        }();
-        return hn::IfThenElse(hn::RebindMask(d, isOut), hn::LoadU(d, old), formula(d, hn::LoadU(d, src + x)...));
+            return whereMasked(D(), mask + x, formula(D(), hn::LoadU(D(), src + x)...), hn::LoadU(D(), dst + x));
+        };
+        const hn::Vec<D> results[] = {at(i * kLanes)...};
+        (hn::StoreU(results[i], D(), dst + i * kLanes), ...);
     }
 };
 

@@ -19,7 +19,6 @@ namespace
 {
 
 using D8 = hn::ScalableTag<uint8_t>;
-using DS32 = hn::ScalableTag<int32_t>;
 using DF = hn::ScalableTag<float>;
 constexpr size_t kFloats = hn::MaxLanes(DF());
 
@@ -75,14 +74,16 @@ constexpr auto divide = [](uint8_t* dst, const uint8_t* src1, const uint8_t* src
 };
 
 // alpha is that of bytes in their unit.
-HWY_INLINE void blend(float* dst, const uint8_t* src, float alpha, float beta)
+HWY_INLINE void blend(float alpha, float beta, float* dst, const uint8_t* src, const auto*... mask)
 {
     hn::Vec<DF> results[4];
     bytesToFloats(src,
                   [&](size_t k, auto v) HWY_ATTR
                   {
-                      const auto old = hn::Mul(hn::Set(DF(), beta), hn::LoadU(DF(), dst + k * kFloats));
-                      results[k] = resultWithOneNan(DF(), hn::Add(old, hn::Mul(hn::Set(DF(), alpha), v)));
+                      const auto old = hn::LoadU(DF(), dst + k * kFloats);
+                      const auto sum = hn::Add(hn::Mul(hn::Set(DF(), beta), old), hn::Mul(hn::Set(DF(), alpha), v));
+                      results[k] = resultWithOneNan(DF(), sum);
+                      ((results[k] = whereMasked(DF(), mask + k * kFloats, results[k], old)), ...);
                   });
     for (size_t k = 0; k < 4; ++k)
     {
@@ -90,30 +91,14 @@ HWY_INLINE void blend(float* dst, const uint8_t* src, float alpha, float beta)
     }
 }
 
-HWY_INLINE void blendMasked(float* dst, const uint8_t* src, const uint8_t* mask, float alpha, float beta)
-{
-    bytesToFloats(src,
-                  [&](size_t k, auto v) HWY_ATTR
-                  {
-                      const auto bytes = hn::LoadU(hn::Rebind<uint8_t, DF>(), mask + k * kFloats);
-                      const auto isOut = hn::RebindMask(DF(), hn::Eq(hn::PromoteTo(DS32(), bytes), hn::Zero(DS32())));
-                      const auto old = hn::LoadU(DF(), dst + k * kFloats);
-                      const auto sum = hn::Add(hn::Mul(hn::Set(DF(), beta), old), hn::Mul(hn::Set(DF(), alpha), v));
-                      hn::StoreU(hn::IfThenElse(isOut, old, resultWithOneNan(DF(), sum)), DF(), dst + k * kFloats);
-                  });
-}
-
 HWY_INLINE vsrStatus accumulate(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                                 const uint8_t* mask, uint32_t maskStride, float alpha, float* dst, uint32_t dstStride)
 {
-    const float perUnit = alpha / kByteUnit;
-    const auto all = [=](auto* to, const auto* from) HWY_ATTR { blend(to, from, perUnit, 1 - alpha); };
-    const auto some = [=](auto* to, const auto* from, const auto* where) HWY_ATTR
-    { blendMasked(to, from, where, perUnit, 1 - alpha); };
-    return mask == nullptr
-               ? mapPlanes(width, height, ByteStep<decltype(all)>{all}, updated(dst, dstStride), source(src, srcStride))
-               : mapPlanes(width, height, ByteStep<decltype(some)>{some}, updated(dst, dstStride),
-                           source(src, srcStride), source(mask, maskStride));
+    const auto all = [=, perUnit = alpha / kByteUnit](auto*... at) HWY_ATTR { blend(perUnit, 1 - alpha, at...); };
+    const ByteStep<decltype(all)> step{all};
+    const auto old = updated(dst, dstStride);
+    return mask == nullptr ? mapPlanes(width, height, step, old, source(src, srcStride))
+                           : mapPlanes(width, height, step, old, source(src, srcStride), source(mask, maskStride));
 }
 
 // ---- Bytes and 16 bits ----

@@ -59,21 +59,17 @@ HWY_INLINE vsrStatus fill(size_t channels, T* dst, size_t width, size_t height, 
     return mapPlanes(width * channels, height, Step{pattern}, destination(dst, stride));
 }
 
+// As integers: the bits of a float stay as they are.
 template <class T>
 HWY_INLINE vsrStatus setElements(T* dst, uint32_t width, uint32_t height, uint32_t stride, T value, const uint8_t* mask,
                                  uint32_t maskStride)
 {
-    return mask == nullptr ? fill(1, dst, width, height, stride, &value)
-                           : mapMasked([=](auto d) HWY_ATTR { return hn::Set(d, value); }, width, height, dst, stride,
+    using Bits = hwy::UnsignedFromSize<sizeof(T)>;
+    auto* const out = reinterpret_cast<Bits*>(dst);
+    const auto bits = std::bit_cast<Bits>(value);
+    return mask == nullptr ? fill(1, out, width, height, stride, &bits)
+                           : mapMasked([=](auto d) HWY_ATTR { return hn::Set(d, bits); }, width, height, out, stride,
                                        mask, maskStride);
-}
-
-// The bits of a float stay as they are.
-HWY_INLINE vsrStatus setFloats(float* dst, uint32_t width, uint32_t height, uint32_t stride, float value,
-                               const uint8_t* mask, uint32_t maskStride)
-{
-    return setElements(reinterpret_cast<int32_t*>(dst), width, height, stride, std::bit_cast<int32_t>(value), mask,
-                       maskStride);
 }
 
 // ---- Pixels of several channels where a mask is not 0 ----
@@ -249,7 +245,7 @@ VSR_VARIANT(vsrSetElementsu8, setElements);
 VSR_VARIANT(vsrSetElementsu16, setElements);
 VSR_VARIANT(vsrSetElementss16, setElements);
 VSR_VARIANT(vsrSetElementss32, setElements);
-VSR_VARIANT(vsrSetElementsf32, setFloats);
+VSR_VARIANT(vsrSetElementsf32, setElements);
 VSR_VARIANT(vsrSetElementsc2u8, setPixels<2>);
 VSR_VARIANT(vsrSetElementsc3u8, setPixels<3>);
 VSR_VARIANT(vsrSetElementsc4u8, setPixels<4>);

@@ -97,10 +97,10 @@ struct SumF32
 
     HWY_INLINE double total() const
     {
-        Sum16<double> sums;
+        PartialSums<double> sums;
         for (size_t k = 0; k < kVectors; ++k)
         {
-            hn::StoreU(parts[k], D(), sums.parts + k * kVector);
+            hn::StoreU(parts[k], D(), sums.partial.data() + k * kVector);
         }
         return sums.total();
     }
