@@ -257,21 +257,14 @@ TEST(Element, RangesAreStretchedBetweenSortedPixels)
     }
 }
 
-// The place among 0 .. size - 1 that stands for place i: the nearest, or where a walk that turns at the ends arrives.
+// The place among 0 .. size - 1 that stands for place i: the nearest, or where it arrives by turns about the ends.
 int placeFor(vsrBorderType type, int i, int size)
 {
-    if (type != VISORA_BORDER_MIRROR || size == 1)
+    while (type == VISORA_BORDER_MIRROR && size > 1 && (i < 0 || i >= size))
     {
-        return std::clamp(i, 0, size - 1);
+        i = i < 0 ? -i : 2 * (size - 1) - i;
     }
-    int at = 0;
-    int direction = 1;
-    for (int step = 0; step < std::abs(i); ++step)
-    {
-        at += direction;
-        direction = at == 0 ? 1 : at == size - 1 ? -1 : direction;
-    }
-    return at;
+    return std::clamp(i, 0, size - 1);
 }
 
 TEST(Element, FramesContinueThePicture)

@@ -93,7 +93,9 @@ constexpr auto callOf(Condition condition)
                 .require(std::apply(condition, parameters))
                 .run(data, width, height, stride, others...);
         };
-        return describe<masked>(Size{width, height, channels}, run, first, rest...);
+        // What a fill reads is a mask.
+        constexpr bool isFill = !std::is_const_v<std::remove_pointer_t<decltype(first)>>;
+        return describe < isFill ? Masked::Yes : masked > (Size{width, height, channels}, run, first, rest...);
     };
 }
 
@@ -124,7 +126,7 @@ constexpr auto perChannel =
 
 template <uint32_t channels>
 constexpr auto fillPixels = [](auto open, auto... arguments)
-{ return callOf<Masked::Yes>(always)(open, channels, arguments...); };
+{ return callOf<Masked::No>(always)(open, channels, arguments...); };
 
 constexpr auto copyMasked = [](auto open, const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                                uint32_t channels, const uint8_t* mask, auto... rest)
@@ -238,11 +240,6 @@ SHAPE(vsrBitwiseOru8, maskedElements);
 SHAPE(vsrBitwiseXoru8, maskedElements);
 SHAPE(vsrAccumulateWeightedu8f32, elementsIf<Masked::Yes>([](float alpha) { return alpha >= 0 && alpha <= 1; }));
 SHAPE(vsrCopyMaskedu8, copyMasked);
-SHAPE(vsrSetElementsu8, maskedElements);
-SHAPE(vsrSetElementsu16, maskedElements);
-SHAPE(vsrSetElementss16, maskedElements);
-SHAPE(vsrSetElementss32, maskedElements);
-SHAPE(vsrSetElementsf32, maskedElements);
 SHAPE(vsrSetElementsc2u8, fillPixels<2>);
 SHAPE(vsrSetElementsc3u8, fillPixels<3>);
 SHAPE(vsrSetElementsc4u8, fillPixels<4>);

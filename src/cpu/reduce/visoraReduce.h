@@ -25,18 +25,17 @@ struct Extremes
     void add(T value, uint32_t x, uint32_t y)
     {
         // The first element may equal the value that the search begins with.
-        if (value < minValue || (value == minValue && minXY[0] == UINT32_MAX))
+        const auto keepIf = [=](bool isBetter, T& best, uint32_t(&place)[2])
         {
-            minValue = value;
-            minXY[0] = x;
-            minXY[1] = y;
-        }
-        if (value > maxValue || (value == maxValue && maxXY[0] == UINT32_MAX))
-        {
-            maxValue = value;
-            maxXY[0] = x;
-            maxXY[1] = y;
-        }
+            if (isBetter || (value == best && place[0] == UINT32_MAX))
+            {
+                best = value;
+                place[0] = x;
+                place[1] = y;
+            }
+        };
+        keepIf(value < minValue, minValue, minXY);
+        keepIf(value > maxValue, maxValue, maxXY);
     }
 
     vsrStatus store(T* smallest, T* largest) const

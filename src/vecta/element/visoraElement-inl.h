@@ -285,33 +285,53 @@ HWY_INLINE vsrStatus mapMasked(Formula formula, size_t width, size_t height, T* 
                      sources...);
 }
 
-/** body(dst, src, parameters ...) does the columns of a ByteStep. */
-constexpr auto unaryByBytes =
-    [](auto body, const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, auto... rest) HWY_ATTR
+/** The step of a body. */
+template <class Body>
+HWY_INLINE ByteStep<Body> byteStep(Body body)
 {
-    return destinationFirst(
-        [=](auto* dst, uint32_t dstStride, auto... parameters) HWY_ATTR
+    return {body};
+}
+
+/** dst = formula(d, src ..., values[channel]). Three vectors hold whole pixels of 1, 2, 3 and 4 channels. */
+template <class T, class Formula>
+struct ChannelStep
+{
+    using D = hn::ScalableTag<T>;
+    static constexpr size_t kVector = hn::MaxLanes(D());
+    static constexpr size_t kLanes = 3 * kVector;
+    static constexpr size_t kUnroll = 2;
+
+    Formula formula;
+    const T* pattern;
+
+    template <size_t... i>
+    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, T* dst, const auto*... src) const
+    {
+        const auto at = [&](size_t k) HWY_ATTR __attribute__((always_inline))
         {
-            const auto step = [=](auto* to, const auto* from) HWY_ATTR { body(to, from, parameters...); };
-            return mapPlanes(width, height, ByteStep<decltype(step)>{step}, destination(dst, dstStride),
-                             source(src, srcStride));
-        },
-        rest...);
+            return formula(D(), hn::LoadU(D(), src + k * kVector)..., hn::Load(D(), pattern + k % 3 * kVector));
+        };
+        [&]<size_t... k>(std::index_sequence<k...>) HWY_ATTR __attribute__((always_inline))
+        {
+            const hn::Vec<D> results[] = {at(k)...};
+            (hn::StoreU(results[k], D(), dst + k * kVector), ...);
+        }
+        (std::make_index_sequence<3 * sizeof...(i)>());
+    }
 };
 
-/** body(dst, src1, src2, parameters ...) does the columns of a ByteStep. */
-constexpr auto binaryByBytes = [](auto body, const auto* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
-                                  const auto* src2, uint32_t src2Stride, auto... rest) HWY_ATTR
+template <class T, class Formula, class... Planes>
+HWY_INLINE vsrStatus mapChannels(Formula formula, size_t width, size_t height, size_t channels, const T* values, T* dst,
+                                 uint32_t dstStride, Planes... sources)
 {
-    return destinationFirst(
-        [=](auto* dst, uint32_t dstStride, auto... parameters) HWY_ATTR
-        {
-            const auto step = [=](auto* to, const auto* a, const auto* b) HWY_ATTR { body(to, a, b, parameters...); };
-            return mapPlanes(width, height, ByteStep<decltype(step)>{step}, destination(dst, dstStride),
-                             source(src1, src1Stride), source(src2, src2Stride));
-        },
-        rest...);
-};
+    using Step = ChannelStep<T, Formula>;
+    alignas(64) T pattern[Step::kLanes];
+    for (size_t i = 0; i < Step::kLanes; ++i)
+    {
+        pattern[i] = values[i % channels];
+    }
+    return mapPlanes(width * channels, height, Step{formula, pattern}, destination(dst, dstStride), sources...);
+}
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora

@@ -23,40 +23,10 @@ constexpr size_t kBytes = hn::MaxLanes(D8());
 
 // ---- Fills ----
 
-// Writes a pattern of three vectors, which hold whole pixels of 1, 2, 3 and 4 channels.
-template <class T>
-struct PatternStep
-{
-    using D = hn::ScalableTag<T>;
-    static constexpr size_t kVector = hn::MaxLanes(D());
-    static constexpr size_t kLanes = 3 * kVector;
-    static constexpr size_t kUnroll = 2;
-
-    const T* pattern;
-
-    template <size_t... i>
-    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, T* dst) const
-    {
-        const D d;
-        const auto first = hn::Load(d, pattern);
-        const auto second = hn::Load(d, pattern + kVector);
-        const auto third = hn::Load(d, pattern + 2 * kVector);
-        ((hn::StoreU(first, d, dst + i * kLanes), hn::StoreU(second, d, dst + i * kLanes + kVector),
-          hn::StoreU(third, d, dst + i * kLanes + 2 * kVector)),
-         ...);
-    }
-};
-
 template <class T>
 HWY_INLINE vsrStatus fill(size_t channels, T* dst, size_t width, size_t height, uint32_t stride, const T* values)
 {
-    using Step = PatternStep<T>;
-    alignas(64) T pattern[Step::kLanes];
-    for (size_t i = 0; i < Step::kLanes; ++i)
-    {
-        pattern[i] = values[i % channels];
-    }
-    return mapPlanes(width * channels, height, Step{pattern}, destination(dst, stride));
+    return mapChannels([](auto /*d*/, auto v) HWY_ATTR { return v; }, width, height, channels, values, dst, stride);
 }
 
 // As integers: the bits of a float stay as they are.
