@@ -10,6 +10,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/color/visoraColorFormats-inl.h"
+#include "vecta/color/visoraColorStream-inl.h"
 #include "vecta/visoraDrivers-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -30,12 +31,30 @@ HWY_INLINE bool combine(Step step, uint32_t width, uint32_t height, uint8_t* dst
         width,
         [&](auto d) HWY_ATTR
         {
+            const auto combineRow = [=](size_t columns, uint8_t* out, auto... rows) HWY_ATTR
+            {
+                coverRange(0, columns, hn::Lanes(d),
+                           [=](size_t x) HWY_ATTR { step(d, hn::LoadU(d, rows + x)..., out + kChannels * x); });
+            };
+            const bool streams = streamsColumns(width, size_t{2} * kChannels * width * height);
             for (size_t y = 0; y < height; ++y)
             {
-                uint8_t* out = dst + y * dstStride;
-                coverRange(0, width, hn::Lanes(d),
-                           [&](size_t x) HWY_ATTR
-                           { step(d, hn::LoadU(d, sources.row(y) + x)..., out + kChannels * x); });
+                uint8_t* const out = dst + y * dstStride;
+                if (streams)
+                {
+                    const auto combinePiece = [=](size_t x, size_t columns, uint8_t* piece) HWY_ATTR
+                    { combineRow(columns, piece, sources.row(y) + x...); };
+                    // Short pieces: next to nothing is read meanwhile from each of the sources.
+                    streamColumns<256>(width, combinePiece, Columns{out, 2 * kChannels});
+                }
+                else
+                {
+                    combineRow(width, out, sources.row(y)...);
+                }
+            }
+            if (streams)
+            {
+                hwy::FlushStream();
             }
         });
 }

@@ -8,6 +8,7 @@
 #define HWY_TARGET_INCLUDE "vecta/color/visoraColorRgbV.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/color/visoraColorStream-inl.h"
 #include "vecta/color/visoraColorTriples-inl.h"
 #include "vecta/visoraDrivers-inl.h"
 #include "vecta/visoraVariant-inl.h"
@@ -200,6 +201,20 @@ template <class Source, class Destination, class Reference>
 HWY_INLINE vsrStatus repack(Source, Destination, Reference reference, const uint8_t* src, uint32_t width,
                             uint32_t height, uint32_t srcStride, uint8_t* dst, uint32_t dstStride)
 {
+    // Where less is written than read, that it is read first costs less than the way by pieces.
+    constexpr bool kMayStream = Destination::kBytes >= Source::kBytes;
+    if (kMayStream && streamsColumns(width, size_t{width} * height * (Source::kBytes + Destination::kBytes)))
+    {
+        for (size_t y = 0; y < height; ++y)
+        {
+            const uint8_t* const from = src + y * srcStride;
+            const auto convert = [=](size_t x, size_t columns, uint8_t* to) HWY_ATTR
+            { repackRow<Source, Destination>(from + x * Source::kBytes, columns, to); };
+            streamColumns(width, convert, Columns{dst + y * dstStride, 2 * Destination::kBytes});
+        }
+        hwy::FlushStream();
+        return VISORA_SUCCESS;
+    }
     for (size_t y = 0; y < height; ++y)
     {
         if (!repackRow<Source, Destination>(src + y * srcStride, width, dst + y * dstStride))
