@@ -408,8 +408,19 @@ HWY_INLINE bool makeRow(bool streams, const ChromaSamples<const uint8_t>& top,
     constexpr size_t kRead = along == Along::Mean ? 2 : 1;
     const size_t written = (along == Along::Repeat ? 4 : 2) * dst.step;
     const bool isPlanar = dst.step == 1;
-    const auto convert = [=](size_t x, size_t columns, uint8_t* cb, uint8_t* cr) HWY_ATTR {
-        convertRow<along, kTwoRows>(top.column(kRead * x), bottom.column(kRead * x), columns, {cb, cr, dst.step, 0, 0});
+    const auto convert = [=](size_t x, size_t columns, uint8_t* cb, uint8_t* cr) HWY_ATTR
+    {
+        const ChromaSamples<const uint8_t> first = top.column(kRead * x);
+        const ChromaSamples<const uint8_t> second = bottom.column(kRead * x);
+        if constexpr (kTwoRows)
+        {
+            const size_t bytes = kRead * columns * top.step;
+            for (const uint8_t* plane : {first.cb, second.cb, first.cr, second.cr})
+            {
+                fetch(plane, bytes);
+            }
+        }
+        convertRow<along, kTwoRows>(first, second, columns, {cb, cr, dst.step, 0, 0});
     };
     streamColumns(units, convert, Columns{dst.cb, written},
                   Columns{isPlanar ? dst.cr : dst.cb, isPlanar ? written : 0});
