@@ -28,22 +28,6 @@ double roundedHalfUp(double value)
     return std::floor(value + 0.5);
 }
 
-// Every pair of bytes, once: a is the column, b the row.
-struct BytePairs
-{
-    std::vector<uint8_t> a = std::vector<uint8_t>(65536);
-    std::vector<uint8_t> b = std::vector<uint8_t>(65536);
-
-    BytePairs()
-    {
-        for (size_t i = 0; i < a.size(); ++i)
-        {
-            a[i] = static_cast<uint8_t>(i % 256);
-            b[i] = static_cast<uint8_t>(i / 256);
-        }
-    }
-};
-
 // An operation with something between its sources and its destination, as one without.
 template <auto operation, auto... between>
 vsrStatus given(const uint8_t* a, uint32_t w, uint32_t h, uint32_t aStride, const uint8_t* b, uint32_t bStride,
@@ -72,15 +56,19 @@ const struct
 
 TEST(Element, BytesAreRightForEveryPair)
 {
-    const BytePairs pairs;
+    // Columns count one operand, rows the other.
+    std::vector<uint8_t> columns(65536);
+    std::vector<uint8_t> rows(65536);
+    std::iota(columns.begin(), columns.end(), uint8_t{0});
+    std::generate(rows.begin(), rows.end(), [i = 0]() mutable { return static_cast<uint8_t>(i++ / 256); });
     for (const auto& operation : kByteJudges)
     {
         std::vector<uint8_t> dst(65536);
-        ASSERT_EQ(0U, operation.run(pairs.a.data(), 256, 256, 0, pairs.b.data(), 0, dst.data(), 0));
-        for (size_t i = 0; i < dst.size(); ++i)
+        ASSERT_EQ(0U, operation.run(columns.data(), 256, 256, 0, rows.data(), 0, dst.data(), 0));
+        for (int i = 0; i < 65536; ++i)
         {
-            ASSERT_EQ(operation.judge(pairs.a[i], pairs.b[i]), dst[i])
-                << operation.name << " " << int{pairs.a[i]} << " " << int{pairs.b[i]};
+            ASSERT_EQ(operation.judge(i % 256, i / 256), dst[static_cast<size_t>(i)])
+                << operation.name << " " << i % 256 << " " << i / 256;
         }
     }
 }
@@ -269,21 +257,14 @@ TEST(Element, RangesAreStretchedBetweenSortedPixels)
     }
 }
 
-// The place among 0 .. size - 1 that stands for place i: the nearest, or where a walk that turns at the ends arrives.
+// The place among 0 .. size - 1 that stands for place i: the nearest, or where it arrives by turns about the ends.
 int placeFor(vsrBorderType type, int i, int size)
 {
-    if (type != VISORA_BORDER_MIRROR || size == 1)
+    while (type == VISORA_BORDER_MIRROR && size > 1 && (i < 0 || i >= size))
     {
-        return std::clamp(i, 0, size - 1);
+        i = i < 0 ? -i : 2 * (size - 1) - i;
     }
-    int at = 0;
-    int direction = 1;
-    for (int step = 0; step < std::abs(i); ++step)
-    {
-        at += direction;
-        direction = at == 0 ? 1 : at == size - 1 ? -1 : direction;
-    }
-    return at;
+    return std::clamp(i, 0, size - 1);
 }
 
 TEST(Element, FramesContinueThePicture)
@@ -332,61 +313,20 @@ TEST(Element, BitMasksBeginWithTheHighestBit)
     }
 }
 
-// ---- In place ----
-
-// Rows of these calls are three elements apart; a mask keeps what the destination held.
-constexpr uint32_t kRows = 3;
-using InPlaceCall = void (*)(const int16_t* a, const int16_t* b, int16_t* dst, uint32_t width, uint32_t stride);
-constexpr InPlaceCall kInPlaceCalls[] = {
-    [](const int16_t* a, const int16_t* b, int16_t* dst, uint32_t width, uint32_t stride)
-    { vsrAbsDiffs16V(a, width, kRows, stride, b, stride, dst, stride); },
-    [](const int16_t* a, const int16_t* /*b*/, int16_t* dst, uint32_t width, uint32_t stride)
-    {
-        static constexpr int16_t kValues[] = {5, -700, 32000};
-        vsrSubtracts16V(a, width / 3, kRows, stride, 3, kValues, dst, stride);
-    },
-    [](const int16_t* a, const int16_t* b, int16_t* dst, uint32_t width, uint32_t stride)
-    {
-        std::vector<uint8_t> angle(size_t{width} * kRows);
-        vsrCartToPolars16V(a, width, kRows, stride, b, stride, reinterpret_cast<uint16_t*>(dst), stride, angle.data(),
-                           width);
-    },
-    [](const int16_t* a, const int16_t* b, int16_t* dst, uint32_t width, uint32_t stride)
-    {
-        const auto bytes = [](const int16_t* p) { return reinterpret_cast<const uint8_t*>(p); };
-        std::vector<uint8_t> mask(size_t{width} * kRows);
-        std::iota(mask.begin(), mask.end(), uint8_t{253});
-        vsrBitwiseXoru8V(bytes(a), width, kRows, stride, bytes(b), stride, mask.data(), width,
-                         reinterpret_cast<uint8_t*>(dst), stride);
-    },
-};
-
-TEST(Element, DestinationsMayBeSources)
+TEST(Element, ChannelsMayBeSubtractedInPlace)
 {
+    constexpr uint8_t kValues[] = {5, 70, 255};
     for (const int64_t set : instructionSets())
     {
         const UseInstructionSet use(set);
-        for (size_t call = 0; call < std::size(kInPlaceCalls); ++call)
+        for (uint32_t width = 1; width < 300; width += 1 + width / 8)
         {
-            for (uint32_t width = 3; width < 300; width += 1 + width / 8)
+            std::vector<uint8_t> image(size_t{width} * 6);
+            std::iota(image.begin(), image.end(), uint8_t{0});
+            vsrSubtractu8V(image.data(), width, 2, width * 3, 3, kValues, image.data(), width * 3);
+            for (size_t i = 0; i < image.size(); ++i)
             {
-                Random random(width);
-                std::vector<int16_t> sources[2];
-                for (auto& source : sources)
-                {
-                    source.resize(size_t{width + 3} * kRows);
-                    std::generate(source.begin(), source.end(), [&] { return static_cast<int16_t>(random.next()); });
-                }
-                // What lies between the rows stays.
-                for (const size_t which : {size_t{0}, size_t{1}})
-                {
-                    std::vector<int16_t> expected = sources[which];
-                    std::vector<int16_t> both[2] = {sources[0], sources[1]};
-                    const uint32_t stride = (width + 3) * 2;
-                    kInPlaceCalls[call](sources[0].data(), sources[1].data(), expected.data(), width, stride);
-                    kInPlaceCalls[call](both[0].data(), both[1].data(), both[which].data(), width, stride);
-                    ASSERT_TRUE(expected == both[which]) << call << " " << width;
-                }
+                ASSERT_EQ(std::max(0, static_cast<int>(i % 256) - kValues[i % 3]), image[i]) << width << " " << i;
             }
         }
     }

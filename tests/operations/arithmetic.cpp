@@ -40,9 +40,9 @@ template <size_t position, bool inBenchmarks = false>
 auto mask(Arguments& a)
 {
     a.entry().unchecked = {position};
-    if (a.inputBuffers().size() == 2)
+    if (a.inputBuffers().empty())
     {
-        a.entry().inPlace = kNotLookedAt;  // a source, but not the mask
+        a.entry().inPlace = kNotLookedAt;  // a fill has no source
     }
     const uint32_t stride = a.srcStride(a.shape().width);
     const bool isAbsent = a.shape().typical ? !inBenchmarks : a.random().oneIn(3);
@@ -126,7 +126,7 @@ Prepare callOf(Kernel* kernel, Parts... parts)
                 [&](const Arguments::Buffer& input)
                 { return input.elementBytes == output.elementBytes && input.rowBytes == output.rowBytes; });
         };
-        if (a.entry().inPlace == EntryRule::InPlace::Refused && a.entry().unchecked.empty() &&
+        if (a.entry().inPlace == EntryRule::InPlace::Refused &&
             std::any_of(a.outputBuffers().begin(), a.outputBuffers().end(), isLikeInput))
         {
             a.entry().inPlace = EntryRule::InPlace::Allowed;

@@ -72,7 +72,16 @@ TEST_P(Variants, GiveTheReferencesBytes)
 // What caches cannot hold is written past them, by whole lines of theirs.
 TEST(LargeImages, GiveTheReferencesBytes)
 {
-    const std::set<std::string> names = {"vsrAbsDiffu8", "vsrAbsDiffScalaru8", "vsrConvertu8f32"};
+    const std::set<std::string> names = {"vsrAbsDiffu8",
+                                         "vsrAbsDiffScalaru8",
+                                         "vsrConvertu8f32",
+                                         "vsrChannelCombine4u8",
+                                         "vsrColorRGB565ToRGB888u8",
+                                         "vsrColorRGB888ToYCbCr420Planaru8",
+                                         "vsrColorRGBA8888ToYCbCr422PseudoPlanaru8",
+                                         "vsrColorYCbCr420PlanarToYCbCr444PseudoPlanaru8",
+                                         "vsrColorYCbCr444PseudoPlanarToYCbCr420Planaru8",
+                                         "vsrColorYCbCr422PlanarToYCbCr422PseudoPlanaru8"};
     int calls = 0;
     for (const Operation& operation : operations())
     {

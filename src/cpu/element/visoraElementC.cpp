@@ -1,7 +1,8 @@
-// Operations on single elements, reference variants: the formula of each.
+// Operations on single elements, fills and frames, reference variants.
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 #include "cpu/element/visoraElement.h"
 #include "cpu/visoraDrivers.h"
@@ -23,19 +24,37 @@ constexpr auto clamp = [](auto a, auto low, auto high)
     return r < high ? r : high;
 };
 
-// body(x, y) for every pixel.
+// Calls body(x, y) for every pixel that takes part.
 template <class Body>
-vsrStatus eachPixel(uint32_t width, uint32_t height, Body body)
+vsrStatus eachPixel(uint32_t width, uint32_t height, Body body, const uint8_t* mask = nullptr, size_t maskStride = 0)
 {
     for (uint32_t y = 0; y < height; ++y)
     {
         for (uint32_t x = 0; x < width; ++x)
         {
-            body(x, y);
+            if (!mask || mask[y * maskStride + x] != 0)
+            {
+                body(x, y);
+            }
         }
     }
     return VISORA_SUCCESS;
 }
+
+// Channel c of every pixel that takes part becomes values[c].
+template <class T>
+vsrStatus setPixels(size_t channels, T* dst, uint32_t width, uint32_t height, uint32_t stride, const T* values,
+                    const uint8_t* mask, uint32_t maskStride)
+{
+    // The bits of a float stay as they are.
+    const auto set = [=](size_t x, uint32_t y)
+    { std::memcpy(imageRow(dst, stride, y) + x * channels, values, channels * sizeof(T)); };
+    return eachPixel(width, height, set, mask, maskStride);
+}
+
+constexpr auto setElements = [](auto* dst, uint32_t width, uint32_t height, uint32_t stride, auto value,
+                                const uint8_t* mask, uint32_t maskStride)
+{ return setPixels(1, dst, width, height, stride, &value, mask, maskStride); };
 
 }  // namespace
 }  // namespace visora
@@ -107,18 +126,25 @@ VSR_REFERENCE(vsrConverts16u8, unary,
                   return policy == VISORA_OVERFLOW_SATURATE ? visora::saturate<uint8_t>(v) : static_cast<uint8_t>(v);
               });
 
+VSR_REFERENCE(vsrSetElementsu8, setElements);
+VSR_REFERENCE(vsrSetElementss16, setElements);
+VSR_REFERENCE(vsrSetElementsu16, setElements);
+VSR_REFERENCE(vsrSetElementss32, setElements);
+VSR_REFERENCE(vsrSetElementsf32, setElements);
+VSR_REFERENCE(vsrSetElementsc2u8, setPixels<uint8_t>, 2);
+VSR_REFERENCE(vsrSetElementsc3u8, setPixels<uint8_t>, 3);
+VSR_REFERENCE(vsrSetElementsc4u8, setPixels<uint8_t>, 4);
+
 vsrStatus vsrAccumulateWeightedu8f32C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                       const uint8_t* mask, uint32_t maskStride, float alpha, float* dst,
                                       uint32_t dstStride)
 {
-    const float beta = 1 - alpha;
-    visora::forEach(src, srcWidth, srcHeight, srcStride, mask, maskStride,
-                    [&](uint8_t value, uint32_t x, uint32_t y)
-                    {
-                        float& old = visora::imageRow(dst, dstStride, y)[x];
-                        old = visora::oneNan((beta * old) + (alpha * static_cast<float>(value)));
-                    });
-    return VISORA_SUCCESS;
+    const auto blend = [=, beta = 1 - alpha](size_t x, uint32_t y)
+    {
+        float& old = visora::imageRow(dst, dstStride, y)[x];
+        old = visora::oneNan((beta * old) + (alpha * visora::imageRow(src, srcStride, y)[x]));
+    };
+    return visora::eachPixel(srcWidth, srcHeight, blend, mask, maskStride);
 }
 
 vsrStatus vsrNormalizeRangeu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
@@ -126,8 +152,7 @@ vsrStatus vsrNormalizeRangeu8C(const uint8_t* src, uint32_t srcWidth, uint32_t s
                                uint32_t dstStride)
 {
     uint64_t counts[256] = {};
-    visora::forEach(src, srcWidth, srcHeight, srcStride, nullptr, 0,
-                    [&](uint8_t value, uint32_t /*x*/, uint32_t /*y*/) { ++counts[value]; });
+    visora::eachPixel(srcWidth, srcHeight, [&](size_t x, size_t y) { ++counts[src[y * srcStride + x]]; });
     uint8_t table[256];
     visora::normalizingTable(counts, lowPermille, highPermille, low, high, table);
     return vsrTableLookupu8C(src, srcWidth, srcHeight, srcStride, table, dst, dstStride);
@@ -209,4 +234,38 @@ vsrStatus vsrCartToPolars16C(const int16_t* src1, uint32_t width, uint32_t heigh
         imageRow(angle, angleStride, y)[x] = static_cast<uint8_t>(steps);
     };
     return eachPixel(width, height, atPixel);
+}
+
+vsrStatus vsrCopyMaskedu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                           uint32_t channels, const uint8_t* mask, uint32_t maskStride, uint8_t* dst,
+                           uint32_t dstStride)
+{
+    const auto copy = [=](size_t x, size_t y)
+    { std::copy_n(src + y * srcStride + x * channels, channels, dst + y * dstStride + x * channels); };
+    return visora::eachPixel(srcWidth, srcHeight, copy, mask, maskStride);
+}
+
+vsrStatus vsrSetBorderu8C(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride, uint32_t border,
+                          vsrBorderType borderType, uint8_t borderValue)
+{
+    // The place in the picture that stands for a place, both counted from the frame's begin.
+    const auto from = [=](size_t at, uint32_t size)
+    { return border + visora::insideOf(borderType, static_cast<int64_t>(at) - border, size - 2 * size_t{border}); };
+    const auto fill = [=](size_t x, size_t y)
+    {
+        const size_t fromX = from(x, dstWidth);
+        const size_t fromY = from(y, dstHeight);
+        if (x != fromX || y != fromY)
+        {
+            dst[y * dstStride + x] =
+                borderType == VISORA_BORDER_CONSTANT ? borderValue : dst[fromY * dstStride + fromX];
+        }
+    };
+    return visora::eachPixel(dstWidth, dstHeight, fill);
+}
+
+vsrStatus vsrCopyC(const uint8_t* src, uint32_t length, uint8_t* dst)
+{
+    std::copy_n(src, length, dst);
+    return VISORA_SUCCESS;
 }

@@ -1,4 +1,4 @@
-// What the reductions have in common: extremes with their places, sums of floats in 16 parts, means, projections.
+// What the reductions have in common: extremes with their places, means, projections.
 #ifndef VISORA_CPU_REDUCE_H
 #define VISORA_CPU_REDUCE_H
 
@@ -25,18 +25,17 @@ struct Extremes
     void add(T value, uint32_t x, uint32_t y)
     {
         // The first element may equal the value that the search begins with.
-        if (value < minValue || (value == minValue && minXY[0] == UINT32_MAX))
+        const auto keepIf = [=](bool isBetter, T& best, uint32_t(&place)[2])
         {
-            minValue = value;
-            minXY[0] = x;
-            minXY[1] = y;
-        }
-        if (value > maxValue || (value == maxValue && maxXY[0] == UINT32_MAX))
-        {
-            maxValue = value;
-            maxXY[0] = x;
-            maxXY[1] = y;
-        }
+            if (isBetter || (value == best && place[0] == UINT32_MAX))
+            {
+                best = value;
+                place[0] = x;
+                place[1] = y;
+            }
+        };
+        keepIf(value < minValue, minValue, minXY);
+        keepIf(value > maxValue, maxValue, maxXY);
     }
 
     vsrStatus store(T* smallest, T* largest) const
@@ -57,27 +56,6 @@ struct Extremes
         std::copy_n(minXY, 2, smallestXY);
         std::copy_n(maxXY, 2, largestXY);
         return store(smallest, largest);
-    }
-};
-
-/** A sum of floats in 16 parts, whose order does not depend on the width of vectors. */
-template <class T>
-struct Sum16
-{
-    T parts[16] = {};
-
-    void add(size_t index, T value) { parts[index % 16] += value; }
-
-    T total()
-    {
-        for (size_t s = 8; s != 0; s /= 2)
-        {
-            for (size_t i = 0; i < s; ++i)
-            {
-                parts[i] = parts[i] + parts[i + s];
-            }
-        }
-        return parts[0];
     }
 };
 

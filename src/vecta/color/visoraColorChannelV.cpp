@@ -10,6 +10,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/color/visoraColorFormats-inl.h"
+#include "vecta/color/visoraColorStream-inl.h"
 #include "vecta/visoraDrivers-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -26,16 +27,38 @@ HWY_INLINE bool combine(Step step, uint32_t width, uint32_t height, uint8_t* dst
                         Sources... sources)
 {
     constexpr size_t kChannels = sizeof...(Sources);
+    // Rows that follow each other without a gap are one.
+    const bool areOne = dstStride == kChannels * width && ((sources.stride == width) && ...);
+    const size_t columns = areOne ? size_t{width} * height : width;
+    const size_t rows = areOne ? 1 : height;
     return withFittingVector<uint8_t, kMaxVectorBytes>(
-        width,
+        columns,
         [&](auto d) HWY_ATTR
         {
-            for (size_t y = 0; y < height; ++y)
+            const auto combineRow = [=](size_t some, uint8_t* out, auto... from) HWY_ATTR
             {
-                uint8_t* out = dst + y * dstStride;
-                coverRange(0, width, hn::Lanes(d),
-                           [&](size_t x) HWY_ATTR
-                           { step(d, hn::LoadU(d, sources.row(y) + x)..., out + kChannels * x); });
+                coverRange(0, some, hn::Lanes(d),
+                           [=](size_t x) HWY_ATTR { step(d, hn::LoadU(d, from + x)..., out + kChannels * x); });
+            };
+            const bool streams = streamsColumns(columns, 2 * kChannels * columns * rows);
+            for (size_t y = 0; y < rows; ++y)
+            {
+                uint8_t* const out = dst + y * dstStride;
+                if (streams)
+                {
+                    const auto combinePiece = [=](size_t x, size_t some, uint8_t* piece) HWY_ATTR
+                    { combineRow(some, piece, sources.row(y) + x...); };
+                    // Short pieces: next to nothing is read meanwhile from each of the sources.
+                    streamColumns<256>(columns, combinePiece, Columns{out, 2 * kChannels});
+                }
+                else
+                {
+                    combineRow(columns, out, sources.row(y)...);
+                }
+            }
+            if (streams)
+            {
+                hwy::FlushStream();
             }
         });
 }

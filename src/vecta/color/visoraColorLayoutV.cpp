@@ -9,6 +9,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/color/visoraColorFormats-inl.h"
+#include "vecta/color/visoraColorStream-inl.h"
 #include "vecta/color/visoraColorWeights-inl.h"
 #include "vecta/visoraDrivers-inl.h"
 
@@ -395,12 +396,52 @@ HWY_INLINE bool convertRow(const ChromaSamples<const uint8_t>& top, const Chroma
     return convertPairs<along, false, kTwoRows>(pairs, units, dst.cb, dst.cr);
 }
 
-/** Chroma but for a last column that stands alone. @return false when it is too narrow */
-bool resample(Sampling from, Sampling to, const ChromaSamples<const uint8_t>& src, ImageSize size,
-              const ChromaSamples<uint8_t>& dst)
+/** As convertRow, past the caches where `streams` says so. */
+template <Along along, bool kTwoRows>
+HWY_INLINE bool makeRow(bool streams, const ChromaSamples<const uint8_t>& top,
+                        const ChromaSamples<const uint8_t>& bottom, size_t units, const ChromaSamples<uint8_t>& dst)
 {
-    const size_t units = from.x == to.x ? to.columns(size.width) : size.width / 2;
-    const size_t srcRows = from.rows(size.height), dstRows = to.rows(size.height);
+    if (!streams)
+    {
+        return convertRow<along, kTwoRows>(top, bottom, units, dst);
+    }
+    constexpr size_t kRead = along == Along::Mean ? 2 : 1;
+    const size_t written = (along == Along::Repeat ? 4 : 2) * dst.step;
+    const bool isPlanar = dst.step == 1;
+    const auto convert = [=](size_t x, size_t columns, uint8_t* cb, uint8_t* cr) HWY_ATTR
+    {
+        const ChromaSamples<const uint8_t> first = top.column(kRead * x);
+        const ChromaSamples<const uint8_t> second = bottom.column(kRead * x);
+        if constexpr (kTwoRows)
+        {
+            const size_t bytes = kRead * columns * top.step;
+            for (const uint8_t* plane : {first.cb, second.cb, first.cr, second.cr})
+            {
+                fetch(plane, bytes);
+            }
+        }
+        convertRow<along, kTwoRows>(first, second, columns, {cb, cr, dst.step, 0, 0});
+    };
+    streamColumns(units, convert, Columns{dst.cb, written},
+                  Columns{isPlanar ? dst.cr : dst.cb, isPlanar ? written : 0});
+    return true;
+}
+
+/** Chroma but for a last column that stands alone. @return false when it is too narrow */
+HWY_INLINE bool resample(Sampling from, Sampling to, const ChromaSamples<const uint8_t>& src, ImageSize size,
+                         const ChromaSamples<uint8_t>& dst, bool streams)
+{
+    size_t units = from.x == to.x ? to.columns(size.width) : size.width / 2;
+    const size_t srcRows = from.rows(size.height);
+    size_t dstRows = to.rows(size.height);
+    const auto follow = [=](const auto& rows, Sampling sampling)
+    { return rows.cbStride == sampling.columns(size.width) * rows.step && rows.crStride == rows.cbStride; };
+    if (from.y == to.y && (from.x == to.x || size.width % 2 == 0) && follow(src, from) && follow(dst, to))
+    {
+        // Rows that follow each other without a gap are one.
+        units *= dstRows;
+        dstRows = 1;
+    }
     for (size_t j = 0; j < dstRows; ++j)
     {
         const size_t first = from.y < to.y ? 2 * j : from.y > to.y ? j / 2 : j;
@@ -410,17 +451,17 @@ bool resample(Sampling from, Sampling to, const ChromaSamples<const uint8_t>& sr
         bool fits = false;
         if (from.x > to.x)
         {
-            fits = convertRow<Along::Repeat, false>(top, top, units, out);
+            fits = makeRow<Along::Repeat, false>(streams, top, top, units, out);
         }
         else if (from.x < to.x)
         {
-            fits = first == second ? convertRow<Along::Mean, false>(top, top, units, out)
-                                   : convertRow<Along::Mean, true>(top, bottom, units, out);
+            fits = first == second ? makeRow<Along::Mean, false>(streams, top, top, units, out)
+                                   : makeRow<Along::Mean, true>(streams, top, bottom, units, out);
         }
         else
         {
-            fits = first == second ? convertRow<Along::Same, false>(top, top, units, out)
-                                   : convertRow<Along::Same, true>(top, bottom, units, out);
+            fits = first == second ? makeRow<Along::Same, false>(streams, top, top, units, out)
+                                   : makeRow<Along::Same, true>(streams, top, bottom, units, out);
         }
         if (!fits)
         {
@@ -428,6 +469,32 @@ bool resample(Sampling from, Sampling to, const ChromaSamples<const uint8_t>& sr
         }
     }
     return true;
+}
+
+/** Luma as it is, and chroma by resample(). */
+bool changeLayout(Sampling from, Sampling to, const YCbCrImage<const uint8_t>& src, ImageSize size,
+                  const YCbCrImage<uint8_t>& dst)
+{
+    const auto bytes = [=](Sampling sampling)
+    { return size_t{size.width} * size.height + 2 * sampling.columns(size.width) * sampling.rows(size.height); };
+    const bool streams = streamsColumns(size.width, bytes(from) + bytes(to));
+    if (streams && src.luma != dst.luma)
+    {
+        for (size_t y = 0; y < size.height; ++y)
+        {
+            streamBytes(dst.lumaRow(y), src.lumaRow(y), size.width);
+        }
+    }
+    else
+    {
+        copyPlane(src.luma, src.lumaStride, size.width, size.height, dst.luma, dst.lumaStride);
+    }
+    const bool fits = resample(from, to, src.chroma, size, dst.chroma, streams);
+    if (streams)
+    {
+        hwy::FlushStream();
+    }
+    return fits;
 }
 
 }  // namespace HWY_NAMESPACE
@@ -438,16 +505,15 @@ HWY_AFTER_NAMESPACE();
 
 namespace visora
 {
-HWY_EXPORT(resample);
+HWY_EXPORT(changeLayout);
 
 namespace
 {
 
 template <Sampling from, Sampling to>
-constexpr auto changeLayout =
+constexpr auto toLayout =
     [](const YCbCrImage<const uint8_t>& src, ImageSize size, const YCbCrImage<uint8_t>& dst) -> vsrStatus {
-    copyPlane(src.luma, src.lumaStride, size.width, size.height, dst.luma, dst.lumaStride);
-    if (!HWY_DYNAMIC_DISPATCH(resample)(from, to, src.chroma, size, dst.chroma))
+    if (!HWY_DYNAMIC_DISPATCH(changeLayout)(from, to, src, size, dst))
     {
         resampleChroma<from, to>(src.chroma, size, dst.chroma);
     }
@@ -465,7 +531,7 @@ constexpr auto changeLayout =
 #define LAYOUT(from, source, to, destination)                                        \
     VSR_DEFINE(vsrColorYCbCr##from##source##ToYCbCr##to##destination##u8V,           \
                decltype(vsrColorYCbCr##from##source##ToYCbCr##to##destination##u8C), \
-               { return visora::withLayouts(visora::changeLayout<visora::k##from, visora::k##to>, arguments...); });
+               { return visora::withLayouts(visora::toLayout<visora::k##from, visora::k##to>, arguments...); });
 VSR_COLOR_LAYOUTS(LAYOUT)
 
 #endif

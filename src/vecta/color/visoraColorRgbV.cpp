@@ -8,6 +8,7 @@
 #define HWY_TARGET_INCLUDE "vecta/color/visoraColorRgbV.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/color/visoraColorStream-inl.h"
 #include "vecta/color/visoraColorTriples-inl.h"
 #include "vecta/visoraDrivers-inl.h"
 #include "vecta/visoraVariant-inl.h"
@@ -200,12 +201,31 @@ template <class Source, class Destination, class Reference>
 HWY_INLINE vsrStatus repack(Source, Destination, Reference reference, const uint8_t* src, uint32_t width,
                             uint32_t height, uint32_t srcStride, uint8_t* dst, uint32_t dstStride)
 {
-    for (size_t y = 0; y < height; ++y)
+    // Rows that follow each other without a gap are one.
+    const bool areOne = srcStride == size_t{width} * Source::kBytes && dstStride == size_t{width} * Destination::kBytes;
+    const size_t columns = areOne ? size_t{width} * height : width;
+    const size_t rows = areOne ? 1 : height;
+    // Where less is written than read, that it is read first costs less than the way by pieces.
+    constexpr bool kMayStream = Destination::kBytes >= Source::kBytes;
+    const bool streams = kMayStream && streamsColumns(columns, columns * rows * (Source::kBytes + Destination::kBytes));
+    for (size_t y = 0; y < rows; ++y)
     {
-        if (!repackRow<Source, Destination>(src + y * srcStride, width, dst + y * dstStride))
+        const uint8_t* const from = src + y * srcStride;
+        uint8_t* const to = dst + y * dstStride;
+        if (streams)
+        {
+            const auto convert = [=](size_t x, size_t some, uint8_t* piece) HWY_ATTR
+            { repackRow<Source, Destination>(from + x * Source::kBytes, some, piece); };
+            streamColumns(columns, convert, Columns{to, 2 * Destination::kBytes});
+        }
+        else if (!repackRow<Source, Destination>(from, columns, to))
         {
             return reference(src, width, height, srcStride, dst, dstStride);
         }
+    }
+    if (streams)
+    {
+        hwy::FlushStream();
     }
     return VISORA_SUCCESS;
 }

@@ -8,6 +8,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/color/visoraColorFormats-inl.h"
+#include "vecta/color/visoraColorStream-inl.h"
 #include "vecta/color/visoraColorWeights-inl.h"
 #include "vecta/visoraDrivers-inl.h"
 #include "vecta/visoraVariant-inl.h"
@@ -158,14 +159,51 @@ HWY_INLINE void convertRows(D d, const uint8_t* const (&src)[kRows], size_t widt
                });
 }
 
+/** The same past the caches. */
+template <class Format, bool kHalved, size_t kRows, bool kPlanar, class D>
+HWY_INLINE void streamRows(D d, const uint8_t* const (&src)[kRows], size_t width, uint8_t* const (&luma)[kRows],
+                           uint8_t* cb, uint8_t* cr)
+{
+    const uint8_t* const src0 = src[0];
+    const uint8_t* const src1 = src[kRows - 1];
+    // A single row has its luma as the second one, too.
+    const auto convert = [=](size_t x, size_t columns, uint8_t* luma0, uint8_t* luma1, uint8_t* b, uint8_t* r) HWY_ATTR
+    {
+        if constexpr (kRows == 2)
+        {
+            fetch(src0 + x * Format::kBytes, columns * Format::kBytes);
+            fetch(src1 + x * Format::kBytes, columns * Format::kBytes);
+            const uint8_t* const from[] = {src0 + x * Format::kBytes, src1 + x * Format::kBytes};
+            uint8_t* const to[] = {luma0, luma1};
+            convertRows<Format, kHalved, 2, kPlanar>(d, from, columns, to, b, r);
+        }
+        else
+        {
+            const uint8_t* const from[] = {src0 + x * Format::kBytes};
+            uint8_t* const to[] = {luma0};
+            convertRows<Format, kHalved, 1, kPlanar>(d, from, columns, to, b, r);
+        }
+    };
+    constexpr size_t kChroma = (kHalved ? 1 : 2) * (kPlanar ? 1 : 2);
+    streamColumns(width, convert, Columns{luma[0], 2}, Columns{luma[kRows - 1], kRows == 2 ? 2 : 0},
+                  Columns{cb, kChroma}, Columns{kPlanar ? cr : cb, kPlanar ? kChroma : 0});
+}
+
 template <class Format, bool kHalved, bool kTwoRows, bool kPlanar>
 HWY_INLINE bool convertImage(const uint8_t* src, size_t width, size_t height, size_t srcStride,
                              const YCbCrImage<uint8_t>& dst)
 {
+    const bool streams = streamsColumns(width, width * height * (Format::kBytes + 1));
     return withFittingVector<uint8_t, Format::kMaxLoadBytes>(
         width,
         [&](auto d) HWY_ATTR
         {
+            const auto convert = [&]<size_t kRows>(const uint8_t* const(&rows)[kRows], uint8_t* const(&luma)[kRows],
+                                                   const ChromaSamples<uint8_t>& to) HWY_ATTR
+            {
+                streams ? streamRows<Format, kHalved, kRows, kPlanar>(d, rows, width, luma, to.cb, to.cr)
+                        : convertRows<Format, kHalved, kRows, kPlanar>(d, rows, width, luma, to.cb, to.cr);
+            };
             size_t y = 0;
             if constexpr (kTwoRows)
             {
@@ -173,16 +211,18 @@ HWY_INLINE bool convertImage(const uint8_t* src, size_t width, size_t height, si
                 {
                     const uint8_t* const rows[] = {src + y * srcStride, src + (y + 1) * srcStride};
                     uint8_t* const luma[] = {dst.lumaRow(y), dst.lumaRow(y + 1)};
-                    const ChromaSamples<uint8_t> chroma = dst.chroma.row(y / 2);
-                    convertRows<Format, kHalved, 2, kPlanar>(d, rows, width, luma, chroma.cb, chroma.cr);
+                    convert(rows, luma, dst.chroma.row(y / 2));
                 }
             }
             for (; y < height; ++y)
             {
                 const uint8_t* const rows[] = {src + y * srcStride};
                 uint8_t* const luma[] = {dst.lumaRow(y)};
-                const ChromaSamples<uint8_t> chroma = dst.chroma.row(kTwoRows ? y / 2 : y);
-                convertRows<Format, kHalved, 1, kPlanar>(d, rows, width, luma, chroma.cb, chroma.cr);
+                convert(rows, luma, dst.chroma.row(kTwoRows ? y / 2 : y));
+            }
+            if (streams)
+            {
+                hwy::FlushStream();
             }
         });
 }

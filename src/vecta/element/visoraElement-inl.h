@@ -238,6 +238,22 @@ struct ByteStep
     HWY_INLINE void step(size_t x, auto*... at) const { body((at + x)...); }
 };
 
+/** v where the mask is not 0, else `old`. */
+template <class D, class V>
+HWY_INLINE V whereMasked(D d, const uint8_t* mask, V v, V old)
+{
+    const hn::RebindToSigned<D> lanes;
+    const auto bytes = hn::LoadU(hn::Rebind<int8_t, D>(), reinterpret_cast<const int8_t*>(mask));
+    if constexpr (sizeof(hn::TFromD<D>) == 1)
+    {
+        return hn::IfThenElse(hn::RebindMask(d, hn::Eq(bytes, hn::Zero(lanes))), old, v);
+    }
+    else
+    {
+        return hn::IfThenElse(hn::RebindMask(d, hn::Eq(hn::PromoteTo(lanes, bytes), hn::Zero(lanes))), old, v);
+    }
+}
+
 /** dst = formula(d, src ...) where the mask is not 0; all elements have the same type, or the mask's. */
 template <class T, class Formula>
 struct MaskedStep
@@ -252,29 +268,12 @@ struct MaskedStep
     HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, T* dst, const uint8_t* mask,
                                const auto*... src) const
     {
-        const hn::Vec<D> results[] = {blended(dst + i * kLanes, mask + i * kLanes, i * kLanes, src...)...};
-        (hn::StoreU(results[i], D(), dst + i * kLanes), ...);
-    }
-
-  private:
-    HWY_INLINE hn::Vec<D> blended(const T* old, const uint8_t* mask, [[maybe_unused]] size_t x,
-                                  const auto*... src) const
-    {
-        const D d;
-        const hn::RebindToSigned<D> lanes;
-        const auto bytes = hn::LoadU(hn::Rebind<int8_t, D>(), reinterpret_cast<const int8_t*>(mask));
-        const auto isOut = [&]() HWY_ATTR
+        const auto at = [&](size_t x) HWY_ATTR __attribute__((always_inline))
         {
-            if constexpr (sizeof(T) == 1)
-            {
-                return hn::Eq(bytes, hn::Zero(lanes));
-            }
-            else
-            {
-                return hn::Eq(hn::PromoteTo(lanes, bytes), hn::Zero(lanes));
-            }
-        }();
-        return hn::IfThenElse(hn::RebindMask(d, isOut), hn::LoadU(d, old), formula(d, hn::LoadU(d, src + x)...));
+            return whereMasked(D(), mask + x, formula(D(), hn::LoadU(D(), src + x)...), hn::LoadU(D(), dst + x));
+        };
+        const hn::Vec<D> results[] = {at(i * kLanes)...};
+        (hn::StoreU(results[i], D(), dst + i * kLanes), ...);
     }
 };
 
@@ -286,33 +285,53 @@ HWY_INLINE vsrStatus mapMasked(Formula formula, size_t width, size_t height, T* 
                      sources...);
 }
 
-/** body(dst, src, parameters ...) does the columns of a ByteStep. */
-constexpr auto unaryByBytes =
-    [](auto body, const auto* src, uint32_t width, uint32_t height, uint32_t srcStride, auto... rest) HWY_ATTR
+/** The step of a body. */
+template <class Body>
+HWY_INLINE ByteStep<Body> byteStep(Body body)
 {
-    return destinationFirst(
-        [=](auto* dst, uint32_t dstStride, auto... parameters) HWY_ATTR
+    return {body};
+}
+
+/** dst = formula(d, src ..., values[channel]). Three vectors hold whole pixels of 1, 2, 3 and 4 channels. */
+template <class T, class Formula>
+struct ChannelStep
+{
+    using D = hn::ScalableTag<T>;
+    static constexpr size_t kVector = hn::MaxLanes(D());
+    static constexpr size_t kLanes = 3 * kVector;
+    static constexpr size_t kUnroll = 2;
+
+    Formula formula;
+    const T* pattern;
+
+    template <size_t... i>
+    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, T* dst, const auto*... src) const
+    {
+        const auto at = [&](size_t k) HWY_ATTR __attribute__((always_inline))
         {
-            const auto step = [=](auto* to, const auto* from) HWY_ATTR { body(to, from, parameters...); };
-            return mapPlanes(width, height, ByteStep<decltype(step)>{step}, destination(dst, dstStride),
-                             source(src, srcStride));
-        },
-        rest...);
+            return formula(D(), hn::LoadU(D(), src + k * kVector)..., hn::Load(D(), pattern + k % 3 * kVector));
+        };
+        [&]<size_t... k>(std::index_sequence<k...>) HWY_ATTR __attribute__((always_inline))
+        {
+            const hn::Vec<D> results[] = {at(k)...};
+            (hn::StoreU(results[k], D(), dst + k * kVector), ...);
+        }
+        (std::make_index_sequence<3 * sizeof...(i)>());
+    }
 };
 
-/** body(dst, src1, src2, parameters ...) does the columns of a ByteStep. */
-constexpr auto binaryByBytes = [](auto body, const auto* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
-                                  const auto* src2, uint32_t src2Stride, auto... rest) HWY_ATTR
+template <class T, class Formula, class... Planes>
+HWY_INLINE vsrStatus mapChannels(Formula formula, size_t width, size_t height, size_t channels, const T* values, T* dst,
+                                 uint32_t dstStride, Planes... sources)
 {
-    return destinationFirst(
-        [=](auto* dst, uint32_t dstStride, auto... parameters) HWY_ATTR
-        {
-            const auto step = [=](auto* to, const auto* a, const auto* b) HWY_ATTR { body(to, a, b, parameters...); };
-            return mapPlanes(width, height, ByteStep<decltype(step)>{step}, destination(dst, dstStride),
-                             source(src1, src1Stride), source(src2, src2Stride));
-        },
-        rest...);
-};
+    using Step = ChannelStep<T, Formula>;
+    alignas(64) T pattern[Step::kLanes];
+    for (size_t i = 0; i < Step::kLanes; ++i)
+    {
+        pattern[i] = values[i % channels];
+    }
+    return mapPlanes(width * channels, height, Step{formula, pattern}, destination(dst, dstStride), sources...);
+}
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora

@@ -23,57 +23,23 @@ constexpr size_t kBytes = hn::MaxLanes(D8());
 
 // ---- Fills ----
 
-// Writes a pattern of three vectors, which hold whole pixels of 1, 2, 3 and 4 channels.
-template <class T>
-struct PatternStep
-{
-    using D = hn::ScalableTag<T>;
-    static constexpr size_t kVector = hn::MaxLanes(D());
-    static constexpr size_t kLanes = 3 * kVector;
-    static constexpr size_t kUnroll = 2;
-
-    const T* pattern;
-
-    template <size_t... i>
-    HWY_INLINE void operator()(std::index_sequence<i...> /*steps*/, T* dst) const
-    {
-        const D d;
-        const auto first = hn::Load(d, pattern);
-        const auto second = hn::Load(d, pattern + kVector);
-        const auto third = hn::Load(d, pattern + 2 * kVector);
-        ((hn::StoreU(first, d, dst + i * kLanes), hn::StoreU(second, d, dst + i * kLanes + kVector),
-          hn::StoreU(third, d, dst + i * kLanes + 2 * kVector)),
-         ...);
-    }
-};
-
 template <class T>
 HWY_INLINE vsrStatus fill(size_t channels, T* dst, size_t width, size_t height, uint32_t stride, const T* values)
 {
-    using Step = PatternStep<T>;
-    alignas(64) T pattern[Step::kLanes];
-    for (size_t i = 0; i < Step::kLanes; ++i)
-    {
-        pattern[i] = values[i % channels];
-    }
-    return mapPlanes(width * channels, height, Step{pattern}, destination(dst, stride));
+    return mapChannels([](auto /*d*/, auto v) HWY_ATTR { return v; }, width, height, channels, values, dst, stride);
 }
 
+// As integers: the bits of a float stay as they are.
 template <class T>
 HWY_INLINE vsrStatus setElements(T* dst, uint32_t width, uint32_t height, uint32_t stride, T value, const uint8_t* mask,
                                  uint32_t maskStride)
 {
-    return mask == nullptr ? fill(1, dst, width, height, stride, &value)
-                           : mapMasked([=](auto d) HWY_ATTR { return hn::Set(d, value); }, width, height, dst, stride,
+    using Bits = hwy::UnsignedFromSize<sizeof(T)>;
+    auto* const out = reinterpret_cast<Bits*>(dst);
+    const auto bits = std::bit_cast<Bits>(value);
+    return mask == nullptr ? fill(1, out, width, height, stride, &bits)
+                           : mapMasked([=](auto d) HWY_ATTR { return hn::Set(d, bits); }, width, height, out, stride,
                                        mask, maskStride);
-}
-
-// The bits of a float stay as they are.
-HWY_INLINE vsrStatus setFloats(float* dst, uint32_t width, uint32_t height, uint32_t stride, float value,
-                               const uint8_t* mask, uint32_t maskStride)
-{
-    return setElements(reinterpret_cast<int32_t*>(dst), width, height, stride, std::bit_cast<int32_t>(value), mask,
-                       maskStride);
 }
 
 // ---- Pixels of several channels where a mask is not 0 ----
@@ -249,7 +215,7 @@ VSR_VARIANT(vsrSetElementsu8, setElements);
 VSR_VARIANT(vsrSetElementsu16, setElements);
 VSR_VARIANT(vsrSetElementss16, setElements);
 VSR_VARIANT(vsrSetElementss32, setElements);
-VSR_VARIANT(vsrSetElementsf32, setFloats);
+VSR_VARIANT(vsrSetElementsf32, setElements);
 VSR_VARIANT(vsrSetElementsc2u8, setPixels<2>);
 VSR_VARIANT(vsrSetElementsc3u8, setPixels<3>);
 VSR_VARIANT(vsrSetElementsc4u8, setPixels<4>);

@@ -1,4 +1,6 @@
-// Operations between elements of one type, vector variants: the formula of each.
+// Operations on single elements, vector variants: the formula of each.
+#include <cmath>
+
 #include "visora/variants/arithmetic.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -53,43 +55,11 @@ constexpr auto shiftedBits = [](auto d, auto a, int32_t shift) HWY_ATTR { return
 
 // ---- Shapes ----
 
-// dst = formula(src, values[channel]). Three vectors hold whole pixels of 1, 2, 3 and 4 channels.
-template <class T, class Formula>
-struct ChannelStep
-{
-    using D = hn::ScalableTag<T>;
-    static constexpr size_t kVector = hn::MaxLanes(D());
-    static constexpr size_t kLanes = 3 * kVector;
-    static constexpr size_t kUnroll = 1;
-
-    Formula formula;
-    const T* pattern;
-
-    HWY_INLINE void operator()(std::index_sequence<0> /*step*/, T* dst, const T* src) const
-    {
-        [&]<size_t... k>(std::index_sequence<k...>) HWY_ATTR __attribute__((always_inline))
-        {
-            const D d;
-            const hn::Vec<D> results[] = {
-                formula(d, hn::LoadU(d, src + k * kVector), hn::Load(d, pattern + k * kVector))...};
-            (hn::StoreU(results[k], d, dst + k * kVector), ...);
-        }
-        (std::make_index_sequence<3>());
-    }
-};
-
 template <class T, class Formula>
 HWY_INLINE vsrStatus perChannel(Formula formula, const T* src, uint32_t width, uint32_t height, uint32_t srcStride,
                                 uint32_t channels, const T* values, T* dst, uint32_t dstStride)
 {
-    using Step = ChannelStep<T, Formula>;
-    alignas(64) T pattern[Step::kLanes];
-    for (size_t i = 0; i < Step::kLanes; ++i)
-    {
-        pattern[i] = values[i % channels];
-    }
-    return mapPlanes(size_t{width} * channels, height, Step{formula, pattern}, destination(dst, dstStride),
-                     source(src, srcStride));
+    return mapChannels(formula, width, height, channels, values, dst, dstStride, source(src, srcStride));
 }
 
 // dst = formula(scale * src1, src2). A scale of 1 changes nothing.
@@ -135,6 +105,136 @@ HWY_INLINE vsrStatus select(const uint8_t* src1, uint32_t width, uint32_t height
                      source(src1, src1Stride), source(src2, src2Stride));
 }
 
+// ---- Elements of different sizes; where floats take part, a step takes a vector of bytes ----
+
+using D8 = hn::ScalableTag<uint8_t>;
+using DF = hn::ScalableTag<float>;
+constexpr size_t kFloats = hn::MaxLanes(DF());
+
+template <bool mayBeNan>
+HWY_INLINE void bytesToLinear(float scale, float offset, float* dst, const uint8_t* src)
+{
+    hn::Vec<DF> results[4];
+    bytesToFloats(src,
+                  [&](size_t k, auto v) HWY_ATTR
+                  {
+                      const auto sum = hn::Add(hn::Mul(hn::Set(DF(), scale), v), hn::Set(DF(), offset));
+                      results[k] = mayBeNan ? resultWithOneNan(DF(), sum) : sum;
+                  });
+    for (size_t k = 0; k < 4; ++k)
+    {
+        hn::StoreU(results[k], DF(), dst + k * kFloats);
+    }
+}
+
+HWY_INLINE vsrStatus toFloats(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, float scale,
+                              float offset, float* dst, uint32_t dstStride)
+{
+    const float perUnit = scale / kByteUnit;
+    const auto numbers = byteStep([=](auto*... at) HWY_ATTR { bytesToLinear<false>(perUnit, offset, at...); });
+    const auto any = byteStep([=](auto*... at) HWY_ATTR { bytesToLinear<true>(perUnit, offset, at...); });
+    if (std::isfinite(scale) && std::isinf(perUnit))
+    {
+        return vsrConvertu8f32C(src, width, height, srcStride, scale, offset, dst, dstStride);
+    }
+    return std::isfinite(perUnit) && std::isfinite(offset)
+               ? mapPlanes(width, height, numbers, destination(dst, dstStride), source(src, srcStride))
+               : mapPlanes(width, height, any, destination(dst, dstStride), source(src, srcStride));
+}
+
+HWY_INLINE vsrStatus toBytes(const float* src, uint32_t width, uint32_t height, uint32_t srcStride, float scale,
+                             float offset, uint8_t* dst, uint32_t dstStride)
+{
+    const auto step = byteStep(
+        [=](uint8_t* to, const float* from) HWY_ATTR
+        {
+            hn::Vec<DF> results[4];
+            for (size_t k = 0; k < 4; ++k)
+            {
+                const auto scaled = hn::Mul(hn::Set(DF(), scale), hn::LoadU(DF(), from + k * kFloats));
+                results[k] = hn::Add(scaled, hn::Set(DF(), offset));
+            }
+            hn::StoreU(bytesOf(results), D8(), to);
+        });
+    return mapPlanes(width, height, step, destination(dst, dstStride), source(src, srcStride));
+}
+
+HWY_INLINE vsrStatus divide(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride,
+                            const uint8_t* src2, uint32_t src2Stride, float scale, uint8_t* dst, uint32_t dstStride)
+{
+    const auto step = byteStep(
+        [=](uint8_t* to, const uint8_t* a, const uint8_t* b) HWY_ATTR
+        {
+            hn::Vec<DF> quotients[4];
+            // Of two numbers in one unit: products below the floats' range are far below a half, those above it above
+            // 255.
+            bytesToFloats(a, [&](size_t k, auto v) HWY_ATTR { quotients[k] = hn::Mul(hn::Set(DF(), scale), v); });
+            bytesToFloats(b, [&](size_t k, auto v) HWY_ATTR { quotients[k] = hn::Div(quotients[k], v); });
+            const auto isZero = hn::Eq(hn::LoadU(D8(), b), hn::Zero(D8()));
+            hn::StoreU(hn::IfThenZeroElse(isZero, bytesOf(quotients)), D8(), to);
+        });
+    return mapPlanes(width, height, step, destination(dst, dstStride), source(src1, src1Stride),
+                     source(src2, src2Stride));
+}
+
+// alpha is that of bytes in their unit.
+HWY_INLINE void blend(float alpha, float beta, float* dst, const uint8_t* src, const auto*... mask)
+{
+    hn::Vec<DF> results[4];
+    bytesToFloats(src,
+                  [&](size_t k, auto v) HWY_ATTR
+                  {
+                      const auto old = hn::LoadU(DF(), dst + k * kFloats);
+                      const auto sum = hn::Add(hn::Mul(hn::Set(DF(), beta), old), hn::Mul(hn::Set(DF(), alpha), v));
+                      results[k] = resultWithOneNan(DF(), sum);
+                      ((results[k] = whereMasked(DF(), mask + k * kFloats, results[k], old)), ...);
+                  });
+    for (size_t k = 0; k < 4; ++k)
+    {
+        hn::StoreU(results[k], DF(), dst + k * kFloats);
+    }
+}
+
+HWY_INLINE vsrStatus accumulate(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                const uint8_t* mask, uint32_t maskStride, float alpha, float* dst, uint32_t dstStride)
+{
+    const float perUnit = alpha / kByteUnit;
+    const auto step = byteStep([=](auto*... at) HWY_ATTR { blend(perUnit, 1 - alpha, at...); });
+    const auto old = updated(dst, dstStride);
+    return mask == nullptr ? mapPlanes(width, height, step, old, source(src, srcStride))
+                           : mapPlanes(width, height, step, old, source(src, srcStride), source(mask, maskStride));
+}
+
+constexpr auto addWide = [](auto d, auto bytes, auto v) HWY_ATTR
+{ return hn::SaturatedAdd(hn::PromoteTo(d, bytes), v); };
+
+constexpr auto multiplyWide = [](auto d, auto a, auto b) HWY_ATTR
+{
+#if HWY_ARCH_ARM_A64
+    return hn::VFromD<decltype(d)>(vmull_u8(a.raw, b.raw));
+#else
+    return hn::Mul(hn::PromoteTo(d, a), hn::PromoteTo(d, b));
+#endif
+};
+
+constexpr auto saturated = [](auto d, auto v) HWY_ATTR { return hn::DemoteTo(d, v); };
+constexpr auto saturatedShifted = [](auto d, auto v, int shift) HWY_ATTR
+{ return hn::DemoteTo(d, shifted(hn::Rebind<int16_t, decltype(d)>(), v, shift)); };
+constexpr auto wrappedShifted = [](auto d, auto v, int shift) HWY_ATTR
+{
+    const hn::Rebind<int16_t, decltype(d)> d16;
+    return hn::DemoteTo(d, hn::And(shifted(d16, v, shift), hn::Set(d16, int16_t{255})));
+};
+
+HWY_INLINE vsrStatus narrow(const int16_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint32_t shift,
+                            vsrOverflowPolicy policy, uint8_t* dst, uint32_t dstStride)
+{
+    const int left = -static_cast<int>(shift);
+    return policy == VISORA_OVERFLOW_WRAP ? unary(wrappedShifted, src, width, height, srcStride, left, dst, dstStride)
+           : shift != 0                   ? unary(saturatedShifted, src, width, height, srcStride, left, dst, dstStride)
+                                          : unary(saturated, src, width, height, srcStride, dst, dstStride);
+}
+
 }  // namespace
 
 VSR_VARIANT(vsrAbsDiffu8, binary, difference);
@@ -165,6 +265,13 @@ VSR_VARIANT(vsrBitwiseAndu8, binaryMasked, bitAnd);
 VSR_VARIANT(vsrBitwiseOru8, binaryMasked, bitOr);
 VSR_VARIANT(vsrBitwiseXoru8, binaryMasked, bitXor);
 VSR_VARIANT(vsrBitwiseSelectu8, select);
+VSR_VARIANT(vsrConvertu8f32, toFloats);
+VSR_VARIANT(vsrConvertf32u8, toBytes);
+VSR_VARIANT(vsrConverts16u8, narrow);
+VSR_VARIANT(vsrAccumulateWeightedu8f32, accumulate);
+VSR_VARIANT(vsrAddu8u16, binary, addWide);
+VSR_VARIANT(vsrElementMulu8u16, binary, multiplyWide);
+VSR_VARIANT(vsrElementDivu8, divide);
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora

@@ -1,8 +1,10 @@
 // Vector variants that are made of others, or of moving memory: range stretching, frames.
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "cpu/element/visoraElement.h"
+#include "cpu/histogram/visoraHistogram.h"
 #include "visora/variants/arithmetic.h"
 
 namespace visora
@@ -10,24 +12,15 @@ namespace visora
 namespace
 {
 
-// Four tables take turns, so that equal neighbours do not wait for each other.
-void countValues(const uint8_t* src, size_t width, size_t height, size_t stride, uint64_t (&counts)[256])
+// As many rows at once as counts of 32 bits can hold.
+void countValues(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride, uint64_t (&counts)[256])
 {
-    uint64_t tables[4][256] = {};
-    for (size_t y = 0; y < height; ++y, src += stride)
+    for (uint32_t rows; height != 0; height -= rows)
     {
-        for (size_t x = 0; x < width - width % 4; x += 4)
-        {
-            for (size_t k = 0; k < 4; ++k)
-            {
-                ++tables[k][src[x + k]];
-            }
-        }
-        std::for_each(src + (width - width % 4), src + width, [&](uint8_t value) { ++tables[0][value]; });
-    }
-    for (size_t value = 0; value < 256; ++value)
-    {
-        counts[value] = tables[0][value] + tables[1][value] + tables[2][value] + tables[3][value];
+        rows = std::min(height, UINT32_MAX / width);
+        const Histogram some = histogramOf(src, width, rows, stride);
+        std::transform(some.begin(), some.end(), counts, counts, std::plus<uint64_t>());
+        src += size_t{rows} * stride;
     }
 }
 
@@ -48,7 +41,7 @@ vsrStatus vsrNormalizeRangeu8V(const uint8_t* src, uint32_t srcWidth, uint32_t s
     }
     else
     {
-        uint64_t counts[256];
+        uint64_t counts[256] = {};
         visora::countValues(src, srcWidth, srcHeight, srcStride, counts);
         visora::normalizingTable(counts, lowPermille, highPermille, low, high, table);
     }

@@ -101,18 +101,14 @@ class TableOfBytes
 };
 #endif
 
-vsrStatus tableLookup(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
-                      const uint8_t* table, uint8_t* dst, uint32_t dstStride)
+HWY_INLINE vsrStatus tableLookup(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                 const uint8_t* table, uint8_t* dst, uint32_t dstStride)
 {
     return unary(TableOfBytes(table), src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
+VSR_VARIANT(vsrTableLookupu8, tableLookup);
+
 }  // namespace HWY_NAMESPACE
 }  // namespace visora
 HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
-
-VSR_VECTOR(vsrTableLookupu8, tableLookup);
-
-#endif

@@ -8,6 +8,7 @@
 #endif
 
 #include "cpu/reduce/visoraReduce.h"
+#include "cpu/visoraPartialSums.h"
 #include "vecta/element/visoraElement-inl.h"
 
 HWY_BEFORE_NAMESPACE();

@@ -107,10 +107,10 @@ HWY_INLINE void distancesOf(const float* query, size_t length, const float* firs
     }
     for (size_t i = 0; i < kCount; ++i)
     {
-        Sum16<float> sum;
+        PartialSums<float> sum;
         for (size_t k = 0; k < kVectors; ++k)
         {
-            hn::StoreU(parts[i][k], d, sum.parts + k * kVector);
+            hn::StoreU(parts[i][k], d, sum.partial.data() + k * kVector);
         }
         dst[i] = visora::oneNan(sum.total());
     }

@@ -4,7 +4,7 @@
 #include "visora/variants/corner.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "vecta/element/visoraElementSortV.cpp"
+#define HWY_TARGET_INCLUDE "vecta/match/visoraMatchSortV.cpp"
 #include <cstring>
 
 #include "hwy/foreach_target.h"

@@ -1,0 +1,76 @@
+// Rows of conversions whose images are too large for the caches. Included once per instruction set.
+#if defined(VISORA_VECTA_COLOR_STREAM_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VISORA_VECTA_COLOR_STREAM_INL_H
+#undef VISORA_VECTA_COLOR_STREAM_INL_H
+#else
+#define VISORA_VECTA_COLOR_STREAM_INL_H
+#endif
+
+#include "vecta/visoraStream-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace visora
+{
+namespace HWY_NAMESPACE
+{
+
+constexpr size_t kPieceColumns = 1024;
+
+/** Whether rows of this width, of images of so many bytes in all, source and destination, go by streamColumns. Behind
+ * the last of them hwy::FlushStream() is due. */
+HWY_INLINE bool streamsColumns(size_t width, size_t bytes)
+{
+    return width >= kPieceColumns && isStreamed(bytes, kStreamedThrough);
+}
+
+/** Asks for what is read soon: by one row at a time memory is faster than by several in turn. */
+HWY_INLINE void fetch(const uint8_t* from, size_t bytes)
+{
+    for (size_t i = 0; i < bytes; i += 64)
+    {
+        hwy::Prefetch(from + i);
+    }
+}
+
+/** Where the columns of a row go: so many bytes of every two. */
+struct Columns
+{
+    uint8_t* first;
+    size_t bytesOfTwo;
+};
+
+/**
+ * Does a row by pieces, which their destinations get past the caches: convert(x, columns, pieces ...) makes `columns`
+ * columns from column x on, an even one, of each destination. A column has 4 bytes in all destinations at most.
+ */
+template <size_t kPiece = kPieceColumns, class Convert, class... Destinations>
+HWY_NOINLINE void streamColumns(size_t width, const Convert& convert, Destinations... to)
+{
+    // The last piece is one that is longer.
+    alignas(64) uint8_t bytes[kPiece * 8];
+    for (size_t x = 0; x < width;)
+    {
+        const size_t columns = width - x < 2 * kPiece ? width - x : kPiece;
+        uint8_t* next = bytes;
+        const auto piece = [&](size_t bytesOfTwo) HWY_ATTR
+        {
+            next += columns * bytesOfTwo / 2;
+            return next - columns * bytesOfTwo / 2;
+        };
+        // In braces they are made in their order.
+        uint8_t* const pieces[] = {piece(to.bytesOfTwo)...};
+        [&]<size_t... i>(std::index_sequence<i...>) HWY_ATTR
+        {
+            convert(x, columns, pieces[i]...);
+            (streamBytes(to.first + x * to.bytesOfTwo / 2, pieces[i], columns * to.bytesOfTwo / 2), ...);
+        }
+        (std::index_sequence_for<Destinations...>());
+        x += columns;
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace visora
+HWY_AFTER_NAMESPACE();
+
+#endif
