@@ -219,7 +219,7 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     };
     if constexpr (kTurnsSquares<D>)
     {
-        // Along the rows, which the processor follows: whatever the image's size, that is faster than bands are.
+        // Along the rows, which the processor follows: that is faster than bands are.
         coverRange(
             0, height, kRows, [=](size_t y) HWY_ATTR __attribute__((always_inline)) {
                 coverRange(
@@ -318,9 +318,10 @@ HWY_INLINE bool turnImage(const uint8_t* src, uint32_t width, uint32_t height, u
            withFittingVector<T>(HWY_TARGET <= HWY_AVX3 && sizeof(T) != 2 ? HWY_MIN(width, height) : height,
                                 [=](auto d) HWY_ATTR
                                 {
-                                    const bool isLarge =
-                                        !kTurnsSquares<decltype(d)> &&
-                                        isStreamed(size_t{width} * height * sizeof(T), kStreamedTurned);
+                                    // Squares are fast enough to wait for the last cache, as long as that has all.
+                                    constexpr size_t kLeast =
+                                        kTurnsSquares<decltype(d)> ? kStreamedInOrder : kStreamedTurned;
+                                    const bool isLarge = isStreamed(size_t{width} * height * sizeof(T), kLeast);
                                     std::optional<Scratch> tile;
                                     if (isLarge)
                                     {
