@@ -25,12 +25,106 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-// A block of as many source columns as 128 bits have elements, and as many rows as a vector has: source row i becomes
-// column i of the destination. A negative destination step walks the rows upward, a reversed source order turns the
-// other way round. Each 128 bits of the vectors are a square block of their own, so that the rows that are written are
-// as long as vectors.
+// Vectors of 64 bytes turn square blocks, whose rows are loaded whole: the 128 bits of one column's rows, which other
+// blocks are put together from, lie in the same banks of the first cache and are loaded one at a time. Blocks of pairs
+// are faster from these all the same: a square of theirs has a few vectors more than there are registers.
 template <class D>
-HWY_INLINE void transposeBlock(D d, const uint8_t* src, ptrdiff_t srcStep, uint8_t* dst, ptrdiff_t dstStep)
+constexpr bool kTurnsSquares = HWY_TARGET <= HWY_AVX3&& hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 64 &&
+                               sizeof(hn::TFromD<D>) != 2;
+
+template <class D>
+constexpr size_t kBlockColumns = kTurnsSquares<D> ? hn::MaxLanes(D()) : 16 / sizeof(hn::TFromD<D>);
+
+// Vectors of `count` rows to vectors of as many columns, each 128 bits of them by itself: rows of the upper half
+// interleaved with those of the lower one, log2(count) times.
+template <size_t count, class D>
+HWY_INLINE void turnParts(D d, hn::Vec<D>* rows)
+{
+    hn::Vec<D> mixed[count];
+    VISORA_UNROLL for (size_t step = 1; step < count; step *= 2)
+    {
+        VISORA_UNROLL for (size_t i = 0; i < count / 2; ++i)
+        {
+            mixed[2 * i] = hn::InterleaveLower(d, rows[i], rows[i + count / 2]);
+            mixed[2 * i + 1] = hn::InterleaveUpper(d, rows[i], rows[i + count / 2]);
+        }
+        VISORA_UNROLL for (size_t i = 0; i < count; ++i)
+        {
+            rows[i] = mixed[i];
+        }
+    }
+}
+
+// Source row i becomes column i of the destination. A negative destination step walks the rows upward, a reversed
+// source order turns the other way round. The rows of the block that begins `ahead` bytes further on are fetched
+// meanwhile.
+template <class D>
+HWY_INLINE void transposeSquare(D d, const uint8_t* src, ptrdiff_t srcStep, uint8_t* dst, ptrdiff_t dstStep,
+                                size_t ahead)
+{
+    using T = hn::TFromD<D>;
+    constexpr size_t kParts = hn::MaxLanes(D()) / 4;  // as many rows as 128 bits have elements
+    using Quads = hn::Repartition<float, D>;
+    const Quads quads;
+    hn::Vec<D> parts[4][kParts];
+    const auto loadRows = [&](size_t i) HWY_ATTR
+    {
+        const auto load = [&](size_t part) HWY_ATTR
+        {
+            const uint8_t* from = src + static_cast<ptrdiff_t>(i + part * kParts) * srcStep;
+            hwy::Prefetch(from + ahead);
+            return hn::BitCast(quads, hn::LoadU(d, reinterpret_cast<const T*>(from)));
+        };
+        const Block<Quads> columns = turnedQuads(quads, Block<Quads>{load(0), load(1), load(2), load(3)});
+        parts[0][i] = hn::BitCast(d, columns.v0);
+        parts[1][i] = hn::BitCast(d, columns.v1);
+        parts[2][i] = hn::BitCast(d, columns.v2);
+        parts[3][i] = hn::BitCast(d, columns.v3);
+    };
+    const auto storePart = [&](size_t part) HWY_ATTR
+    {
+        hn::Vec<D> rows[kParts];
+        VISORA_UNROLL for (size_t i = 0; i < kParts; ++i)
+        {
+            rows[i] = parts[part][i];
+        }
+        turnParts<kParts>(d, rows);
+        VISORA_UNROLL for (size_t i = 0; i < kParts; ++i)
+        {
+            hn::StoreU(rows[i], d, reinterpret_cast<T*>(dst + static_cast<ptrdiff_t>(part * kParts + i) * dstStep));
+        }
+    };
+    if constexpr (kParts < 16)
+    {
+        VISORA_UNROLL for (size_t i = 0; i < kParts; ++i)
+        {
+            loadRows(i);
+        }
+        VISORA_UNROLL for (size_t part = 0; part < 4; ++part)
+        {
+            storePart(part);
+        }
+    }
+    else
+    {
+        // More vectors than there are registers.
+#pragma GCC unroll 1
+        for (size_t i = 0; i < kParts; ++i)
+        {
+            loadRows(i);
+        }
+#pragma GCC unroll 1
+        for (size_t part = 0; part < 4; ++part)
+        {
+            storePart(part);
+        }
+    }
+}
+
+// As transposeSquare, of as many source columns as 128 bits have elements. Each 128 bits of the vectors are a square
+// block of their own, so that the rows that are written are as long as vectors.
+template <class D>
+HWY_INLINE void transposeColumns(D d, const uint8_t* src, ptrdiff_t srcStep, uint8_t* dst, ptrdiff_t dstStep)
 {
     using T = hn::TFromD<D>;
     constexpr size_t kColumns = 16 / sizeof(T);
@@ -39,8 +133,6 @@ HWY_INLINE void transposeBlock(D d, const uint8_t* src, ptrdiff_t srcStep, uint8
     // Else compilers keep the pointers of all rows between blocks, on the stack: loading them costs more than the rows.
     asm volatile("" : "+r"(src), "+r"(srcStep), "+r"(dst), "+r"(dstStep));
 #endif
-    hn::Vec<D> rows[kColumns];
-    hn::Vec<D> mixed[kColumns];
     const auto loadPart = [&](size_t row) HWY_ATTR
     { return hn::LoadU(part, reinterpret_cast<const T*>(src + static_cast<ptrdiff_t>(row) * srcStep)); };
     if constexpr (kColumns == 4)
@@ -54,23 +146,12 @@ HWY_INLINE void transposeBlock(D d, const uint8_t* src, ptrdiff_t srcStep, uint8
         }
         return;
     }
+    hn::Vec<D> rows[kColumns];
     VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
     {
         rows[i] = sideBySide(d, i, loadPart);
     }
-    // Rows of the upper half interleaved with those of the lower one, log2(kColumns) times.
-    VISORA_UNROLL for (size_t step = 1; step < kColumns; step *= 2)
-    {
-        VISORA_UNROLL for (size_t i = 0; i < kColumns / 2; ++i)
-        {
-            mixed[2 * i] = hn::InterleaveLower(d, rows[i], rows[i + kColumns / 2]);
-            mixed[2 * i + 1] = hn::InterleaveUpper(d, rows[i], rows[i + kColumns / 2]);
-        }
-        VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
-        {
-            rows[i] = mixed[i];
-        }
-    }
+    turnParts<kColumns>(d, rows);
     VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
     {
         hn::StoreU(rows[i], d, reinterpret_cast<T*>(dst + static_cast<ptrdiff_t>(i) * dstStep));
@@ -101,29 +182,53 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
 {
     using T = hn::TFromD<D>;
     constexpr size_t kRows = hn::MaxLanes(D());
-    constexpr size_t kColumns = 16 / sizeof(T);
-    // As many rows as make a line of the destination's; short vectors take more steps for as much.
-    constexpr size_t kRowsAhead = HWY_ARCH_X86 ? kLineBytes / sizeof(T) : 64;
+    constexpr size_t kColumns = kBlockColumns<D>;
     const auto srcStep = static_cast<ptrdiff_t>(srcStride);
     const auto dstStep = static_cast<ptrdiff_t>(dstStride);
     // Inlined, all of it, so that what a band has in common stays in registers.
     const auto moveBlock = [=](size_t x, size_t y) HWY_ATTR __attribute__((always_inline))
     {
         const uint8_t* from = src + y * srcStride + x * sizeof(T);
+        const auto transpose = [=](const uint8_t* first, ptrdiff_t step, uint8_t* to, ptrdiff_t toStep) HWY_ATTR
+            __attribute__((always_inline))
+        {
+            if constexpr (kTurnsSquares<D>)
+            {
+                constexpr size_t kColumnsAhead = 3 * kColumns;
+                transposeSquare(d, first, step, to, toStep,
+                                (HWY_MIN(x + kColumnsAhead, width - kColumns) - x) * sizeof(T));
+            }
+            else
+            {
+                transposeColumns(d, first, step, to, toStep);
+            }
+        };
         switch (turn)
         {
             case Turn::Clockwise:
-                transposeBlock(d, from + (kRows - 1) * srcStride, -srcStep,
-                               dst + x * dstStride + (height - kRows - y) * sizeof(T), dstStep);
+                transpose(from + (kRows - 1) * srcStride, -srcStep,
+                          dst + x * dstStride + (height - kRows - y) * sizeof(T), dstStep);
                 break;
             case Turn::Anticlockwise:
-                transposeBlock(d, from, srcStep, dst + (width - 1 - x) * dstStride + y * sizeof(T), -dstStep);
+                transpose(from, srcStep, dst + (width - 1 - x) * dstStride + y * sizeof(T), -dstStep);
                 break;
             default:
-                transposeBlock(d, from, srcStep, dst + x * dstStride + y * sizeof(T), dstStep);
+                transpose(from, srcStep, dst + x * dstStride + y * sizeof(T), dstStep);
                 break;
         }
     };
+    if constexpr (kTurnsSquares<D>)
+    {
+        // Along the rows, which the processor follows: that is faster than bands are.
+        coverRange(
+            0, height, kRows, [=](size_t y) HWY_ATTR __attribute__((always_inline)) {
+                coverRange(
+                    0, width, kColumns, [=](size_t x) HWY_ATTR __attribute__((always_inline)) { moveBlock(x, y); });
+            });
+        return;
+    }
+    // As many rows as make a line of the destination's; short vectors take more steps for as much.
+    constexpr size_t kRowsAhead = HWY_ARCH_X86 ? kLineBytes / sizeof(T) : 64;
     // A band of few cache lines of source columns, walked down the image, keeps both sides' lines in the nearer caches.
     constexpr size_t kLine = kLineBytes / sizeof(T);
     constexpr size_t kBand = kBandBytes / sizeof(T);
@@ -167,7 +272,7 @@ HWY_INLINE void exchangeAxesByTiles(D d, const uint8_t* src, size_t width, size_
     using T = hn::TFromD<D>;
     const size_t bandColumns = tile != nullptr ? kBandBytes / sizeof(T) : width;
     const size_t tileRows = tile != nullptr ? kTileRowBytes / sizeof(T) : height;
-    const auto placeOf = [=](size_t band) { return HWY_MIN(band, width - 16 / sizeof(T)); };
+    const auto placeOf = [=](size_t band) { return HWY_MIN(band, width - kBlockColumns<D>); };
     for (size_t band = 0; band < width; band += bandColumns)
     {
         const size_t x = placeOf(band);
@@ -210,11 +315,13 @@ HWY_INLINE bool turnImage(const uint8_t* src, uint32_t width, uint32_t height, u
                           uint32_t dstStride, Turn turn)
 {
     return width >= 16 / sizeof(T) &&
-           withFittingVector<T>(height,
+           withFittingVector<T>(HWY_TARGET <= HWY_AVX3 && sizeof(T) != 2 ? HWY_MIN(width, height) : height,
                                 [=](auto d) HWY_ATTR
                                 {
-                                    const bool isLarge =
-                                        isStreamed(size_t{width} * height * sizeof(T), kStreamedTurned);
+                                    // Squares are fast enough to wait for the last cache, as long as that has all.
+                                    constexpr size_t kLeast =
+                                        kTurnsSquares<decltype(d)> ? kStreamedInOrder : kStreamedTurned;
+                                    const bool isLarge = isStreamed(size_t{width} * height * sizeof(T), kLeast);
                                     std::optional<Scratch> tile;
                                     if (isLarge)
                                     {
