@@ -132,6 +132,39 @@ HWY_INLINE Dot<typename Sum::T> sumWithOne(const typename Sum::T* a, const typen
     return all[0];
 }
 
+/** The vectors of a set, by their places. */
+template <class T>
+struct Rows
+{
+    const T* set;
+    size_t stride;
+
+    HWY_INLINE const T* operator()(size_t i) const { return planeRow(set, stride, i); }
+};
+
+/** at(i) and those behind it; behind the last vector it stands in for those that are not there. */
+template <class At, class T, size_t kVectors>
+HWY_INLINE void vectorsFrom(At at, size_t i, size_t end, const T* (&vectors)[kVectors])
+{
+    if constexpr (std::is_same_v<At, Rows<T>>)
+    {
+        if (end - i >= kVectors)
+        {
+            // One after the other: compilers would multiply in vectors.
+            vectors[0] = at(i);
+            for (size_t k = 1; k < kVectors; ++k)
+            {
+                vectors[k] = planeRow(vectors[k - 1], at.stride, 1);
+            }
+            return;
+        }
+    }
+    for (size_t k = 0; k < kVectors; ++k)
+    {
+        vectors[k] = at(std::min(i + k, end - 1));
+    }
+}
+
 /**
  * Sums of kQueries queries with the vectors at(first) .. at(end - 1): put(query, i, values, count) gets those with
  * vectors i .. i + count - 1. With kSquares the last of the queries is the vector itself.
@@ -143,12 +176,8 @@ HWY_INLINE void sumsWithMany(const typename Sum::Query* queries, size_t length, 
     constexpr size_t kVectors = Sum::kFillsLines && kQueries == 1 ? 16 : 4;
     for (size_t i = first; i < end; i += kVectors)
     {
-        // Behind the last vector it stands in for those that are not there.
         const typename Sum::T* vectors[kVectors];
-        for (size_t k = 0; k < kVectors; ++k)
-        {
-            vectors[k] = at(std::min(i + k, end - 1));
-        }
+        vectorsFrom(at, i, end, vectors);
         Dot<typename Sum::T> values[kQueries][kVectors];
         sumsWithSome<Sum, kQueries, kVectors, kSquares, kFar>(queries, vectors, length, values);
         for (size_t q = 0; q < kQueries; ++q)
@@ -174,7 +203,7 @@ HWY_INLINE void sumsOfSets(const typename Sum::T* queries, size_t length, size_t
     // So much of a set stays near while the queries pass.
     constexpr size_t kNear = 1 << 17;
     const size_t abreast = std::max<size_t>(4, kNear / (length * sizeof(typename Sum::T)) / 4 * 4);
-    const auto at = [=](size_t i) { return planeRow(set, setStride, i); };
+    const Rows<typename Sum::T> at = {set, setStride};
     for (size_t first = 0; first < numVectors; first += abreast)
     {
         const size_t end = std::min(numVectors, first + abreast);

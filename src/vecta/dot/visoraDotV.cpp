@@ -44,7 +44,7 @@ HWY_INLINE vsrStatus withMany(const T* query, size_t length, size_t count, At at
 template <class T>
 vsrStatus oneToMany(const T* query, uint32_t length, const T* set, uint32_t numVectors, uint32_t setStride, Dot<T>* dst)
 {
-    const auto at = [=](size_t i) { return planeRow(set, setStride, i); };
+    const Rows<T> at = {set, setStride};
 #if HWY_TARGET <= HWY_AVX3
     if (size_t{setStride} * numVectors >= kFarBytes)
     {
@@ -113,7 +113,7 @@ vsrStatus cosines(const T* query, uint32_t length, const T* set, uint32_t numVec
                             inverseLength(static_cast<uint32_t>(sumWithOne<Sum>(query, query, length)));
                         const typename Sum::Query one = Sum::query(query, length);
                         sumsWithMany<Sum, 1>(
-                            &one, length, 0, numVectors, [=](size_t i) { return planeRow(set, setStride, i); },
+                            &one, length, 0, numVectors, Rows<T>{set, setStride},
                             [&](size_t, size_t i, const Dot<T>* products, size_t count) HWY_ATTR
                             {
                                 for (size_t k = 0; k < count; ++k)
@@ -134,7 +134,7 @@ vsrStatus floatCosines(const float* query, uint32_t length, const float* set, ui
     // Products come before the squares of the same vectors.
     float products[4];
     sumsWithMany<Sum, 2, true>(
-        &one, length, 0, numVectors, [=](size_t i) { return planeRow(set, setStride, i); },
+        &one, length, 0, numVectors, Rows<float>{set, setStride},
         [&](size_t q, size_t i, const float* values, size_t count) HWY_ATTR
         {
             for (size_t k = 0; k < count; ++k)

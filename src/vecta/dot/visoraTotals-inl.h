@@ -90,7 +90,7 @@ template <class V32, class V8, class S8>
 HWY_INLINE V32 addFourProducts(V32 sum, V8 bytes, S8 signedBytes)
 {
     // Highway's processors of this kind have the instruction, but its list of what compilers may use lacks it.
-    asm("vpdpbusd %2, %1, %0" : "+v"(sum.raw) : "v"(bytes.raw), "vm"(signedBytes.raw));
+    asm("vpdpbusd %2, %1, %0" : "+v"(sum.raw) : "v"(bytes.raw), "v"(signedBytes.raw));
     return sum;
 }
 #else
