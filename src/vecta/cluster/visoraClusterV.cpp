@@ -4,6 +4,8 @@
 #include "vecta/visoraExport.h"
 #include "visora/variants/corner.h"
 
+// The newest processors multiply bytes and add four products, and count the bits of words, at once.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/cluster/visoraClusterV.cpp"
 #include "hwy/foreach_target.h"

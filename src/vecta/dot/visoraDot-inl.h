@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "cpu/visoraPlane.h"
+#include "hwy/cache_control.h"
 #include "hwy/highway.h"
 #include "vecta/dot/visoraDotSums-inl.h"
 
@@ -29,18 +30,22 @@ constexpr size_t kQueriesAbreast = 2;
 
 // ---- Several vectors at once ----
 
+/** Sets that no cache has are asked for so many bytes ahead. */
+constexpr size_t kAhead = size_t{8} << 10;
+constexpr size_t kFarBytes = size_t{1} << 20;
+
 /**
- * Sums of kQueries queries with four vectors of a set. With kSquares the last query is not read: each vector of the set
- * stands in for it.
+ * Sums of kQueries queries with kVectors vectors of a set, four or, with one query, sixteen. With kSquares the last
+ * query is not read: each vector of the set stands in for it.
  */
-template <class Sum, size_t kQueries, bool kSquares = false>
-HWY_INLINE void sumsWithFour(const typename Sum::Query* queries, const typename Sum::T* const* vectors, size_t length,
-                             Dot<typename Sum::T> (*out)[4])
+template <class Sum, size_t kQueries, size_t kVectors, bool kSquares, bool kFar>
+HWY_INLINE void sumsWithSome(const typename Sum::Query* queries, const typename Sum::T* const* vectors, size_t length,
+                             Dot<typename Sum::T> (*out)[kVectors])
 {
-    typename Sum::Sums sums[kQueries][4];
+    typename Sum::Sums sums[kQueries][kVectors];
     for (size_t i = 0; i < kQueries; ++i)
     {
-        for (size_t k = 0; k < 4; ++k)
+        for (size_t k = 0; k < kVectors; ++k)
         {
             sums[i][k] = Sum::zero();
         }
@@ -67,7 +72,7 @@ HWY_INLINE void sumsWithFour(const typename Sum::Query* queries, const typename 
         addVector(2);
         addVector(3);
 #else
-        for (size_t k = 0; k < 4; ++k)
+        for (size_t k = 0; k < kVectors; ++k)
         {
             addVector(k);
         }
@@ -77,16 +82,33 @@ HWY_INLINE void sumsWithFour(const typename Sum::Query* queries, const typename 
     for (; x + Sum::kStep <= length; x += Sum::kStep)
     {
         step([x](const auto* from) HWY_ATTR { return Sum::load(from + x); },
-             [x](const auto* from) HWY_ATTR { return Sum::loadOfSet(from + x); });
+             [x](const auto* from) HWY_ATTR
+             {
+                 if constexpr (kFar)
+                 {
+                     hwy::Prefetch(reinterpret_cast<const uint8_t*>(from + x) + kAhead);
+                 }
+                 return Sum::loadOfSet(from + x);
+             });
     }
     if (x < length)
     {
         step([&](const auto* vector) HWY_ATTR { return Sum::rest(vector, x, length); },
              [&](const auto* vector) HWY_ATTR { return Sum::restOfSet(vector, x, length); });
     }
-    for (size_t i = 0; i < kQueries; ++i)
+#if HWY_TARGET <= HWY_AVX3
+    if constexpr (Sum::kFillsLines && kQueries * kVectors == 16)
     {
-        Sum::totals(sums[i][0], sums[i][1], sums[i][2], sums[i][3], queries[kSquares ? 0 : i], length, out[i]);
+        return Sum::template sixteen<kQueries>(
+            queries, [&](size_t i) HWY_ATTR { return sums[i / kVectors][i % kVectors]; }, out[0]);
+    }
+    else
+#endif
+    {
+        for (size_t i = 0; i < kQueries; ++i)
+        {
+            Sum::totals(sums[i][0], sums[i][1], sums[i][2], sums[i][3], queries[kSquares ? 0 : i], length, out[i]);
+        }
     }
 }
 
@@ -110,27 +132,65 @@ HWY_INLINE Dot<typename Sum::T> sumWithOne(const typename Sum::T* a, const typen
     return all[0];
 }
 
+/** The vectors of a set, by their places. */
+template <class T>
+struct Rows
+{
+    const T* set;
+    size_t stride;
+
+    HWY_INLINE const T* operator()(size_t i) const { return planeRow(set, stride, i); }
+};
+
+/** at(i) and those behind it; behind the last vector it stands in for those that are not there. */
+template <class At, class T, size_t kVectors>
+HWY_INLINE void vectorsFrom(At at, size_t i, size_t end, const T* (&vectors)[kVectors])
+{
+    if constexpr (std::is_same_v<At, Rows<T>>)
+    {
+        if (end - i >= kVectors)
+        {
+            // One after the other: compilers would multiply in vectors.
+            vectors[0] = at(i);
+            for (size_t k = 1; k < kVectors; ++k)
+            {
+                vectors[k] = planeRow(vectors[k - 1], at.stride, 1);
+            }
+            return;
+        }
+    }
+    for (size_t k = 0; k < kVectors; ++k)
+    {
+        vectors[k] = at(std::min(i + k, end - 1));
+    }
+}
+
 /**
  * Sums of kQueries queries with the vectors at(first) .. at(end - 1): put(query, i, values, count) gets those with
  * vectors i .. i + count - 1. With kSquares the last of the queries is the vector itself.
  */
-template <class Sum, size_t kQueries, bool kSquares = false, class At, class Put>
+template <class Sum, size_t kQueries, bool kSquares = false, bool kFar = false, class At, class Put>
 HWY_INLINE void sumsWithMany(const typename Sum::Query* queries, size_t length, size_t first, size_t end, At at,
                              Put put)
 {
-    for (size_t i = first; i < end; i += 4)
+    constexpr size_t kVectors = Sum::kFillsLines && kQueries == 1 ? 16 : 4;
+    for (size_t i = first; i < end; i += kVectors)
     {
-        // Behind the last vector it stands in for those that are not there.
-        const typename Sum::T* vectors[4];
-        for (size_t k = 0; k < 4; ++k)
-        {
-            vectors[k] = at(std::min(i + k, end - 1));
-        }
-        Dot<typename Sum::T> values[kQueries][4];
-        sumsWithFour<Sum, kQueries, kSquares>(queries, vectors, length, values);
+        const typename Sum::T* vectors[kVectors];
+        vectorsFrom(at, i, end, vectors);
+        Dot<typename Sum::T> values[kQueries][kVectors];
+        sumsWithSome<Sum, kQueries, kVectors, kSquares, kFar>(queries, vectors, length, values);
         for (size_t q = 0; q < kQueries; ++q)
         {
-            put(q, i, values[q], std::min<size_t>(4, end - i));
+            // Of a number that is known a copy is no call.
+            if (end - i >= kVectors)
+            {
+                put(q, i, values[q], kVectors);
+            }
+            else
+            {
+                put(q, i, values[q], end - i);
+            }
         }
     }
 }
@@ -143,7 +203,7 @@ HWY_INLINE void sumsOfSets(const typename Sum::T* queries, size_t length, size_t
     // So much of a set stays near while the queries pass.
     constexpr size_t kNear = 1 << 17;
     const size_t abreast = std::max<size_t>(4, kNear / (length * sizeof(typename Sum::T)) / 4 * 4);
-    const auto at = [=](size_t i) { return planeRow(set, setStride, i); };
+    const Rows<typename Sum::T> at = {set, setStride};
     for (size_t first = 0; first < numVectors; first += abreast)
     {
         const size_t end = std::min(numVectors, first + abreast);

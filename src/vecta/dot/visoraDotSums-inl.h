@@ -61,6 +61,7 @@ struct WholeSteps
     using T = hn::TFromD<D>;
     using Operand = hn::Vec<D>;
     static constexpr size_t kStep = hn::MaxLanes(D());
+    static constexpr bool kFillsLines = false;
 
     struct Query
     {
@@ -193,6 +194,7 @@ struct ByteProducts : ByteSteps<D>
     using Sums = hn::Vec<D32>;
     using Operand = typename ByteSteps<D>::Operand;
     using Query = typename ByteSteps<D>::Query;
+    static constexpr bool kFillsLines = hn::MaxLanes(D()) == 64;
 
     static HWY_INLINE Sums zero() { return hn::Zero(D32()); }
 
@@ -229,6 +231,30 @@ struct ByteProducts : ByteSteps<D>
         const auto corrected = hn::Add(all, hn::Set(four, query.correction));
         hn::StoreU(hn::BitCast(Four<Dot<T>>(), corrected), Four<Dot<T>>(), out);
     }
+
+#if HWY_TARGET <= HWY_AVX3
+    /** The totals of sixteen sums, which are those of as many queries in turn. */
+    template <size_t kQueries, class Get>
+    static HWY_INLINE void sixteen(const Query* queries, Get get, Dot<T>* out)
+    {
+        const D32 d;
+        const Four<uint32_t> four;
+        const auto corrections = [&](size_t q) HWY_ATTR { return hn::Set(four, queries[q * kQueries / 4].correction); };
+        const hn::Half<D32> half;
+        const auto all = hn::Combine(d, hn::Combine(half, corrections(3), corrections(2)),
+                                     hn::Combine(half, corrections(1), corrections(0)));
+        const hn::RebindToSigned<D32> dSigned;
+        const auto totals = hn::Add(sixteenTotals(d, get), all);
+        if constexpr (std::is_signed_v<T>)
+        {
+            hn::StoreU(hn::BitCast(dSigned, totals), dSigned, out);
+        }
+        else
+        {
+            hn::StoreU(totals, d, out);
+        }
+    }
+#endif
 };
 
 // ---- Numbers of 16 bits ----
@@ -345,6 +371,7 @@ struct FloatSums
     };
     using Sums = Operand;
     static constexpr size_t kStep = 16;
+    static constexpr bool kFillsLines = kFloatVectors == 1;
 
     struct Query
     {
@@ -403,6 +430,16 @@ struct FloatSums
         const Four<float> d;
         hn::StoreU(withOneNan(d, fourTotals(d, fold(a), fold(b), fold(c), fold(e))), d, out);
     }
+
+#if HWY_TARGET <= HWY_AVX3
+    template <size_t kQueries, class Get>
+    static HWY_INLINE void sixteen(const Query* /*queries*/, Get get, float* out)
+    {
+        const FloatLanes d;
+        const auto totals = sixteenTotals(d, [&](size_t i) HWY_ATTR { return get(i).parts[0]; });
+        hn::StoreU(withOneNan(d, totals), d, out);
+    }
+#endif
 
     /** Part i plus part i + 8, then plus part i + 4. */
     static HWY_INLINE hn::Vec<Four<float>> fold(const Sums& sums)

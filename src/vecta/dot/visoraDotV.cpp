@@ -3,6 +3,8 @@
 #include "cpu/visoraPlane.h"
 #include "visora/variants/corner.h"
 
+// The newest processors multiply bytes and add four products, and count the bits of words, at once.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/dot/visoraDotV.cpp"
 #include "hwy/foreach_target.h"
@@ -23,7 +25,7 @@ vsrStatus twoVectors(const T* src1, const T* src2, uint32_t length, Dot<T>* resu
     return VISORA_SUCCESS;
 }
 
-template <class T, class At>
+template <class T, bool kFar = false, class At>
 HWY_INLINE vsrStatus withMany(const T* query, size_t length, size_t count, At at, Dot<T>* dst)
 {
     withProducts<T>(length,
@@ -31,9 +33,10 @@ HWY_INLINE vsrStatus withMany(const T* query, size_t length, size_t count, At at
                     {
                         using Sum = decltype(sum);
                         const typename Sum::Query one = Sum::query(query, length);
-                        sumsWithMany<Sum, 1>(&one, length, 0, count, at,
-                                             [&](size_t, size_t i, const Dot<T>* values, size_t valueCount) HWY_ATTR
-                                             { std::memcpy(dst + i, values, valueCount * sizeof(*values)); });
+                        sumsWithMany<Sum, 1, false, kFar>(
+                            &one, length, 0, count, at,
+                            [&](size_t, size_t i, const Dot<T>* values, size_t valueCount) HWY_ATTR
+                            { std::memcpy(dst + i, values, valueCount * sizeof(*values)); });
                     });
     return VISORA_SUCCESS;
 }
@@ -41,8 +44,14 @@ HWY_INLINE vsrStatus withMany(const T* query, size_t length, size_t count, At at
 template <class T>
 vsrStatus oneToMany(const T* query, uint32_t length, const T* set, uint32_t numVectors, uint32_t setStride, Dot<T>* dst)
 {
-    return withMany(
-        query, length, numVectors, [=](size_t i) { return planeRow(set, setStride, i); }, dst);
+    const Rows<T> at = {set, setStride};
+#if HWY_TARGET <= HWY_AVX3
+    if (size_t{setStride} * numVectors >= kFarBytes)
+    {
+        return withMany<T, true>(query, length, numVectors, at, dst);
+    }
+#endif
+    return withMany(query, length, numVectors, at, dst);
 }
 
 template <class T>
@@ -104,7 +113,7 @@ vsrStatus cosines(const T* query, uint32_t length, const T* set, uint32_t numVec
                             inverseLength(static_cast<uint32_t>(sumWithOne<Sum>(query, query, length)));
                         const typename Sum::Query one = Sum::query(query, length);
                         sumsWithMany<Sum, 1>(
-                            &one, length, 0, numVectors, [=](size_t i) { return planeRow(set, setStride, i); },
+                            &one, length, 0, numVectors, Rows<T>{set, setStride},
                             [&](size_t, size_t i, const Dot<T>* products, size_t count) HWY_ATTR
                             {
                                 for (size_t k = 0; k < count; ++k)
@@ -125,7 +134,7 @@ vsrStatus floatCosines(const float* query, uint32_t length, const float* set, ui
     // Products come before the squares of the same vectors.
     float products[4];
     sumsWithMany<Sum, 2, true>(
-        &one, length, 0, numVectors, [=](size_t i) { return planeRow(set, setStride, i); },
+        &one, length, 0, numVectors, Rows<float>{set, setStride},
         [&](size_t q, size_t i, const float* values, size_t count) HWY_ATTR
         {
             for (size_t k = 0; k < count; ++k)

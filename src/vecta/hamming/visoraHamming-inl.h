@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 #include "cpu/hamming/visoraHamming.h"
 #include "hwy/highway.h"
@@ -77,6 +78,45 @@ class BitCounter
     hn::Vec<D> counts_;
 };
 
+#if VISORA_COUNTS_WORDS
+/** Distances of a query of 32 bytes to sixteen vectors, which lie one behind the other or at places of their own. */
+template <bool kPacked, class At>
+HWY_INLINE void sixteenDistances(const uint8_t* query, At at, uint32_t* distances)
+{
+    using Lines = hn::FixedTag<uint64_t, 8>;
+    const Lines d;
+    const hn::Repartition<uint8_t, Lines> d8;
+    const hn::Half<decltype(d8)> half;
+    const auto once = hn::LoadU(half, query);
+    const auto twice = hn::Combine(d8, once, once);
+    // Bits that differ of vectors i and i + 1.
+    const auto counts = [&](size_t i) HWY_ATTR
+    {
+        const auto two = [&]() HWY_ATTR
+        {
+            if constexpr (kPacked)
+            {
+                return hn::LoadU(d8, at(i));
+            }
+            else
+            {
+                return hn::Combine(d8, hn::LoadU(half, at(i + 1)), hn::LoadU(half, at(i)));
+            }
+        };
+        return hn::PopulationCount(hn::BitCast(d, hn::Xor(two(), twice)));
+    };
+    // Of vectors i and i + 1 in the lower halves of words, of the two behind them in the upper halves.
+    const auto four = [&](size_t i) HWY_ATTR { return hn::Or(counts(i), hn::ShiftLeft<32>(counts(i + 2))); };
+    const auto first = sumsOfQuarters(d, four(0), four(4));
+    const auto second = sumsOfQuarters(d, four(8), four(12));
+    const auto sums = hn::Add(hn::InterleaveLower(d, first, second), hn::InterleaveUpper(d, first, second));
+    const hn::FixedTag<uint32_t, 16> d32;
+    // Blocks have the sums of vectors 0 and 2, then of those eight further on.
+    alignas(64) static constexpr uint32_t kOrder[16] = {0, 4, 1, 5, 8, 12, 9, 13, 2, 6, 3, 7, 10, 14, 11, 15};
+    hn::StoreU(hn::TableLookupLanes(hn::BitCast(d32, sums), hn::SetTableIndices(d32, kOrder)), d32, distances);
+}
+#endif
+
 /** Distances of a query to four vectors, by vectors of at most `length` bytes. */
 template <class D8>
 HWY_INLINE void fourDistances(D8 d, const uint8_t* query, const uint8_t* const vectors[4], size_t length,
@@ -115,13 +155,34 @@ HWY_INLINE void fourDistances(D8 d, const uint8_t* query, const uint8_t* const v
     hn::StoreU(sums, d32, distances);
 }
 
-/** Calls put(i, distance) for the vectors at(0) .. at(count - 1), in order. */
+/**
+ * Calls put(i, distances, how many) for the vectors at(0) .. at(count - 1), in order; isPacked tells that each begins
+ * where the one before it ends.
+ */
 template <class At, class Put>
-HWY_INLINE void forDistances(const uint8_t* query, size_t length, size_t count, At at, Put put)
+HWY_INLINE void forDistances(const uint8_t* query, size_t length, size_t count, [[maybe_unused]] bool isPacked, At at,
+                             Put put)
 {
+    size_t first = 0;
+#if VISORA_COUNTS_WORDS
+    if (length == 32)
+    {
+        const auto bySixteen = [&](auto packed) HWY_ATTR
+        {
+            for (; first + 16 <= count; first += 16)
+            {
+                uint32_t distances[16];
+                sixteenDistances<decltype(packed)::value>(
+                    query, [&](size_t i) HWY_ATTR { return at(first + i); }, distances);
+                put(first, distances, 16);
+            }
+        };
+        isPacked ? bySixteen(std::true_type()) : bySixteen(std::false_type());
+    }
+#endif
     const auto run = [&](auto d) HWY_ATTR
     {
-        for (size_t i = 0; i < count; i += 4)
+        for (size_t i = first; i < count; i += 4)
         {
             // Behind the last one it stands in for those that are not there.
             const uint8_t* vectors[4];
@@ -131,9 +192,14 @@ HWY_INLINE void forDistances(const uint8_t* query, size_t length, size_t count, 
             }
             uint32_t distances[4];
             fourDistances(d, query, vectors, length, distances);
-            for (size_t k = 0; k < 4 && i + k < count; ++k)
+            // Of a number that is known a copy is no call.
+            if (count - i >= 4)
             {
-                put(i + k, distances[k]);
+                put(i, distances, 4);
+            }
+            else
+            {
+                put(i, distances, count - i);
             }
         }
     };
@@ -156,7 +222,8 @@ HWY_INLINE void forDistances(const uint8_t* query, size_t length, size_t count, 
     {
         for (size_t i = 0; i < count; ++i)
         {
-            put(i, hammingDistance(query, at(i), length));
+            const uint32_t distance = hammingDistance(query, at(i), length);
+            put(i, &distance, 1);
         }
     }
 }

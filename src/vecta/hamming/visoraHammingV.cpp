@@ -6,6 +6,8 @@
 #include "vecta/visoraExport.h"
 #include "visora/variants/corner.h"
 
+// The newest processors multiply bytes and add four products, and count the bits of words, at once.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/hamming/visoraHammingV.cpp"
 #include "hwy/foreach_target.h"
@@ -21,7 +23,8 @@ namespace HWY_NAMESPACE
 HWY_INLINE vsrStatus distanceOf(const uint8_t* src1, const uint8_t* src2, size_t length, uint32_t* distance)
 {
     forDistances(
-        src1, length, 1, [&](size_t) { return src2; }, [&](size_t, uint32_t found) HWY_ATTR { *distance = found; });
+        src1, length, 1, true, [&](size_t) { return src2; },
+        [&](size_t, const uint32_t* found, size_t) HWY_ATTR { *distance = *found; });
     return VISORA_SUCCESS;
 }
 
@@ -44,9 +47,10 @@ vsrStatus oneToMany(const uint8_t* query, uint32_t length, const uint8_t* set, u
                     const uint32_t* indices, uint32_t numIndices, uint32_t* distances)
 {
     forDistances(
-        query, length, indices ? numIndices : numVectors,
-        [&](size_t i) { return planeRow(set, setStride, indices ? indices[i] : i); },
-        [&](size_t i, uint32_t distance) HWY_ATTR { distances[i] = distance; });
+        query, length, indices ? numIndices : numVectors, !indices && setStride == length,
+        [=](size_t i) { return planeRow(set, setStride, indices ? indices[i] : i); },
+        [=](size_t i, const uint32_t* found, size_t count) HWY_ATTR
+        { std::memcpy(distances + i, found, count * sizeof(*found)); });
     return VISORA_SUCCESS;
 }
 
@@ -243,9 +247,15 @@ HWY_INLINE vsrStatus matchAll(const uint8_t* queries, uint32_t length, uint32_t 
     for (uint32_t q = 0; q < numQueries; ++q)
     {
         forDistances(
-            planeRow(queries, queryStride, q), length, numVectors,
+            planeRow(queries, queryStride, q), length, numVectors, setStride == length,
             [&](size_t i) { return planeRow(set, setStride, i); },
-            [&](size_t i, uint32_t distance) HWY_ATTR { keeper.one(q, i, distance); });
+            [&](size_t i, const uint32_t* distances, size_t count) HWY_ATTR
+            {
+                for (size_t k = 0; k < count; ++k)
+                {
+                    keeper.one(q, i + k, distances[k]);
+                }
+            });
     }
     return VISORA_SUCCESS;
 }

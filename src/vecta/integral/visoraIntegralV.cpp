@@ -1,11 +1,14 @@
 // Integral images of integers, vector variants: running sums within a register, then the sum of what is to the left and
 // the row above.
 #include "cpu/visoraPlane.h"
+#include "cpu/visoraScratch.h"
 #include "visora/variants/statistics.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/integral/visoraIntegralV.cpp"
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 #include "cpu/integral/visoraIntegral.h"
 #include "hwy/foreach_target.h"
@@ -158,12 +161,8 @@ template <bool kAbove>
 class SumRow
 {
   public:
-    // The rows' first elements, which are 0, lie before the pointers. Of a row that no cache has, what is to be written
-    // is asked for in good time.
-    HWY_INLINE SumRow(const uint32_t* above, uint32_t* row, bool isFar = false)
-        : above_(above), row_(row), isFar_(isFar)
-    {
-    }
+    // The rows' first elements, which are 0, lie before the pointers.
+    HWY_INLINE SumRow(const uint32_t* above, uint32_t* row) : above_(above), row_(row) {}
 
     // Goes on at column x, up to which the row is finished.
     HWY_INLINE void startAt(size_t x)
@@ -177,15 +176,6 @@ class SumRow
     HWY_INLINE void put(size_t x, BytesFrom bytesFrom)
     {
         const typename Left::Sums d;
-        if (isFar_)
-        {
-            constexpr size_t kAhead = 256;
-            constexpr size_t kLine = 64 / sizeof(uint32_t);
-            for (size_t i = 0; i < Left::kStep; i += kLine)
-            {
-                hwy::Prefetch(row_ + x + kAhead + i);
-            }
-        }
         left_.step([&](size_t i) HWY_ATTR { return bytesFrom(x + i); },
                    [&](size_t i) HWY_ATTR
                    {
@@ -207,7 +197,6 @@ class SumRow
   private:
     const uint32_t* above_;
     uint32_t* row_;
-    bool isFar_;
     Left left_;
 };
 
@@ -249,11 +238,10 @@ HWY_INLINE hn::Vec<Left::Bytes> bytesAt(const uint8_t* pixels)
 }
 
 template <bool kAbove>
-HWY_INLINE void integrateRow(const uint8_t* pixels, size_t width, const uint32_t* above, uint32_t* row,
-                             bool isFar = false)
+HWY_INLINE void integrateRow(const uint8_t* pixels, size_t width, const uint32_t* above, uint32_t* row)
 {
     row[-1] = 0;
-    SumRow<kAbove> sums(above, row, isFar);
+    SumRow<kAbove> sums(above, row);
     if (width >= kStep)
     {
         return coverSums(
@@ -267,16 +255,80 @@ HWY_INLINE void integrateRow(const uint8_t* pixels, size_t width, const uint32_t
     }
 }
 
+/**
+ * An integral image's rows, one after the other, the first of them 0. Those of a large one are made where they stay
+ * near, two in turn, and go past the caches when they are done: the one above is wanted once more, all others are not.
+ */
+class SumRows
+{
+  public:
+    HWY_INLINE SumRows(uint32_t* dst, size_t stride, size_t width, size_t height)
+        : dst_(dst), stride_(stride), count_(width + 1), above_(dst), row_(planeRow(dst, stride, 1))
+    {
+        std::fill_n(dst, count_, 0u);
+        if (!isStreamed(stride * height, kStreamedThrough))
+        {
+            return;
+        }
+        // Whole cache lines.
+        const size_t room = (count_ + 15) / 16 * 16;
+        near_.emplace(2 * room * sizeof(uint32_t));
+        if (isFar())
+        {
+            above_ = near_->as<uint32_t>();
+            row_ = above_ + room;
+            std::fill_n(above_, count_, 0u);
+        }
+    }
+
+    HWY_INLINE bool isFar() const { return near_ && near_->data() != nullptr; }
+
+    // Behind their first elements.
+    HWY_INLINE const uint32_t* above() const { return above_ + 1; }
+    HWY_INLINE uint32_t* row() const { return row_ + 1; }
+
+    /** The row is done; the next one is wanted. */
+    HWY_INLINE void next()
+    {
+        dst_ = planeRow(dst_, stride_, 1);
+        if (isFar())
+        {
+            streamBytes(reinterpret_cast<uint8_t*>(dst_), reinterpret_cast<const uint8_t*>(row_),
+                        count_ * sizeof(uint32_t));
+            return std::swap(above_, row_);
+        }
+        above_ = row_;
+        row_ = planeRow(row_, stride_, 1);
+    }
+
+    /** All rows are done. */
+    HWY_INLINE void end() const
+    {
+        if (isFar())
+        {
+            hwy::FlushStream();
+        }
+    }
+
+  private:
+    uint32_t* dst_;
+    size_t stride_;
+    size_t count_;
+    std::optional<Scratch> near_;
+    uint32_t* above_;
+    uint32_t* row_;
+};
+
 vsrStatus integrateu8(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t* dst,
                       uint32_t dstStride)
 {
-    const bool isFar = isStreamed(size_t{dstStride} * srcHeight, kStreamedThrough);
-    std::fill_n(dst, size_t{srcWidth} + 1, 0u);
+    SumRows rows(dst, dstStride, srcWidth, srcHeight);
     for (size_t y = 0; y < srcHeight; ++y)
     {
-        integrateRow<true>(src + y * srcStride, srcWidth, planeRow(dst, dstStride, y) + 1,
-                           planeRow(dst, dstStride, y + 1) + 1, isFar);
+        integrateRow<true>(src + y * srcStride, srcWidth, rows.above(), rows.row());
+        rows.next();
     }
+    rows.end();
     return VISORA_SUCCESS;
 }
 

@@ -11,6 +11,7 @@
 #include "vecta/transform/visoraTransformFft-inl.h"
 #include "vecta/transform/visoraTransformFftRows-inl.h"
 #include "vecta/visoraExport.h"
+#include "vecta/visoraStream-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -123,16 +124,20 @@ HWY_INLINE Point loadComplex(const float* from, size_t count)
     return p;
 }
 
+// With kStreams, for which places begin cache lines and vectors are such, past the caches.
+template <bool kStreams = false>
 HWY_INLINE void storeComplex(const Point& p, size_t skip, size_t count, float* to)
 {
     const Lines d;
     if (skip == 0 && count == kLanes)
     {
 #if HWY_TARGET <= HWY_AVX3
+        const auto store = [=](const __m512& line, float* at) HWY_ATTR
+        { return kStreams ? hn::Stream(Line{line}, d, at) : hn::StoreU(Line{line}, d, at); };
         const __m512i lower = _mm512_set_epi32(23, 7, 22, 6, 21, 5, 20, 4, 19, 3, 18, 2, 17, 1, 16, 0);
         const __m512i upper = _mm512_add_epi32(lower, _mm512_set1_epi32(8));
-        _mm512_storeu_ps(to, _mm512_permutex2var_ps(p.re.raw, lower, p.im.raw));
-        return _mm512_storeu_ps(to + kLanes, _mm512_permutex2var_ps(p.re.raw, upper, p.im.raw));
+        store(_mm512_permutex2var_ps(p.re.raw, lower, p.im.raw), to);
+        return store(_mm512_permutex2var_ps(p.re.raw, upper, p.im.raw), to + kLanes);
 #else
         return hn::StoreInterleaved2(p.re, p.im, d, to);
 #endif
@@ -146,6 +151,15 @@ HWY_INLINE void storeComplex(const Point& p, size_t skip, size_t count, float* t
 HWY_INLINE bool fillsLanes(uint32_t width)
 {
     return width >= kLanes * kLanes;
+}
+
+// Whether single rows are stored past the caches: their lines come in an order that is waited for. Rows that lie in
+// place of the source are near.
+HWY_INLINE bool goesPastCaches(const float* src, const float* dst, uint32_t height, uint32_t dstStride)
+{
+    constexpr size_t kLine = 64;
+    return kByCacheLine && src != dst && isStreamed(size_t{dstStride} * height, kStreamedTurned) &&
+           (reinterpret_cast<uintptr_t>(dst) | dstStride) % kLine == 0;
 }
 
 // The complex rows of an image, one by one; put(y, x, point) takes the values of row y from x on.
@@ -256,10 +270,20 @@ HWY_INLINE vsrStatus forward(const T* src, uint32_t width, uint32_t height, uint
     {
         if (fillsLanes(width))
         {
-            const auto store = [=](size_t y, size_t x, const Point& p) HWY_ATTR
-            { storeComplex(columns ? p : finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); };
             work.setRow(width, false);
-            transformWideRows<false>(work, src, srcStride, height, store);
+            if (!columns && goesPastCaches(src, dst, height, dstStride))
+            {
+                transformWideRows<false>(
+                    work, src, srcStride, height,
+                    [=](size_t y, size_t x, const Point& p) HWY_ATTR
+                    { storeComplex<kByCacheLine>(finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); });
+                hwy::FlushStream();
+                return VISORA_SUCCESS;
+            }
+            transformWideRows<false>(
+                work, src, srcStride, height,
+                [=](size_t y, size_t x, const Point& p) HWY_ATTR
+                { storeComplex(columns ? p : finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); });
         }
         else
         {
