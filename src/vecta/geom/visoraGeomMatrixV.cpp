@@ -1,7 +1,6 @@
-// Products, inverses, linear equations and singular values, vector variants. Lanes are elements of a row.
+// Products and singular values, vector variants. Lanes are elements of a row.
 #include <algorithm>
 
-#include "cpu/geom/visoraGeomElimination.h"
 #include "cpu/geom/visoraGeomSvd.h"
 #include "visora/variants/geom.h"
 
@@ -134,64 +133,6 @@ bool multiply(const float* src1, uint32_t rows1, uint32_t columns1, uint32_t src
     return true;
 }
 
-// ---- Rows of equations ----
-
-struct VectorRows
-{
-    // to = step(d, old, from), `from` being any list of as many elements.
-    template <class Step>
-    HWY_INLINE void forEach(float* to, const float* from, size_t count, Step step) const
-    {
-        const hn::CappedTag<float, 16> d;
-        const hn::FixedTag<float, 4> narrow;
-        const size_t lanes = hn::Lanes(d);
-        size_t i = 0;
-        for (; i + lanes <= count; i += lanes)
-        {
-            hn::StoreU(step(d, hn::LoadU(d, to + i), hn::LoadU(d, from + i)), d, to + i);
-        }
-        for (; i + 4 <= count; i += 4)
-        {
-            hn::StoreU(step(narrow, hn::LoadU(narrow, to + i), hn::LoadU(narrow, from + i)), narrow, to + i);
-        }
-        const hn::FixedTag<float, 1> one;
-        for (; i < count; ++i)
-        {
-            hn::StoreU(step(one, hn::LoadU(one, to + i), hn::LoadU(one, from + i)), one, to + i);
-        }
-    }
-
-    void scale(float* row, float factor, size_t count) const
-    {
-        forEach(row, row, count, [=](auto d, auto a, auto) HWY_ATTR { return hn::Mul(a, hn::Set(d, factor)); });
-    }
-    void addScaled(float* to, const float* from, float factor, size_t count) const
-    {
-        forEach(to, from, count,
-                [=](auto d, auto a, auto b) HWY_ATTR { return hn::Add(a, hn::Mul(hn::Set(d, factor), b)); });
-    }
-    void subtractScaled(float* to, const float* from, float factor, size_t count) const
-    {
-        forEach(to, from, count,
-                [=](auto d, auto a, auto b) HWY_ATTR { return hn::Sub(a, hn::Mul(hn::Set(d, factor), b)); });
-    }
-};
-
-vsrStatus invert(const float* src, uint32_t n, uint32_t srcStride, float* dst, uint32_t dstStride)
-{
-    return invertMatrix(VectorRows(), src, n, srcStride, dst, dstStride);
-}
-
-vsrStatus solveByLU(const float* A, uint32_t n, uint32_t stride, const float* b, float* x)
-{
-    return solveLU(VectorRows(), A, n, stride, b, x);
-}
-
-vsrStatus solveByQR(const float* A, uint32_t rows, uint32_t columns, uint32_t stride, const float* b, float* x)
-{
-    return solveQR(VectorRows(), A, rows, columns, stride, b, x);
-}
-
 // ---- Singular values ----
 
 // Columns have zeros behind their elements up to a multiple of 16, which stay zeros.
@@ -230,9 +171,6 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 
 VSR_VECTOR(vsrMatrixMultiplyf32, multiply);
-VSR_VECTOR(vsrInvertMatrixf32, invert);
-VSR_VECTOR(vsrSolveLUf32, solveByLU);
-VSR_VECTOR(vsrSolveQRf32, solveByQR);
 VSR_VECTOR(vsrSVDf32, decomposeMatrix);
 
 #endif
