@@ -26,6 +26,14 @@ T sumOf(size_t count, Element element)
     return sums.total();
 }
 
+/** Sums of products of columns, once they are turned. */
+template <class T>
+struct TurnedSums
+{
+    T aa, bb;
+    T ac;  // with a third column, if there is one
+};
+
 /** What Jacobi's method does with whole columns, element by element. */
 template <class T>
 struct PlainColumns
@@ -45,6 +53,12 @@ struct PlainColumns
             b[i] = s * x + c * y;
         }
     }
+
+    TurnedSums<T> turnAndSum(T* a, T* b, const T* third, T c, T s, size_t count) const
+    {
+        turn(a, b, c, s, count);
+        return {dot(a, a, count), dot(b, b, count), third ? dot(a, third, count) : 0};
+    }
 };
 
 // ---- Singular values ----
@@ -59,7 +73,10 @@ struct Columns
     T* operator[](size_t k) const { return data + k * stride; }
 };
 
-/** Turns pairs of the n columns of a, with m elements, and of v until all of a are orthogonal. w gets their squares. */
+/**
+ * Turns pairs of the n columns of a, with m elements, and of v until all of a are orthogonal. w gets their squares and
+ * has room for n more numbers.
+ */
 template <class T, class Op>
 void orthogonalise(Op op, Columns<T> a, size_t m, Columns<T> v, size_t n, T* w)
 {
@@ -69,17 +86,23 @@ void orthogonalise(Op op, Columns<T> a, size_t m, Columns<T> v, size_t n, T* w)
     {
         w[k] = op.dot(a[k], a[k], m);
     }
-    bool hasTurned = true;
+    T* const next = w + n;  // products of column p with the one whose turn is next
+    bool hasTurned = n > 1;
     for (int sweep = 0; sweep < kMaxSweeps && hasTurned; ++sweep)
     {
         hasTurned = false;
-        for (size_t p = 0; p + 1 < n; ++p)
+        // Pairs with one sum of p and q have no column in common, and each needs what those of lower sums made.
+        for (size_t sum = 1; sum <= 2 * n - 3; ++sum)
         {
-            for (size_t q = p + 1; q < n; ++q)
+            for (size_t p = sum < n ? 0 : sum - (n - 1); 2 * p < sum; ++p)
             {
-                const T G = op.dot(a[p], a[q], m);
+                const size_t q = sum - p;
+                const T G = q == p + 1 ? op.dot(a[p], a[q], m) : next[p];
+                // The pair (p - 1, q + 1) was turned before this one.
+                const T* const third = q + 1 < n ? a[q + 1] : nullptr;
                 if (!(std::fabs(G) > kEps * std::sqrt(w[p] * w[q])))
                 {
+                    next[p] = third ? op.dot(a[p], third, m) : 0;
                     continue;
                 }
                 const T Z = (w[q] - w[p]) / (2 * G);
@@ -87,10 +110,11 @@ void orthogonalise(Op op, Columns<T> a, size_t m, Columns<T> v, size_t n, T* w)
                 t = Z < 0 ? -t : t;
                 const T c = 1 / std::sqrt(1 + t * t);
                 const T s = c * t;
-                op.turn(a[p], a[q], c, s, m);
+                const TurnedSums<T> sums = op.turnAndSum(a[p], a[q], third, c, s, m);
+                w[p] = sums.aa;
+                w[q] = sums.bb;
+                next[p] = sums.ac;
                 op.turn(v[p], v[q], c, s, n);
-                w[p] = op.dot(a[p], a[p], m);
-                w[q] = op.dot(a[q], a[q], m);
                 hasTurned = true;
             }
         }
@@ -133,7 +157,7 @@ void completeColumn(Op op, Columns<T> u, size_t m, size_t k)
 
 /**
  * Singular values w, in descending order, of n columns of m >= n elements (M. Hestenes, 1958). The columns become those
- * of U, and v gets those of V.
+ * of U, and v gets those of V. w has room for n more numbers.
  */
 template <class T, class Op = PlainColumns<T>>
 void jacobi(Columns<T> a, size_t m, Columns<T> v, size_t n, T* w, Op op = {})
@@ -178,7 +202,7 @@ struct SmallSvd
 {
     double u[n][n];
     double v[n][n];
-    double w[n];
+    double w[2 * n];  // and room for the method
 
     /** Decomposes the matrix whose element (i, j) is element(i, j). */
     template <class Element>

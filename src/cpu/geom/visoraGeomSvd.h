@@ -30,7 +30,7 @@ vsrStatus decompose(Op op, const float* src, uint32_t rows, uint32_t columns, ui
     const auto padded = [](size_t size) { return (size + 15) / 16 * 16; };
     const size_t aStride = padded(m);
     const size_t vStride = padded(n);
-    const Scratch scratch((aStride + vStride + 1) * n * sizeof(float));
+    const Scratch scratch((aStride + vStride + 2) * n * sizeof(float));
     auto* const memory = scratch.as<float>();
     if (!memory)
     {

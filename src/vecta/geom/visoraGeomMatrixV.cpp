@@ -145,16 +145,67 @@ struct VectorColumns
 
     void turn(float* a, float* b, float cosine, float sine, size_t count) const
     {
+        overTurned(a, b, cosine, sine, count, [](size_t, size_t, auto, auto) HWY_ATTR {});
+    }
+
+    // All in one pass.
+    TurnedSums<float> turnAndSum(float* a, float* b, const float* third, float cosine, float sine, size_t count) const
+    {
+        return third ? turnAndSum<true>(a, b, third, cosine, sine, count)
+                     : turnAndSum<false>(a, b, third, cosine, sine, count);
+    }
+
+  private:
+    static constexpr size_t kLanes = hn::MaxLanes(PartialLanes<float>());
+    static constexpr size_t kVectors = kPartials / kLanes;
+    using Vector = hn::Vec<PartialLanes<float>>;
+
+    // Calls body(i, k, a, b) for vectors of turned elements, i being their place and k the one among partial sums.
+    template <class Body>
+    static HWY_INLINE void overTurned(float* a, float* b, float cosine, float sine, size_t count, Body body)
+    {
         const PartialLanes<float> d;
         const auto c = hn::Set(d, cosine);
         const auto s = hn::Set(d, sine);
-        for (size_t i = 0; i < count; i += hn::Lanes(d))
+        for (size_t i = 0; i < count; i += kPartials)
         {
-            const auto x = hn::LoadU(d, a + i);
-            const auto y = hn::LoadU(d, b + i);
-            hn::StoreU(hn::Sub(hn::Mul(c, x), hn::Mul(s, y)), d, a + i);
-            hn::StoreU(hn::Add(hn::Mul(s, x), hn::Mul(c, y)), d, b + i);
+            for (size_t k = 0; k < kVectors; ++k)
+            {
+                const size_t at = i + k * kLanes;
+                const auto x = hn::LoadU(d, a + at);
+                const auto y = hn::LoadU(d, b + at);
+                const auto newX = hn::Sub(hn::Mul(c, x), hn::Mul(s, y));
+                const auto newY = hn::Add(hn::Mul(s, x), hn::Mul(c, y));
+                hn::StoreU(newX, d, a + at);
+                hn::StoreU(newY, d, b + at);
+                body(at, k, newX, newY);
+            }
         }
+    }
+
+    template <bool hasThird>
+    static HWY_INLINE TurnedSums<float> turnAndSum(float* a, float* b, const float* third, float cosine, float sine,
+                                                   size_t count)
+    {
+        const PartialLanes<float> d;
+        Vector aa[kVectors];
+        Vector bb[kVectors];
+        Vector ac[kVectors];
+        for (size_t k = 0; k < kVectors; ++k)
+        {
+            aa[k] = bb[k] = ac[k] = hn::Zero(d);
+        }
+        overTurned(a, b, cosine, sine, count,
+                   [&](size_t at, size_t k, auto newX, auto newY) HWY_ATTR
+                   {
+                       aa[k] = hn::Add(aa[k], hn::Mul(newX, newX));
+                       bb[k] = hn::Add(bb[k], hn::Mul(newY, newY));
+                       if constexpr (hasThird)
+                       {
+                           ac[k] = hn::Add(ac[k], hn::Mul(newX, hn::LoadU(d, third + at)));
+                       }
+                   });
+        return {sumOfPartialVectors(aa), sumOfPartialVectors(bb), hasThird ? sumOfPartialVectors(ac) : 0};
     }
 };
 
