@@ -20,6 +20,7 @@ inline float powerOfTwoBelow(const float* src, uint32_t rows, uint32_t columns, 
     return greatest == 0 ? 1 : std::ldexp(1.0F, std::ilogb(greatest));
 }
 
+/** op.orthogonalise may use as many numbers behind the singular values. */
 template <class Op>
 vsrStatus decompose(Op op, const float* src, uint32_t rows, uint32_t columns, uint32_t srcStride, float* w, float* U,
                     uint32_t uStride, float* Vt, uint32_t vtStride)

@@ -136,23 +136,49 @@ bool multiply(const float* src1, uint32_t rows1, uint32_t columns1, uint32_t src
 // ---- Singular values ----
 
 // Columns have zeros behind their elements up to a multiple of 16, which stay zeros.
-struct VectorColumns
+class VectorColumns
 {
+  public:
     float dot(const float* a, const float* b, size_t count) const
     {
         return dotOfWhole(a, b, (count + kPartials - 1) / kPartials * kPartials);
     }
 
-    void turn(float* a, float* b, float cosine, float sine, size_t count) const
+    /**
+     * As PlainColumns, in another order: pairs (p, q) with one sum of p and q have no column in common, and each needs
+     * what those of lower sums made, so that none waits for its neighbour.
+     */
+    void orthogonalise(Columns<float> a, size_t m, Columns<float> v, size_t n, float* w) const
     {
-        overTurned(a, b, cosine, sine, count, [](size_t, size_t, auto, auto) HWY_ATTR {});
-    }
-
-    // All in one pass.
-    TurnedSums<float> turnAndSum(float* a, float* b, const float* third, float cosine, float sine, size_t count) const
-    {
-        return third ? turnAndSum<true>(a, b, third, cosine, sine, count)
-                     : turnAndSum<false>(a, b, third, cosine, sine, count);
+        for (size_t k = 0; k < n; ++k)
+        {
+            w[k] = dot(a[k], a[k], m);
+        }
+        float* const next = w + n;  // products of column p with the one whose turn is next
+        bool hasTurned = n > 1;
+        for (int sweep = 0; sweep < Turn<float>::kMaxSweeps && hasTurned; ++sweep)
+        {
+            hasTurned = false;
+            for (size_t sum = 1; sum <= 2 * n - 3; ++sum)
+            {
+                for (size_t p = sum < n ? 0 : sum - (n - 1); 2 * p < sum; ++p)
+                {
+                    const size_t q = sum - p;
+                    const float G = q > p + 1 ? next[p] : dot(a[p], a[q], m);
+                    // The pair (p - 1, q + 1) was turned before this one.
+                    const float* const third = q + 1 < n ? a[q + 1] : a[p];
+                    if (!Turn<float>::isNeeded(w[p], w[q], G))
+                    {
+                        next[p] = dot(a[p], third, m);
+                        continue;
+                    }
+                    const Turn<float> by(w[p], w[q], G);
+                    turnAndSum(a[p], a[q], third, by, m, w[p], w[q], next[p]);
+                    turned(v[p], v[q], by, n, [](size_t, size_t, auto, auto) HWY_ATTR {});
+                    hasTurned = true;
+                }
+            }
+        }
     }
 
   private:
@@ -162,11 +188,11 @@ struct VectorColumns
 
     // Calls body(i, k, a, b) for vectors of turned elements, i being their place and k the one among partial sums.
     template <class Body>
-    static HWY_INLINE void overTurned(float* a, float* b, float cosine, float sine, size_t count, Body body)
+    static HWY_INLINE void turned(float* a, float* b, Turn<float> by, size_t count, Body body)
     {
         const PartialLanes<float> d;
-        const auto c = hn::Set(d, cosine);
-        const auto s = hn::Set(d, sine);
+        const auto c = hn::Set(d, by.c);
+        const auto s = hn::Set(d, by.s);
         for (size_t i = 0; i < count; i += kPartials)
         {
             for (size_t k = 0; k < kVectors; ++k)
@@ -174,38 +200,37 @@ struct VectorColumns
                 const size_t at = i + k * kLanes;
                 const auto x = hn::LoadU(d, a + at);
                 const auto y = hn::LoadU(d, b + at);
-                const auto newX = hn::Sub(hn::Mul(c, x), hn::Mul(s, y));
-                const auto newY = hn::Add(hn::Mul(s, x), hn::Mul(c, y));
-                hn::StoreU(newX, d, a + at);
-                hn::StoreU(newY, d, b + at);
-                body(at, k, newX, newY);
+                const auto newA = hn::Sub(hn::Mul(c, x), hn::Mul(s, y));
+                const auto newB = hn::Add(hn::Mul(s, x), hn::Mul(c, y));
+                hn::StoreU(newA, d, a + at);
+                hn::StoreU(newB, d, b + at);
+                body(at, k, newA, newB);
             }
         }
     }
 
-    template <bool hasThird>
-    static HWY_INLINE TurnedSums<float> turnAndSum(float* a, float* b, const float* third, float cosine, float sine,
-                                                   size_t count)
+    // The sums are those of a's and b's squares and of a's products with a third column, after the turn.
+    static HWY_INLINE void turnAndSum(float* a, float* b, const float* third, Turn<float> by, size_t count, float& aa,
+                                      float& bb, float& ac)
     {
         const PartialLanes<float> d;
-        Vector aa[kVectors];
-        Vector bb[kVectors];
-        Vector ac[kVectors];
+        Vector aSums[kVectors];
+        Vector bSums[kVectors];
+        Vector products[kVectors];
         for (size_t k = 0; k < kVectors; ++k)
         {
-            aa[k] = bb[k] = ac[k] = hn::Zero(d);
+            aSums[k] = bSums[k] = products[k] = hn::Zero(d);
         }
-        overTurned(a, b, cosine, sine, count,
-                   [&](size_t at, size_t k, auto newX, auto newY) HWY_ATTR
-                   {
-                       aa[k] = hn::Add(aa[k], hn::Mul(newX, newX));
-                       bb[k] = hn::Add(bb[k], hn::Mul(newY, newY));
-                       if constexpr (hasThird)
-                       {
-                           ac[k] = hn::Add(ac[k], hn::Mul(newX, hn::LoadU(d, third + at)));
-                       }
-                   });
-        return {sumOfPartialVectors(aa), sumOfPartialVectors(bb), hasThird ? sumOfPartialVectors(ac) : 0};
+        turned(a, b, by, count,
+               [&](size_t at, size_t k, auto newA, auto newB) HWY_ATTR
+               {
+                   aSums[k] = hn::Add(aSums[k], hn::Mul(newA, newA));
+                   bSums[k] = hn::Add(bSums[k], hn::Mul(newB, newB));
+                   products[k] = hn::Add(products[k], hn::Mul(newA, hn::LoadU(d, third + at)));
+               });
+        aa = sumOfPartialVectors(aSums);
+        bb = sumOfPartialVectors(bSums);
+        ac = sumOfPartialVectors(products);
     }
 };
 
