@@ -141,9 +141,9 @@ class InnerPolygon
         return !(p[0] > left_ - size_ && p[0] < right_ + size_ && p[1] > top_ - size_ && p[1] < bottom_ + size_);
     }
 
-    /** Makes kept[i] 0 where point i of a vector is inside, else all ones. */
+    /** Which points of a vector are inside. */
     template <class D>
-    HWY_INLINE void test(D d, const float* points, uint32_t* kept) const
+    HWY_INLINE hn::Mask<D> test(D d, const float* points) const
     {
         hn::Vec<D> x;
         hn::Vec<D> y;
@@ -156,8 +156,7 @@ class InnerPolygon
             const auto along = hn::Add(hn::Mul(x, hn::Set(d, nx_[side])), hn::Mul(y, hn::Set(d, ny_[side])));
             isInside = hn::And(isInside, hn::Gt(along, hn::Set(d, least_[side])));
         }
-        const hn::RebindToUnsigned<D> dBits;
-        hn::StoreU(hn::BitCast(dBits, hn::VecFromMask(d, hn::Not(isInside))), dBits, kept);
+        return isInside;
     }
 
   private:
@@ -204,20 +203,18 @@ struct VectorPoints : VectorSums
         {
             return PlainPoints().outer(points, numPoints, list);
         }
-        const hn::CappedTag<float, 16> d;
-        constexpr uint32_t kLanes = hn::MaxLanes(hn::CappedTag<float, 16>());
+        const hn::CappedTag<float, Hull::kSpare> d;
+        const hn::RebindToUnsigned<decltype(d)> dIndex;
+        const auto lanes = static_cast<uint32_t>(hn::Lanes(d));
         uint32_t count = 0;
-        for (uint32_t first = 0; first < numPoints; first += kLanes)
+        for (uint32_t first = 0; first < numPoints; first += lanes)
         {
             // The last ones again, without those that were before.
-            const uint32_t from = std::min(first, numPoints - kLanes);
-            uint32_t kept[kLanes];
-            inner.test(d, points + size_t{2} * from, kept);
-            for (uint32_t i = first - from; i < kLanes; ++i)
-            {
-                list[count] = from + i;
-                count += kept[i] & 1;
-            }
+            const uint32_t from = std::min(first, numPoints - lanes);
+            const auto isDone = hn::FirstN(d, first - from);
+            const auto isOuter = hn::Not(hn::Or(isDone, inner.test(d, points + size_t{2} * from)));
+            count += static_cast<uint32_t>(
+                hn::CompressStore(hn::Iota(dIndex, from), hn::RebindMask(dIndex, isOuter), dIndex, list + count));
         }
         const bool isAnyFar =
             std::any_of(list, list + count, [&](uint32_t i) { return inner.isFar(points + size_t{2} * i); });
