@@ -91,7 +91,6 @@ class ByThirds
 template <class D, class V>
 HWY_INLINE void storeBlocks(D d, V v0, V v1, V v2, uint8_t* dst)
 {
-    static_assert(kBlocks<D> <= 2);
     const size_t n = hn::Lanes(d);
     if constexpr (kBlocks<D> == 1)
     {
@@ -99,12 +98,26 @@ HWY_INLINE void storeBlocks(D d, V v0, V v1, V v2, uint8_t* dst)
         hn::StoreU(v1, d, dst + n);
         hn::StoreU(v2, d, dst + 2 * n);
     }
-    else
+    else if constexpr (kBlocks<D> == 2)
     {
         hn::StoreU(hn::ConcatLowerLower(d, v1, v0), d, dst);
         hn::StoreU(hn::ConcatUpperLower(d, v0, v2), d, dst + n);
         hn::StoreU(hn::ConcatUpperUpper(d, v2, v1), d, dst + 2 * n);
     }
+#if HWY_TARGET <= HWY_AVX3
+    else
+    {
+        // Three of the blocks come from two vectors, and the missing one from the third.
+        const auto blocks = [](int a, int b, int c, int e) HWY_ATTR
+        { return _mm512_setr_epi64(2 * a, 2 * a + 1, 2 * b, 2 * b + 1, 2 * c, 2 * c + 1, 2 * e, 2 * e + 1); };
+        const __m512i first = _mm512_permutex2var_epi64(v0.raw, blocks(0, 4, 0, 1), v1.raw);
+        const __m512i second = _mm512_permutex2var_epi64(v1.raw, blocks(1, 5, 1, 2), v2.raw);
+        const __m512i third = _mm512_permutex2var_epi64(v2.raw, blocks(2, 7, 2, 3), v0.raw);
+        hn::StoreU(hn::Vec<D>{_mm512_mask_shuffle_i64x2(first, 0x30, v2.raw, v2.raw, 0x00)}, d, dst);
+        hn::StoreU(hn::Vec<D>{_mm512_mask_shuffle_i64x2(second, 0x30, v0.raw, v0.raw, 0x20)}, d, dst + n);
+        hn::StoreU(hn::Vec<D>{_mm512_mask_shuffle_i64x2(third, 0x30, v1.raw, v1.raw, 0x30)}, d, dst + 2 * n);
+    }
+#endif
 }
 
 template <class D>
@@ -335,8 +348,7 @@ class ReversedRGB565 : RGB565
 struct RGB888
 {
     static constexpr size_t kBytes = 3;
-    // To sort four blocks for a store costs more than it saves to work on them at once.
-    static constexpr size_t kMaxVectorBytes = 32;
+    static constexpr size_t kMaxVectorBytes = 64;
     static constexpr size_t kMaxLoadBytes = 64;
     static constexpr Order kOrder = Order::Natural;
 
