@@ -87,10 +87,9 @@ class UnitStretch
     static constexpr size_t kUnitBytes = unitWidth * unitHeight + 128;
     static constexpr size_t kMaxWidth = 512;
 
-    template <class D>
-    HWY_INLINE void load(D /*d*/, const uint8_t* unit, size_t units)
+    HWY_INLINE void load(const uint8_t* unit, size_t units)
     {
-        const hn::Repartition<uint64_t, D> d64;
+        const hn::CappedTag<uint64_t, 4> d64;
         const size_t together = hn::Lanes(d64);
         size_t u = 0;
         for (; u + together <= units; u += together, unit += together * kUnitBytes)
@@ -221,7 +220,7 @@ bool convertTiles(const uint8_t* src, size_t width, size_t height, uint8_t* dst)
                     // Half a stretch at a time until the rest fits in a whole one: no stretch is narrower than a
                     // vector.
                     columns = width - x <= Stretch::kMaxWidth ? width - x : Stretch::kMaxWidth / 2;
-                    stretch.load(d, units + x / unitWidth * Stretch::kUnitBytes, (columns + unitWidth - 1) / unitWidth);
+                    stretch.load(units + x / unitWidth * Stretch::kUnitBytes, (columns + unitWidth - 1) / unitWidth);
                     stretch.convert(d, columns, HWY_MIN(unitHeight, height - y),
                                     dst + y * dstStride + x * RGB888::kBytes, dstStride);
                 }
