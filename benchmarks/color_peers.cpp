@@ -78,6 +78,10 @@ const RegisterPeers libyuvConversions({
     {"vsrColorYCbCr444PlanarToRGB888u8", "", "libyuv", planar<libyuv::I444ToRGB24, 3, 1, 1>},
     {"vsrColorYCbCr444PlanarToRGBA8888u8", "", "libyuv", planar<libyuv::I444ToARGB, 4, 1, 1>},
     {"vsrColorYUV420toRGB565u8", "", "libyuv", pseudoPlanar<libyuv::NV12ToRGB565, 2>},
+    // From planes, not from units of 8x8 blocks: less work than the operations' own.
+    {"vsrColorYCrCbH1V1toRGB888u8", "", "libyuv", planar<libyuv::I444ToRGB24, 3, 1, 1>},
+    {"vsrColorYCrCbH2V1toRGB888u8", "", "libyuv", planar<libyuv::I422ToRGB24, 3, 2, 1>},
+    {"vsrColorYCrCbH2V2toRGB888u8", "", "libyuv", planar<libyuv::I420ToRGB24, 3, 2, 2>},
     {"vsrColorYCrCb420PseudoPlanarToRGB8888u8", "", "libyuv", pseudoPlanar<libyuv::NV21ToABGR, 4>},
 });
 

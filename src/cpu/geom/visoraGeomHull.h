@@ -83,14 +83,17 @@ inline void orderPoints(const float* points, uint32_t numPoints, uint64_t* room,
 
 /**
  * The corners' numbers, as vsrConvexHullf32 lists them. Borrowed; there may be none. op.outer(points, numPoints, list)
- * lists the points that may be corners, in ascending order, and returns their number.
+ * lists the points that may be corners, in ascending order, and returns their number; it may write kSpare elements
+ * more.
  */
 class Hull
 {
   public:
+    static constexpr size_t kSpare = 16;
+
     template <class Op>
     Hull(Op op, const float* points, uint32_t numPoints)
-        : scratch_(size_t{2} * numPoints * sizeof(uint64_t) + (size_t{2} * numPoints + 2) * sizeof(uint32_t)),
+        : scratch_(size_t{2} * numPoints * sizeof(uint64_t) + (size_t{2} * numPoints + 2 + kSpare) * sizeof(uint32_t)),
           corners_(scratch_.data() ? reinterpret_cast<uint32_t*>(scratch_.as<uint64_t>() + size_t{2} * numPoints)
                                    : nullptr)
     {

@@ -26,27 +26,6 @@ T sumOf(size_t count, Element element)
     return sums.total();
 }
 
-/** What Jacobi's method does with whole columns, element by element. */
-template <class T>
-struct PlainColumns
-{
-    T dot(const T* a, const T* b, size_t count) const
-    {
-        return sumOf<T>(count, [=](size_t i) { return a[i] * b[i]; });
-    }
-
-    void turn(T* a, T* b, T c, T s, size_t count) const
-    {
-        for (size_t i = 0; i < count; ++i)
-        {
-            const T x = a[i];
-            const T y = b[i];
-            a[i] = c * x - s * y;
-            b[i] = s * x + c * y;
-        }
-    }
-};
-
 // ---- Singular values ----
 
 /** Columns of a matrix, each a row of memory; a stride that is a multiple of 16 leaves zeros behind the elements. */
@@ -59,43 +38,84 @@ struct Columns
     T* operator[](size_t k) const { return data + k * stride; }
 };
 
-/** Turns pairs of the n columns of a, with m elements, and of v until all of a are orthogonal. w gets their squares. */
-template <class T, class Op>
-void orthogonalise(Op op, Columns<T> a, size_t m, Columns<T> v, size_t n, T* w)
+/** What makes two columns orthogonal whose squares are A and B and whose product is G. */
+template <class T>
+struct Turn
 {
-    constexpr T kEps = sizeof(T) == 4 ? T(0x1p-20) : T(0x1p-48);
-    constexpr int kMaxSweeps = 30;
-    for (size_t k = 0; k < n; ++k)
+    static constexpr int kMaxSweeps = 30;
+
+    static bool isNeeded(T A, T B, T G)
     {
-        w[k] = op.dot(a[k], a[k], m);
+        constexpr T kEps = sizeof(T) == 4 ? T(0x1p-20) : T(0x1p-48);
+        return std::fabs(G) > kEps * std::sqrt(A * B);
     }
-    bool hasTurned = true;
-    for (int sweep = 0; sweep < kMaxSweeps && hasTurned; ++sweep)
+
+    Turn(T A, T B, T G)
     {
-        hasTurned = false;
-        for (size_t p = 0; p + 1 < n; ++p)
+        const T Z = (B - A) / (2 * G);
+        T t = 1 / (std::fabs(Z) + std::sqrt(1 + Z * Z));
+        t = Z < 0 ? -t : t;
+        c = 1 / std::sqrt(1 + t * t);
+        s = c * t;
+    }
+
+    T c, s;
+};
+
+/** What Jacobi's method does with whole columns, element by element. */
+template <class T>
+struct PlainColumns
+{
+    T dot(const T* a, const T* b, size_t count) const
+    {
+        return sumOf<T>(count, [=](size_t i) { return a[i] * b[i]; });
+    }
+
+    /**
+     * Turns pairs of the n columns of a, with m elements, and of v until all of a are orthogonal. w gets their squares.
+     */
+    void orthogonalise(Columns<T> a, size_t m, Columns<T> v, size_t n, T* w) const
+    {
+        for (size_t k = 0; k < n; ++k)
         {
-            for (size_t q = p + 1; q < n; ++q)
+            w[k] = dot(a[k], a[k], m);
+        }
+        bool hasTurned = true;
+        for (int sweep = 0; sweep < Turn<T>::kMaxSweeps && hasTurned; ++sweep)
+        {
+            hasTurned = false;
+            for (size_t p = 0; p + 1 < n; ++p)
             {
-                const T G = op.dot(a[p], a[q], m);
-                if (!(std::fabs(G) > kEps * std::sqrt(w[p] * w[q])))
+                for (size_t q = p + 1; q < n; ++q)
                 {
-                    continue;
+                    const T G = dot(a[p], a[q], m);
+                    if (!Turn<T>::isNeeded(w[p], w[q], G))
+                    {
+                        continue;
+                    }
+                    const Turn<T> by(w[p], w[q], G);
+                    turn(a[p], a[q], by, m);
+                    turn(v[p], v[q], by, n);
+                    w[p] = dot(a[p], a[p], m);
+                    w[q] = dot(a[q], a[q], m);
+                    hasTurned = true;
                 }
-                const T Z = (w[q] - w[p]) / (2 * G);
-                T t = 1 / (std::fabs(Z) + std::sqrt(1 + Z * Z));
-                t = Z < 0 ? -t : t;
-                const T c = 1 / std::sqrt(1 + t * t);
-                const T s = c * t;
-                op.turn(a[p], a[q], c, s, m);
-                op.turn(v[p], v[q], c, s, n);
-                w[p] = op.dot(a[p], a[p], m);
-                w[q] = op.dot(a[q], a[q], m);
-                hasTurned = true;
             }
         }
     }
-}
+
+  private:
+    static void turn(T* a, T* b, Turn<T> by, size_t count)
+    {
+        for (size_t i = 0; i < count; ++i)
+        {
+            const T x = a[i];
+            const T y = b[i];
+            a[i] = by.c * x - by.s * y;
+            b[i] = by.s * x + by.c * y;
+        }
+    }
+};
 
 /** Makes column k orthogonal to those before it, of length 1, from the first unit vector that is not nearly in them. */
 template <class T, class Op>
@@ -143,7 +163,7 @@ void jacobi(Columns<T> a, size_t m, Columns<T> v, size_t n, T* w, Op op = {})
         std::fill_n(v[k], v.stride, T{0});
         v[k][k] = 1;
     }
-    orthogonalise(op, a, m, v, n, w);
+    op.orthogonalise(a, m, v, n, w);
     for (size_t k = 0; k < n; ++k)
     {
         w[k] = std::sqrt(w[k]);

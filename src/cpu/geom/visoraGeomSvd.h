@@ -20,6 +20,7 @@ inline float powerOfTwoBelow(const float* src, uint32_t rows, uint32_t columns, 
     return greatest == 0 ? 1 : std::ldexp(1.0F, std::ilogb(greatest));
 }
 
+/** op.orthogonalise may use as many numbers behind the singular values. */
 template <class Op>
 vsrStatus decompose(Op op, const float* src, uint32_t rows, uint32_t columns, uint32_t srcStride, float* w, float* U,
                     uint32_t uStride, float* Vt, uint32_t vtStride)
@@ -30,7 +31,7 @@ vsrStatus decompose(Op op, const float* src, uint32_t rows, uint32_t columns, ui
     const auto padded = [](size_t size) { return (size + 15) / 16 * 16; };
     const size_t aStride = padded(m);
     const size_t vStride = padded(n);
-    const Scratch scratch((aStride + vStride + 1) * n * sizeof(float));
+    const Scratch scratch((aStride + vStride + 2) * n * sizeof(float));
     auto* const memory = scratch.as<float>();
     if (!memory)
     {

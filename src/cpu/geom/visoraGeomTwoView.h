@@ -199,6 +199,16 @@ Normalisation normalise(Op op, double* x, double* y, double* distances, size_t n
 
 constexpr size_t kFundamentalLists = 10;
 
+struct PlainFundamental : PlainSums
+{
+    /** The column of V of the least singular value of a symmetric matrix. */
+    void leastDirection(const double (&M)[9][9], double (&direction)[9]) const
+    {
+        const SmallSvd<9> svd([&](int i, int j) { return M[i][j]; });
+        std::copy_n(svd.v[8], 9, direction);
+    }
+};
+
 /** The normalised eight-point method. False, with the matrix untouched, when there is none. */
 template <class Op>
 bool fitFundamental(Op op, const vsrCorrespondences& corrs, const Lists& lists, float* fundamental)
@@ -228,8 +238,9 @@ bool fitFundamental(Op op, const vsrCorrespondences& corrs, const Lists& lists, 
             M[i][j] = M[j][i] = op.dot(terms[i], terms[j], n);
         }
     }
-    const SmallSvd<9> null([&](int i, int j) { return M[i][j]; });
-    const SmallSvd<3> svd([&](int i, int j) { return null.v[8][3 * i + j]; });
+    double null[9];
+    op.leastDirection(M, null);
+    const SmallSvd<3> svd([&](int i, int j) { return null[3 * i + j]; });
     double H[3][3];
     for (int i = 0; i < 3; ++i)
     {

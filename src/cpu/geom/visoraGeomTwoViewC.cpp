@@ -62,7 +62,8 @@ vsrStatus vsrGeomFundamentalFitf32C(const vsrCorrespondences* corrs, float* fund
         return VISORA_ENOMEM;
     }
     std::fill_n(fundamental, 9, 0.0F);
-    return visora::fitFundamental(PlainSums(), *corrs, lists, fundamental) ? VISORA_SUCCESS : VISORA_EFAIL;
+    return visora::fitFundamental(visora::PlainFundamental(), *corrs, lists, fundamental) ? VISORA_SUCCESS
+                                                                                          : VISORA_EFAIL;
 }
 
 vsrStatus vsrGeomFundamentalRobustFitf32C(const vsrCorrespondences* corrs, float* fundamental, float maxsqerr,
@@ -77,6 +78,6 @@ vsrStatus vsrGeomFundamentalRobustFitf32C(const vsrCorrespondences* corrs, float
     return visora::searchConsensus<visora::kFundamentalPoints>(
         *corrs, fundamental, inliers, numInliers,
         [&](const vsrCorrespondences& some, float* model)
-        { return visora::fitFundamental(PlainSums(), some, lists, model); },
+        { return visora::fitFundamental(visora::PlainFundamental(), some, lists, model); },
         counting<SampsonResidual>(*corrs, maxsqerr), listing<SampsonResidual>(*corrs, maxsqerr, inliers, numInliers));
 }

@@ -130,6 +130,16 @@ HWY_INLINE bool withPixelVector(size_t width, Body body)
     return withFittingVector<uint8_t, Format::kMaxVectorBytes>(kHalved ? width & ~size_t{1} : width, body);
 }
 
+/** Whether rows of pixels are written past the caches, by vectors that begin where lines do. */
+template <class Format>
+HWY_INLINE bool isStreamedImage(const uint8_t* dst, size_t width, size_t height, ptrdiff_t dstStride)
+{
+    // Of pixels of three bytes none but the first begins a line that vectors can go on from.
+    constexpr size_t kAlignment = Format::kBytes == 4 ? 2 * Format::kBytes : 64;
+    return isStreamed(width * height * Format::kBytes, kStreamedInOrder) && dstStride % 64 == 0 &&
+           reinterpret_cast<uintptr_t>(dst) % kAlignment == 0;
+}
+
 /** A whole image. @return false when it is too narrow */
 template <class Rule, class Format, ChromaSampling sampling, class Layout>
 HWY_INLINE bool convertImage(const ColorImage& image, const Layout& chroma)
@@ -160,10 +170,9 @@ HWY_INLINE bool convertImage(const ColorImage& image, const Layout& chroma)
         [&](auto d) HWY_ATTR
         {
             // A vector of these pixels is whole lines, or parts of one in turn.
-            if constexpr (HWY_ARCH_X86 && Format::kBytes == 4)
+            if constexpr (HWY_ARCH_X86 && Format::kBytes >= 3)
             {
-                if (isStreamed(size_t{image.width} * image.height * Format::kBytes, kStreamedInOrder) &&
-                    image.dstStride % 64 == 0 && reinterpret_cast<uintptr_t>(image.dst) % (2 * Format::kBytes) == 0)
+                if (isStreamedImage<Format>(image.dst, image.width, image.height, image.dstStride))
                 {
                     convertAll(d, std::true_type());
                     return hwy::FlushStream();

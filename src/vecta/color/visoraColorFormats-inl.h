@@ -87,24 +87,51 @@ class ByThirds
     hn::MFromD<D> second_;
 };
 
-// Block k of vector i is the (3 k + i)-th in memory.
-template <class D, class V>
-HWY_INLINE void storeBlocks(D d, V v0, V v1, V v2, uint8_t* dst)
+// Past the caches, where `dst` is aligned.
+template <bool kStreams, class D, class V>
+HWY_INLINE void storeBytes(D d, V v, uint8_t* dst)
 {
-    static_assert(kBlocks<D> <= 2);
-    const size_t n = hn::Lanes(d);
-    if constexpr (kBlocks<D> == 1)
+    if constexpr (kStreams)
     {
-        hn::StoreU(v0, d, dst);
-        hn::StoreU(v1, d, dst + n);
-        hn::StoreU(v2, d, dst + 2 * n);
+        hn::Stream(v, d, dst);
     }
     else
     {
-        hn::StoreU(hn::ConcatLowerLower(d, v1, v0), d, dst);
-        hn::StoreU(hn::ConcatUpperLower(d, v0, v2), d, dst + n);
-        hn::StoreU(hn::ConcatUpperUpper(d, v2, v1), d, dst + 2 * n);
+        hn::StoreU(v, d, dst);
     }
+}
+
+// Block k of vector i is the (3 k + i)-th in memory.
+template <bool kStreams, class D, class V>
+HWY_INLINE void storeBlocks(D d, V v0, V v1, V v2, uint8_t* dst)
+{
+    const auto put = [=](size_t i, V v) HWY_ATTR { storeBytes<kStreams>(d, v, dst + i * hn::Lanes(d)); };
+    if constexpr (kBlocks<D> == 1)
+    {
+        put(0, v0);
+        put(1, v1);
+        put(2, v2);
+    }
+    else if constexpr (kBlocks<D> == 2)
+    {
+        put(0, hn::ConcatLowerLower(d, v1, v0));
+        put(1, hn::ConcatUpperLower(d, v0, v2));
+        put(2, hn::ConcatUpperUpper(d, v2, v1));
+    }
+#if HWY_TARGET <= HWY_AVX3
+    else
+    {
+        // Three of the blocks come from two vectors, and the missing one from the third.
+        const auto blocks = [](int a, int b, int c, int e) HWY_ATTR
+        { return _mm512_setr_epi64(2 * a, 2 * a + 1, 2 * b, 2 * b + 1, 2 * c, 2 * c + 1, 2 * e, 2 * e + 1); };
+        const __m512i first = _mm512_permutex2var_epi64(v0.raw, blocks(0, 4, 0, 1), v1.raw);
+        const __m512i second = _mm512_permutex2var_epi64(v1.raw, blocks(1, 5, 1, 2), v2.raw);
+        const __m512i third = _mm512_permutex2var_epi64(v2.raw, blocks(2, 7, 2, 3), v0.raw);
+        put(0, V{_mm512_mask_shuffle_i64x2(first, 0x30, v2.raw, v2.raw, 0x00)});
+        put(1, V{_mm512_mask_shuffle_i64x2(second, 0x30, v0.raw, v0.raw, 0x20)});
+        put(2, V{_mm512_mask_shuffle_i64x2(third, 0x30, v1.raw, v1.raw, 0x30)});
+    }
+#endif
 }
 
 template <class D>
@@ -134,10 +161,11 @@ HWY_INLINE hn::Vec<D> loadBlock(D d, const uint8_t* src)
 #endif
 
 /** Three vectors byte by byte, from the order of memory. */
-template <class D, class V>
+template <bool kStreams = false, class D, class V>
 HWY_INLINE void storeTriples(D d, V r, V g, V b, uint8_t* dst)
 {
 #if HWY_ARCH_ARM
+    static_assert(!kStreams);
     hn::StoreInterleaved3(r, g, b, d, dst);
 #else
     alignas(16) static constexpr uint8_t kFirst[16] = {0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10, 5};
@@ -147,7 +175,7 @@ HWY_INLINE void storeTriples(D d, V r, V g, V b, uint8_t* dst)
     g = hn::TableLookupBytes(g, hn::LoadDup128(d, kSecond));
     b = hn::TableLookupBytes(b, hn::LoadDup128(d, kThird));
     const ByThirds<D, V> thirds(d);
-    storeBlocks(d, thirds.choose(r, g, b), thirds.choose(g, b, r), thirds.choose(b, r, g), dst);
+    storeBlocks<kStreams>(d, thirds.choose(r, g, b), thirds.choose(g, b, r), thirds.choose(b, r, g), dst);
 #endif
 }
 
@@ -185,16 +213,7 @@ HWY_INLINE void storeQuads(D d, V r, V g, V b, V a, uint8_t* dst)
     const auto baUpper = hn::BitCast(u16, hn::InterleaveUpper(d, b, a));
     const size_t n = hn::Lanes(d);
     const auto put = [=](size_t i, auto words) HWY_ATTR
-    {
-        if constexpr (kStreams)
-        {
-            hn::Stream(hn::BitCast(d, words), d, dst + i * n);
-        }
-        else
-        {
-            hn::StoreU(hn::BitCast(d, words), d, dst + i * n);
-        }
-    };
+    { storeBytes<kStreams>(d, hn::BitCast(d, words), dst + i * n); };
     put(0, hn::InterleaveLower(u16, rgLower, baLower));
     put(1, hn::InterleaveUpper(u16, rgLower, baLower));
     put(2, hn::InterleaveLower(u16, rgUpper, baUpper));
@@ -335,17 +354,16 @@ class ReversedRGB565 : RGB565
 struct RGB888
 {
     static constexpr size_t kBytes = 3;
-    // To sort four blocks for a store costs more than it saves to work on them at once.
-    static constexpr size_t kMaxVectorBytes = 32;
+    static constexpr size_t kMaxVectorBytes = 64;
     static constexpr size_t kMaxLoadBytes = 64;
     static constexpr Order kOrder = Order::Natural;
 
     static constexpr size_t place(size_t x, size_t /*count*/, size_t /*width*/) { return x; }
 
-    template <class D, class V>
+    template <bool kStreams = false, class D, class V>
     static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
     {
-        storeTriples(d, pixels.r, pixels.g, pixels.b, dst);
+        storeTriples<kStreams>(d, pixels.r, pixels.g, pixels.b, dst);
     }
 
     template <class D>

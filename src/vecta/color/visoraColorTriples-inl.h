@@ -20,7 +20,9 @@ template <class Convert>
 HWY_INLINE bool convertTriples(Convert convert, const uint8_t* src, size_t width, size_t height, size_t srcStride,
                                uint8_t* dst, size_t dstStride)
 {
-    return withFittingVector<uint8_t, RGB888::kMaxVectorBytes>(
+    constexpr size_t kMostBytes =
+        32;  // to sort four blocks for a load costs more than it saves to work on them at once
+    return withFittingVector<uint8_t, kMostBytes>(
         width,
         [=](auto d) HWY_ATTR
         {

@@ -87,10 +87,9 @@ class UnitStretch
     static constexpr size_t kUnitBytes = unitWidth * unitHeight + 128;
     static constexpr size_t kMaxWidth = 512;
 
-    template <class D>
-    HWY_INLINE void load(D /*d*/, const uint8_t* unit, size_t units)
+    HWY_INLINE void load(const uint8_t* unit, size_t units)
     {
-        const hn::Repartition<uint64_t, D> d64;
+        const hn::CappedTag<uint64_t, 4> d64;
         const size_t together = hn::Lanes(d64);
         size_t u = 0;
         for (; u + together <= units; u += together, unit += together * kUnitBytes)
@@ -103,18 +102,18 @@ class UnitStretch
         }
     }
 
-    template <class D>
+    template <bool kStreams, class D>
     HWY_INLINE void convert(D d, size_t width, size_t rows, uint8_t* dst, size_t dstStride) const
     {
         constexpr size_t kRowsPerChroma = unitHeight / 8;
         size_t y = 0;
         for (; y + kRowsPerChroma <= rows; y += kRowsPerChroma)
         {
-            convertRowsFrom<kRowsPerChroma>(d, y, width, dst + y * dstStride, dstStride);
+            convertRowsFrom<kRowsPerChroma, kStreams>(d, y, width, dst + y * dstStride, dstStride);
         }
         if (y < rows)
         {
-            convertRowsFrom<1>(d, y, width, dst + y * dstStride, dstStride);
+            convertRowsFrom<1, kStreams>(d, y, width, dst + y * dstStride, dstStride);
         }
     }
 
@@ -123,13 +122,13 @@ class UnitStretch
     static constexpr size_t kStride = kMaxWidth + 64;
     using Row = uint8_t[kStride];
 
-    template <size_t rows, class D>
+    template <size_t rows, bool kStreams, class D>
     HWY_INLINE void convertRowsFrom(D d, size_t y, size_t width, uint8_t* dst, size_t dstStride) const
     {
         const size_t chromaRow = y * 8 / unitHeight;
-        convertRows<CodingUnit, RGB888, unitWidth == 16, rows>(d, luma_[y], kStride,
-                                                               Planes{cb_[chromaRow], cr_[chromaRow], 0, 0}, width, dst,
-                                                               static_cast<ptrdiff_t>(dstStride));
+        convertRows<CodingUnit, RGB888, unitWidth == 16, rows, kStreams>(d, luma_[y], kStride,
+                                                                         Planes{cb_[chromaRow], cr_[chromaRow], 0, 0},
+                                                                         width, dst, static_cast<ptrdiff_t>(dstStride));
     }
 
     // As many units as there are lanes, the first of them at `unit`.
@@ -202,30 +201,43 @@ class UnitStretch
     alignas(64) Row cr_[8];
 };
 
+template <bool kStreams, size_t unitWidth, size_t unitHeight, class D>
+HWY_INLINE void convertStretches(D d, const uint8_t* src, size_t width, size_t height, uint8_t* dst)
+{
+    using Stretch = UnitStretch<unitWidth, unitHeight>;
+    Stretch stretch;
+    const size_t dstStride = width * RGB888::kBytes;
+    for (size_t y = 0; y < height; y += unitHeight)
+    {
+        const uint8_t* units = src + y / unitHeight * (width / unitWidth) * Stretch::kUnitBytes;
+        size_t columns = 0;
+        for (size_t x = 0; x < width; x += columns)
+        {
+            // Half a stretch at a time until the rest fits in a whole one: no stretch is narrower than a vector.
+            columns = width - x <= Stretch::kMaxWidth ? width - x : Stretch::kMaxWidth / 2;
+            stretch.load(units + x / unitWidth * Stretch::kUnitBytes, (columns + unitWidth - 1) / unitWidth);
+            stretch.template convert<kStreams>(d, columns, HWY_MIN(unitHeight, height - y),
+                                               dst + y * dstStride + x * RGB888::kBytes, dstStride);
+        }
+    }
+}
+
 template <size_t unitWidth, size_t unitHeight>
 bool convertTiles(const uint8_t* src, size_t width, size_t height, uint8_t* dst)
 {
-    using Stretch = UnitStretch<unitWidth, unitHeight>;
     return withPixelVector<RGB888, unitWidth == 16>(
         width,
         [=](auto d) HWY_ATTR
         {
-            Stretch stretch;
-            const size_t dstStride = width * RGB888::kBytes;
-            for (size_t y = 0; y < height; y += unitHeight)
+            if constexpr (HWY_ARCH_X86)
             {
-                const uint8_t* units = src + y / unitHeight * (width / unitWidth) * Stretch::kUnitBytes;
-                size_t columns = 0;
-                for (size_t x = 0; x < width; x += columns)
+                if (isStreamedImage<RGB888>(dst, width, height, static_cast<ptrdiff_t>(width * RGB888::kBytes)))
                 {
-                    // Half a stretch at a time until the rest fits in a whole one: no stretch is narrower than a
-                    // vector.
-                    columns = width - x <= Stretch::kMaxWidth ? width - x : Stretch::kMaxWidth / 2;
-                    stretch.load(d, units + x / unitWidth * Stretch::kUnitBytes, (columns + unitWidth - 1) / unitWidth);
-                    stretch.convert(d, columns, HWY_MIN(unitHeight, height - y),
-                                    dst + y * dstStride + x * RGB888::kBytes, dstStride);
+                    convertStretches<true, unitWidth, unitHeight>(d, src, width, height, dst);
+                    return hwy::FlushStream();
                 }
             }
+            convertStretches<false, unitWidth, unitHeight>(d, src, width, height, dst);
         });
 }
 

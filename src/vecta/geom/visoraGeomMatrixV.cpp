@@ -1,7 +1,6 @@
-// Products, inverses, linear equations and singular values, vector variants. Lanes are elements of a row.
+// Products and singular values, vector variants. Lanes are elements of a row.
 #include <algorithm>
 
-#include "cpu/geom/visoraGeomElimination.h"
 #include "cpu/geom/visoraGeomSvd.h"
 #include "visora/variants/geom.h"
 
@@ -134,86 +133,104 @@ bool multiply(const float* src1, uint32_t rows1, uint32_t columns1, uint32_t src
     return true;
 }
 
-// ---- Rows of equations ----
-
-struct VectorRows
-{
-    // to = step(d, old, from), `from` being any list of as many elements.
-    template <class Step>
-    HWY_INLINE void forEach(float* to, const float* from, size_t count, Step step) const
-    {
-        const hn::CappedTag<float, 16> d;
-        const hn::FixedTag<float, 4> narrow;
-        const size_t lanes = hn::Lanes(d);
-        size_t i = 0;
-        for (; i + lanes <= count; i += lanes)
-        {
-            hn::StoreU(step(d, hn::LoadU(d, to + i), hn::LoadU(d, from + i)), d, to + i);
-        }
-        for (; i + 4 <= count; i += 4)
-        {
-            hn::StoreU(step(narrow, hn::LoadU(narrow, to + i), hn::LoadU(narrow, from + i)), narrow, to + i);
-        }
-        const hn::FixedTag<float, 1> one;
-        for (; i < count; ++i)
-        {
-            hn::StoreU(step(one, hn::LoadU(one, to + i), hn::LoadU(one, from + i)), one, to + i);
-        }
-    }
-
-    void scale(float* row, float factor, size_t count) const
-    {
-        forEach(row, row, count, [=](auto d, auto a, auto) HWY_ATTR { return hn::Mul(a, hn::Set(d, factor)); });
-    }
-    void addScaled(float* to, const float* from, float factor, size_t count) const
-    {
-        forEach(to, from, count,
-                [=](auto d, auto a, auto b) HWY_ATTR { return hn::Add(a, hn::Mul(hn::Set(d, factor), b)); });
-    }
-    void subtractScaled(float* to, const float* from, float factor, size_t count) const
-    {
-        forEach(to, from, count,
-                [=](auto d, auto a, auto b) HWY_ATTR { return hn::Sub(a, hn::Mul(hn::Set(d, factor), b)); });
-    }
-};
-
-vsrStatus invert(const float* src, uint32_t n, uint32_t srcStride, float* dst, uint32_t dstStride)
-{
-    return invertMatrix(VectorRows(), src, n, srcStride, dst, dstStride);
-}
-
-vsrStatus solveByLU(const float* A, uint32_t n, uint32_t stride, const float* b, float* x)
-{
-    return solveLU(VectorRows(), A, n, stride, b, x);
-}
-
-vsrStatus solveByQR(const float* A, uint32_t rows, uint32_t columns, uint32_t stride, const float* b, float* x)
-{
-    return solveQR(VectorRows(), A, rows, columns, stride, b, x);
-}
-
 // ---- Singular values ----
 
 // Columns have zeros behind their elements up to a multiple of 16, which stay zeros.
-struct VectorColumns
+class VectorColumns
 {
+  public:
     float dot(const float* a, const float* b, size_t count) const
     {
         return dotOfWhole(a, b, (count + kPartials - 1) / kPartials * kPartials);
     }
 
-    void turn(float* a, float* b, float cosine, float sine, size_t count) const
+    /**
+     * As PlainColumns, in another order: pairs (p, q) with one sum of p and q have no column in common, and each needs
+     * what those of lower sums made, so that none waits for its neighbour.
+     */
+    void orthogonalise(Columns<float> a, size_t m, Columns<float> v, size_t n, float* w) const
+    {
+        for (size_t k = 0; k < n; ++k)
+        {
+            w[k] = dot(a[k], a[k], m);
+        }
+        float* const next = w + n;  // products of column p with the one whose turn is next
+        bool hasTurned = n > 1;
+        for (int sweep = 0; sweep < Turn<float>::kMaxSweeps && hasTurned; ++sweep)
+        {
+            hasTurned = false;
+            for (size_t sum = 1; sum <= 2 * n - 3; ++sum)
+            {
+                for (size_t p = sum < n ? 0 : sum - (n - 1); 2 * p < sum; ++p)
+                {
+                    const size_t q = sum - p;
+                    const float G = q > p + 1 ? next[p] : dot(a[p], a[q], m);
+                    // The pair (p - 1, q + 1) was turned before this one.
+                    const float* const third = q + 1 < n ? a[q + 1] : a[p];
+                    if (!Turn<float>::isNeeded(w[p], w[q], G))
+                    {
+                        next[p] = dot(a[p], third, m);
+                        continue;
+                    }
+                    const Turn<float> by(w[p], w[q], G);
+                    turnAndSum(a[p], a[q], third, by, m, w[p], w[q], next[p]);
+                    turned(v[p], v[q], by, n, [](size_t, size_t, auto, auto) HWY_ATTR {});
+                    hasTurned = true;
+                }
+            }
+        }
+    }
+
+  private:
+    static constexpr size_t kLanes = hn::MaxLanes(PartialLanes<float>());
+    static constexpr size_t kVectors = kPartials / kLanes;
+    using Vector = hn::Vec<PartialLanes<float>>;
+
+    // Calls body(i, k, a, b) for vectors of turned elements, i being their place and k the one among partial sums.
+    template <class Body>
+    static HWY_INLINE void turned(float* a, float* b, Turn<float> by, size_t count, Body body)
     {
         const PartialLanes<float> d;
-        const auto c = hn::Set(d, cosine);
-        const auto s = hn::Set(d, sine);
-        for (size_t i = 0; i < count; i += hn::Lanes(d))
+        const auto c = hn::Set(d, by.c);
+        const auto s = hn::Set(d, by.s);
+        for (size_t i = 0; i < count; i += kPartials)
         {
-            const auto x = hn::LoadU(d, a + i);
-            const auto y = hn::LoadU(d, b + i);
-            hn::StoreU(hn::Sub(hn::Mul(c, x), hn::Mul(s, y)), d, a + i);
-            hn::StoreU(hn::Add(hn::Mul(s, x), hn::Mul(c, y)), d, b + i);
+            for (size_t k = 0; k < kVectors; ++k)
+            {
+                const size_t at = i + k * kLanes;
+                const auto x = hn::LoadU(d, a + at);
+                const auto y = hn::LoadU(d, b + at);
+                const auto newA = hn::Sub(hn::Mul(c, x), hn::Mul(s, y));
+                const auto newB = hn::Add(hn::Mul(s, x), hn::Mul(c, y));
+                hn::StoreU(newA, d, a + at);
+                hn::StoreU(newB, d, b + at);
+                body(at, k, newA, newB);
+            }
         }
+    }
+
+    // The sums are those of a's and b's squares and of a's products with a third column, after the turn.
+    static HWY_INLINE void turnAndSum(float* a, float* b, const float* third, Turn<float> by, size_t count, float& aa,
+                                      float& bb, float& ac)
+    {
+        const PartialLanes<float> d;
+        Vector aSums[kVectors];
+        Vector bSums[kVectors];
+        Vector products[kVectors];
+        for (size_t k = 0; k < kVectors; ++k)
+        {
+            aSums[k] = bSums[k] = products[k] = hn::Zero(d);
+        }
+        turned(a, b, by, count,
+               [&](size_t at, size_t k, auto newA, auto newB) HWY_ATTR
+               {
+                   aSums[k] = hn::Add(aSums[k], hn::Mul(newA, newA));
+                   bSums[k] = hn::Add(bSums[k], hn::Mul(newB, newB));
+                   products[k] = hn::Add(products[k], hn::Mul(newA, hn::LoadU(d, third + at)));
+               });
+        aa = sumOfPartialVectors(aSums);
+        bb = sumOfPartialVectors(bSums);
+        ac = sumOfPartialVectors(products);
     }
 };
 
@@ -230,9 +247,6 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 
 VSR_VECTOR(vsrMatrixMultiplyf32, multiply);
-VSR_VECTOR(vsrInvertMatrixf32, invert);
-VSR_VECTOR(vsrSolveLUf32, solveByLU);
-VSR_VECTOR(vsrSolveQRf32, solveByQR);
 VSR_VECTOR(vsrSVDf32, decomposeMatrix);
 
 #endif

@@ -72,41 +72,55 @@ class InnerPolygon
     /** From some of the points. */
     InnerPolygon(const float* points, uint32_t numPoints)
     {
-        // The first and the last along these directions, counter-clockwise.
-        constexpr float kDirections[kSides][2] = {{1, 0}, {1, 1}, {0, 1}, {-1, 1}, {-1, 0}, {-1, -1}, {0, -1}, {1, -1}};
+        HWY_ALIGN constexpr float kAcross[kSides] = {1, 1, 0, -1, -1, -1, 0, 1};
+        HWY_ALIGN constexpr float kDown[kSides] = {0, 1, 1, 1, 0, -1, -1, -1};
         constexpr uint32_t kSample = 32;
-        float most[kSides];
-        const float* corners[kSides];
         const uint32_t step = std::max(1u, numPoints / kSample);
-        for (int side = 0; side < kSides; ++side)
+        HWY_ALIGN float most[kSides];
+        // The corners in counter-clockwise order, and the first again.
+        float x[2 * kSides];
+        float y[2 * kSides];
+        for (size_t side = 0; side < kSides; side += hn::Lanes(Sides()))
         {
-            corners[side] = points;
-            most[side] = points[0] * kDirections[side][0] + points[1] * kDirections[side][1];
-        }
-        for (uint32_t i = step; i < numPoints; i += step)
-        {
-            const float* p = points + size_t{2} * i;
-            for (int side = 0; side < kSides; ++side)
+            // The last along these directions; of every other point each, so that they do not wait for each other.
+            const Sides d;
+            const auto across = hn::Load(d, kAcross + side);
+            const auto down = hn::Load(d, kDown + side);
+            Corners even = {hn::Set(d, -std::numeric_limits<float>::infinity()), hn::Zero(d), hn::Zero(d)};
+            Corners odd = even;
+            uint32_t i = 0;
+            for (; i + step < numPoints; i += 2 * step)
             {
-                const float along = p[0] * kDirections[side][0] + p[1] * kDirections[side][1];
-                corners[side] = along > most[side] ? p : corners[side];
-                most[side] = std::max(most[side], along);
+                even.add(points + size_t{2} * i, across, down);
+                odd.add(points + size_t{2} * (i + step), across, down);
             }
+            even.add(points + size_t{2} * std::min(i, numPoints - 1), across, down);
+            even.choose(odd.along, odd.x, odd.y);
+            hn::Store(even.along, d, most + side);
+            hn::StoreU(even.x, d, x + side);
+            hn::StoreU(even.y, d, y + side);
         }
+        x[kSides] = x[0];
+        y[kSides] = y[0];
         size_ = (most[0] + most[4]) + (most[2] + most[6]);
         const float reach = std::max(std::max(most[0], most[2]), std::max(most[4], most[6]));
         const float margin = size_ * 0x1p-9f + reach * 0x1p-18f;
-        for (int side = 0; side < kSides; ++side)
+        for (size_t side = 0; side < kSides; side += hn::Lanes(Sides()))
         {
-            const float* a = corners[side];
-            const float* b = corners[(side + 1) % kSides];
-            const float ex = b[0] - a[0];
-            const float ey = b[1] - a[1];
-            const float length = std::sqrt(ex * ex + ey * ey);
+            const Sides d;
+            const auto fromX = hn::LoadU(d, x + side);
+            const auto fromY = hn::LoadU(d, y + side);
+            const auto ex = hn::Sub(hn::LoadU(d, x + side + 1), fromX);
+            const auto ey = hn::Sub(hn::LoadU(d, y + side + 1), fromY);
+            const auto length = hn::Sqrt(hn::Add(hn::Mul(ex, ex), hn::Mul(ey, ey)));
             // A side that is a point lets all points through.
-            nx_[side] = length > 0 ? -ey / length : 0;
-            ny_[side] = length > 0 ? ex / length : 0;
-            least_[side] = length > 0 ? nx_[side] * a[0] + ny_[side] * a[1] + margin : -1;
+            const auto isSide = hn::Gt(length, hn::Zero(d));
+            const auto nx = hn::IfThenElseZero(isSide, hn::Div(hn::Neg(ey), length));
+            const auto ny = hn::IfThenElseZero(isSide, hn::Div(ex, length));
+            const auto along = hn::Add(hn::Add(hn::Mul(nx, fromX), hn::Mul(ny, fromY)), hn::Set(d, margin));
+            hn::StoreU(nx, d, nx_ + side);
+            hn::StoreU(ny, d, ny_ + side);
+            hn::StoreU(hn::IfThenElse(isSide, along, hn::Set(d, -1)), d, least_ + side);
         }
         left_ = -most[4];
         top_ = -most[6];
@@ -127,9 +141,9 @@ class InnerPolygon
         return !(p[0] > left_ - size_ && p[0] < right_ + size_ && p[1] > top_ - size_ && p[1] < bottom_ + size_);
     }
 
-    /** Makes kept[i] 0 where point i of a vector is inside, else all ones. */
+    /** Which points of a vector are inside. */
     template <class D>
-    HWY_INLINE void test(D d, const float* points, uint32_t* kept) const
+    HWY_INLINE hn::Mask<D> test(D d, const float* points) const
     {
         hn::Vec<D> x;
         hn::Vec<D> y;
@@ -137,17 +151,39 @@ class InnerPolygon
         // Far points might seem to be on the inner side of thin polygons.
         auto isInside = hn::And(hn::And(hn::Ge(x, hn::Set(d, left_)), hn::Le(x, hn::Set(d, right_))),
                                 hn::And(hn::Ge(y, hn::Set(d, top_)), hn::Le(y, hn::Set(d, bottom_))));
-        for (int side = 0; side < kSides; ++side)
+        for (size_t side = 0; side < kSides; ++side)
         {
             const auto along = hn::Add(hn::Mul(x, hn::Set(d, nx_[side])), hn::Mul(y, hn::Set(d, ny_[side])));
             isInside = hn::And(isInside, hn::Gt(along, hn::Set(d, least_[side])));
         }
-        const hn::RebindToUnsigned<D> dBits;
-        hn::StoreU(hn::BitCast(dBits, hn::VecFromMask(d, hn::Not(isInside))), dBits, kept);
+        return isInside;
     }
 
   private:
-    static constexpr int kSides = 8;
+    static constexpr size_t kSides = 8;
+    using Sides = hn::CappedTag<float, kSides>;
+
+    struct Corners
+    {
+        using V = hn::Vec<Sides>;
+        V along, x, y;
+
+        HWY_INLINE void add(const float* point, V across, V down)
+        {
+            const Sides d;
+            const V px = hn::Set(d, point[0]);
+            const V py = hn::Set(d, point[1]);
+            choose(hn::Add(hn::Mul(px, across), hn::Mul(py, down)), px, py);
+        }
+
+        HWY_INLINE void choose(V otherAlong, V otherX, V otherY)
+        {
+            const auto isMore = hn::Gt(otherAlong, along);
+            along = hn::IfThenElse(isMore, otherAlong, along);
+            x = hn::IfThenElse(isMore, otherX, x);
+            y = hn::IfThenElse(isMore, otherY, y);
+        }
+    };
 
     float nx_[kSides], ny_[kSides], least_[kSides];  // inside is nx x + ny y > least
     float left_, top_, right_, bottom_, size_;
@@ -157,7 +193,7 @@ struct VectorPoints : VectorSums
 {
     uint32_t outer(const float* points, uint32_t numPoints, uint32_t* list) const
     {
-        constexpr uint32_t kFew = 100;
+        constexpr uint32_t kFew = 24;
         if (numPoints < kFew)
         {
             return PlainPoints().outer(points, numPoints, list);
@@ -167,20 +203,18 @@ struct VectorPoints : VectorSums
         {
             return PlainPoints().outer(points, numPoints, list);
         }
-        const hn::CappedTag<float, 8> d;
-        constexpr uint32_t kLanes = hn::MaxLanes(hn::CappedTag<float, 8>());
+        const hn::CappedTag<float, Hull::kSpare> d;
+        const hn::RebindToUnsigned<decltype(d)> dIndex;
+        const auto lanes = static_cast<uint32_t>(hn::Lanes(d));
         uint32_t count = 0;
-        for (uint32_t first = 0; first < numPoints; first += kLanes)
+        for (uint32_t first = 0; first < numPoints; first += lanes)
         {
             // The last ones again, without those that were before.
-            const uint32_t from = std::min(first, numPoints - kLanes);
-            uint32_t kept[kLanes];
-            inner.test(d, points + size_t{2} * from, kept);
-            for (uint32_t i = first - from; i < kLanes; ++i)
-            {
-                list[count] = from + i;
-                count += kept[i] & 1;
-            }
+            const uint32_t from = std::min(first, numPoints - lanes);
+            const auto isDone = hn::FirstN(d, first - from);
+            const auto isOuter = hn::Not(hn::Or(isDone, inner.test(d, points + size_t{2} * from)));
+            count += static_cast<uint32_t>(
+                hn::CompressStore(hn::Iota(dIndex, from), hn::RebindMask(dIndex, isOuter), dIndex, list + count));
         }
         const bool isAnyFar =
             std::any_of(list, list + count, [&](uint32_t i) { return inner.isFar(points + size_t{2} * i); });

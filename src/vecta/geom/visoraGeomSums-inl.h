@@ -70,6 +70,20 @@ HWY_INLINE hn::TFromD<D> sumOfLanes([[maybe_unused]] D d, V v)
     }
 }
 
+/** Sum of the sixteen partial sums that an array of vectors holds. */
+template <class V, size_t vectors>
+HWY_INLINE auto sumOfPartialVectors(V (&sums)[vectors])
+{
+    for (size_t s = vectors / 2; s > 0; s /= 2)
+    {
+        for (size_t k = 0; k < s; ++k)
+        {
+            sums[k] = hn::Add(sums[k], sums[k + s]);
+        }
+    }
+    return sumOfLanes(hn::DFromV<V>(), sums[0]);
+}
+
 /** Sum of the products of two lists, whose length is a multiple of 16. */
 template <class T>
 HWY_INLINE T dotOfWhole(const T* a, const T* b, size_t count)
@@ -90,14 +104,7 @@ HWY_INLINE T dotOfWhole(const T* a, const T* b, size_t count)
             sums[k] = hn::Add(sums[k], hn::Mul(hn::LoadU(d, a + at), hn::LoadU(d, b + at)));
         }
     }
-    for (size_t s = kVectors / 2; s > 0; s /= 2)
-    {
-        for (size_t k = 0; k < s; ++k)
-        {
-            sums[k] = hn::Add(sums[k], sums[k + s]);
-        }
-    }
-    return sumOfLanes(d, sums[0]);
+    return sumOfPartialVectors(sums);
 }
 
 }  // namespace HWY_NAMESPACE

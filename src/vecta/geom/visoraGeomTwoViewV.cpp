@@ -7,6 +7,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/geom/visoraGeom-inl.h"
+#include "vecta/geom/visoraGeomJacobi-inl.h"
 #include "vecta/geom/visoraGeomLists-inl.h"
 #include "vecta/visoraExport.h"
 
@@ -27,6 +28,16 @@ vsrStatus rigid(const float* from, const float* to, uint32_t numPoints, uint32_t
     return fitRigid(VectorSums(), from, to, numPoints, withScale != 0, rotation, translation, scale);
 }
 
+struct VectorFundamental : VectorSums
+{
+    void leastDirection(const double (&M)[9][9], double (&direction)[9]) const
+    {
+        NineColumns columns(M);
+        columns.orthogonalise();
+        columns.leastDirection(direction);
+    }
+};
+
 vsrStatus fundamental(const vsrCorrespondences* corrs, float* model)
 {
     const Lists lists(kFundamentalLists, corrs->numIndices);
@@ -35,7 +46,7 @@ vsrStatus fundamental(const vsrCorrespondences* corrs, float* model)
         return VISORA_ENOMEM;
     }
     std::fill_n(model, 9, 0.0F);
-    return fitFundamental(VectorSums(), *corrs, lists, model) ? VISORA_SUCCESS : VISORA_EFAIL;
+    return fitFundamental(VectorFundamental(), *corrs, lists, model) ? VISORA_SUCCESS : VISORA_EFAIL;
 }
 
 // Samples are few points, whose sums gain nothing.
@@ -74,7 +85,7 @@ vsrStatus robustFundamental(const vsrCorrespondences* corrs, float* model, float
     return search<kFundamentalPoints, kFundamentalLists, SampsonError, SampsonResidual>(
         *corrs, model, maxsqerr, inliers, numInliers,
         [](const vsrCorrespondences& some, const Lists& lists, float* of)
-        { return fitFundamental(VectorSums(), some, lists, of); });
+        { return fitFundamental(VectorFundamental(), some, lists, of); });
 }
 
 }  // namespace HWY_NAMESPACE
