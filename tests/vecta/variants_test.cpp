@@ -73,8 +73,9 @@ TEST_P(Variants, GiveTheReferencesBytes)
 // What caches cannot hold is written past them by whole lines of theirs, on the processors that need it.
 TEST(LargeImages, GiveTheReferencesBytes)
 {
-    const auto size = [](uint32_t width, uint32_t height)
-    { return std::pair{width, HWY_ARCH_X86 ? height : height / 64}; };
+    const auto size = [](uint32_t width, uint32_t height) {
+        return std::pair{width, HWY_ARCH_X86 ? height : height / 64};
+    };
     const auto usual = size(3533, 3011);
     const std::map<std::string, std::pair<uint32_t, uint32_t>> sizes = {
         {"vsrAbsDiffu8", usual},
