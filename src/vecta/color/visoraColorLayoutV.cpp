@@ -401,7 +401,7 @@ template <Along along, bool kTwoRows>
 HWY_INLINE bool makeRow(bool streams, const ChromaSamples<const uint8_t>& top,
                         const ChromaSamples<const uint8_t>& bottom, size_t units, const ChromaSamples<uint8_t>& dst)
 {
-    if (!streams)
+    if (!(HWY_ARCH_X86 && streams))
     {
         return convertRow<along, kTwoRows>(top, bottom, units, dst);
     }
@@ -428,8 +428,8 @@ HWY_INLINE bool makeRow(bool streams, const ChromaSamples<const uint8_t>& top,
 }
 
 /** Chroma but for a last column that stands alone. @return false when it is too narrow */
-HWY_INLINE bool resample(Sampling from, Sampling to, const ChromaSamples<const uint8_t>& src, ImageSize size,
-                         const ChromaSamples<uint8_t>& dst, bool streams)
+HWY_NOINLINE bool resample(Sampling from, Sampling to, const ChromaSamples<const uint8_t>& src, ImageSize size,
+                           const ChromaSamples<uint8_t>& dst, bool streams)
 {
     const auto follow = [=](const auto& rows, Sampling sampling)
     { return rows.cbStride == sampling.columns(size.width) * rows.step && rows.crStride == rows.cbStride; };
