@@ -31,7 +31,14 @@ template <class T, uint32_t channels = 1>
 auto out(Arguments& a)
 {
     const uint32_t elements = a.shape().width * channels;
-    const uint32_t stride = a.dstStride(static_cast<uint32_t>(elements * sizeof(T)), sizeof(T));
+    const auto rowBytes = static_cast<uint32_t>(elements * sizeof(T));
+    const auto isLike = [=](const Arguments::Buffer& input)
+    { return input.elementBytes == sizeof(T) && input.rowBytes == rowBytes; };
+    if (std::any_of(a.inputBuffers().begin(), a.inputBuffers().end(), isLike))
+    {
+        a.entry().inPlace = EntryRule::InPlace::Allowed;
+    }
+    const uint32_t stride = a.dstStride(rowBytes, sizeof(T));
     return std::tuple(a.output<T>(elements, a.shape().height, stride), stride);
 }
 
@@ -40,10 +47,6 @@ template <size_t position, bool inBenchmarks = false>
 auto mask(Arguments& a)
 {
     a.entry().unchecked = {position};
-    if (a.inputBuffers().empty())
-    {
-        a.entry().inPlace = kNotLookedAt;  // a fill has no source
-    }
     const uint32_t stride = a.srcStride(a.shape().width);
     const bool isAbsent = a.shape().typical ? !inBenchmarks : a.random().oneIn(3);
     return isAbsent ? std::tuple<const uint8_t*, uint32_t>(nullptr, stride) : in<uint8_t>(a);
@@ -119,18 +122,6 @@ Prepare callOf(Kernel* kernel, Parts... parts)
     {
         // In braces they are made in their order.
         const std::tuple arguments{parts(a)...};
-        const auto isLikeInput = [&](const Arguments::Buffer& output)
-        {
-            return std::any_of(
-                a.inputBuffers().begin(), a.inputBuffers().end(),
-                [&](const Arguments::Buffer& input)
-                { return input.elementBytes == output.elementBytes && input.rowBytes == output.rowBytes; });
-        };
-        if (a.entry().inPlace == EntryRule::InPlace::Refused &&
-            std::any_of(a.outputBuffers().begin(), a.outputBuffers().end(), isLikeInput))
-        {
-            a.entry().inPlace = EntryRule::InPlace::Allowed;
-        }
         std::apply([&](const auto&... all) { callWith(a, kernel, all...); }, arguments);
     };
 }

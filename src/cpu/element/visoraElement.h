@@ -29,17 +29,7 @@ inline size_t insideOf(vsrBorderType type, int64_t i, size_t size)
 
 // ---- Range stretching ----
 
-/** The value of the pixel with this number when all are in ascending order. */
-inline uint32_t valueAt(const uint64_t (&counts)[256], uint64_t number)
-{
-    uint32_t value = 0;
-    for (uint64_t below = counts[0]; below <= number; below += counts[value])
-    {
-        ++value;
-    }
-    return value;
-}
-
+/** The table that stretches lo .. hi to low .. high. */
 inline void normalizingTable(uint32_t lo, uint32_t hi, uint8_t low, uint8_t high, uint8_t (&table)[256])
 {
     for (uint32_t x = 0; x < 256; ++x)
@@ -55,9 +45,12 @@ inline void normalizingTable(uint32_t lo, uint32_t hi, uint8_t low, uint8_t high
 inline void normalizingTable(const uint64_t (&counts)[256], uint32_t lowPermille, uint32_t highPermille, uint8_t low,
                              uint8_t high, uint8_t (&table)[256])
 {
-    const uint64_t last = std::accumulate(counts, counts + 256, uint64_t{0}) - 1;
-    normalizingTable(valueAt(counts, last * lowPermille / 1000), valueAt(counts, last * highPermille / 1000), low, high,
-                     table);
+    uint64_t below[256];
+    std::partial_sum(counts, counts + 256, below);
+    // How many values are below that of the pixel at this place in ascending order.
+    const auto valueAt = [&](uint32_t permille)
+    { return static_cast<uint32_t>(std::upper_bound(below, below + 256, (below[255] - 1) * permille / 1000) - below); };
+    normalizingTable(valueAt(lowPermille), valueAt(highPermille), low, high, table);
 }
 
 // ---- Angles: an odd polynomial of degree 15 on 0 .. 1, within 1.6e-7 of the arctangent ----

@@ -7,6 +7,8 @@
 #include "visora/variants/arithmetic.h"
 #include "visora/variants/color.h"
 
+// AVX-512 permutes the bytes of pixels.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/color/visoraColorBayerV.cpp"
 #include "hwy/foreach_target.h"

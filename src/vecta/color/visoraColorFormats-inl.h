@@ -160,6 +160,53 @@ HWY_INLINE hn::Vec<D> loadBlock(D d, const uint8_t* src)
 
 #endif
 
+#if HWY_TARGET <= HWY_AVX3_DL
+/** Bytes of three vectors: of the first two by 7 bits of a place, or, where the mask says so, of the third one. */
+struct TriplePlaces
+{
+    /** Byte `channel` of every three. */
+    static constexpr TriplePlaces apart(size_t channel)
+    {
+        TriplePlaces result;
+        for (size_t i = 0; i < 64; ++i)
+        {
+            result.set(i, 3 * i + channel, 3 * i + channel >= 128);
+        }
+        return result;
+    }
+
+    /** Vector `number` of three in which the bytes of all take turns. */
+    static constexpr TriplePlaces together(size_t number)
+    {
+        TriplePlaces result;
+        for (size_t i = 0; i < 64; ++i)
+        {
+            const size_t byte = 64 * number + i;
+            result.set(i, byte / 3 + (byte % 3 == 1 ? 64 : 0), byte % 3 == 2);
+        }
+        return result;
+    }
+
+    template <class V>
+    HWY_INLINE V pick(V first, V second, V third) const
+    {
+        const __m512i at = _mm512_load_si512(places);
+        return V{
+            _mm512_mask_permutexvar_epi8(_mm512_permutex2var_epi8(first.raw, at, second.raw), isThird, at, third.raw)};
+    }
+
+  private:
+    constexpr void set(size_t i, size_t place, bool third)
+    {
+        places[i] = static_cast<uint8_t>(place);
+        isThird |= uint64_t{third} << i;
+    }
+
+    alignas(64) uint8_t places[64]{};
+    uint64_t isThird = 0;
+};
+#endif
+
 /** Three vectors byte by byte, from the order of memory. */
 template <bool kStreams = false, class D, class V>
 HWY_INLINE void storeTriples(D d, V r, V g, V b, uint8_t* dst)
@@ -168,14 +215,28 @@ HWY_INLINE void storeTriples(D d, V r, V g, V b, uint8_t* dst)
     static_assert(!kStreams);
     hn::StoreInterleaved3(r, g, b, d, dst);
 #else
-    alignas(16) static constexpr uint8_t kFirst[16] = {0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10, 5};
-    alignas(16) static constexpr uint8_t kSecond[16] = {5, 0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10};
-    alignas(16) static constexpr uint8_t kThird[16] = {10, 5, 0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15};
-    r = hn::TableLookupBytes(r, hn::LoadDup128(d, kFirst));
-    g = hn::TableLookupBytes(g, hn::LoadDup128(d, kSecond));
-    b = hn::TableLookupBytes(b, hn::LoadDup128(d, kThird));
-    const ByThirds<D, V> thirds(d);
-    storeBlocks<kStreams>(d, thirds.choose(r, g, b), thirds.choose(g, b, r), thirds.choose(b, r, g), dst);
+#if HWY_TARGET <= HWY_AVX3_DL
+    if constexpr (hn::MaxLanes(D()) == 64)
+    {
+        static constexpr TriplePlaces kTogether[] = {TriplePlaces::together(0), TriplePlaces::together(1),
+                                                     TriplePlaces::together(2)};
+        storeBytes<kStreams>(d, kTogether[0].pick(r, g, b), dst);
+        storeBytes<kStreams>(d, kTogether[1].pick(r, g, b), dst + 64);
+        storeBytes<kStreams>(d, kTogether[2].pick(r, g, b), dst + 128);
+        return;
+    }
+    else
+#endif
+    {
+        alignas(16) static constexpr uint8_t kFirst[16] = {0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10, 5};
+        alignas(16) static constexpr uint8_t kSecond[16] = {5, 0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10};
+        alignas(16) static constexpr uint8_t kThird[16] = {10, 5, 0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15};
+        r = hn::TableLookupBytes(r, hn::LoadDup128(d, kFirst));
+        g = hn::TableLookupBytes(g, hn::LoadDup128(d, kSecond));
+        b = hn::TableLookupBytes(b, hn::LoadDup128(d, kThird));
+        const ByThirds<D, V> thirds(d);
+        storeBlocks<kStreams>(d, thirds.choose(r, g, b), thirds.choose(g, b, r), thirds.choose(b, r, g), dst);
+    }
 #endif
 }
 
@@ -186,15 +247,30 @@ HWY_INLINE void loadTriples(D d, const uint8_t* src, hn::Vec<D>& r, hn::Vec<D>& 
 #if HWY_ARCH_ARM
     hn::LoadInterleaved3(d, src, r, g, b);
 #else
-    using V = hn::Vec<D>;
-    alignas(16) static constexpr uint8_t kFirst[16] = {0, 3, 6, 9, 12, 15, 2, 5, 8, 11, 14, 1, 4, 7, 10, 13};
-    alignas(16) static constexpr uint8_t kSecond[16] = {1, 4, 7, 10, 13, 0, 3, 6, 9, 12, 15, 2, 5, 8, 11, 14};
-    alignas(16) static constexpr uint8_t kThird[16] = {2, 5, 8, 11, 14, 1, 4, 7, 10, 13, 0, 3, 6, 9, 12, 15};
-    const V v0 = loadBlock(d, src), v1 = loadBlock(d, src + 16), v2 = loadBlock(d, src + 32);
-    const ByThirds<D, V> thirds(d);
-    r = hn::TableLookupBytes(thirds.choose(v0, v2, v1), hn::LoadDup128(d, kFirst));
-    g = hn::TableLookupBytes(thirds.choose(v1, v0, v2), hn::LoadDup128(d, kSecond));
-    b = hn::TableLookupBytes(thirds.choose(v2, v1, v0), hn::LoadDup128(d, kThird));
+#if HWY_TARGET <= HWY_AVX3_DL
+    if constexpr (hn::MaxLanes(D()) == 64)
+    {
+        static constexpr TriplePlaces kApart[] = {TriplePlaces::apart(0), TriplePlaces::apart(1),
+                                                  TriplePlaces::apart(2)};
+        const auto v0 = hn::LoadU(d, src), v1 = hn::LoadU(d, src + 64), v2 = hn::LoadU(d, src + 128);
+        r = kApart[0].pick(v0, v1, v2);
+        g = kApart[1].pick(v0, v1, v2);
+        b = kApart[2].pick(v0, v1, v2);
+        return;
+    }
+    else
+#endif
+    {
+        using V = hn::Vec<D>;
+        alignas(16) static constexpr uint8_t kFirst[16] = {0, 3, 6, 9, 12, 15, 2, 5, 8, 11, 14, 1, 4, 7, 10, 13};
+        alignas(16) static constexpr uint8_t kSecond[16] = {1, 4, 7, 10, 13, 0, 3, 6, 9, 12, 15, 2, 5, 8, 11, 14};
+        alignas(16) static constexpr uint8_t kThird[16] = {2, 5, 8, 11, 14, 1, 4, 7, 10, 13, 0, 3, 6, 9, 12, 15};
+        const V v0 = loadBlock(d, src), v1 = loadBlock(d, src + 16), v2 = loadBlock(d, src + 32);
+        const ByThirds<D, V> thirds(d);
+        r = hn::TableLookupBytes(thirds.choose(v0, v2, v1), hn::LoadDup128(d, kFirst));
+        g = hn::TableLookupBytes(thirds.choose(v1, v0, v2), hn::LoadDup128(d, kSecond));
+        b = hn::TableLookupBytes(thirds.choose(v2, v1, v0), hn::LoadDup128(d, kThird));
+    }
 #endif
 }
 

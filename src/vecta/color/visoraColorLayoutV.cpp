@@ -401,7 +401,7 @@ template <Along along, bool kTwoRows>
 HWY_INLINE bool makeRow(bool streams, const ChromaSamples<const uint8_t>& top,
                         const ChromaSamples<const uint8_t>& bottom, size_t units, const ChromaSamples<uint8_t>& dst)
 {
-    if (!streams)
+    if (!(HWY_ARCH_X86 && streams))
     {
         return convertRow<along, kTwoRows>(top, bottom, units, dst);
     }
@@ -428,20 +428,17 @@ HWY_INLINE bool makeRow(bool streams, const ChromaSamples<const uint8_t>& top,
 }
 
 /** Chroma but for a last column that stands alone. @return false when it is too narrow */
-HWY_INLINE bool resample(Sampling from, Sampling to, const ChromaSamples<const uint8_t>& src, ImageSize size,
-                         const ChromaSamples<uint8_t>& dst, bool streams)
+HWY_NOINLINE bool resample(Sampling from, Sampling to, const ChromaSamples<const uint8_t>& src, ImageSize size,
+                           const ChromaSamples<uint8_t>& dst, bool streams)
 {
-    size_t units = from.x == to.x ? to.columns(size.width) : size.width / 2;
-    const size_t srcRows = from.rows(size.height);
-    size_t dstRows = to.rows(size.height);
     const auto follow = [=](const auto& rows, Sampling sampling)
     { return rows.cbStride == sampling.columns(size.width) * rows.step && rows.crStride == rows.cbStride; };
-    if (from.y == to.y && (from.x == to.x || size.width % 2 == 0) && follow(src, from) && follow(dst, to))
-    {
-        // Rows that follow each other without a gap are one.
-        units *= dstRows;
-        dstRows = 1;
-    }
+    // Rows that follow each other without a gap are one.
+    const bool areOne =
+        from.y == to.y && (from.x == to.x || size.width % 2 == 0) && follow(src, from) && follow(dst, to);
+    const size_t units =
+        (from.x == to.x ? to.columns(size.width) : size.width / 2) * (areOne ? to.rows(size.height) : 1);
+    const size_t srcRows = from.rows(size.height), dstRows = areOne ? 1 : to.rows(size.height);
     for (size_t j = 0; j < dstRows; ++j)
     {
         const size_t first = from.y < to.y ? 2 * j : from.y > to.y ? j / 2 : j;

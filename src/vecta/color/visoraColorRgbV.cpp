@@ -1,9 +1,12 @@
 // Conversions from one RGB format to another, vector variants.
+#include <algorithm>
 #include <type_traits>
 
 #include "common/visoraColorConversions.h"
 #include "visora/variants/color.h"
 
+// With its byte permutations AVX-512 takes the fields of pixels apart in three steps.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/color/visoraColorRgbV.cpp"
 #include "hwy/foreach_target.h"
@@ -60,7 +63,78 @@ HWY_INLINE void dropAlphaOfFour(const uint8_t* src, uint8_t* dst)
 }
 #endif
 
-#if HWY_TARGET <= HWY_AVX3
+#if HWY_TARGET <= HWY_AVX3_DL
+/** Where the bytes of a vector, the one with this number of the three of 64 pixels, come from. */
+struct FieldPlaces
+{
+    constexpr FieldPlaces(bool exchanges, size_t number) : begin(number * 16)
+    {
+        for (size_t i = 0; i < 64; ++i)
+        {
+            // Eight bytes are of up to four pixels, whose words they share.
+            const size_t first = (64 * number + i / 8 * 8) / 3;
+            const size_t word = (64 * number + i) / 3 - first;
+            const size_t channel = exchanges ? 2 - (64 * number + i) % 3 : (64 * number + i) % 3;
+            words[i / 2] = static_cast<uint16_t>(std::min<size_t>(first + i / 2 % 4 - begin, 31));
+            high[i] = static_cast<uint8_t>((16 * word + (channel == 0 ? 61 : channel == 1 ? 3 : 8)) % 64);
+            low[i] = static_cast<uint8_t>((16 * word + (channel == 0 ? 2 : channel == 1 ? 9 : 13)) % 64);
+            mask[i] = channel == 1 ? 0xFC : 0xF8;
+        }
+    }
+
+    size_t begin;  // the first pixel that is loaded
+    alignas(64) uint16_t words[32]{};
+    // The bits of the field as the byte's high ones, and its own high ones as the low ones.
+    alignas(64) uint8_t high[64]{}, low[64]{}, mask[64]{};
+};
+
+/** 64 pixels of RGB565 to three bytes each. */
+template <bool kExchanges>
+HWY_INLINE void spreadFields(const uint8_t* src, uint8_t* dst)
+{
+    static constexpr FieldPlaces kPlaces[] = {{kExchanges, 0}, {kExchanges, 1}, {kExchanges, 2}};
+    for (size_t i = 0; i < 3; ++i)
+    {
+        const auto& places = kPlaces[i];
+        const __m512i pixels =
+            _mm512_permutexvar_epi16(_mm512_load_si512(places.words), _mm512_loadu_si512(src + 2 * places.begin));
+        const __m512i high = _mm512_multishift_epi64_epi8(_mm512_load_si512(places.high), pixels);
+        const __m512i low = _mm512_multishift_epi64_epi8(_mm512_load_si512(places.low), pixels);
+        _mm512_storeu_si512(dst + 64 * i, _mm512_ternarylogic_epi64(_mm512_load_si512(places.mask), high, low, 0xCA));
+    }
+}
+
+/** 64 pixels of three bytes to words of fields, the first byte or, exchanged, the last one at the lowest bits. */
+template <bool kExchanges>
+HWY_INLINE void joinFields(const uint8_t* src, uint8_t* dst)
+{
+    struct Places
+    {
+        constexpr explicit Places(size_t begin)
+        {
+            for (size_t i = 0; i < 32; ++i)
+            {
+                outer[2 * i] = static_cast<uint8_t>(begin + 3 * i + (kExchanges ? 2 : 0));
+                outer[2 * i + 1] = static_cast<uint8_t>(begin + 3 * i + (kExchanges ? 0 : 2));
+                inner[2 * i] = inner[2 * i + 1] = static_cast<uint8_t>(begin + 3 * i + 1);
+            }
+        }
+        alignas(64) uint8_t outer[64]{}, inner[64]{};
+    };
+    static constexpr Places kPlaces[] = {Places(0), Places(32)};
+    for (size_t i = 0; i < 2; ++i)
+    {
+        const __m512i first = _mm512_loadu_si512(src + 64 * i);
+        const __m512i second = _mm512_loadu_si512(src + 64 * i + 64);
+        const __m512i outer = _mm512_permutex2var_epi8(first, _mm512_load_si512(kPlaces[i].outer), second);
+        const __m512i inner = _mm512_permutex2var_epi8(first, _mm512_load_si512(kPlaces[i].inner), second);
+        const __m512i ends =
+            _mm512_ternarylogic_epi64(_mm512_set1_epi16(0x001F), _mm512_srli_epi16(outer, 3), outer, 0xCA);
+        _mm512_storeu_si512(dst + 64 * i, _mm512_ternarylogic_epi64(_mm512_set1_epi16(0x07E0),
+                                                                    _mm512_slli_epi16(inner, 3), ends, 0xCA));
+    }
+}
+#elif HWY_TARGET <= HWY_AVX3
 /** 64 pixels of RGB565 to three bytes each. */
 template <bool kExchanges>
 HWY_INLINE void spreadFields(const uint8_t* src, uint8_t* dst)
@@ -176,6 +250,18 @@ HWY_INLINE bool repackRow(const uint8_t* src, size_t width, uint8_t* dst)
                                                         : addAlpha<kExchanges>(src, width, dst);
                 begin = HWY_MIN(done, width - n);
             }
+#if HWY_TARGET <= HWY_AVX3_DL
+            if constexpr (std::is_same_v<Source, RGB888> &&
+                          (std::is_same_v<Destination, RGB565> || std::is_same_v<Destination, BGR565>))
+            {
+                size_t done = 0;
+                for (; done + 64 <= width; done += 64)
+                {
+                    joinFields<std::is_same_v<Destination, BGR565>>(src + 3 * done, dst + 2 * done);
+                }
+                begin = HWY_MIN(done, width - n);
+            }
+#endif
 #if HWY_TARGET <= HWY_AVX3
             if constexpr (Source::kBytes == 2 && Destination::kBytes == 3)
             {

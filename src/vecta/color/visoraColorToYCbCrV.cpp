@@ -3,6 +3,8 @@
 #include "cpu/color/visoraColorRgb.h"
 #include "visora/variants/color.h"
 
+// AVX-512 permutes the bytes of pixels.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/color/visoraColorToYCbCrV.cpp"
 #include "hwy/foreach_target.h"
@@ -193,6 +195,14 @@ template <class Format, bool kHalved, bool kTwoRows, bool kPlanar>
 HWY_INLINE bool convertImage(const uint8_t* src, size_t width, size_t height, size_t srcStride,
                              const YCbCrImage<uint8_t>& dst)
 {
+    const size_t samples = (kHalved ? width / 2 : width) * dst.chroma.step;
+    if (!kTwoRows && srcStride == width * Format::kBytes && dst.lumaStride == width && dst.chroma.cbStride == samples &&
+        dst.chroma.crStride == samples)
+    {
+        // Rows that follow each other without a gap are one.
+        width *= height;
+        height = 1;
+    }
     const bool streams = streamsColumns(width, width * height * (Format::kBytes + 1));
     return withFittingVector<uint8_t, Format::kMaxLoadBytes>(
         width,
@@ -200,6 +210,7 @@ HWY_INLINE bool convertImage(const uint8_t* src, size_t width, size_t height, si
         {
             const auto convert = [&]<size_t kRows>(const uint8_t* const(&rows)[kRows], uint8_t* const(&luma)[kRows],
                                                    const ChromaSamples<uint8_t>& to) HWY_ATTR
+                __attribute__((always_inline))
             {
                 streams ? streamRows<Format, kHalved, kRows, kPlanar>(d, rows, width, luma, to.cb, to.cr)
                         : convertRows<Format, kHalved, kRows, kPlanar>(d, rows, width, luma, to.cb, to.cr);

@@ -1,6 +1,8 @@
 // Conversions from luma and chroma to RGB, vector variants.
 #include "visora/variants/color.h"
 
+// AVX-512 permutes the bytes of pixels.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/color/visoraColorV.cpp"
 #include "hwy/foreach_target.h"

@@ -130,6 +130,8 @@ HWY_INLINE vsrStatus copyMasked(const uint8_t* src, uint32_t width, uint32_t hei
 // The bits of bytes, first byte first: 1 where a byte is not 0.
 struct PackStep
 {
+    static constexpr size_t kRead = 8;
+    static constexpr size_t kWritten = 1;
     static constexpr size_t kLanes = kBytes / 8;
     static constexpr size_t kUnroll = 1;
 
@@ -155,6 +157,8 @@ struct PackStep
 
 struct UnpackStep
 {
+    static constexpr size_t kRead = 1;
+    static constexpr size_t kWritten = 8;
     static constexpr size_t kLanes = kBytes / 8;
     static constexpr size_t kUnroll = 4;
 
@@ -187,26 +191,15 @@ struct UnpackStep
     }
 };
 
-HWY_INLINE vsrStatus packMask(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
-                              uint32_t dstStride)
+template <class Step, class Reference>
+HWY_INLINE vsrStatus byEights(Step step, Reference rest, const uint8_t* src, uint32_t width, uint32_t height,
+                              uint32_t srcStride, uint8_t* dst, uint32_t dstStride)
 {
     const uint32_t columns = width / 8;
-    const vsrStatus whole =
-        mapPlanes(columns, height, PackStep(), destination(dst, dstStride), source<8>(src, srcStride));
-    return width % 8 == 0
-               ? whole
-               : vsrBitMaskPacku8C(src + 8 * columns, width % 8, height, srcStride, dst + columns, dstStride);
-}
-
-HWY_INLINE vsrStatus unpackMask(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
-                                uint32_t dstStride)
-{
-    const uint32_t columns = width / 8;
-    const vsrStatus whole =
-        mapPlanes(columns, height, UnpackStep(), destination<8>(dst, dstStride), source(src, srcStride));
-    return width % 8 == 0
-               ? whole
-               : vsrBitMaskUnpacku8C(src + columns, width % 8, height, srcStride, dst + 8 * columns, dstStride);
+    mapPlanes(columns, height, step, destination<Step::kWritten>(dst, dstStride), source<Step::kRead>(src, srcStride));
+    return width % 8 == 0 ? vsrStatus{VISORA_SUCCESS}
+                          : rest(src + Step::kRead * columns, width % 8, height, srcStride,
+                                 dst + Step::kWritten * columns, dstStride);
 }
 
 }  // namespace
@@ -220,8 +213,8 @@ VSR_VARIANT(vsrSetElementsc2u8, setPixels<2>);
 VSR_VARIANT(vsrSetElementsc3u8, setPixels<3>);
 VSR_VARIANT(vsrSetElementsc4u8, setPixels<4>);
 VSR_VARIANT(vsrCopyMaskedu8, copyMasked);
-VSR_VARIANT(vsrBitMaskPacku8, packMask);
-VSR_VARIANT(vsrBitMaskUnpacku8, unpackMask);
+VSR_VARIANT(vsrBitMaskPacku8, byEights, PackStep(), vsrBitMaskPacku8C);
+VSR_VARIANT(vsrBitMaskUnpacku8, byEights, UnpackStep(), vsrBitMaskUnpacku8C);
 
 }  // namespace HWY_NAMESPACE
 }  // namespace visora
