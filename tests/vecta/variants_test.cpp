@@ -88,6 +88,25 @@ TEST(LargeImages, GiveTheReferencesBytes)
     EXPECT_LE(2 * names.size(), static_cast<size_t>(calls));
 }
 
+// Windows are taken in strips of columns where these are many.
+TEST(WideImages, GiveTheReferencesBytes)
+{
+    const std::set<std::string> names = {"vsrFilterErodeNxNu8", "vsrFilterOpenNxNu8", "vsrFilterTopHatNxNu8"};
+    constexpr uint64_t kRounds = 30;
+    int calls = 0;
+    for (const Operation& operation : operations())
+    {
+        for (uint64_t seed = 0; seed < kRounds && names.contains(operation.name) && !HasFailure(); ++seed)
+        {
+            Random random(seed);
+            Shape shape{random.between(kLargestSide, 5 * kLargestSide), random.between(1, 100)};
+            shape.srcPadding = shape.dstPadding = random.between(0, 40);
+            calls += givesTheReferencesBytes(operation, shape, seed);
+        }
+    }
+    EXPECT_LE(kRounds * names.size(), static_cast<size_t>(calls));
+}
+
 std::string testName(const testing::TestParamInfo<Operation>& info)
 {
     return info.param.name + (info.param.label.empty() ? "" : "_" + info.param.label);
