@@ -101,6 +101,7 @@ TEST(WideImages, GiveTheReferencesBytes)
             Random random(seed);
             Shape shape{random.between(kLargestSide, 5 * kLargestSide), random.between(1, 100)};
             shape.srcPadding = shape.dstPadding = random.between(0, 40);
+            shape.flushWithEnd = random.oneIn(2);
             calls += givesTheReferencesBytes(operation, shape, seed);
         }
     }
