@@ -92,6 +92,7 @@ TEST(LargeImages, GiveTheReferencesBytes)
         {"vsrIFFTf32", size(512, 2048)},
         {"vsrIntegrateImageu8", size(3533, 1501)},
         {"vsrRotateImageInterleavedu8", usual},
+        {"vsrScaleUpBy2u8", usual},
         {"vsrTransposef32", usual},
     };
     std::map<std::string, int> calls;
@@ -110,6 +111,26 @@ TEST(LargeImages, GiveTheReferencesBytes)
     {
         EXPECT_EQ(2, calls[name]) << name;
     }
+}
+
+// Windows are taken in strips of columns where these are many.
+TEST(WideImages, GiveTheReferencesBytes)
+{
+    const std::set<std::string> names = {"vsrFilterErodeNxNu8", "vsrFilterOpenNxNu8", "vsrFilterTopHatNxNu8"};
+    constexpr uint64_t kRounds = 30;
+    int calls = 0;
+    for (const Operation& operation : operations())
+    {
+        for (uint64_t seed = 0; seed < kRounds && names.contains(operation.name) && !HasFailure(); ++seed)
+        {
+            Random random(seed);
+            Shape shape{random.between(kLargestSide, 5 * kLargestSide), random.between(1, 100)};
+            shape.srcPadding = shape.dstPadding = random.between(0, 40);
+            shape.flushWithEnd = random.oneIn(2);
+            calls += givesTheReferencesBytes(operation, shape, seed);
+        }
+    }
+    EXPECT_LE(kRounds * names.size(), static_cast<size_t>(calls));
 }
 
 std::string testName(const testing::TestParamInfo<Operation>& info)

@@ -1,20 +1,22 @@
 // Morphology with square windows, vector variants.
 //
 // Extremes of columns come first, then the extremes of these along the row. Small windows are taken whole, two output
-// rows at once. The columns of others come by running extremes of blocks as long as the window (M. van Herk, Pattern
-// Recognition Letters 13, 1992): a window is the end of one block and the beginning of the next. Along the row a window
-// is built from windows of 4, 16, ... pixels that overlap. So the work hardly depends on the window's size.
+// rows at once; others in strips of columns, where there are vectors for that. The columns of the rest come by running
+// extremes of blocks as long as the window (M. van Herk, Pattern Recognition Letters 13, 1992): a window is the end of
+// one block and the beginning of the next. Along the row a window is built from windows of 4, 16, ... pixels that
+// overlap. So the work hardly depends on the window's size.
 #include "visora/morphology.h"
 #include "visora/variants/filter.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterMorphologyV.cpp"
 #include <algorithm>
-#include <type_traits>
 
 #include "cpu/visoraScratch.h"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "vecta/filter/visoraFilterMorphologySmall-inl.h"
+#include "vecta/filter/visoraFilterMorphologyStrip-inl.h"
 #include "vecta/visoraExport.h"
 #include "vecta/visoraVector-inl.h"
 
@@ -23,6 +25,9 @@
 
 namespace visora
 {
+
+/** So many rows of windows are made at once in a strip of columns, at most. */
+constexpr size_t kGroupRows = 16;
 
 /** Windows of up to this radius are taken directly. */
 constexpr size_t kSmallRadius = 3;
@@ -112,37 +117,59 @@ HWY_INLINE void coverByFour(D d, size_t width, Value value, Put put)
 
 // ---- Columns ----
 
-template <class Extreme, class D>
-HWY_INLINE void extremeOfPair(D d, const uint8_t* a, const uint8_t* b, size_t width, uint8_t* out)
+// out[i * pitch + x] = extreme of from[i][x] .. from[i + rows - 1][x] for i < made <= rows, kVectors vectors from x on.
+// The extremes to the end of the first window go upward into `out`; those from there on come from registers.
+template <class Extreme, size_t kVectors, class D>
+HWY_INLINE void extremeOfRows(D d, const uint8_t* const* from, size_t rows, size_t made, size_t x, uint8_t* out,
+                              size_t pitch)
 {
     const Extreme extreme;
-    coverByFour(
-        d, width, [=](size_t x) HWY_ATTR { return extreme(hn::LoadU(d, a + x), hn::LoadU(d, b + x)); },
-        [=](size_t x, hn::Vec<D> v) HWY_ATTR { hn::StoreU(v, d, out + x); });
-}
-
-// running[x] takes in entering[x]; out[x] = extreme of both and of block[x].
-template <class Extreme, class D>
-HWY_INLINE void extremeOfBlocks(D d, const uint8_t* entering, const uint8_t* block, size_t width, uint8_t* running,
-                                uint8_t* out)
-{
-    struct Extremes
+    const size_t lanes = hn::Lanes(d);
+    hn::Vec<D> v[kVectors];
+    const auto takeIn = [&](const uint8_t* row) HWY_ATTR
     {
-        hn::Vec<D> begun, all;
+        VISORA_UNROLL for (size_t i = 0; i < kVectors; ++i)
+        {
+            v[i] = extreme(v[i], hn::LoadU(d, row + x + i * lanes));
+        }
     };
-    const Extreme extreme;
-    coverByFour(
-        d, width,
-        [=](size_t x) HWY_ATTR
+    const auto begin = [&](const uint8_t* row) HWY_ATTR
+    {
+        VISORA_UNROLL for (size_t i = 0; i < kVectors; ++i)
         {
-            const auto begun = extreme(hn::LoadU(d, running + x), hn::LoadU(d, entering + x));
-            return Extremes{begun, extreme(begun, hn::LoadU(d, block + x))};
-        },
-        [=](size_t x, const Extremes& e) HWY_ATTR
+            v[i] = hn::LoadU(d, row + x + i * lanes);
+        }
+    };
+    begin(from[rows - 1]);
+    for (size_t row = rows - 1; row-- > made;)
+    {
+        takeIn(from[row]);
+    }
+    uint8_t* to = out + x + made * pitch;
+    for (size_t row = made; row-- > 0;)
+    {
+        takeIn(from[row]);
+        to -= pitch;
+        VISORA_UNROLL for (size_t i = 0; i < kVectors; ++i)
         {
-            hn::StoreU(e.begun, d, running + x);
-            hn::StoreU(e.all, d, out + x);
-        });
+            hn::StoreU(v[i], d, to + i * lanes);
+        }
+    }
+    begin(from[rows - 1]);
+    for (size_t row = 1; row < made; ++row)
+    {
+        takeIn(from[rows - 1 + row]);
+        to += pitch;
+        hn::Vec<D> all[kVectors];
+        VISORA_UNROLL for (size_t i = 0; i < kVectors; ++i)
+        {
+            all[i] = extreme(v[i], hn::LoadU(d, to + i * lanes));
+        }
+        VISORA_UNROLL for (size_t i = 0; i < kVectors; ++i)
+        {
+            hn::StoreU(all[i], d, to + i * lanes);
+        }
+    }
 }
 
 // ---- Rows ----
@@ -216,83 +243,6 @@ HWY_INLINE void extremeAlong(D d, uint8_t* in, uint8_t* stage, size_t span, size
     }
 }
 
-// ---- Small windows ----
-
-constexpr size_t kMostSmallLanes = 32;
-
-// Windows of the last rows but one (upper) and of the last rows (lower) among rows[0 .. 2 * radius + 1], for all
-// columns. Their columns stay in registers: what stands further right is shifted in from the next vector. finish(x,
-// upper, lower) takes the results. `width` must be at least two vectors.
-template <class Extreme, size_t radius, class D, class Finish>
-HWY_INLINE void smallWindows(D d, const uint8_t* const* rows, size_t width, Finish finish)
-{
-    using V = hn::Vec<D>;
-    const Extreme extreme;
-    const size_t lanes = hn::Lanes(d);
-    const auto columns = [&](size_t x, V& upper, V& lower) HWY_ATTR
-    {
-        V shared = hn::LoadU(d, rows[1] + x);
-        for (size_t i = 2; i <= 2 * radius; ++i)
-        {
-            shared = extreme(shared, hn::LoadU(d, rows[i] + x));
-        }
-        upper = extreme(shared, hn::LoadU(d, rows[0] + x));
-        lower = extreme(shared, hn::LoadU(d, rows[2 * radius + 1] + x));
-    };
-    const auto along = [&](V v, V next) HWY_ATTR
-    {
-        V result = extreme(v, shiftedIn<1>(d, v, next));
-        result = extreme(result, shiftedIn<2>(d, v, next));
-        if constexpr (radius >= 2)
-        {
-            result = extreme(result, extreme(shiftedIn<3>(d, v, next), shiftedIn<4>(d, v, next)));
-        }
-        if constexpr (radius >= 3)
-        {
-            result = extreme(result, extreme(shiftedIn<5>(d, v, next), shiftedIn<6>(d, v, next)));
-        }
-        return result;
-    };
-    // Columns at an edge, up to three vectors of them with nothing on the other side.
-    uint8_t edge[2][4 * hn::MaxLanes(D())];
-    const auto toEdge = [&](size_t begin, size_t end, size_t at) HWY_ATTR
-    {
-        std::fill_n(edge[0], 2 * sizeof(edge[0]), Extreme::kNeutral);
-        coverRange(begin, end, lanes,
-                   [&](size_t x) HWY_ATTR
-                   {
-                       V upper, lower;
-                       columns(x, upper, lower);
-                       hn::StoreU(upper, d, edge[0] + at + x - begin);
-                       hn::StoreU(lower, d, edge[1] + at + x - begin);
-                   });
-    };
-    const auto fromEdge = [&](size_t at, size_t x) HWY_ATTR
-    {
-        const auto row = [&](const uint8_t* of) HWY_ATTR
-        { return along(hn::LoadU(d, of + at), hn::LoadU(d, of + at + lanes)); };
-        finish(x, row(edge[0]), row(edge[1]));
-    };
-
-    toEdge(0, 2 * lanes, radius);
-    fromEdge(0, 0);
-    size_t x = lanes;
-    V upper, lower, nextUpper, nextLower;
-    columns(x - radius, upper, lower);
-    for (; x - radius + 2 * lanes <= width; x += lanes)
-    {
-        columns(x - radius + lanes, nextUpper, nextLower);
-        finish(x, along(upper, nextUpper), along(lower, nextLower));
-        upper = nextUpper;
-        lower = nextLower;
-    }
-    // Fewer than two vectors are left.
-    const size_t begin = width - 2 * lanes;
-    toEdge(begin, width, 0);
-    coverRange(std::min(x, width - lanes), width, lanes,
-               [&](size_t at) HWY_ATTR { fromEdge(at - radius - begin, at); });
-}
-
 // ---- Images ----
 
 // Extremes over the windows of the rows begin .. end - 1, in order. rowAt(y) gives the source rows, of which those
@@ -300,14 +250,16 @@ HWY_INLINE void smallWindows(D d, const uint8_t* const* rows, size_t width, Fini
 // holds extremeScratch(...) bytes.
 HWY_INLINE size_t extremeRowBytes(size_t width, size_t radiusX)
 {
-    // Two vectors more are read and written over the end.
-    return (width + 63) / 64 * 64 + 2 * ((radiusX + 63) / 64 * 64) + 192;
+    // Two vectors more are read and written over the end. An odd number of cache lines: rows that lie below one another
+    // do not meet in the same places of the first cache.
+    return ((width + 63) / 64 + 2 * ((radiusX + 63) / 64) + 3) / 2 * 128 + 64;
 }
 
-HWY_INLINE size_t extremeScratch(size_t width, size_t radiusX, size_t radiusY)
+HWY_INLINE size_t extremeScratch(const MorphologyCall& call)
 {
-    const size_t rows = 2 * radiusY + 1;
-    return 2 * extremeRowBytes(width, radiusX) + (rows + 1) * ((width + 63) / 64 * 64);
+    const size_t rows = 2 * call.radiusY + 1;
+    return (HWY_MAX(rows, kGroupRows) + 1) * extremeRowBytes(call.width, call.radiusX) +
+           (call.height + rows + kGroupRows) * sizeof(const uint8_t*);
 }
 
 template <class Extreme, class D, class RowAt, class Finish>
@@ -321,12 +273,16 @@ HWY_INLINE void extremeRows(D d, size_t width, size_t radiusX, size_t radiusY, s
     // What stands on both sides of a row of column extremes changes nothing; stages may overwrite it.
     // The columns begin at a cache line: vectors that cross one are slow to load and slower to store.
     const size_t margin = (radiusX + 63) / 64 * 64;
-    uint8_t* const columns = scratch + margin;
-    uint8_t* const stage = scratch + rowBytes;
+    uint8_t* const stage = scratch;
+    uint8_t* const columns = scratch + rowBytes + margin;
     const auto along = [&](size_t y, uint8_t* row) HWY_ATTR
     {
-        std::fill_n(row - radiusX, radiusX, Extreme::kNeutral);
-        std::fill_n(row + width, radiusX, Extreme::kNeutral);
+        const auto neutral = hn::Set(d, Extreme::kNeutral);
+        for (size_t i = 0; i < radiusX; i += hn::Lanes(d))
+        {
+            hn::StoreU(neutral, d, row - i - hn::Lanes(d));
+            hn::StoreU(neutral, d, row + width + i);
+        }
         extremeAlong<Extreme>(d, row - radiusX, stage, 2 * radiusX + 1, width,
                               [&](size_t x, hn::Vec<D> v) HWY_ATTR { finish(y, x, v); });
     };
@@ -373,22 +329,55 @@ HWY_INLINE void extremeRows(D d, size_t width, size_t radiusX, size_t radiusY, s
             return;
         }
     }
-    const size_t step = (width + 63) / 64 * 64;
-    uint8_t* const block = scratch + 2 * rowBytes;  // extremes from a row of the block to the block's end
-    uint8_t* const running = block + rows * step;   // extremes from the next block's beginning on
+    const auto from = reinterpret_cast<const uint8_t**>(scratch + (HWY_MAX(rows, kGroupRows) + 1) * rowBytes);
+    for (size_t i = 0; i + 1 < end - begin + rows + kGroupRows; ++i)
+    {
+        from[i] = sourceRow(begin, HWY_MIN(i, end - begin + rows - 2));
+    }
+#if HWY_TARGET <= HWY_AVX3
+    if constexpr (hn::MaxLanes(D()) == 64)
+    {
+        if (radiusX <= kMostStripRadius && width >= kStripVectors * 64 && rows >= kGroupRows / 2)
+        {
+            coverRange(0, width, kStripVectors * 64,
+                       [&](size_t x) HWY_ATTR
+                       {
+                           if (rows < kGroupRows)
+                           {
+                               extremeStrip<Extreme, kGroupRows / 2>(d, x, width, radiusX, rows, begin, end, from,
+                                                                     columns, finish);
+                           }
+                           else
+                           {
+                               extremeStrip<Extreme, kGroupRows>(d, x, width, radiusX, rows, begin, end, from, columns,
+                                                                 finish);
+                           }
+                       });
+            return;
+        }
+    }
+#endif
+    constexpr size_t kVectors = 4;
+    const size_t step = kVectors * hn::Lanes(d);
     for (size_t y = begin; y < end; y += rows)
     {
-        std::copy_n(sourceRow(y, rows - 1), width, block + (rows - 1) * step);
-        for (size_t i = rows - 1; i-- > 0;)
+        const size_t made = std::min(rows, end - y);
+        const uint8_t* const* first = from + (y - begin);
+        if (width < step)
         {
-            extremeOfPair<Extreme>(d, sourceRow(y, i), block + (i + 1) * step, width, block + i * step);
+            coverRange(0, width, hn::Lanes(d),
+                       [=](size_t x) HWY_ATTR
+                       { extremeOfRows<Extreme, 1>(d, first, rows, made, x, columns, rowBytes); });
         }
-        std::fill_n(running, width, Extreme::kNeutral);
-        for (size_t i = 0; i < std::min(rows, end - y); ++i)
+        else
         {
-            // The block's last row belongs to its end already and does no harm twice.
-            extremeOfBlocks<Extreme>(d, sourceRow(y, rows - 1 + i), block + i * step, width, running, columns);
-            along(y + i, columns);
+            coverRange(0, width, step,
+                       [=](size_t x) HWY_ATTR
+                       { extremeOfRows<Extreme, kVectors>(d, first, rows, made, x, columns, rowBytes); });
+        }
+        for (size_t i = 0; i < made; ++i)
+        {
+            along(y + i, columns + i * rowBytes);
         }
     }
 }
@@ -397,7 +386,7 @@ HWY_INLINE void extremeRows(D d, size_t width, size_t radiusX, size_t radiusY, s
 template <class Body>
 HWY_INLINE void withVectorFor(const MorphologyCall& call, Body body)
 {
-    constexpr uint32_t kMostShortRadius = 7;
+    constexpr uint32_t kMostShortRadius = HWY_TARGET <= HWY_AVX3 ? kSmallRadius : 7;
     if (std::max(call.radiusX, call.radiusY) <= kMostShortRadius)
     {
         withFittingVector<uint8_t, kMostSmallLanes>(call.width, body);
@@ -411,7 +400,7 @@ HWY_INLINE void withVectorFor(const MorphologyCall& call, Body body)
 template <class Extreme>
 HWY_INLINE vsrStatus extremes(const MorphologyCall& call)
 {
-    const Scratch scratch(extremeScratch(call.width, call.radiusX, call.radiusY));
+    const Scratch scratch(extremeScratch(call));
     if (!scratch.data())
     {
         return VISORA_ENOMEM;
@@ -438,9 +427,11 @@ template <class First, class Second, class Combine>
 HWY_INLINE vsrStatus twoExtremes(const MorphologyCall& call, Combine combine)
 {
     const size_t reach = call.radiusY;
-    const size_t stripRows = std::max<size_t>(2 * reach, 16);
+    // Whole groups of rows, and so many that the first extreme's windows are seldom begun anew.
+    constexpr size_t kGroups = 2 * kGroupRows;
+    const size_t stripRows = (2 * reach + kGroups) / kGroups * kGroups;
     const size_t step = (call.width + 63) / 64 * 64;
-    const size_t firstBytes = extremeScratch(call.width, call.radiusX, call.radiusY);
+    const size_t firstBytes = extremeScratch(call);
     const Scratch scratch(firstBytes + (stripRows + 2 * reach + 1) * step);
     if (!scratch.data())
     {

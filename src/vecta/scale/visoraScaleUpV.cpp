@@ -8,6 +8,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraExport.h"
+#include "vecta/visoraStream-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -215,30 +216,43 @@ HWY_INLINE bool doubleImage(const uint8_t* src, size_t width, size_t height, siz
         [&](auto d) HWY_ATTR
         {
             Sums sums;
+            // What the last cache cannot hold goes past it, a chunk's row at a time.
+            const bool isFar = isStreamed(4 * width * height, kStreamedInOrder);
+            uint8_t piece[2 * kChunk];
             for (size_t y = 0; y < height; ++y)
             {
                 const bool isTop = y == 0;
                 const bool isBottom = y + 1 == height;
                 uint8_t* out = dst + 2 * y * dstStride;
-                coverRange(
-                    0, width, chunk,
-                    [&](size_t begin) HWY_ATTR
-                    {
-                        const uint8_t* row = src + y * srcStride + begin;
-                        const uint8_t* outside = Weights::kRepeatsEdge ? row : kNothing + 1;
-                        const SourceRows rows = {isTop ? outside : row - srcStride, row,
-                                                 isBottom ? outside : row + srcStride};
-                        const bool isFirst = begin == 0;
-                        const bool isLast = begin + chunk == width;
-                        sumBeside<Weights>(rows, !isFirst, -1, 0, sums, 0);
-                        sumBeside<Weights>(rows, !isLast, last + 1, last, sums, chunk + 1);
-                        coverRange(0, chunk, hn::Lanes(d),
-                                   [&](size_t x) HWY_ATTR
-                                   { sumColumns<Weights>(d, rows, static_cast<ptrdiff_t>(x), sums, x + 1); });
-                        Weights::along(d, {sums.upper, chunk, isFirst, isLast, out + 2 * begin}, 8u - isTop - isBottom);
-                        Weights::along(d, {sums.lower, chunk, isFirst, isLast, out + 2 * begin + dstStride},
-                                       isBottom ? 4u : 8u);
-                    });
+                coverRange(0, width, chunk,
+                           [&](size_t begin) HWY_ATTR
+                           {
+                               const uint8_t* row = src + y * srcStride + begin;
+                               const uint8_t* outside = Weights::kRepeatsEdge ? row : kNothing + 1;
+                               const SourceRows rows = {isTop ? outside : row - srcStride, row,
+                                                        isBottom ? outside : row + srcStride};
+                               const bool isFirst = begin == 0;
+                               const bool isLast = begin + chunk == width;
+                               sumBeside<Weights>(rows, !isFirst, -1, 0, sums, 0);
+                               sumBeside<Weights>(rows, !isLast, last + 1, last, sums, chunk + 1);
+                               coverRange(0, chunk, hn::Lanes(d),
+                                          [&](size_t x) HWY_ATTR
+                                          { sumColumns<Weights>(d, rows, static_cast<ptrdiff_t>(x), sums, x + 1); });
+                               const auto put = [&](const uint16_t* of, uint32_t rowWeight, uint8_t* to) HWY_ATTR
+                               {
+                                   Weights::along(d, {of, chunk, isFirst, isLast, isFar ? piece : to}, rowWeight);
+                                   if (isFar)
+                                   {
+                                       streamBytes(to, piece, 2 * chunk);
+                                   }
+                               };
+                               put(sums.upper, 8u - isTop - isBottom, out + 2 * begin);
+                               put(sums.lower, isBottom ? 4u : 8u, out + 2 * begin + dstStride);
+                           });
+            }
+            if (isFar)
+            {
+                hwy::FlushStream();
             }
         });
 }
