@@ -5,7 +5,6 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/transform/visoraTransformFftV.cpp"
 #include <algorithm>
-#include <type_traits>
 
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
@@ -259,23 +258,19 @@ HWY_INLINE vsrStatus forward(const T* src, uint32_t width, uint32_t height, uint
         if (fillsLanes(width))
         {
             work.setRow(width, false);
-            const auto run = [&](auto streams) HWY_ATTR
-            {
-                transformWideRows<false>(work, src, srcStride, height,
-                                         [=](size_t y, size_t x, const Point& p) HWY_ATTR {
-                                             storeComplex<decltype(streams)::value>(columns ? p : finishedPoint(p), 0,
-                                                                                    kLanes, dst + y * pitch + 2 * x);
-                                         });
-            };
+            const auto store = [=](size_t y, size_t x, const Point& p) HWY_ATTR
+            { storeComplex(columns ? p : finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); };
+            const auto stream = [=](size_t y, size_t x, const Point& p) HWY_ATTR
+            { storeComplex<kByCacheLine>(columns ? p : finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); };
             if (goesPastCaches(src, dst, size_t{dstStride} * height, dstStride,
                                columns ? kStreamedInOrder : kStreamedTurned))
             {
-                run(std::bool_constant<kByCacheLine>());
+                transformWideRows<false>(work, src, srcStride, height, stream);
                 hwy::FlushStream();
             }
             else
             {
-                run(std::false_type());
+                transformWideRows<false>(work, src, srcStride, height, store);
             }
         }
         else
