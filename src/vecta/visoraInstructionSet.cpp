@@ -1,4 +1,6 @@
 // Which of the instruction sets that the vector variants are built for this machine runs.
+// Some of them are built for the newest processors, too.
+#define HWY_WANT_AVX3_DL
 #include "hwy/targets.h"
 #include "visora/runtime.h"
 

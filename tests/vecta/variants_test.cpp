@@ -90,6 +90,7 @@ TEST(LargeImages, GiveTheReferencesBytes)
         {"vsrConvertu8f32", usual},
         {"vsrFFTf32complex_rows", size(512, 1031)},
         {"vsrIFFTf32", size(512, 2048)},
+        {"vsrImageIntensityHistogram_v2", {609, 451}},
         {"vsrIntegrateImageu8", size(3533, 1501)},
         {"vsrRotateImageInterleavedu8", usual},
         {"vsrScaleUpBy2u8", usual},

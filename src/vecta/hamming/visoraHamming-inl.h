@@ -87,6 +87,8 @@ HWY_INLINE void sixteenDistances(const uint8_t* query, At at, uint32_t* distance
     const Lines d;
     const hn::Repartition<uint8_t, Lines> d8;
     const hn::Half<decltype(d8)> half;
+    const hn::Repartition<uint32_t, Lines> d32;
+    using Words = hn::Vec<decltype(d32)>;
     const auto once = hn::LoadU(half, query);
     const auto twice = hn::Combine(d8, once, once);
     // Bits that differ of vectors i and i + 1.
@@ -103,17 +105,25 @@ HWY_INLINE void sixteenDistances(const uint8_t* query, At at, uint32_t* distance
                 return hn::Combine(d8, hn::LoadU(half, at(i + 1)), hn::LoadU(half, at(i)));
             }
         };
-        return hn::PopulationCount(hn::BitCast(d, hn::Xor(two(), twice)));
+        return hn::BitCast(d32, hn::PopulationCount(hn::BitCast(d, hn::Xor(two(), twice))));
     };
-    // Of vectors i and i + 1 in the lower halves of words, of the two behind them in the upper halves.
-    const auto four = [&](size_t i) HWY_ATTR { return hn::Or(counts(i), hn::ShiftLeft<32>(counts(i + 2))); };
-    const auto first = sumsOfQuarters(d, four(0), four(4));
-    const auto second = sumsOfQuarters(d, four(8), four(12));
-    const auto sums = hn::Add(hn::InterleaveLower(d, first, second), hn::InterleaveUpper(d, first, second));
-    const hn::FixedTag<uint32_t, 16> d32;
+    // Of each block the even words of two vectors, or the odd ones.
+    const auto evens = [](Words a, Words b) HWY_ATTR {
+        return Words{
+            _mm512_castps_si512(_mm512_shuffle_ps(_mm512_castsi512_ps(a.raw), _mm512_castsi512_ps(b.raw), 0x88))};
+    };
+    const auto odds = [](Words a, Words b) HWY_ATTR {
+        return Words{
+            _mm512_castps_si512(_mm512_shuffle_ps(_mm512_castsi512_ps(a.raw), _mm512_castsi512_ps(b.raw), 0xdd))};
+    };
+    // Vectors i and i + 2, then the ones behind them: counts are even words.
+    const auto four = [&](size_t i) HWY_ATTR { return evens(counts(i), counts(i + 2)); };
+    const auto first = sumsOfQuarters(d32, four(0), four(4));
+    const auto second = sumsOfQuarters(d32, four(8), four(12));
+    const auto sums = hn::Add(evens(first, second), odds(first, second));
     // Blocks have the sums of vectors 0 and 2, then of those eight further on.
     alignas(64) static constexpr uint32_t kOrder[16] = {0, 4, 1, 5, 8, 12, 9, 13, 2, 6, 3, 7, 10, 14, 11, 15};
-    hn::StoreU(hn::TableLookupLanes(hn::BitCast(d32, sums), hn::SetTableIndices(d32, kOrder)), d32, distances);
+    hn::StoreU(hn::TableLookupLanes(sums, hn::SetTableIndices(d32, kOrder)), d32, distances);
 }
 #endif
 

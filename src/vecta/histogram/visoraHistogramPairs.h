@@ -13,27 +13,25 @@
 namespace visora
 {
 
-/** As histogramOf. */
-inline Histogram histogramByPairs(const uint8_t* src, uint32_t width, uint32_t height, size_t stride)
+class PairCounter
 {
-    // Of fewer pixels the sums over the table take longer than is saved.
-    constexpr uint64_t kFewest = 1 << 18;
-    constexpr size_t kLevels = 256;
-    if (uint64_t{width} * height < kFewest)
+  public:
+    /** Of fewer pixels the sums over the table take longer than is saved. */
+    static constexpr uint64_t kFewest = 1 << 18;
+
+    PairCounter() : scratch_(kLevels * kLevels * sizeof(uint32_t))
     {
-        return histogramOf(src, width, height, stride);
+        if (isThere())
+        {
+            std::fill_n(scratch_.as<uint32_t>(), kLevels * kLevels, 0u);
+        }
     }
-    const Scratch scratch(kLevels * kLevels * sizeof(uint32_t));
-    if (!scratch.data())
+
+    bool isThere() const { return scratch_.data() != nullptr; }
+
+    void add(const uint8_t* row, size_t width)
     {
-        return histogramOf(src, width, height, stride);
-    }
-    auto* const pairs = scratch.as<uint32_t>();
-    std::fill_n(pairs, kLevels * kLevels, 0u);
-    Histogram sums{};
-    for (size_t y = 0; y < height; ++y)
-    {
-        const uint8_t* const row = src + y * stride;
+        auto* const pairs = scratch_.as<uint32_t>();
         const auto countPair = [=](size_t x)
         {
             uint16_t pair;
@@ -55,22 +53,52 @@ inline Histogram histogramByPairs(const uint8_t* src, uint32_t width, uint32_t h
         }
         if (x < width)
         {
-            ++sums[row[x]];
+            ++singles_[row[x]];
         }
     }
-    // A row of the table has the pairs with one second pixel, a column those with one first pixel, or the other way.
-    for (size_t level = 0; level < kLevels; ++level)
+
+    Histogram counts() const
     {
-        const uint32_t* const row = pairs + level * kLevels;
-        uint32_t sum = 0;
-        for (size_t other = 0; other < kLevels; ++other)
+        // A row of the table has the pairs with one second pixel, a column those with one first pixel, or the other
+        // way.
+        Histogram sums = singles_;
+        for (size_t level = 0; level < kLevels; ++level)
         {
-            sums[other] += row[other];
-            sum += row[other];
+            const uint32_t* const row = scratch_.as<uint32_t>() + level * kLevels;
+            uint32_t sum = 0;
+            for (size_t other = 0; other < kLevels; ++other)
+            {
+                sums[other] += row[other];
+                sum += row[other];
+            }
+            sums[level] += sum;
         }
-        sums[level] += sum;
+        return sums;
     }
-    return sums;
+
+  private:
+    static constexpr size_t kLevels = 256;
+
+    Scratch scratch_;
+    Histogram singles_{};
+};
+
+/** As histogramOf. */
+inline Histogram histogramByPairs(const uint8_t* src, uint32_t width, uint32_t height, size_t stride)
+{
+    if (uint64_t{width} * height >= PairCounter::kFewest)
+    {
+        PairCounter counter;
+        if (counter.isThere())
+        {
+            for (size_t y = 0; y < height; ++y)
+            {
+                counter.add(src + y * stride, width);
+            }
+            return counter.counts();
+        }
+    }
+    return histogramOf(src, width, height, stride);
 }
 
 }  // namespace visora

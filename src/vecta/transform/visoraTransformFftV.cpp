@@ -97,19 +97,6 @@ HWY_INLINE void transformRealRows(const Work& work, const T* src, size_t stride,
     }
 }
 
-// `count` floats, and 0 behind them.
-HWY_INLINE Line someFloats(const float* from, size_t count)
-{
-    const Lines d;
-    if (count == kLanes)
-    {
-        return hn::LoadU(d, from);
-    }
-    float some[kLanes] = {};
-    std::copy_n(from, count, some);
-    return hn::LoadU(d, some);
-}
-
 HWY_INLINE Point loadComplex(const float* from, size_t count)
 {
     const Lines d;
@@ -153,13 +140,13 @@ HWY_INLINE bool fillsLanes(uint32_t width)
     return width >= kLanes * kLanes;
 }
 
-// Whether single rows are stored past the caches: their lines come in an order that is waited for. Rows that lie in
-// place of the source are near.
-HWY_INLINE bool goesPastCaches(const float* src, const float* dst, uint32_t height, uint32_t dstStride)
+// Whether `dst`, of at least so many bytes, is stored past the caches: its lines come in an order that is waited for.
+// What lies in place of the source is near.
+HWY_INLINE bool goesPastCaches(const float* src, const float* dst, size_t bytes, size_t stride, size_t least)
 {
     constexpr size_t kLine = 64;
-    return kByCacheLine && src != dst && isStreamed(size_t{dstStride} * height, kStreamedTurned) &&
-           (reinterpret_cast<uintptr_t>(dst) | dstStride) % kLine == 0;
+    return kByCacheLine && src != dst && isStreamed(bytes, least) &&
+           (reinterpret_cast<uintptr_t>(dst) | stride) % kLine == 0;
 }
 
 // The complex rows of an image, one by one; put(y, x, point) takes the values of row y from x on.
@@ -271,19 +258,20 @@ HWY_INLINE vsrStatus forward(const T* src, uint32_t width, uint32_t height, uint
         if (fillsLanes(width))
         {
             work.setRow(width, false);
-            if (!columns && goesPastCaches(src, dst, height, dstStride))
+            const auto store = [=](size_t y, size_t x, const Point& p) HWY_ATTR
+            { storeComplex(columns ? p : finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); };
+            const auto stream = [=](size_t y, size_t x, const Point& p) HWY_ATTR
+            { storeComplex<kByCacheLine>(columns ? p : finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); };
+            if (goesPastCaches(src, dst, size_t{dstStride} * height, dstStride,
+                               columns ? kStreamedInOrder : kStreamedTurned))
             {
-                transformWideRows<false>(
-                    work, src, srcStride, height,
-                    [=](size_t y, size_t x, const Point& p) HWY_ATTR
-                    { storeComplex<kByCacheLine>(finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); });
+                transformWideRows<false>(work, src, srcStride, height, stream);
                 hwy::FlushStream();
-                return VISORA_SUCCESS;
             }
-            transformWideRows<false>(
-                work, src, srcStride, height,
-                [=](size_t y, size_t x, const Point& p) HWY_ATTR
-                { storeComplex(columns ? p : finishedPoint(p), 0, kLanes, dst + y * pitch + 2 * x); });
+            else
+            {
+                transformWideRows<false>(work, src, srcStride, height, store);
+            }
         }
         else
         {
@@ -343,65 +331,103 @@ vsrStatus ifftf32(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint3
     {
         return vsrIFFTf32C(src, srcWidth, srcHeight, srcStride, dst, dstStride);
     }
-    // The destination holds the real parts of the rows. Imaginary ones that are no power of two apart do not drive each
-    // other out of the cache.
-    const size_t pitch = size_t{srcWidth} + kLanes;
-    Work work(std::max(srcWidth, srcHeight), pitch * srcHeight);
+    // Between the passes the values of as many columns as there are lanes lie one row behind the other, real parts
+    // before imaginary ones: columns of the destination would be a page apart. Bands that are no power of two apart do
+    // not drive each other out of the cache.
+    const size_t bands = (srcWidth + kLanes - 1) / kLanes;
+    const size_t band = 2 * kLanes * (size_t{srcHeight} + 1);
+    Work work(std::max(srcWidth, srcHeight), band * bands);
     if (!work.isThere())
     {
         return VISORA_ENOMEM;
     }
-    const size_t dstPitch = dstStride / sizeof(float);
-    float* imaginary = work.extra();
-    const Points points = work.points();
-    const auto realParts = [=](size_t x) HWY_ATTR {
-        return Block<Lines>{points.get(x).re, points.get(x + 1).re, points.get(x + 2).re, points.get(x + 3).re};
-    };
-    const auto imaginaryParts = [=](size_t x) HWY_ATTR {
-        return Block<Lines>{points.get(x).im, points.get(x + 1).im, points.get(x + 2).im, points.get(x + 3).im};
-    };
     const Lines d;
+    const Points points = work.points();
+    float* const all = work.extra();
+    const auto between = [=](size_t y, size_t x) HWY_ATTR { return all + x / kLanes * band + y * 2 * kLanes; };
     if (fillsLanes(srcWidth))
     {
         work.setRow(srcWidth, true);
-        transformWideRows<true>(work, src, srcStride, srcHeight,
-                                [=](size_t y, size_t x, const Point& p) HWY_ATTR
-                                {
-                                    hn::StoreU(p.re, d, dst + y * dstPitch + x);
-                                    hn::StoreU(p.im, d, imaginary + y * pitch + x);
-                                });
+        const auto run = [&](auto store) HWY_ATTR
+        {
+            transformWideRows<true>(work, src, srcStride, srcHeight,
+                                    [=](size_t y, size_t x, const Point& p) HWY_ATTR
+                                    {
+                                        store(p.re, between(y, x));
+                                        store(p.im, between(y, x) + kLanes);
+                                    });
+        };
+        if (goesPastCaches(src, all, band * bands * sizeof(float), band * sizeof(float), kStreamedInOrder))
+        {
+            run([=](Line line, float* to) HWY_ATTR { hn::Stream(line, d, to); });
+            hwy::FlushStream();
+        }
+        else
+        {
+            run([=](Line line, float* to) HWY_ATTR { hn::StoreU(line, d, to); });
+        }
     }
     else
     {
+        const auto realParts = [=](size_t x) HWY_ATTR {
+            return Block<Lines>{points.get(x).re, points.get(x + 1).re, points.get(x + 2).re, points.get(x + 3).re};
+        };
+        const auto imaginaryParts = [=](size_t x) HWY_ATTR {
+            return Block<Lines>{points.get(x).im, points.get(x + 1).im, points.get(x + 2).im, points.get(x + 3).im};
+        };
         work.setLength(srcWidth, true);
-        // Floats fill a cache line with twice as many.
-        transformRows<true, 2 * kChunk>(work, src, srcStride, srcHeight,
-                                        [&](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
-                                        {
-                                            storeRows(dst + y * dstPitch, dstPitch, rows, begin, end, realParts);
-                                            storeRows(imaginary + y * pitch, pitch, rows, begin, end, imaginaryParts);
-                                        });
+        transformRows<true, kLanes>(work, src, srcStride, srcHeight,
+                                    [&](size_t y, size_t rows, size_t begin, size_t end) HWY_ATTR
+                                    {
+                                        float* const to = between(y, begin) - begin;
+                                        storeRows(to, 2 * kLanes, rows, begin, end, realParts);
+                                        storeRows(to + kLanes, 2 * kLanes, rows, begin, end, imaginaryParts);
+                                    });
     }
     work.setLength(srcHeight, true);
     const auto scale = hn::Set(d, 1.0f / static_cast<float>(size_t{srcWidth} * srcHeight));
+    const size_t dstPitch = dstStride / sizeof(float);
+    const auto transformBand = [&](size_t x, auto store) HWY_ATTR
+    {
+        transformColumn<true>(
+            work,
+            [&](size_t y) HWY_ATTR
+            {
+                const float* const from = between(y, x);
+                if constexpr (kByCacheLine)
+                {
+                    // The columns to come are asked for.
+                    hwy::Prefetch(from + band);
+                    hwy::Prefetch(from + band + kLanes);
+                }
+                return Point{hn::LoadU(d, from), hn::LoadU(d, from + kLanes)};
+            },
+            [&](size_t y, const Point& p) HWY_ATTR
+            { store(finishedLine(hn::Mul(p.re, scale)), dst + y * dstPitch + x); });
+    };
+    if (goesPastCaches(src, dst, size_t{dstStride} * srcHeight, dstStride, kStreamedTurned))
+    {
+        for (size_t x = 0; x < srcWidth; x += kLanes)
+        {
+            transformBand(x, [=](Line line, float* to) HWY_ATTR { hn::Stream(line, d, to); });
+        }
+        hwy::FlushStream();
+        return VISORA_SUCCESS;
+    }
     for (size_t x = 0; x < srcWidth; x += kLanes)
     {
         const size_t count = std::min<size_t>(kLanes, srcWidth - x);
-        transformColumn<true>(
-            work,
-            [&](size_t y) HWY_ATTR {
-                return Point{someFloats(dst + y * dstPitch + x, count), someFloats(imaginary + y * pitch + x, count)};
-            },
-            [&](size_t y, const Point& p) HWY_ATTR
-            {
-                float some[kLanes];
-                float* to = dst + y * dstPitch + x;
-                hn::StoreU(finishedLine(hn::Mul(p.re, scale)), d, count == kLanes ? to : some);
-                if (count < kLanes)
-                {
-                    std::copy_n(some, count, to);
-                }
-            });
+        transformBand(x,
+                      [=](Line line, float* to) HWY_ATTR
+                      {
+                          if (count == kLanes)
+                          {
+                              return hn::StoreU(line, d, to);
+                          }
+                          float some[kLanes];
+                          hn::StoreU(line, d, some);
+                          std::copy_n(some, count, to);
+                      });
     }
     return VISORA_SUCCESS;
 }
