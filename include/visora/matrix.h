@@ -24,7 +24,7 @@ VSR_API vsrStatus vsrCrossProduct3x1f32(const float* src1, const float* src2, fl
 
 /**
  * Product of a matrix of rows1 x columns1 and one of columns1 x columns2. Product k of an element goes to sum k mod 4
- * of four; the element is (s0 + s1) + (s2 + s3).
+ * of four; the element is (s0 + s1) + (s2 + s3). Scratch memory: up to 128 bytes for each of columns1.
  * @param dst  rows1 x columns2
  */
 VSR_API vsrStatus vsrMatrixMultiplyf32(const float* src1, uint32_t rows1, uint32_t columns1, uint32_t src1Stride,
@@ -32,14 +32,16 @@ VSR_API vsrStatus vsrMatrixMultiplyf32(const float* src1, uint32_t rows1, uint32
                                        uint32_t dstStride);
 
 /**
- * Inverse of a matrix of n x n by Gauss-Jordan elimination with row pivoting.
+ * Inverse of a matrix of n x n by Gauss-Jordan elimination with row pivoting. n steps, which a pivot of 0 ends; scratch
+ * memory is 8 n (n + 16) bytes at most.
  * @param dst  n x n; may be src with an equal stride
  * @return VISORA_EFAIL when a pivot is 0
  */
 VSR_API vsrStatus vsrInvertMatrixf32(const float* src, uint32_t n, uint32_t srcStride, float* dst, uint32_t dstStride);
 
 /**
- * Solves A x = b for a matrix of n x n by LU decomposition with row pivoting.
+ * Solves A x = b for a matrix of n x n by LU decomposition with row pivoting. n steps, which a pivot of 0 ends; scratch
+ * memory is 4 n (n + 16) bytes at most.
  * @param b  n floats
  * @param x  n floats; may be b
  * @return VISORA_EFAIL when a pivot is 0
@@ -47,7 +49,8 @@ VSR_API vsrStatus vsrInvertMatrixf32(const float* src, uint32_t n, uint32_t srcS
 VSR_API vsrStatus vsrSolveLUf32(const float* A, uint32_t n, uint32_t stride, const float* b, float* x);
 
 /**
- * The x for which |A x - b| is least, by Householder reflections.
+ * The x for which |A x - b| is least, by Householder reflections, one for each column. Scratch memory is about
+ * 8 rows (columns + 8) bytes.
  * @param rows  at least `columns`, else VISORA_EBADPARAM
  * @param b     `rows` floats
  * @param x     `columns` floats; may be b

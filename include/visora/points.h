@@ -43,20 +43,22 @@ VSR_API vsrStatus vsrMinEnclosingCirclef32(const float* points, uint32_t numPoin
 
 /**
  * The line that is nearest to the points in the sense of the loss: least squares of their distances, for other losses
- * followed by ten reweighted rounds.
+ * followed by ten reweighted rounds. Linear time; 48 bytes of scratch memory a point.
  * @param scale  of the loss, above 0
  * @param line   4 floats: a point on it and its direction, of length 1
  */
 VSR_API vsrStatus vsrFitLinef32(const float* points, uint32_t numPoints, vsrLossType loss, float scale, float* line);
 
 /**
- * The ellipse of least algebraic distance from the points (R. Halir and J. Flusser, 1998).
+ * The ellipse of least algebraic distance from the points (R. Halir and J. Flusser, 1998). Linear time; 48 bytes of
+ * scratch memory a point.
  * @return VISORA_EFAIL, with zeros, for fewer than 5 points or when they determine no ellipse
  */
 VSR_API vsrStatus vsrFitEllipsef32(const float* points, uint32_t numPoints, vsrEllipse* ellipse);
 
 /**
- * Whether points are in a polygon by the even-odd rule: 1 inside, 0 on an edge, -1 outside.
+ * Whether points are in a polygon by the even-odd rule: 1 inside, 0 on an edge, -1 outside. Takes time in proportion to
+ * the points times the vertices, and no scratch memory.
  * @param polygon    2 numVertices floats, closed from the last to the first; 1 and 2 vertices are allowed
  * @param where      numPoints results
  * @param distances  numPoints floats: distance from the nearest edge, negative outside; may be null

@@ -57,6 +57,19 @@ struct CircleSearch
     float minDistance;
 };
 
+/** Whole distances of edge pixels from a centre, to the nearest and even ones. */
+using CircleDistances = void(const CircleEdge* edges, size_t count, float cx, float cy, uint32_t* distances);
+
+inline void distancesFrom(const CircleEdge* edges, size_t count, float cx, float cy, uint32_t* distances)
+{
+    for (size_t i = 0; i < count; ++i)
+    {
+        const float ex = static_cast<float>(edges[i].x) - cx;
+        const float ey = static_cast<float>(edges[i].y) - cy;
+        distances[i] = static_cast<uint32_t>(std::nearbyint(std::sqrt(ex * ex + ey * ey)));
+    }
+}
+
 /** The radius that most edge pixels about a centre are at, for its length, and how many are there. */
 struct CircleFit
 {
@@ -65,19 +78,25 @@ struct CircleFit
 };
 
 inline CircleFit fitCircle(const CircleEdge* begin, const CircleEdge* end, float cx, float cy,
-                           const CircleSearch& search, uint32_t* histogram)
+                           const CircleSearch& search, CircleDistances* distances, uint32_t* histogram)
 {
+    constexpr size_t kAtOnce = 256;
+    uint32_t list[kAtOnce];
     const uint32_t bins = search.maxRadius - search.minRadius + 1;
     std::fill_n(histogram, bins, 0u);
-    for (const CircleEdge* edge = begin; edge != end; ++edge)
+    for (const CircleEdge* edges = begin; edges != end;)
     {
-        const float ex = static_cast<float>(edge->x) - cx;
-        const float ey = static_cast<float>(edge->y) - cy;
-        const auto b = static_cast<uint32_t>(std::nearbyint(std::sqrt(ex * ex + ey * ey)));
-        if (b >= search.minRadius && b <= search.maxRadius)
+        const size_t count = std::min(kAtOnce, static_cast<size_t>(end - edges));
+        distances(edges, count, cx, cy, list);
+        for (size_t i = 0; i < count; ++i)
         {
-            ++histogram[b - search.minRadius];
+            const uint32_t bin = list[i] - search.minRadius;  // that of a shorter distance is large
+            if (bin < bins)
+            {
+                ++histogram[bin];
+            }
         }
+        edges += count;
     }
     const auto at = [&](uint32_t bin) { return bin < bins ? uint64_t{histogram[bin]} : 0; };
     const auto support = [&](uint32_t bin) { return at(bin - 1) + at(bin) + at(bin + 1); };
@@ -134,11 +153,12 @@ inline void voteForCentres(const CircleEdge* begin, const CircleEdge* end, uint3
     }
 }
 
-/** gradient and thin are variants of vsrImageGradientSobelPlanars16 and vsrEdgeThins16. */
+/** gradient and thin are variants of vsrImageGradientSobelPlanars16 and vsrEdgeThins16, distances one of distancesFrom.
+ */
 inline vsrStatus houghCircles(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                               uint32_t edgeThreshold, const CircleSearch& search, float* circles, uint32_t* votes,
                               uint32_t capacity, uint32_t* count, decltype(vsrImageGradientSobelPlanars16C)* gradient,
-                              decltype(vsrEdgeThins16C)* thin)
+                              decltype(vsrEdgeThins16C)* thin, CircleDistances* distances)
 {
     const size_t pixels = size_t{width} * height;
     const uint32_t bins = search.maxRadius - search.minRadius + 1;
@@ -241,7 +261,7 @@ inline vsrStatus houghCircles(const uint8_t* src, uint32_t width, uint32_t heigh
         const int64_t reach = int64_t{search.maxRadius} + 2;
         const size_t top = firstOfRow[std::clamp<int64_t>(row - reach, 0, height)];
         const size_t bottom = firstOfRow[std::clamp<int64_t>(row + reach + 1, 0, height)];
-        const CircleFit fit = fitCircle(edgeList + top, edgeList + bottom, cx, cy, search, histogram);
+        const CircleFit fit = fitCircle(edgeList + top, edgeList + bottom, cx, cy, search, distances, histogram);
         if (fit.support > search.threshold)
         {
             circles[3 * size_t{listed}] = cx;

@@ -25,5 +25,5 @@ vsrStatus vsrHoughCirclesu8C(const uint8_t* src, uint32_t srcWidth, uint32_t src
 {
     return visora::houghCircles(src, srcWidth, srcHeight, srcStride, edgeThreshold,
                                 {cellShift, threshold, minRadius, maxRadius, minDistance}, circles, votes, capacity,
-                                count, vsrImageGradientSobelPlanars16C, vsrEdgeThins16C);
+                                count, vsrImageGradientSobelPlanars16C, vsrEdgeThins16C, visora::distancesFrom);
 }

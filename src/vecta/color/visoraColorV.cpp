@@ -139,6 +139,15 @@ class UnitStretch
     {
         constexpr size_t kBlocksAcross = unitWidth / 8;
         constexpr size_t kLanes = hn::MaxLanes(D64());
+        if constexpr (HWY_ARCH_X86)
+        {
+            // The next stretch comes while this one is converted.
+            constexpr size_t kAhead = kMaxWidth / 2 / unitWidth * kUnitBytes;
+            for (size_t line = 0; line < kLanes * kUnitBytes; line += 64)
+            {
+                hwy::Prefetch(unit + kAhead + line);
+            }
+        }
         for (size_t top = 0; top < unitHeight; top += 8)
         {
             const uint8_t* blocks = unit + top * unitWidth;

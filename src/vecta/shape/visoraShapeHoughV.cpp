@@ -1,5 +1,7 @@
 // Lines and circles by voting, vector variants: the cells of several pixels at once, each of which is then counted by
 // itself; gradients and edges of circles.
+#include <cstddef>
+
 #include "cpu/shape/visoraShapeCircle.h"
 #include "cpu/shape/visoraShapeHough.h"
 #include "visora/variants/shape.h"
@@ -54,13 +56,38 @@ vsrStatus lines(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint3
                       count, vote);
 }
 
+// As distancesFrom.
+void distances(const CircleEdge* edges, size_t count, float cx, float cy, uint32_t* list)
+{
+    const hn::ScalableTag<float> d;
+    const hn::RebindToUnsigned<decltype(d)> dWord;
+    const hn::RebindToSigned<decltype(d)> dWhole;
+    const auto centreX = hn::Set(d, cx);
+    const auto centreY = hn::Set(d, cy);
+    const auto asFloats = [=](auto words) HWY_ATTR { return hn::ConvertTo(d, hn::BitCast(dWhole, words)); };
+    size_t i = 0;
+    for (; i + hn::Lanes(d) <= count; i += hn::Lanes(d))
+    {
+        // An edge is two words, x and y are the halves of the first.
+        static_assert(sizeof(CircleEdge) == 2 * sizeof(uint32_t) && offsetof(CircleEdge, y) == 2);
+        hn::Vec<decltype(dWord)> place;
+        hn::Vec<decltype(dWord)> gradient;
+        hn::LoadInterleaved2(dWord, reinterpret_cast<const uint32_t*>(edges + i), place, gradient);
+        const auto ex = hn::Sub(asFloats(hn::And(place, hn::Set(dWord, 0xffff))), centreX);
+        const auto ey = hn::Sub(asFloats(hn::ShiftRight<16>(place)), centreY);
+        const auto length = hn::Sqrt(hn::Add(hn::Mul(ex, ex), hn::Mul(ey, ey)));
+        hn::StoreU(hn::BitCast(dWord, hn::NearestInt(length)), dWord, list + i);
+    }
+    distancesFrom(edges + i, count - i, cx, cy, list + i);
+}
+
 vsrStatus circles(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t cellShift,
                   uint32_t edgeThreshold, uint32_t threshold, uint32_t minRadius, uint32_t maxRadius, float minDistance,
                   float* circleList, uint32_t* votes, uint32_t capacity, uint32_t* count)
 {
     return houghCircles(src, srcWidth, srcHeight, srcStride, edgeThreshold,
                         {cellShift, threshold, minRadius, maxRadius, minDistance}, circleList, votes, capacity, count,
-                        vsrImageGradientSobelPlanars16V, vsrEdgeThins16V);
+                        vsrImageGradientSobelPlanars16V, vsrEdgeThins16V, distances);
 }
 
 }  // namespace HWY_NAMESPACE
