@@ -239,6 +239,7 @@ HWY_INLINE bool doubleImage(const uint8_t* src, size_t width, size_t height, siz
                                           [&](size_t x) HWY_ATTR
                                           { sumColumns<Weights>(d, rows, static_cast<ptrdiff_t>(x), sums, x + 1); });
                                const auto put = [&](const uint16_t* of, uint32_t rowWeight, uint8_t* to) HWY_ATTR
+                                   __attribute__((always_inline))
                                {
                                    Weights::along(d, {of, chunk, isFirst, isLast, isFar ? piece : to}, rowWeight);
                                    if (isFar)
