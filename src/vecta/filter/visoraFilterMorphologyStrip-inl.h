@@ -142,8 +142,8 @@ HWY_INLINE void extremeAlongStrip(D d, const uint8_t* in, size_t span, Put put)
 // The rows begin .. end - 1 of a strip of columns from x on, kGroup at a time: so few columns that all the rows of a
 // window stay in the first cache. from[0] is the first row of the first window.
 template <class Extreme, size_t kGroup, class D, class Finish>
-HWY_INLINE void extremeStrip(D d, size_t x, size_t width, size_t radius, size_t rows, size_t begin, size_t end,
-                             const uint8_t* const* from, uint8_t* columns, Finish finish)
+HWY_NOINLINE void extremeStrip(D d, size_t x, size_t width, size_t radius, size_t rows, size_t begin, size_t end,
+                               const uint8_t* const* from, uint8_t* columns, Finish finish)
 {
     constexpr size_t kStrip = kStripVectors * 64;
     constexpr size_t kPitch = kStrip + 3 * 64;

@@ -218,7 +218,7 @@ HWY_INLINE bool doubleImage(const uint8_t* src, size_t width, size_t height, siz
             Sums sums;
             // What the last cache cannot hold goes past it, a chunk's row at a time.
             const bool isFar = isStreamed(4 * width * height, kStreamedInOrder);
-            uint8_t piece[2 * kChunk];
+            uint8_t pieces[2][2 * kChunk];
             for (size_t y = 0; y < height; ++y)
             {
                 const bool isTop = y == 0;
@@ -238,16 +238,17 @@ HWY_INLINE bool doubleImage(const uint8_t* src, size_t width, size_t height, siz
                                coverRange(0, chunk, hn::Lanes(d),
                                           [&](size_t x) HWY_ATTR
                                           { sumColumns<Weights>(d, rows, static_cast<ptrdiff_t>(x), sums, x + 1); });
-                               const auto put = [&](const uint16_t* of, uint32_t rowWeight, uint8_t* to) HWY_ATTR
+                               uint8_t* const upper = out + 2 * begin;
+                               uint8_t* const lower = upper + dstStride;
+                               Weights::along(d, {sums.upper, chunk, isFirst, isLast, isFar ? pieces[0] : upper},
+                                              8u - isTop - isBottom);
+                               Weights::along(d, {sums.lower, chunk, isFirst, isLast, isFar ? pieces[1] : lower},
+                                              isBottom ? 4u : 8u);
+                               if (isFar)
                                {
-                                   Weights::along(d, {of, chunk, isFirst, isLast, isFar ? piece : to}, rowWeight);
-                                   if (isFar)
-                                   {
-                                       streamBytes(to, piece, 2 * chunk);
-                                   }
-                               };
-                               put(sums.upper, 8u - isTop - isBottom, out + 2 * begin);
-                               put(sums.lower, isBottom ? 4u : 8u, out + 2 * begin + dstStride);
+                                   streamBytes(upper, pieces[0], 2 * chunk);
+                                   streamBytes(lower, pieces[1], 2 * chunk);
+                               }
                            });
             }
             if (isFar)
