@@ -112,15 +112,14 @@ vsrStatus cosines(const T* query, uint32_t length, const T* set, uint32_t numVec
                         const float inverse =
                             inverseLength(static_cast<uint32_t>(sumWithOne<Sum>(query, query, length)));
                         const typename Sum::Query one = Sum::query(query, length);
-                        sumsWithMany<Sum, 1>(
-                            &one, length, 0, numVectors, Rows<T>{set, setStride},
-                            [&](size_t, size_t i, const Dot<T>* products, size_t count) HWY_ATTR
-                            {
-                                for (size_t k = 0; k < count; ++k)
-                                {
-                                    dst[i + k] = cosineOf(products[k], inverse, inverseLengths[i + k]);
-                                }
-                            });
+                        sumsWithMany<Sum, 1>(&one, length, 0, numVectors, Rows<T>{set, setStride},
+                                             [&](size_t, size_t i, const Dot<T>* products, size_t count) HWY_ATTR
+                                             {
+                                                 for (size_t k = 0; k < count; ++k)
+                                                 {
+                                                     dst[i + k] = cosineOf(products[k], inverse, inverseLengths[i + k]);
+                                                 }
+                                             });
                     });
     return VISORA_SUCCESS;
 }
@@ -133,22 +132,21 @@ vsrStatus floatCosines(const float* query, uint32_t length, const float* set, ui
     const Sum::Query one = Sum::query(query, length);
     // Products come before the squares of the same vectors.
     float products[4];
-    sumsWithMany<Sum, 2, true>(
-        &one, length, 0, numVectors, Rows<float>{set, setStride},
-        [&](size_t q, size_t i, const float* values, size_t count) HWY_ATTR
-        {
-            for (size_t k = 0; k < count; ++k)
-            {
-                if (q == 0)
-                {
-                    products[k] = values[k];
-                }
-                else
-                {
-                    dst[i + k] = cosineOf(products[k], squares, values[k]);
-                }
-            }
-        });
+    sumsWithMany<Sum, 2, true>(&one, length, 0, numVectors, Rows<float>{set, setStride},
+                               [&](size_t q, size_t i, const float* values, size_t count) HWY_ATTR
+                               {
+                                   for (size_t k = 0; k < count; ++k)
+                                   {
+                                       if (q == 0)
+                                       {
+                                           products[k] = values[k];
+                                       }
+                                       else
+                                       {
+                                           dst[i + k] = cosineOf(products[k], squares, values[k]);
+                                       }
+                                   }
+                               });
     return VISORA_SUCCESS;
 }
 
