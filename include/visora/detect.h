@@ -81,7 +81,7 @@ VSR_API vsrStatus vsrHoughCirclesu8(const uint8_t* src, uint32_t srcWidth, uint3
 /**
  * Inner corners of a checkerboard with squares from about 10 pixels, to a fraction of a pixel, row by row. Candidates
  * are peaks of a response to crossing edges (S. Bennett, J. Lasenby, "ChESS - Quick and robust detection of chess-board
- * features", 2014); from one of the best 16 the grid grows from corner to corner. No more than 4 columns rows
+ * features", 2014); from one of the best 16 the grid grows from corner to corner. No more than 4 * columns * rows
  * candidates are kept, so that time is linear but for sorting the candidates and for the 16 grids, each at most in
  * proportion to the square of those kept; 2 bytes of scratch memory a pixel, 8 a candidate.
  * @param columns,rows  of inner corners, 2 to 255 each

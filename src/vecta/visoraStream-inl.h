@@ -31,6 +31,20 @@ constexpr bool isStreamed(size_t bytes, size_t least)
     return HWY_ARCH_X86 && bytes >= least;
 }
 
+/** Past the caches, where kStreams says so and `to` is aligned. Behind all of them hwy::FlushStream() is due. */
+template <bool kStreams, class D>
+HWY_INLINE void storeOrStream(hn::Vec<D> v, D d, hn::TFromD<D>* to)
+{
+    if constexpr (kStreams)
+    {
+        hn::Stream(v, d, to);
+    }
+    else
+    {
+        hn::StoreU(v, d, to);
+    }
+}
+
 /** std::memcpy whose whole lines go past the caches. Behind all of them hwy::FlushStream() is due. */
 HWY_INLINE void streamBytes(uint8_t* to, const uint8_t* from, size_t bytes)
 {

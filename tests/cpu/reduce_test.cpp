@@ -102,8 +102,9 @@ template <class T, class Function>
 Found<T> find(Function* function, const std::vector<T>& src, uint32_t width)
 {
     Found<T> found;
-    function(src.data(), width, static_cast<uint32_t>(src.size()) / width, static_cast<uint32_t>(width * sizeof(T)),
-             &found.low, &found.high, found.lowXY.data(), found.highXY.data());
+    EXPECT_EQ(0U, function(src.data(), width, static_cast<uint32_t>(src.size()) / width,
+                           static_cast<uint32_t>(width * sizeof(T)), &found.low, &found.high, found.lowXY.data(),
+                           found.highXY.data()));
     return found;
 }
 

@@ -77,6 +77,7 @@ TEST(LargeImages, GiveTheReferencesBytes)
         return std::pair{width, HWY_ARCH_X86 ? height : height / 64};
     };
     const auto usual = size(3533, 3011);
+    const auto wholeLines = size(2752, 2056);
     const std::map<std::string, std::pair<uint32_t, uint32_t>> sizes = {
         {"vsrAbsDiffu8", usual},
         {"vsrAbsDiffScalaru8", usual},
@@ -84,9 +85,11 @@ TEST(LargeImages, GiveTheReferencesBytes)
         {"vsrColorRGB565ToRGB888u8", usual},
         {"vsrColorRGB888ToYCbCr420Planaru8", usual},
         {"vsrColorRGBA8888ToYCbCr422PseudoPlanaru8", usual},
+        {"vsrColorYCbCr420PlanarToRGB888u8", wholeLines},
         {"vsrColorYCbCr420PlanarToYCbCr444PseudoPlanaru8", usual},
         {"vsrColorYCbCr422PlanarToYCbCr422PseudoPlanaru8", usual},
         {"vsrColorYCbCr444PseudoPlanarToYCbCr420Planaru8", usual},
+        {"vsrColorYCrCbH2V2toRGB888u8", wholeLines},
         {"vsrConvertu8f32", usual},
         {"vsrFFTf32complex_rows", size(512, 1031)},
         {"vsrIFFTf32", size(512, 2048)},

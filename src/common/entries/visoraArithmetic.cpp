@@ -95,7 +95,8 @@ constexpr auto callOf(Condition condition)
         };
         // What a fill reads is a mask.
         constexpr bool isFill = !std::is_const_v<std::remove_pointer_t<decltype(first)>>;
-        return describe < isFill ? Masked::Yes : masked > (Size{width, height, channels}, run, first, rest...);
+        constexpr Masked last = isFill ? Masked::Yes : masked;
+        return describe<last>(Size{width, height, channels}, run, first, rest...);
     };
 }
 

@@ -7,6 +7,7 @@
 #endif
 
 #include "vecta/color/visoraColorLanes-inl.h"
+#include "vecta/visoraStream-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -87,25 +88,11 @@ class ByThirds
     hn::MFromD<D> second_;
 };
 
-// Past the caches, where `dst` is aligned.
-template <bool kStreams, class D, class V>
-HWY_INLINE void storeBytes(D d, V v, uint8_t* dst)
-{
-    if constexpr (kStreams)
-    {
-        hn::Stream(v, d, dst);
-    }
-    else
-    {
-        hn::StoreU(v, d, dst);
-    }
-}
-
 // Block k of vector i is the (3 k + i)-th in memory.
 template <bool kStreams, class D, class V>
 HWY_INLINE void storeBlocks(D d, V v0, V v1, V v2, uint8_t* dst)
 {
-    const auto put = [=](size_t i, V v) HWY_ATTR { storeBytes<kStreams>(d, v, dst + i * hn::Lanes(d)); };
+    const auto put = [=](size_t i, V v) HWY_ATTR { storeOrStream<kStreams>(v, d, dst + i * hn::Lanes(d)); };
     if constexpr (kBlocks<D> == 1)
     {
         put(0, v0);
@@ -220,9 +207,9 @@ HWY_INLINE void storeTriples(D d, V r, V g, V b, uint8_t* dst)
     {
         static constexpr TriplePlaces kTogether[] = {TriplePlaces::together(0), TriplePlaces::together(1),
                                                      TriplePlaces::together(2)};
-        storeBytes<kStreams>(d, kTogether[0].pick(r, g, b), dst);
-        storeBytes<kStreams>(d, kTogether[1].pick(r, g, b), dst + 64);
-        storeBytes<kStreams>(d, kTogether[2].pick(r, g, b), dst + 128);
+        storeOrStream<kStreams>(kTogether[0].pick(r, g, b), d, dst);
+        storeOrStream<kStreams>(kTogether[1].pick(r, g, b), d, dst + 64);
+        storeOrStream<kStreams>(kTogether[2].pick(r, g, b), d, dst + 128);
         return;
     }
     else
@@ -289,7 +276,7 @@ HWY_INLINE void storeQuads(D d, V r, V g, V b, V a, uint8_t* dst)
     const auto baUpper = hn::BitCast(u16, hn::InterleaveUpper(d, b, a));
     const size_t n = hn::Lanes(d);
     const auto put = [=](size_t i, auto words) HWY_ATTR
-    { storeBytes<kStreams>(d, hn::BitCast(d, words), dst + i * n); };
+    { storeOrStream<kStreams>(hn::BitCast(d, words), d, dst + i * n); };
     put(0, hn::InterleaveLower(u16, rgLower, baLower));
     put(1, hn::InterleaveUpper(u16, rgLower, baLower));
     put(2, hn::InterleaveLower(u16, rgUpper, baUpper));

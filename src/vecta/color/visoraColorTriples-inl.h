@@ -20,8 +20,8 @@ template <class Convert>
 HWY_INLINE bool convertTriples(Convert convert, const uint8_t* src, size_t width, size_t height, size_t srcStride,
                                uint8_t* dst, size_t dstStride)
 {
-    constexpr size_t kMostBytes =
-        32;  // to sort four blocks for a load costs more than it saves to work on them at once
+    // To sort four blocks for a load costs more than it saves to work on them at once, unless bytes are permuted.
+    constexpr size_t kMostBytes = HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3_DL ? 64 : 32;
     return withFittingVector<uint8_t, kMostBytes>(
         width,
         [=](auto d) HWY_ATTR

@@ -10,12 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "vecta/visoraUnroll.h"
 #include "vecta/visoraVector-inl.h"
-
-// Loops over arrays of vectors must be unrolled for these to live in registers.
-#ifndef VISORA_UNROLL
-#define VISORA_UNROLL _Pragma("GCC unroll 16")
-#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace visora

@@ -12,12 +12,8 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "vecta/visoraUnroll.h"
 #include "vecta/visoraVector-inl.h"
-
-// Loops over arrays of vectors must be unrolled for these to live in registers.
-#ifndef VISORA_UNROLL
-#define VISORA_UNROLL _Pragma("GCC unroll 16")
-#endif
 
 #if HWY_TARGET <= HWY_AVX3
 

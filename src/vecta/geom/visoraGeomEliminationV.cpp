@@ -84,8 +84,7 @@ HWY_INLINE void subtractFromRows(float* tile, const float* factors, size_t strid
     }
 }
 
-/** Calls body(vectors, column) for tiles that cover columns `begin` to `end`, multiples of kUnit.
- */
+/** Calls body(vectors, column) for tiles that cover columns `begin` to `end`, multiples of kUnit. */
 template <class Body>
 HWY_INLINE void forTiles(size_t begin, size_t end, Body body)
 {

@@ -54,7 +54,6 @@ class NineColumns
     /** Turns all pairs until none needs it. */
     void orthogonalise()
     {
-        constexpr int kSweeps = 30;
         constexpr int kLastStep = kSize * (kSweeps - 1) + 15;
         // After nine steps without a turn, in which each pair was looked at, there are no more.
         int quiet = 0;
@@ -81,6 +80,7 @@ class NineColumns
   private:
     using D = hn::CappedTag<double, 4>;
     using V = hn::Vec<D>;
+    static constexpr int kSweeps = 30;
     static constexpr int kPairs = 4;
     static constexpr int kLanes = static_cast<int>(hn::MaxLanes(D()));
     static constexpr int kVectors = kPairs / kLanes;
@@ -143,7 +143,7 @@ class NineColumns
             steps[j - 1] = x + y;
         }
         const V now = hn::Set(d, static_cast<double>(step));
-        const V lastSweep = hn::Set(d, static_cast<double>(step - 30 * kSize));
+        const V lastSweep = hn::Set(d, static_cast<double>(step - kSweeps * kSize));
         V cosines[kVectors];
         V sines[kVectors];
         hn::Mask<D> turns[kVectors];

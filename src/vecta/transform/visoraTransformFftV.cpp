@@ -119,12 +119,10 @@ HWY_INLINE void storeComplex(const Point& p, size_t skip, size_t count, float* t
     if (skip == 0 && count == kLanes)
     {
 #if HWY_TARGET <= HWY_AVX3
-        const auto store = [=](const __m512& line, float* at) HWY_ATTR
-        { return kStreams ? hn::Stream(Line{line}, d, at) : hn::StoreU(Line{line}, d, at); };
         const __m512i lower = _mm512_set_epi32(23, 7, 22, 6, 21, 5, 20, 4, 19, 3, 18, 2, 17, 1, 16, 0);
         const __m512i upper = _mm512_add_epi32(lower, _mm512_set1_epi32(8));
-        store(_mm512_permutex2var_ps(p.re.raw, lower, p.im.raw), to);
-        return store(_mm512_permutex2var_ps(p.re.raw, upper, p.im.raw), to + kLanes);
+        storeOrStream<kStreams>(Line{_mm512_permutex2var_ps(p.re.raw, lower, p.im.raw)}, d, to);
+        return storeOrStream<kStreams>(Line{_mm512_permutex2var_ps(p.re.raw, upper, p.im.raw)}, d, to + kLanes);
 #else
         return hn::StoreInterleaved2(p.re, p.im, d, to);
 #endif

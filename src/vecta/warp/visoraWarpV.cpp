@@ -13,11 +13,7 @@
 #include "vecta/visoraExport.h"
 #include "vecta/visoraStream-inl.h"
 #include "vecta/visoraTurn-inl.h"
-
-// Loops over arrays of vectors must be unrolled for these to live in registers.
-#ifndef VISORA_UNROLL
-#define VISORA_UNROLL _Pragma("GCC unroll 16")
-#endif
+#include "vecta/visoraUnroll.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -29,7 +25,7 @@ namespace HWY_NAMESPACE
 // blocks are put together from, lie in the same banks of the first cache and are loaded one at a time. Blocks of pairs
 // are faster from these all the same: a square of theirs has a few vectors more than there are registers.
 template <class D>
-constexpr bool kTurnsSquares = HWY_TARGET <= HWY_AVX3&& hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 64 &&
+constexpr bool kTurnsSquares = (HWY_TARGET <= HWY_AVX3) && hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 64 &&
                                sizeof(hn::TFromD<D>) != 2;
 
 template <class D>
