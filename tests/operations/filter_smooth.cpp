@@ -134,7 +134,7 @@ const Register edgeSmoothing({
     {PACKED_BILATERAL(vsrBilateralFilter7x7u8)},
     {VISORA_OPERATION(vsrBilateralFilter9x9u8), bilateral<vsrBilateralFilter9x9u8C, true>},
     {VISORA_OPERATION(vsrBilateralFilterJointu8), joint(15, 9)},
-    {VISORA_OPERATION(vsrBilateralFilterJointu8), joint(61, 21), "21"},
+    {VISORA_OPERATION(vsrBilateralFilterJointu8), joint(41, 21), "21"},
     {VISORA_OPERATION(vsrBilateralFilterNxNf32), bilateralFloat},
     {VISORA_OPERATION(vsrGuidedFilteru8), guided(20, 2)},
     {VISORA_OPERATION(vsrGuidedFilteru8), guided(127, 25), "51"},

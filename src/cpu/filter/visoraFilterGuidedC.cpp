@@ -1,6 +1,8 @@
 // Guided filter and non-local means, reference variants.
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <functional>
 
 #include "cpu/filter/visoraFilterBorder.h"
 #include "cpu/filter/visoraFilterNonLocal.h"
@@ -13,22 +15,57 @@ namespace
 
 using namespace visora;
 
-// visit(u, v) for the window's pixels inside the image; returns how many they are.
-template <class Visit>
-int64_t forWindow(uint32_t width, uint32_t height, uint32_t radius, uint32_t x, uint32_t y, Visit visit)
+struct Range
 {
-    const uint32_t left = x - std::min(x, radius);
-    const uint32_t top = y - std::min(y, radius);
-    const uint32_t right = std::min(x + uint64_t{radius}, uint64_t{width} - 1) & UINT32_MAX;
-    const uint32_t bottom = std::min(y + uint64_t{radius}, uint64_t{height} - 1) & UINT32_MAX;
-    for (uint32_t v = top; v <= bottom; ++v)
+    uint32_t first;
+    uint32_t last;
+
+    uint32_t count() const { return last - first + 1; }
+};
+
+// What lies within `radius` of `at`, inside an image's side.
+Range around(uint32_t at, uint32_t radius, uint32_t size)
+{
+    return {at - std::min(at, radius), at + std::min(size - 1 - at, radius)};
+}
+
+// body(x, y, n, sums): sums of the kSums integers of value(u, v) over the n pixels of the window around each pixel, by
+// columns first, which makes no difference to integers.
+template <size_t kSums, class Value, class Body>
+vsrStatus sumWindows(uint32_t width, uint32_t height, uint32_t radius, Value value, Body body)
+{
+    using Sums = std::array<int64_t, kSums>;
+    const Scratch scratch(size_t{width} * sizeof(Sums));
+    auto* columns = scratch.as<Sums>();
+    if (!columns)
     {
-        for (uint32_t u = left; u <= right; ++u)
+        return VISORA_ENOMEM;
+    }
+    const auto add = [](Sums& sums, const Sums& more)
+    { std::transform(sums.begin(), sums.end(), more.begin(), sums.begin(), std::plus()); };
+    for (uint32_t y = 0; y < height; ++y)
+    {
+        const Range rows = around(y, radius, height);
+        for (uint32_t u = 0; u < width; ++u)
         {
-            visit(u, v);
+            columns[u] = {};
+            for (uint32_t v = rows.first; v <= rows.last; ++v)
+            {
+                add(columns[u], value(u, v));
+            }
+        }
+        for (uint32_t x = 0; x < width; ++x)
+        {
+            const Range range = around(x, radius, width);
+            Sums sums{};
+            for (uint32_t u = range.first; u <= range.last; ++u)
+            {
+                add(sums, columns[u]);
+            }
+            body(x, y, int64_t{rows.count()} * range.count(), sums);
         }
     }
-    return (int64_t{right} - left + 1) * (int64_t{bottom} - top + 1);
+    return VISORA_SUCCESS;
 }
 
 int64_t flooredQuotient(int64_t a, int64_t b)
@@ -54,45 +91,41 @@ vsrStatus vsrGuidedFilteru8C(const uint8_t* src, uint32_t srcWidth, uint32_t src
     {
         return VISORA_ENOMEM;
     }
-    for (uint32_t y = 0; y < srcHeight; ++y)
-    {
-        for (uint32_t x = 0; x < srcWidth; ++x)
+    const vsrStatus status = sumWindows<4>(
+        srcWidth, srcHeight, radius,
+        [=](uint32_t u, uint32_t v)
         {
-            int64_t sumI = 0, sumP = 0, sumIP = 0, sumII = 0;
-            const int64_t n = forWindow(srcWidth, srcHeight, radius, x, y,
-                                        [&](uint32_t u, uint32_t v)
-                                        {
-                                            const int64_t I = imageRow(guide, guideStride, v)[u];
-                                            const int64_t p = imageRow(src, srcStride, v)[u];
-                                            sumI += I;
-                                            sumP += p;
-                                            sumIP += I * p;
-                                            sumII += I * I;
-                                        });
+            const int64_t I = imageRow(guide, guideStride, v)[u];
+            const int64_t p = imageRow(src, srcStride, v)[u];
+            return std::array{I, p, I * p, I * I};
+        },
+        [=](uint32_t x, uint32_t y, int64_t n, const std::array<int64_t, 4>& sums)
+        {
+            const auto [sumI, sumP, sumIP, sumII] = sums;
             const auto num = static_cast<double>(n * sumIP - sumI * sumP);
             const auto var = static_cast<double>(n * sumII - sumI * sumI);
             const double slope = num / (var + static_cast<double>(n * n) * double{eps});
             const auto A = static_cast<int64_t>(std::floor(4096 * slope + 0.5));
             const int64_t B = flooredQuotient(2 * (4096 * sumP - A * sumI) + n, 2 * n);
             lines[size_t{y} * srcWidth + x] = {static_cast<int32_t>(A), static_cast<int32_t>(B)};
-        }
-    }
-    for (uint32_t y = 0; y < srcHeight; ++y)
+        });
+    if (status != VISORA_SUCCESS)
     {
-        for (uint32_t x = 0; x < srcWidth; ++x)
-        {
-            int64_t sumA = 0, sumB = 0;
-            const int64_t m = forWindow(srcWidth, srcHeight, radius, x, y,
-                                        [&](uint32_t u, uint32_t v)
-                                        {
-                                            sumA += lines[size_t{v} * srcWidth + u].A;
-                                            sumB += lines[size_t{v} * srcWidth + u].B;
-                                        });
-            const int64_t I = imageRow(guide, guideStride, y)[x];
-            imageRow(dst, dstStride, y)[x] = saturate<uint8_t>(flooredQuotient(sumA * I + sumB + 2048 * m, 4096 * m));
-        }
+        return status;
     }
-    return VISORA_SUCCESS;
+    return sumWindows<2>(
+        srcWidth, srcHeight, radius,
+        [=](uint32_t u, uint32_t v)
+        {
+            const Line& line = lines[size_t{v} * srcWidth + u];
+            return std::array<int64_t, 2>{line.A, line.B};
+        },
+        [=](uint32_t x, uint32_t y, int64_t m, const std::array<int64_t, 2>& sums)
+        {
+            const int64_t I = imageRow(guide, guideStride, y)[x];
+            imageRow(dst, dstStride, y)[x] =
+                saturate<uint8_t>(flooredQuotient(sums[0] * I + sums[1] + 2048 * m, 4096 * m));
+        });
 }
 
 vsrStatus vsrDenoiseNonLocalu8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
