@@ -337,20 +337,30 @@ HWY_INLINE void extremeRows(D d, size_t width, size_t radiusX, size_t radiusY, s
 #if HWY_TARGET <= HWY_AVX3
     if constexpr (hn::MaxLanes(D()) == 64)
     {
-        if (radiusX <= kMostStripRadius && width >= kStripVectors * 64 && rows >= kGroupRows / 2)
+        const bool isWide = radiusX > 31;
+        const bool isFlat = rows < kGroupRows;
+        if (radiusX <= kMostStripRadius && width >= kStripVectors * 64 && rows >= kGroupRows / (isWide ? 1 : 2))
         {
             coverRange(0, width, kStripVectors * 64,
                        [&](size_t x) HWY_ATTR
                        {
-                           if (rows < kGroupRows)
+                           const auto strip = [&](auto group, auto beyond) HWY_ATTR
                            {
-                               extremeStrip<Extreme, kGroupRows / 2>(d, x, width, radiusX, rows, begin, end, from,
-                                                                     columns, finish);
+                               extremeStrip<Extreme, decltype(group)::value, decltype(beyond)::value>(
+                                   d, x, width, radiusX, rows, begin, end, from, columns, finish);
+                           };
+                           if (isWide)
+                           {
+                               strip(std::integral_constant<size_t, kGroupRows>(), std::integral_constant<size_t, 2>());
+                           }
+                           else if (isFlat)
+                           {
+                               strip(std::integral_constant<size_t, kGroupRows / 2>(),
+                                     std::integral_constant<size_t, 1>());
                            }
                            else
                            {
-                               extremeStrip<Extreme, kGroupRows>(d, x, width, radiusX, rows, begin, end, from, columns,
-                                                                 finish);
+                               strip(std::integral_constant<size_t, kGroupRows>(), std::integral_constant<size_t, 1>());
                            }
                        });
             return;
@@ -413,10 +423,10 @@ HWY_INLINE vsrStatus extremes(const MorphologyCall& call)
     withVectorFor(call,
                   [&](auto d) HWY_ATTR
                   {
-                      extremeRows<Extreme>(d, call.width, call.radiusX, call.radiusY, 0, call.height, scratch.data(),
-                                           rowAt,
-                                           [&](size_t y, size_t x, hn::Vec<decltype(d)> v) HWY_ATTR
-                                           { hn::StoreU(v, d, call.dst + y * call.dstStride + x); });
+                      extremeRows<Extreme>(
+                          d, call.width, call.radiusX, call.radiusY, 0, call.height, scratch.data(), rowAt,
+                          [dst = call.dst, step = call.dstStride, d](size_t y, size_t x, hn::Vec<decltype(d)> v)
+                              HWY_ATTR { hn::StoreU(v, d, dst + y * step + x); });
                   });
     return VISORA_SUCCESS;
 }
@@ -456,13 +466,13 @@ HWY_INLINE vsrStatus twoExtremes(const MorphologyCall& call, Combine combine)
                           extremeRows<First>(
                               d, call.width, call.radiusX, call.radiusY, made, needed, scratch.data(),
                               [&](ptrdiff_t row) { return call.src + nearest(row) * call.srcStride; },
-                              [&](size_t row, size_t x, V v) HWY_ATTR
+                              [=](size_t row, size_t x, V v) HWY_ATTR
                               { hn::StoreU(v, d, strip + (row - first) * step + x); });
                           made = needed;
                           extremeRows<Second>(
                               d, call.width, call.radiusX, call.radiusY, y, end, scratch.data(),
                               [&](ptrdiff_t row) { return strip + (nearest(row) - first) * step; },
-                              [&](size_t row, size_t x, V v) HWY_ATTR
+                              [=](size_t row, size_t x, V v) HWY_ATTR
                               {
                                   const V source = hn::LoadU(d, call.src + row * call.srcStride + x);
                                   hn::StoreU(combine(source, v), d, call.dst + row * call.dstStride + x);
