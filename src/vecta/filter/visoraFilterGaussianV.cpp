@@ -236,6 +236,83 @@ HWY_INLINE V quotient(DSum dSum, V sums, uint32_t weight)
     }
 }
 
+// ---- Edges ----
+
+// The pixels of rows at one edge of the image, in vectors.
+template <uint32_t radius>
+class EdgePixels
+{
+  public:
+    // `first` is the first of them.
+    EdgePixels(const GaussianBorder& border, uint32_t first, uint32_t width)
+        : border_(border), first_(first), width_(width)
+    {
+        for (uint32_t i = 0; i < radius; ++i)
+        {
+            weights_[i] = static_cast<int32_t>(binomialWeightAt<radius>(border.outside, first + i, width));
+        }
+    }
+
+    // Those of one row to out[0 ..]; sumAt(x) gives the sums of its columns.
+    template <class SumAt>
+    HWY_INLINE void write(uint32_t rowWeight, SumAt sumAt, uint8_t* out) const
+    {
+        const hn::CappedTag<int32_t, 8> d;
+        const hn::Half<decltype(d)> dHalf;
+        const hn::Rebind<double, decltype(dHalf)> dDouble;
+        const hn::Rebind<uint8_t, decltype(d)> dBytes;
+        constexpr auto kWeights = binomialWeights<radius>();
+        constexpr size_t kLanes = hn::MaxLanes(hn::CappedTag<int32_t, 8>());
+        // The columns of all windows.
+        int32_t sums[3 * radius + kLanes] = {};
+        for (uint32_t i = 0; i < 3 * radius; ++i)
+        {
+            const int64_t x = int64_t{first_} + i - radius;
+            const int64_t nearest = std::clamp<int64_t>(x, 0, int64_t{width_} - 1);
+            if (x == nearest || border_.outside == Outside::Nearest)
+            {
+                sums[i] = static_cast<int32_t>(sumAt(static_cast<uint32_t>(nearest)));
+            }
+            else if (border_.outside == Outside::Constant)
+            {
+                sums[i] = static_cast<int32_t>(border_.constant * kBinomialTotal<radius>);
+            }
+        }
+        coverRange(0, radius, kLanes < radius ? kLanes : radius,
+                   [&](size_t x) HWY_ATTR
+                   {
+                       auto total =
+                           hn::Mul(hn::LoadU(d, sums + x + radius), hn::Set(d, static_cast<int32_t>(kWeights[radius])));
+                       for (size_t tap = 0; tap < radius; ++tap)
+                       {
+                           const auto pair =
+                               hn::Add(hn::LoadU(d, sums + x + tap), hn::LoadU(d, sums + x + 2 * radius - tap));
+                           total = hn::Add(total, hn::Mul(pair, hn::Set(d, static_cast<int32_t>(kWeights[tap]))));
+                       }
+                       // Of numbers of 32 bits, double precision rounds no quotient up to a whole number that it does
+                       // not reach.
+                       const auto factor = hn::Set(dDouble, static_cast<double>(rowWeight));
+                       const auto divide = [&](auto half, size_t from) HWY_ATTR
+                       {
+                           const auto weight = hn::PromoteTo(dDouble, hn::LoadU(dHalf, weights_ + x + from));
+                           return hn::DemoteTo(dHalf, hn::Div(hn::PromoteTo(dDouble, half), hn::Mul(weight, factor)));
+                       };
+                       const auto quotients = hn::Combine(d, divide(hn::UpperHalf(dHalf, total), kLanes / 2),
+                                                          divide(hn::LowerHalf(dHalf, total), 0));
+                       uint8_t pixels[kLanes];
+                       hn::StoreU(hn::DemoteTo(dBytes, quotients), dBytes, pixels);
+                       std::copy_n(pixels, std::min<size_t>(kLanes, radius), out + x);
+                   });
+    }
+
+  private:
+    const GaussianBorder& border_;
+    const uint32_t first_;
+    const uint32_t width_;
+    // Lanes without a pixel are divided by something, too.
+    int32_t weights_[radius + 8] = {};
+};
+
 // ---- Tiles ----
 
 template <uint32_t radius, class T, class Sum>
@@ -254,6 +331,8 @@ struct Tile
 {
     const GaussianImage<T>& image;
     const GaussianBorder& border;
+    const EdgePixels<radius>& leftEdge;
+    const EdgePixels<radius>& rightEdge;
     size_t firstRow;
     size_t rows;
     size_t firstColumn;  // of the sums; that of the pixels lies `radius` to the right of it
@@ -330,6 +409,10 @@ HWY_INLINE void combineColumns(D d, const Tile<radius, T, Sum>& tile)
     using V = hn::Vec<decltype(dSum)>;
     constexpr size_t kPlanes = TileSums<radius, T, Sum>::kPlanes;
     const GaussianImage<T>& image = tile.image;
+    const bool atLeftEdge = tile.border.written && tile.firstColumn == 0;
+    const bool atRightEdge = tile.border.written && tile.firstColumn + tile.columns + 2 * radius == image.width;
+    // Few pixels are sooner done one by one.
+    constexpr bool kEdgesInVectors = radius > 2;
     for (size_t i = 0; i < tile.rows; ++i)
     {
         prefetchBelow(tile, i);
@@ -396,23 +479,34 @@ HWY_INLINE void combineColumns(D d, const Tile<radius, T, Sum>& tile)
             interior(Quotient(rowWeight));
         }
 
+        const auto sumAt = [&](uint32_t column)
+        {
+            const size_t c = column - tile.firstColumn;
+            return static_cast<uint32_t>(planes[c % kPlanes][c / kPlanes]);
+        };
+        if constexpr (kEdgesInVectors)
+        {
+            if (atLeftEdge)
+            {
+                tile.leftEdge.write(rowWeight, sumAt, out);
+            }
+            if (atRightEdge)
+            {
+                tile.rightEdge.write(rowWeight, sumAt, out + image.width - radius);
+            }
+            continue;
+        }
         const auto edge = [&](uint32_t x)
         {
-            const auto sumAt = [&](uint32_t column)
-            {
-                const size_t c = column - tile.firstColumn;
-                return static_cast<uint32_t>(planes[c % kPlanes][c / kPlanes]);
-            };
             const WeightedSum total = binomialSum<radius>(
                 tile.border.outside, tile.border.constant * kBinomialTotal<radius>, x, image.width, sumAt);
             out[x] = normalised<T>(total.sum, total.weight * rowWeight);
         };
-        for (uint32_t x = 0; tile.border.written && tile.firstColumn == 0 && x < radius; ++x)
+        for (uint32_t x = 0; atLeftEdge && x < radius; ++x)
         {
             edge(x);
         }
-        const bool atRightEdge = tile.firstColumn + tile.columns + 2 * radius == image.width;
-        for (uint32_t x = image.width - radius; tile.border.written && atRightEdge && x < image.width; ++x)
+        for (uint32_t x = image.width - radius; atRightEdge && x < image.width; ++x)
         {
             edge(x);
         }
@@ -427,6 +521,8 @@ HWY_INLINE void filterTiles(D d, const GaussianImage<T>& image, const GaussianBo
     const size_t lanes = hn::Lanes(d);
     const size_t inner = image.width - size_t{2} * radius;
     const size_t frame = border.written ? 0 : radius;
+    const EdgePixels<radius> leftEdge(border, 0, image.width);
+    const EdgePixels<radius> rightEdge(border, image.width - radius, image.width);
     TileSums<radius, T, Sum> sums;
     for (size_t y = frame; y + frame < image.height; y += kTileRows)
     {
@@ -436,7 +532,7 @@ HWY_INLINE void filterTiles(D d, const GaussianImage<T>& image, const GaussianBo
             const size_t rest = (inner - done + lanes - 1) / lanes * lanes;
             const size_t columns = std::min({kTileColumns<Sum>, rest, inner / lanes * lanes});
             const size_t x = std::min(done, inner - columns);
-            const Tile<radius, T, Sum> tile = {image, border, y, rows, x, columns, sums};
+            const Tile<radius, T, Sum> tile = {image, border, leftEdge, rightEdge, y, rows, x, columns, sums};
             sumColumns<radius>(d, tile);
             combineColumns<radius>(d, tile);
             done = x + columns;

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "hwy/cache_control.h"
 #include "vecta/visoraUnroll.h"
 #include "vecta/visoraVector-inl.h"
 
@@ -23,92 +24,55 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-/** Where a strip keeps extremes of groups of rows, by the number of the group. */
-struct GroupBlocks
-{
-    uint8_t* of(size_t group) const { return first + group % count * pitch; }
-
-    uint8_t* first;
-    size_t count;
-    size_t pitch;
-};
-
-// out[i * pitch + x] = extreme of from[i][x] .. from[i + rows - 1][x] for i < kMade <= rows, a vector from x on, in
-// registers. What all of these windows have is taken once, that of the next blocks.count - 1 groups from `blocks`,
-// where that of the group behind them is left. Loads cost less than stores, which those of the next columns would have
-// to wait for.
-template <class Extreme, size_t kMade, class D>
-HWY_INLINE void extremeOfGroup(D d, const uint8_t* const* from, size_t rows, size_t group, size_t x, GroupBlocks blocks,
-                               uint8_t* out, size_t pitch)
-{
-    const Extreme extreme;
-    const auto load = [=](size_t row) HWY_ATTR { return hn::LoadU(d, from[row] + x); };
-    const size_t begun = kMade * blocks.count;
-    auto block = load(begun);
-    for (size_t row = begun + 1; row < rows; ++row)
-    {
-        block = extreme(block, load(row));
-    }
-    auto common = extreme(load(kMade - 1), block);
-    for (size_t i = 1; i < blocks.count; ++i)
-    {
-        common = extreme(common, hn::LoadU(d, blocks.of(group + i) + x));
-    }
-    hn::Vec<D> upper[kMade];
-    upper[kMade - 1] = common;
-    VISORA_UNROLL for (size_t i = kMade - 1; i-- > 0;)
-    {
-        upper[i] = extreme(upper[i + 1], load(i));
-    }
-    hn::StoreU(upper[0], d, out + x);
-    auto lower = load(rows);
-    VISORA_UNROLL for (size_t i = 1; i < kMade; ++i)
-    {
-        lower = i == 1 ? lower : extreme(lower, load(rows - 1 + i));
-        hn::StoreU(extreme(upper[i], lower), d, out + i * pitch + x);
-        // A group's last row: that of an odd number of rows is not.
-        if (rows + i == begun + kMade)
-        {
-            block = extreme(block, lower);
-        }
-    }
-    hn::StoreU(block, d, blocks.of(group + blocks.count) + x);
-}
-
 // Strips of so many vectors of results, for which one vector more is read, or two: windows reach no further.
 constexpr size_t kStripVectors = 5;
 constexpr size_t kMostStripRadius = 63;
 
-// put(i, extreme of in[64 i + k .. 64 i + k + span - 1] in lane k) for the vectors i of a strip, all in registers:
-// windows of single pixels grow to four, by `bytes` pixels and by whole words, which are shifted in from the
-// vector behind. span = 4 + bytes, and a multiple of four more, less than 64 kBeyond.
-template <class Extreme, int bytes, size_t kBeyond, class D, class Put>
-HWY_INLINE void extremeAlongStrip(D d, const uint8_t* in, size_t span, Put put)
+// So many rows of results are made at once: what shifts vectors is slow to give its result, but soon takes the next.
+constexpr size_t kRowsTogether = 2;
+
+// A strip is too narrow for the processor to see which rows come next, so they are asked for so many rows before.
+constexpr size_t kRowsAhead = 6;
+
+// Each pixel of rows of a strip becomes the extreme of the `span` pixels from it on, all in registers: windows of
+// single pixels grow to four, by one or three pixels and by whole words, which are shifted in from the vector behind.
+// span is odd and at least 5; the vectors behind the strip's hold what its windows reach there, and have no results.
+template <class Extreme, size_t kVectors, class D>
+HWY_INLINE void extremeAlongStrip(D d, hn::Vec<D> (&v)[kRowsTogether][kVectors], size_t span)
 {
     using V = hn::Vec<D>;
     const Extreme extreme;
-    constexpr size_t kLast = kStripVectors + kBeyond - 1;
-    V v[kLast + 1];
-    VISORA_UNROLL for (size_t i = 0; i <= kLast; ++i)
-    {
-        v[i] = hn::LoadU(d, in + 64 * i);
-    }
     // What stands behind the last vector is in no window of the strip's.
     const auto grow = [&](auto further) HWY_ATTR __attribute__((always_inline))
     {
-        VISORA_UNROLL for (size_t i = 0; i <= kLast; ++i)
+        VISORA_UNROLL for (size_t i = 0; i < kVectors; ++i)
         {
-            v[i] = extreme(v[i], further(v[i], v[HWY_MIN(i + 1, kLast)]));
+            VISORA_UNROLL for (auto& row : v)
+            {
+                row[i] = extreme(row[i], further(row[i], row[HWY_MIN(i + 1, kVectors - 1)]));
+            }
         }
     };
-    grow([=](V a, V behind) HWY_ATTR
-         { return hn::CombineShiftRightBytes<1>(d, V{_mm512_alignr_epi32(behind.raw, a.raw, 4)}, a); });
-    grow([=](V a, V behind) HWY_ATTR
-         { return hn::CombineShiftRightBytes<2>(d, V{_mm512_alignr_epi32(behind.raw, a.raw, 4)}, a); });
-    grow([=](V a, V behind) HWY_ATTR
-         { return hn::CombineShiftRightBytes<bytes>(d, V{_mm512_alignr_epi32(behind.raw, a.raw, 4)}, a); });
-    size_t words = (span - 4 - bytes) / 4;
-    const auto growBy = [&](auto step) HWY_ATTR __attribute__((always_inline))
+    const auto growByBytes = [&](auto bytes) HWY_ATTR __attribute__((always_inline))
+    {
+        grow(
+            [=](V a, V behind) HWY_ATTR {
+                return hn::CombineShiftRightBytes<decltype(bytes)::value>(
+                    d, V{_mm512_alignr_epi32(behind.raw, a.raw, 4)}, a);
+            });
+    };
+    growByBytes(std::integral_constant<int, 1>());
+    growByBytes(std::integral_constant<int, 2>());
+    if (span % 4 == 1)
+    {
+        growByBytes(std::integral_constant<int, 1>());
+    }
+    else
+    {
+        growByBytes(std::integral_constant<int, 3>());
+    }
+    size_t words = (span - 5) / 4;
+    const auto growByWords = [&](auto step) HWY_ATTR __attribute__((always_inline))
     {
         constexpr int kStep = decltype(step)::value;
         if (words >= kStep)
@@ -117,82 +81,152 @@ HWY_INLINE void extremeAlongStrip(D d, const uint8_t* in, size_t span, Put put)
             grow([](V a, V behind) HWY_ATTR { return V{_mm512_alignr_epi32(behind.raw, a.raw, kStep)}; });
         }
     };
-    growBy(std::integral_constant<int, 1>());
-    growBy(std::integral_constant<int, 2>());
-    growBy(std::integral_constant<int, 4>());
-    if constexpr (kBeyond == 2)
+    growByWords(std::integral_constant<int, 1>());
+    growByWords(std::integral_constant<int, 2>());
+    growByWords(std::integral_constant<int, 4>());
+    if constexpr (kVectors == kStripVectors + 2)
     {
-        growBy(std::integral_constant<int, 8>());
+        growByWords(std::integral_constant<int, 8>());
     }
     if (words != 0)
     {
         const auto places = hn::Iota(hn::Repartition<uint32_t, D>(), static_cast<uint32_t>(words));
         grow([=](V a, V behind) HWY_ATTR { return V{_mm512_permutex2var_epi32(a.raw, places.raw, behind.raw)}; });
     }
-    VISORA_UNROLL for (size_t i = 0; i < kStripVectors; ++i)
-    {
-        put(i, v[i]);
-    }
 }
 
 // The rows begin .. end - 1 of a strip of columns from x on, kGroup at a time: so few columns that all the rows of a
-// window stay in the first cache. from[0] is the first row of the first window.
-template <class Extreme, size_t kGroup, class D, class Finish>
+// window stay in the first cache, and that those of one row are in registers. from[0] is the first row of the first
+// window. What all windows of a group have is taken once, and that of whole groups of rows is kept.
+template <class Extreme, size_t kGroup, size_t kBeyond, class D, class Finish>
 HWY_NOINLINE void extremeStrip(D d, size_t x, size_t width, size_t radius, size_t rows, size_t begin, size_t end,
-                               const uint8_t* const* from, uint8_t* columns, Finish finish)
+                               const uint8_t* const* from, uint8_t* scratch, Finish finish)
 {
-    constexpr size_t kStrip = kStripVectors * 64;
-    constexpr size_t kPitch = kStrip + 3 * 64;
-    // Columns that there are, and where in a row of the strip's they begin and end.
-    const size_t first = x - std::min(x, radius);
-    const size_t last = std::min(x + kStrip + radius, width);
-    const size_t before = first + radius - x;
-    if (before != 0 || last != x + kStrip + radius)
+    using V = hn::Vec<D>;
+    constexpr size_t kVectors = kStripVectors + kBeyond;
+    constexpr size_t kPitch = kVectors * 64;
+    constexpr size_t kMostBlocks = 2 * kMostStripRadius / kGroup + 1;
+    const Extreme extreme;
+    const auto neutral = hn::Set(d, Extreme::kNeutral);
+    // Which lanes lie inside the image; what stands on both sides of it changes nothing.
+    __mmask64 inside[kVectors];
+    for (size_t j = 0; j < kVectors; ++j)
     {
-        // What stands on both sides of the image changes nothing.
-        std::fill_n(columns, kGroup * kPitch, Extreme::kNeutral);
+        const size_t at = x + 64 * j;  // `radius` more than the column of lane 0
+        const size_t outside = radius - std::min(radius, at);
+        const size_t until = width + radius - std::min(width + radius, at);
+        const auto lanesBelow = [](size_t count) { return count < 64 ? (uint64_t{1} << count) - 1 : ~uint64_t{0}; };
+        inside[j] = lanesBelow(until) & ~lanesBelow(outside);
     }
-    uint8_t* const out = columns + before - first;
-    const GroupBlocks blocks{out + kGroup * kPitch, rows / kGroup, kPitch};
-    for (size_t i = 1; i < blocks.count; ++i)
+    const auto load = [&](size_t row, size_t j) HWY_ATTR
+    { return V{_mm512_mask_loadu_epi8(neutral.raw, inside[j], from[row] + x + 64 * j - radius)}; };
+    const auto takeIn = [&](V(&v)[kVectors], size_t row) HWY_ATTR __attribute__((always_inline))
     {
-        coverRange(first, last, 64,
-                   [=](size_t at) HWY_ATTR
-                   {
-                       const Extreme extreme;
-                       auto all = hn::LoadU(d, from[i * kGroup] + at);
-                       for (size_t row = i * kGroup + 1; row < (i + 1) * kGroup; ++row)
-                       {
-                           all = extreme(all, hn::LoadU(d, from[row] + at));
-                       }
-                       hn::StoreU(all, d, blocks.of(i) + at);
-                   });
-    }
-    for (size_t y = begin; y < end; y += kGroup)
-    {
-        const size_t group = (y - begin) / kGroup;
-        coverRange(first, last, 64,
-                   [=](size_t at) HWY_ATTR
-                   { extremeOfGroup<Extreme, kGroup>(d, from + (y - begin), rows, group, at, blocks, out, kPitch); });
-        for (size_t i = 0; i < std::min(kGroup, end - y); ++i)
+        VISORA_UNROLL for (size_t j = 0; j < kVectors; ++j)
         {
-            const auto put = [&](size_t j, hn::Vec<D> v) HWY_ATTR { finish(y + i, x + 64 * j, v); };
-            const uint8_t* const in = columns + i * kPitch;
-            switch (radius % 2 + (radius <= 31 ? 0 : 2))
+            v[j] = extreme(v[j], load(row, j));
+        }
+    };
+    const auto takeInBlock = [&](V(&v)[kVectors], const uint8_t* block) HWY_ATTR __attribute__((always_inline))
+    {
+        VISORA_UNROLL for (size_t j = 0; j < kVectors; ++j)
+        {
+            v[j] = extreme(v[j], hn::Load(d, block + 64 * j));
+        }
+    };
+    const auto store = [&](const V(&v)[kVectors], uint8_t* to) HWY_ATTR __attribute__((always_inline))
+    {
+        VISORA_UNROLL for (size_t j = 0; j < kVectors; ++j)
+        {
+            hn::Store(v[j], d, to + 64 * j);
+        }
+    };
+    const auto clear = [&](V(&v)[kVectors]) HWY_ATTR __attribute__((always_inline))
+    {
+        VISORA_UNROLL for (size_t j = 0; j < kVectors; ++j)
+        {
+            v[j] = neutral;
+        }
+    };
+    V v[kVectors];
+    // Whole groups behind the first one that lie in its windows, and the next, which is made on the way.
+    const size_t whole = rows / kGroup - 1;
+    uint8_t* block[kMostBlocks];
+    for (size_t i = 0; i <= whole; ++i)
+    {
+        block[i] = scratch + (kGroup + i) * kPitch;
+        clear(v);
+        for (size_t row = (i + 1) * kGroup; i < whole && row < (i + 2) * kGroup; ++row)
+        {
+            takeIn(v, row);
+        }
+        store(v, block[i]);
+    }
+    for (size_t y = begin; y < end; y += kGroup, from += kGroup)
+    {
+        // The upper parts of the windows: of single rows down to the last one that the first window has.
+        const size_t begun = kGroup * (whole + 1);
+        clear(v);
+        for (size_t row = begun; row < rows; ++row)
+        {
+            takeIn(v, row);
+        }
+        store(v, block[whole]);
+        for (size_t i = 0; i < whole; ++i)
+        {
+            takeInBlock(v, block[i]);
+        }
+        for (size_t row = kGroup; row-- > 0;)
+        {
+            takeIn(v, row);
+            store(v, scratch + row * kPitch);
+        }
+        // The lower parts come from registers.
+        V lower[kVectors];
+        clear(lower);
+        const size_t made = std::min(kGroup, end - y);
+        for (size_t i = 0; i < made; i += kRowsTogether)
+        {
+            V results[kRowsTogether][kVectors];
+            VISORA_UNROLL for (size_t k = 0; k < kRowsTogether; ++k)
             {
-                case 0:
-                    extremeAlongStrip<Extreme, 1, 1>(d, in, 2 * radius + 1, put);
-                    break;
-                case 1:
-                    extremeAlongStrip<Extreme, 3, 1>(d, in, 2 * radius + 1, put);
-                    break;
-                case 2:
-                    extremeAlongStrip<Extreme, 1, 2>(d, in, 2 * radius + 1, put);
-                    break;
-                default:
-                    extremeAlongStrip<Extreme, 3, 2>(d, in, 2 * radius + 1, put);
+                if (y + i + k + kRowsAhead < end)
+                {
+                    const uint8_t* const ahead = from[rows - 1 + i + k + kRowsAhead] + x;
+                    VISORA_UNROLL for (size_t j = 0; j < kStripVectors; ++j)
+                    {
+                        hwy::Prefetch(ahead + 64 * j);
+                    }
+                }
+                if (i + k > 0)
+                {
+                    takeIn(lower, rows - 1 + i + k);
+                }
+                VISORA_UNROLL for (size_t j = 0; j < kVectors; ++j)
+                {
+                    results[k][j] = extreme(lower[j], hn::Load(d, scratch + (i + k) * kPitch + 64 * j));
+                }
+                // A group's last row: that of an odd number of rows is not.
+                if (rows + i + k == begun + kGroup)
+                {
+                    VISORA_UNROLL for (size_t j = 0; j < kVectors; ++j)
+                    {
+                        v[j] = lower[j];
+                    }
+                    takeInBlock(v, block[whole]);
+                    store(v, block[whole]);
+                }
+            }
+            extremeAlongStrip<Extreme>(d, results, 2 * radius + 1);
+            VISORA_UNROLL for (size_t k = 0; k < kRowsTogether; ++k)
+            {
+                VISORA_UNROLL for (size_t j = 0; j < kStripVectors && i + k < made; ++j)
+                {
+                    finish(y + i + k, x + 64 * j, results[k][j]);
+                }
             }
         }
+        std::rotate(block, block + 1, block + whole + 1);
     }
 }
 

@@ -11,6 +11,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterMorphologyV.cpp"
 #include <algorithm>
+#include <bit>
 
 #include "cpu/visoraScratch.h"
 #include "hwy/foreach_target.h"
@@ -337,20 +338,30 @@ HWY_INLINE void extremeRows(D d, size_t width, size_t radiusX, size_t radiusY, s
 #if HWY_TARGET <= HWY_AVX3
     if constexpr (hn::MaxLanes(D()) == 64)
     {
-        if (radiusX <= kMostStripRadius && width >= kStripVectors * 64 && rows >= kGroupRows / 2)
+        const bool isWide = radiusX > 31;
+        const bool isFlat = rows < kGroupRows;
+        if (radiusX <= kMostStripRadius && width >= kStripVectors * 64 && rows >= kGroupRows / (isWide ? 1 : 2))
         {
             coverRange(0, width, kStripVectors * 64,
                        [&](size_t x) HWY_ATTR
                        {
-                           if (rows < kGroupRows)
+                           const auto strip = [&](auto group, auto beyond) HWY_ATTR
                            {
-                               extremeStrip<Extreme, kGroupRows / 2>(d, x, width, radiusX, rows, begin, end, from,
-                                                                     columns, finish);
+                               extremeStrip<Extreme, decltype(group)::value, decltype(beyond)::value>(
+                                   d, x, width, radiusX, rows, begin, end, from, columns, finish);
+                           };
+                           if (isWide)
+                           {
+                               strip(std::integral_constant<size_t, kGroupRows>(), std::integral_constant<size_t, 2>());
+                           }
+                           else if (isFlat)
+                           {
+                               strip(std::integral_constant<size_t, kGroupRows / 2>(),
+                                     std::integral_constant<size_t, 1>());
                            }
                            else
                            {
-                               extremeStrip<Extreme, kGroupRows>(d, x, width, radiusX, rows, begin, end, from, columns,
-                                                                 finish);
+                               strip(std::integral_constant<size_t, kGroupRows>(), std::integral_constant<size_t, 1>());
                            }
                        });
             return;
@@ -413,10 +424,10 @@ HWY_INLINE vsrStatus extremes(const MorphologyCall& call)
     withVectorFor(call,
                   [&](auto d) HWY_ATTR
                   {
-                      extremeRows<Extreme>(d, call.width, call.radiusX, call.radiusY, 0, call.height, scratch.data(),
-                                           rowAt,
-                                           [&](size_t y, size_t x, hn::Vec<decltype(d)> v) HWY_ATTR
-                                           { hn::StoreU(v, d, call.dst + y * call.dstStride + x); });
+                      extremeRows<Extreme>(
+                          d, call.width, call.radiusX, call.radiusY, 0, call.height, scratch.data(), rowAt,
+                          [dst = call.dst, step = call.dstStride, d](size_t y, size_t x, hn::Vec<decltype(d)> v)
+                              HWY_ATTR { hn::StoreU(v, d, dst + y * step + x); });
                   });
     return VISORA_SUCCESS;
 }
@@ -427,42 +438,46 @@ template <class First, class Second, class Combine>
 HWY_INLINE vsrStatus twoExtremes(const MorphologyCall& call, Combine combine)
 {
     const size_t reach = call.radiusY;
-    // Whole groups of rows, and so many that the first extreme's windows are seldom begun anew.
-    constexpr size_t kGroups = 2 * kGroupRows;
-    const size_t stripRows = (2 * reach + kGroups) / kGroups * kGroups;
+    // Rows of the first extreme are kept in a ring: so many that its windows are seldom begun anew, but not more than
+    // the second cache holds beside the source's where fewer will do.
+    constexpr size_t kCacheBytes = 512 * 1024;
     const size_t step = (call.width + 63) / 64 * 64;
+    const size_t least = std::bit_ceil(2 * reach + 2 * kGroupRows);
+    size_t ring = std::bit_ceil(4 * reach + 2 * kGroupRows);
+    if (ring * step > kCacheBytes)
+    {
+        ring = least;
+    }
+    // Whole groups of rows.
+    const size_t stripRows = (ring - 2 * reach) / kGroupRows * kGroupRows;
     const size_t firstBytes = extremeScratch(call);
-    const Scratch scratch(firstBytes + (stripRows + 2 * reach + 1) * step);
+    const Scratch scratch(firstBytes + ring * step);
     if (!scratch.data())
     {
         return VISORA_ENOMEM;
     }
-    uint8_t* const strip = scratch.data() + firstBytes;
+    uint8_t* const first = scratch.data() + firstBytes;
+    const auto firstRow = [=](size_t y) { return first + (y & (ring - 1)) * step; };
     const auto nearest = [&](ptrdiff_t y)
     { return static_cast<size_t>(std::clamp<ptrdiff_t>(y, 0, static_cast<ptrdiff_t>(call.height) - 1)); };
     withVectorFor(call,
                   [&](auto d) HWY_ATTR
                   {
                       using V = hn::Vec<decltype(d)>;
-                      size_t made = 0;   // rows of the first extreme
-                      size_t first = 0;  // the one that the strip begins with
+                      size_t made = 0;  // rows of the first extreme
                       for (size_t y = 0; y < call.height; y += stripRows)
                       {
                           const size_t end = std::min(y + stripRows, call.height);
                           const size_t needed = std::min(end + reach, call.height);
-                          const size_t keepFrom = y - std::min(y, reach);
-                          std::copy(strip + (keepFrom - first) * step, strip + (made - first) * step, strip);
-                          first = keepFrom;
                           extremeRows<First>(
                               d, call.width, call.radiusX, call.radiusY, made, needed, scratch.data(),
                               [&](ptrdiff_t row) { return call.src + nearest(row) * call.srcStride; },
-                              [&](size_t row, size_t x, V v) HWY_ATTR
-                              { hn::StoreU(v, d, strip + (row - first) * step + x); });
+                              [=](size_t row, size_t x, V v) HWY_ATTR { hn::StoreU(v, d, firstRow(row) + x); });
                           made = needed;
                           extremeRows<Second>(
                               d, call.width, call.radiusX, call.radiusY, y, end, scratch.data(),
-                              [&](ptrdiff_t row) { return strip + (nearest(row) - first) * step; },
-                              [&](size_t row, size_t x, V v) HWY_ATTR
+                              [&](ptrdiff_t row) { return firstRow(nearest(row)); },
+                              [=](size_t row, size_t x, V v) HWY_ATTR
                               {
                                   const V source = hn::LoadU(d, call.src + row * call.srcStride + x);
                                   hn::StoreU(combine(source, v), d, call.dst + row * call.dstStride + x);

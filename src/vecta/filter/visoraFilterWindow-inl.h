@@ -156,6 +156,7 @@ class PaddedRows
 #define VISORA_VECTA_FILTER_WINDOW_INL_H
 #endif
 
+#include "hwy/cache_control.h"
 #include "hwy/highway.h"
 #include "vecta/visoraVector-inl.h"
 
@@ -206,10 +207,18 @@ HWY_INLINE vsrStatus columnsThenRows(const WindowSource<T>& source, WindowReach 
         columns(rows, 0, sums);
         std::transform(sums.begin(), sums.end(), beyond.begin(), [](const Sum* sum) { return *sum; });
     }
-    constexpr size_t kStripBytes = 64 * 1024;
-    const size_t strip =
-        // A window has rows. NOLINTNEXTLINE(clang-analyzer-core.DivideZero)
-        roundedUp(std::max({kStripBytes / sizeof(T) / reach.rows(), size_t{512}, 4 * (reach.left + reach.right)}));
+    // Where the windows of whole rows stay in the first-level cache there is one strip; one that is left is narrower
+    // than need be, so that what else is read and written does not drive it out.
+    constexpr size_t kCacheBytes = 48 * 1024;
+    constexpr size_t kStripBytes = kCacheBytes / 2;
+    const size_t strip = width * sizeof(T) * reach.rows() <= kCacheBytes
+                             ? roundedUp(width)
+                             // A window has rows. NOLINTNEXTLINE(clang-analyzer-core.DivideZero)
+                             : roundedUp(std::max({kStripBytes / sizeof(T) / reach.rows(), size_t{512},
+                                                   4 * (reach.left + reach.right)}));
+    // Processors do not see early enough which rows come next. Small images stay in a cache.
+    constexpr size_t kRowsAhead = 4;
+    const bool isLarge = width * sizeof(T) >= 3072;
     for (size_t begin = 0; begin < width; begin += strip)
     {
         const size_t end = std::min(begin + strip, width);
@@ -222,6 +231,14 @@ HWY_INLINE vsrStatus columnsThenRows(const WindowSource<T>& source, WindowReach 
             for (size_t i = 0; i < reach.rows(); ++i)
             {
                 rows[i] = source.row(static_cast<ptrdiff_t>(y + i) - static_cast<ptrdiff_t>(reach.above), outside);
+            }
+            if (isLarge && y + reach.below + kRowsAhead < source.height)
+            {
+                const T* ahead = source.src + (y + reach.below + kRowsAhead) * source.step;
+                for (size_t x = columnsBegin; x < columnsEnd; x += 64 / sizeof(T))
+                {
+                    hwy::Prefetch(ahead + x);
+                }
             }
             coverRange(columnsBegin, columnsEnd, lanes, [&](size_t x) HWY_ATTR { columns(rows, x, sums); });
             for (size_t plane = 0; plane < planes; ++plane)
