@@ -81,8 +81,10 @@ TEST(LargeImages, GiveTheReferencesBytes)
     const std::map<std::string, std::pair<uint32_t, uint32_t>> sizes = {
         {"vsrAbsDiffu8", usual},
         {"vsrAbsDiffScalaru8", usual},
+        {"vsrChannelCombine3u8", usual},
         {"vsrChannelCombine4u8", usual},
         {"vsrColorRGB565ToRGB888u8", usual},
+        {"vsrColorRGB888ToBGR888u8", usual},
         {"vsrColorRGB888ToYCbCr420Planaru8", usual},
         {"vsrColorRGBA8888ToYCbCr422PseudoPlanaru8", usual},
         {"vsrColorYCbCr420PlanarToRGB888u8", wholeLines},

@@ -20,16 +20,17 @@ namespace HWY_NAMESPACE
 
 // ---- Interleaved bytes, two, three and four ----
 
-/** Two vectors byte by byte, from Order::ForTwoWords. */
-template <class D, class V>
+/** Two vectors byte by byte, from Order::ForTwoWords; past the caches where kStreams, to aligned places. */
+template <bool kStreams = false, class D, class V>
 HWY_INLINE void storePairs(D d, V first, V second, uint8_t* dst)
 {
 #if HWY_ARCH_ARM
+    static_assert(!kStreams);
     vst2q_u8(dst, (uint8x16x2_t{{first.raw, second.raw}}));
     (void)d;
 #else
-    hn::StoreU(hn::InterleaveLower(d, first, second), d, dst);
-    hn::StoreU(hn::InterleaveUpper(d, first, second), d, dst + hn::Lanes(d));
+    storeOrStream<kStreams>(hn::InterleaveLower(d, first, second), d, dst);
+    storeOrStream<kStreams>(hn::InterleaveUpper(d, first, second), d, dst + hn::Lanes(d));
 #endif
 }
 

@@ -343,7 +343,7 @@ bool RGB888ToBGR888(const uint8_t* src, uint32_t width, uint32_t height, uint32_
     const auto exchange = [](auto /*d*/, const auto& pixels) HWY_ATTR {
         return std::remove_cvref_t<decltype(pixels)>{pixels.b, pixels.g, pixels.r};
     };
-    return convertTriples(exchange, src, width, height, srcStride, dst, dstStride);
+    return convertTriples<true>(exchange, src, width, height, srcStride, dst, dstStride);
 }
 
 vsrStatus RGBA8888ToBGRA8888(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,

@@ -6,6 +6,8 @@
 #define VISORA_VECTA_COLOR_STREAM_INL_H
 #endif
 
+#include <type_traits>
+
 #include "vecta/visoraStream-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -15,6 +17,46 @@ namespace HWY_NAMESPACE
 {
 
 constexpr size_t kPieceColumns = 1024;
+
+/** As coverRange from 0 on, body(x, whole). Where kStreams `whole` is true of the vectors from `begin` on, which is
+ * less than a vector, and what is left at both ends is covered by ones that overlap. */
+template <bool kStreams, class Body>
+HWY_INLINE void coverFrom(size_t begin, size_t end, size_t lanes, Body body)
+{
+    constexpr std::false_type kOrdinary;
+    if constexpr (kStreams)
+    {
+        if (begin != 0 || end == lanes)
+        {
+            body(0, kOrdinary);
+        }
+        size_t x = begin;
+        for (; x + lanes <= end; x += lanes)
+        {
+            body(x, std::true_type());
+        }
+        if (x != end)
+        {
+            body(end - lanes, kOrdinary);
+        }
+    }
+    else
+    {
+        coverRange(0, end, lanes, [&](size_t x) HWY_ATTR { body(x, kOrdinary); });
+    }
+}
+
+/** Columns of so many bytes before the first one where a vector of bytes is aligned, if any is. */
+template <size_t kBytes>
+HWY_INLINE size_t columnsToAligned(const uint8_t* to, size_t lanes)
+{
+    size_t columns = 0;
+    while (reinterpret_cast<uintptr_t>(to + columns * kBytes) % lanes != 0)
+    {
+        ++columns;
+    }
+    return columns;
+}
 
 /** Whether rows of this width, of images of so many bytes in all, source and destination, go by streamColumns. Behind
  * the last of them hwy::FlushStream() is due. */
@@ -43,14 +85,14 @@ struct Columns
  * Does a row by pieces, which their destinations get past the caches: convert(x, columns, pieces ...) makes `columns`
  * columns from column x on, an even one, of each destination. A column has 4 bytes in all destinations at most.
  */
-template <size_t kPiece = kPieceColumns, class Convert, class... Destinations>
+template <class Convert, class... Destinations>
 HWY_NOINLINE void streamColumns(size_t width, const Convert& convert, Destinations... to)
 {
     // The last piece is one that is longer.
-    alignas(64) uint8_t bytes[kPiece * 8];
+    alignas(64) uint8_t bytes[kPieceColumns * 8];
     for (size_t x = 0; x < width;)
     {
-        const size_t columns = width - x < 2 * kPiece ? width - x : kPiece;
+        const size_t columns = width - x < 2 * kPieceColumns ? width - x : kPieceColumns;
         uint8_t* next = bytes;
         const auto piece = [&](size_t bytesOfTwo) HWY_ATTR
         {
