@@ -52,9 +52,8 @@ HWY_INLINE bool combine(Step step, uint32_t width, uint32_t height, uint8_t* dst
             };
             if constexpr (HWY_ARCH_X86)
             {
-                const bool reachesAligned =
-                    kChannels == 3 || (reinterpret_cast<uintptr_t>(dst) | (rows == 1 ? 0 : dstStride)) % kChannels == 0;
-                if (reachesAligned && streamsColumns(columns, 2 * kChannels * columns * rows))
+                if (reachesAligned<kChannels>(dst, dstStride, rows) &&
+                    streamsColumns(columns, 2 * kChannels * columns * rows))
                 {
                     combineAll(std::true_type());
                     return hwy::FlushStream();
@@ -208,13 +207,13 @@ bool pick(const ChannelPlace& place, const SamplePlane& plane)
 vsrStatus swapPairs(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
                     uint32_t dstStride)
 {
-    return unary(
+    return mapPixels<2>(
         [](auto d, auto v) HWY_ATTR
         {
             alignas(16) static constexpr uint8_t kSwapped[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
             return hn::TableLookupBytes(v, hn::LoadDup128(d, kSwapped));
         },
-        src, 2 * srcWidth, srcHeight, srcStride, dst, dstStride);
+        src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 // Squared distances of pairs of differences.

@@ -325,11 +325,11 @@ class RGB565
     /** Where in its row a vector of `count` pixels from x on goes. */
     static constexpr size_t place(size_t x, size_t /*count*/, size_t /*width*/) { return x; }
 
-    template <class D, class V>
+    template <bool kStreams = false, class D, class V>
     static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
     {
         const Bytes<V> bytes = pack(d, pixels);
-        storePairs(d, bytes.low, bytes.high, dst);
+        storePairs<kStreams>(d, bytes.low, bytes.high, dst);
     }
 
     template <class D>
@@ -392,9 +392,10 @@ class ReversedRGB565 : RGB565
 
     static constexpr size_t place(size_t x, size_t count, size_t width) { return width - x - count; }
 
-    template <class D, class V>
+    template <bool kStreams = false, class D, class V>
     static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
     {
+        static_assert(!kStreams);
         const Bytes<V> bytes = pack(d, pixels);
 #if HWY_ARCH_ARM
         alignas(16) static constexpr uint8_t kBackwards[16] = {15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
@@ -473,10 +474,10 @@ struct RGBA8888
 template <class Format>
 struct BlueFirst : Format
 {
-    template <class D, class V>
+    template <bool kStreams = false, class D, class V>
     static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
     {
-        Format::store(d, Rgb<V>{pixels.b, pixels.g, pixels.r}, dst);
+        Format::template store<kStreams>(d, Rgb<V>{pixels.b, pixels.g, pixels.r}, dst);
     }
 
     template <class D>

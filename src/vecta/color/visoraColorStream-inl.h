@@ -8,6 +8,7 @@
 
 #include <type_traits>
 
+#include "vecta/visoraDrivers-inl.h"
 #include "vecta/visoraStream-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -46,7 +47,15 @@ HWY_INLINE void coverFrom(size_t begin, size_t end, size_t lanes, Body body)
     }
 }
 
-/** Columns of so many bytes before the first one where a vector of bytes is aligned, if any is. */
+/** Whether columns of so many bytes come to lie where vectors are aligned, in every row. */
+template <size_t kBytes>
+HWY_INLINE bool reachesAligned(const uint8_t* to, size_t stride, size_t rows)
+{
+    constexpr bool kIsPower = (kBytes & (kBytes - 1)) == 0;
+    return !kIsPower || (reinterpret_cast<uintptr_t>(to) | (rows == 1 ? 0 : stride)) % kBytes == 0;
+}
+
+/** Columns of so many bytes before the first one where a vector of bytes is aligned. */
 template <size_t kBytes>
 HWY_INLINE size_t columnsToAligned(const uint8_t* to, size_t lanes)
 {
@@ -109,6 +118,36 @@ HWY_NOINLINE void streamColumns(size_t width, const Convert& convert, Destinatio
         (std::index_sequence_for<Destinations...>());
         x += columns;
     }
+}
+
+/** dst = formula(d, src), pixels of kBytes bytes to such pixels. */
+template <size_t kBytes, class Formula>
+HWY_INLINE vsrStatus mapPixels(Formula formula, const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                               uint8_t* dst, uint32_t dstStride)
+{
+    if constexpr (HWY_ARCH_X86)
+    {
+        const bool areOne = srcStride == kBytes * width && dstStride == srcStride;
+        const size_t columns = areOne ? size_t{width} * height : width;
+        const size_t rows = areOne ? 1 : height;
+        if (src != dst && reachesAligned<kBytes>(dst, dstStride, rows) &&
+            streamsColumns(columns, 2 * kBytes * columns * rows))
+        {
+            const hn::ScalableTag<uint8_t> d;
+            const size_t n = hn::Lanes(d);
+            for (size_t y = 0; y < rows; ++y)
+            {
+                const uint8_t* const from = src + y * srcStride;
+                uint8_t* const to = dst + y * dstStride;
+                const auto at = [=](size_t x, auto isWhole) HWY_ATTR
+                { storeOrStream<isWhole>(formula(d, hn::LoadU(d, from + kBytes * x)), d, to + kBytes * x); };
+                coverFrom<true>(columnsToAligned<kBytes>(to, n), columns, n / kBytes, at);
+            }
+            hwy::FlushStream();
+            return VISORA_SUCCESS;
+        }
+    }
+    return unary(formula, src, static_cast<uint32_t>(kBytes * width), height, srcStride, dst, dstStride);
 }
 
 }  // namespace HWY_NAMESPACE
