@@ -1,10 +1,11 @@
 // Peers of the conversions between RGB formats, to YCbCr, between its layouts, of HSV, L*a*b*, channels and mosaics.
 // Where a peer follows the same rule its bytes are compared with ours before anything is timed.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <vector>
 
+#include "arena.h"
 #include "peers.h"
 #include "visora/variants/color.h"
 
@@ -74,9 +75,10 @@ struct RegisterContests
                 {
                     requireSameBytes(contest);
                 }
-                auto src = std::make_shared<std::vector<uint8_t>>(someBytes(width, height));
-                auto dst = std::make_shared<std::vector<uint8_t>>(src->size());
-                return [=] { contest.peer(src->data(), dst->data(), width, height); };
+                const std::vector<uint8_t> src = someBytes(width, height);
+                const Arena memory = arena(src.size(), src.size());
+                std::copy(src.begin(), src.end(), memory.read);
+                return [=] { contest.peer(memory.read, memory.written, width, height); };
             };
             RegisterPeers({{contest.operation, contest.label, contest.library, prepare}});
         }

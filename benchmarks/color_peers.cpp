@@ -1,8 +1,6 @@
 // Peers of the conversions from luma and chroma to RGB. Their coefficients and their order of channels differ; the
 // layouts and the amount of work are the same.
-#include <memory>
-#include <vector>
-
+#include "arena.h"
 #include "peers.h"
 
 #ifdef VISORA_HAVE_LIBYUV
@@ -21,23 +19,15 @@ namespace
 
 using Work = std::function<void()>;
 
-struct Buffers
-{
-    std::vector<uint8_t> src;
-    std::vector<uint8_t> dst;
-};
-
-std::shared_ptr<Buffers> buffers(int width, int height)
+Arena buffers(int width, int height)
 {
     const size_t pixels = static_cast<size_t>(width) * static_cast<size_t>(height);
-    auto made = std::make_shared<Buffers>();
-    made->src.resize(pixels * 3);
-    for (size_t i = 0; i < made->src.size(); ++i)
+    const Arena memory = arena(pixels * 3, pixels * 4);
+    for (size_t i = 0; i < pixels * 3; ++i)
     {
-        made->src[i] = static_cast<uint8_t>(i * 7 + i / 251);
+        memory.read[i] = static_cast<uint8_t>(i * 7 + i / 251);
     }
-    made->dst.resize(pixels * 4);
-    return made;
+    return memory;
 }
 
 // 4:2:0 with chroma pairs.
@@ -46,8 +36,8 @@ Work pseudoPlanar(int width, int height)
 {
     return [=, b = buffers(width, height)]
     {
-        const uint8_t* y = b->src.data();
-        convert(y, width, y + width * height, width, b->dst.data(), width * pixelBytes, width, height);
+        const uint8_t* y = b.read;
+        convert(y, width, y + width * height, width, b.written, width * pixelBytes, width, height);
     };
 }
 
@@ -58,10 +48,10 @@ Work planar(int width, int height)
     return [=, b = buffers(width, height)]
     {
         const int chromaWidth = width / divideX;
-        const uint8_t* y = b->src.data();
+        const uint8_t* y = b.read;
         const uint8_t* u = y + width * height;
         const uint8_t* v = u + chromaWidth * (height / divideY);
-        convert(y, width, u, chromaWidth, v, chromaWidth, b->dst.data(), width * pixelBytes, width, height);
+        convert(y, width, u, chromaWidth, v, chromaWidth, b.written, width * pixelBytes, width, height);
     };
 }
 

@@ -1,9 +1,11 @@
 #include "contests.h"
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <memory>
 
+#include "arena.h"
 #include "peers.h"
 #include "support/operations.h"
 
@@ -58,6 +60,37 @@ std::shared_ptr<Arguments> argumentsFor(const Operation& operation, Size size)
     return arguments;
 }
 
+constexpr size_t kCacheLine = 64;
+
+size_t bytesOf(const std::vector<Arguments::Buffer>& buffers)
+{
+    size_t bytes = 0;
+    for (const Arguments::Buffer& buffer : buffers)
+    {
+        bytes += (buffer.memory->size() + kCacheLine - 1) / kCacheLine * kCacheLine;
+    }
+    return bytes;
+}
+
+// Lays buffers one behind another, and lets arguments point there.
+void move(const std::vector<Arguments::Buffer>& buffers, uint8_t* to, std::vector<test::Word>& words)
+{
+    for (const Arguments::Buffer& buffer : buffers)
+    {
+        const auto begin = reinterpret_cast<uintptr_t>(buffer.memory->data());
+        const size_t bytes = buffer.memory->size();
+        std::copy_n(buffer.memory->data(), bytes, to);
+        for (test::Word& word : words)
+        {
+            if (word.kind == test::Word::Kind::Pointer && word.bits - begin < bytes)
+            {
+                word.bits += reinterpret_cast<uintptr_t>(to) - begin;
+            }
+        }
+        to += (bytes + kCacheLine - 1) / kCacheLine * kCacheLine;
+    }
+}
+
 Work callOf(const Operation& operation, VSR_FUNC implementation, Size size)
 {
     const auto arguments = argumentsFor(operation, size);
@@ -65,15 +98,20 @@ Work callOf(const Operation& operation, VSR_FUNC implementation, Size size)
     {
         return {};
     }
-    return [=] { arguments->run(implementation); };
+    const Arena memory = arena(bytesOf(arguments->inputBuffers()), bytesOf(arguments->outputBuffers()));
+    std::vector<test::Word> words = arguments->words();
+    move(arguments->inputBuffers(), memory.read, words);
+    move(arguments->outputBuffers(), memory.written, words);
+    return [=] { arguments->runWith(implementation, words); };
 }
 
 // A copy reads and writes as many bytes as the operation.
 Work copyFor(const Operation& operation, Size size)
 {
     const size_t bytes = argumentsFor(operation, size)->bytesTouched() / 2;
-    return [from = std::vector<uint8_t>(bytes, 1), to = std::vector<uint8_t>(bytes)]() mutable
-    { std::memcpy(to.data(), from.data(), from.size()); };
+    const Arena memory = arena(bytes, bytes);
+    std::fill_n(memory.read, bytes, uint8_t{1});
+    return [=] { std::memcpy(memory.written, memory.read, bytes); };
 }
 
 }  // namespace

@@ -81,14 +81,23 @@ TEST(LargeImages, GiveTheReferencesBytes)
     const std::map<std::string, std::pair<uint32_t, uint32_t>> sizes = {
         {"vsrAbsDiffu8", usual},
         {"vsrAbsDiffScalaru8", usual},
+        {"vsrChannelCombine3u8", wholeLines},
         {"vsrChannelCombine4u8", usual},
         {"vsrColorRGB565ToRGB888u8", usual},
+        {"vsrColorRGB888ToBGR888u8", wholeLines},
+        {"vsrColorRGB888ToBGRA8888u8", wholeLines},
+        {"vsrColorRGB888ToRGB565u8", wholeLines},
         {"vsrColorRGB888ToYCbCr420Planaru8", usual},
+        {"vsrColorRGBA8888ToBGRA8888u8", wholeLines},
+        {"vsrColorRGBA8888ToGrayu8", wholeLines},
+        {"vsrColorRGBA8888ToRGB888u8", wholeLines},
         {"vsrColorRGBA8888ToYCbCr422PseudoPlanaru8", usual},
         {"vsrColorYCbCr420PlanarToRGB888u8", wholeLines},
         {"vsrColorYCbCr420PlanarToYCbCr444PseudoPlanaru8", usual},
         {"vsrColorYCbCr422PlanarToYCbCr422PseudoPlanaru8", usual},
+        {"vsrColorYCbCr444PlanarToYCbCr444PseudoPlanaru8", wholeLines},
         {"vsrColorYCbCr444PseudoPlanarToYCbCr420Planaru8", usual},
+        {"vsrColorYCbCr444PseudoPlanarToYCbCr444Planaru8", wholeLines},
         {"vsrColorYCrCbH2V2toRGB888u8", wholeLines},
         {"vsrConvertu8f32", usual},
         {"vsrFFTf32complex_rows", size(512, 1031)},
@@ -99,21 +108,23 @@ TEST(LargeImages, GiveTheReferencesBytes)
         {"vsrScaleUpBy2u8", usual},
         {"vsrTransposef32", usual},
     };
-    std::map<std::string, int> calls;
+    // Lines begin with a row, or within it at a pixel, or nowhere at one.
+    constexpr uint32_t kOffsets[] = {0, 12, 13}, kPaddings[] = {0, 20, 7};
+    std::map<std::string, size_t> calls;
     for (const Operation& operation : operations())
     {
         const auto found = sizes.find(operation.name + operation.label);
-        for (uint64_t seed = 0; seed < 2 && found != sizes.end(); ++seed)
+        for (uint64_t seed = 0; seed < std::size(kOffsets) && found != sizes.end(); ++seed)
         {
             Shape shape{found->second.first, found->second.second};
-            shape.offset = seed == 0 ? 0 : 13;
-            shape.srcPadding = shape.dstPadding = seed == 0 ? 0 : 7;
+            shape.offset = kOffsets[seed];
+            shape.srcPadding = shape.dstPadding = kPaddings[seed];
             calls[found->first] += givesTheReferencesBytes(operation, shape, seed);
         }
     }
     for (const auto& [name, any] : sizes)
     {
-        EXPECT_EQ(2, calls[name]) << name;
+        EXPECT_EQ(std::size(kOffsets), calls[name]) << name;
     }
 }
 

@@ -11,7 +11,7 @@
 
 #include "vecta/color/visoraColorFormats-inl.h"
 #include "vecta/color/visoraColorRules-inl.h"
-#include "vecta/visoraStream-inl.h"
+#include "vecta/color/visoraColorStream-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -55,28 +55,8 @@ HWY_INLINE void convertRows(D d, const uint8_t* luma, size_t lumaStride, const L
     };
     const auto cover = [&](size_t end, auto at) HWY_ATTR __attribute__((always_inline))
     {
-        constexpr std::false_type kOrdinary;
-        if constexpr (kStreams)
-        {
-            const size_t begin = (0 - reinterpret_cast<uintptr_t>(dst)) % 64 / Format::kBytes;
-            if (begin != 0 || end == n)
-            {
-                at(0, kOrdinary);
-            }
-            size_t x = begin;
-            for (; x + n <= end; x += n)
-            {
-                at(x, std::true_type());
-            }
-            if (x != end)
-            {
-                at(end - n, kOrdinary);
-            }
-        }
-        else
-        {
-            coverRange(0, end, n, [&](size_t x) HWY_ATTR { at(x, kOrdinary); });
-        }
+        const size_t begin = (0 - reinterpret_cast<uintptr_t>(dst)) % 64 / Format::kBytes;
+        coverFrom<kStreams>(begin, end, n, at);
     };
     if constexpr (!kHalved)
     {

@@ -23,7 +23,8 @@ namespace HWY_NAMESPACE
 
 // ---- Interleaving ----
 
-/** Calls step(d, rows at x ..., where their pixels go) along the rows of planes that are combined. */
+/** Calls step(d, whether to write past the caches, rows at x ..., where their pixels go) along the rows of planes that
+ * are combined. */
 template <size_t kMaxVectorBytes, class Step, class... Sources>
 HWY_INLINE bool combine(Step step, uint32_t width, uint32_t height, uint8_t* dst, uint32_t dstStride,
                         Sources... sources)
@@ -35,33 +36,30 @@ HWY_INLINE bool combine(Step step, uint32_t width, uint32_t height, uint8_t* dst
     const size_t rows = areOne ? 1 : height;
     return withFittingVector<uint8_t, kMaxVectorBytes>(
         columns,
-        [&](auto d) HWY_ATTR
+        [=](auto d) HWY_ATTR
         {
-            const auto combineRow = [=](size_t some, uint8_t* out, auto... from) HWY_ATTR
+            const auto combineAll = [=](auto streams) HWY_ATTR
             {
-                coverRange(0, some, hn::Lanes(d),
-                           [=](size_t x) HWY_ATTR { step(d, hn::LoadU(d, from + x)..., out + kChannels * x); });
+                constexpr bool kStreams = decltype(streams)::value;
+                for (size_t y = 0; y < rows; ++y)
+                {
+                    uint8_t* const out = dst + y * dstStride;
+                    const auto at = [=](size_t x, auto isWhole) HWY_ATTR
+                    { step(d, isWhole, hn::LoadU(d, sources.row(y) + x)..., out + kChannels * x); };
+                    coverFrom<kStreams>(kStreams ? columnsToAligned<kChannels>(out, hn::Lanes(d)) : 0, columns,
+                                        hn::Lanes(d), at);
+                }
             };
-            const bool streams = streamsColumns(columns, 2 * kChannels * columns * rows);
-            for (size_t y = 0; y < rows; ++y)
+            if constexpr (HWY_ARCH_X86)
             {
-                uint8_t* const out = dst + y * dstStride;
-                if (streams)
+                if (reachesAligned<kChannels>(dst, dstStride, rows) &&
+                    streamsColumns(columns, 2 * kChannels * columns * rows))
                 {
-                    const auto combinePiece = [=](size_t x, size_t some, uint8_t* piece) HWY_ATTR
-                    { combineRow(some, piece, sources.row(y) + x...); };
-                    // Short pieces: next to nothing is read meanwhile from each of the sources.
-                    streamColumns<256>(columns, combinePiece, Columns{out, 2 * kChannels});
-                }
-                else
-                {
-                    combineRow(columns, out, sources.row(y)...);
+                    combineAll(std::true_type());
+                    return hwy::FlushStream();
                 }
             }
-            if (streams)
-            {
-                hwy::FlushStream();
-            }
+            combineAll(std::false_type());
         });
 }
 
@@ -77,17 +75,18 @@ bool combine2(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src
               uint32_t src2Stride, uint8_t* dst, uint32_t dstStride)
 {
     [[maybe_unused]] constexpr Order kOrder = Order::ForTwoWords;
-    return combine<64>([](auto d, auto a, auto b, uint8_t* out) HWY_ATTR
-                       { storePairs(d, arrange<kOrder>(d, a), arrange<kOrder>(d, b), out); },
+    return combine<64>([](auto d, auto isWhole, auto a, auto b, uint8_t* out) HWY_ATTR
+                       { storePairs<isWhole>(d, arrange<kOrder>(d, a), arrange<kOrder>(d, b), out); },
                        width, height, dst, dstStride, Source{src1, src1Stride}, Source{src2, src2Stride});
 }
 
 bool combine3(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride, const uint8_t* src2,
               uint32_t src2Stride, const uint8_t* src3, uint32_t src3Stride, uint8_t* dst, uint32_t dstStride)
 {
-    return combine<RGB888::kMaxVectorBytes>(
-        [](auto d, auto a, auto b, auto c, uint8_t* out) HWY_ATTR { storeTriples(d, a, b, c, out); }, width, height,
-        dst, dstStride, Source{src1, src1Stride}, Source{src2, src2Stride}, Source{src3, src3Stride});
+    return combine<RGB888::kMaxVectorBytes>([](auto d, auto isWhole, auto a, auto b, auto c, uint8_t* out) HWY_ATTR
+                                            { storeTriples<isWhole>(d, a, b, c, out); },
+                                            width, height, dst, dstStride, Source{src1, src1Stride},
+                                            Source{src2, src2Stride}, Source{src3, src3Stride});
 }
 
 bool combine4(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src1Stride, const uint8_t* src2,
@@ -96,9 +95,10 @@ bool combine4(const uint8_t* src1, uint32_t width, uint32_t height, uint32_t src
 {
     [[maybe_unused]] constexpr Order kOrder = Order::ForFourWords;
     return combine<64>(
-        [](auto d, auto a, auto b, auto c, auto e, uint8_t* out) HWY_ATTR {
-            storeQuads(d, arrange<kOrder>(d, a), arrange<kOrder>(d, b), arrange<kOrder>(d, c), arrange<kOrder>(d, e),
-                       out);
+        [](auto d, auto isWhole, auto a, auto b, auto c, auto e, uint8_t* out) HWY_ATTR
+        {
+            storeQuads<isWhole>(d, arrange<kOrder>(d, a), arrange<kOrder>(d, b), arrange<kOrder>(d, c),
+                                arrange<kOrder>(d, e), out);
         },
         width, height, dst, dstStride, Source{src1, src1Stride}, Source{src2, src2Stride}, Source{src3, src3Stride},
         Source{src4, src4Stride});
@@ -207,13 +207,13 @@ bool pick(const ChannelPlace& place, const SamplePlane& plane)
 vsrStatus swapPairs(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint8_t* dst,
                     uint32_t dstStride)
 {
-    return unary(
+    return mapPixels<2>(
         [](auto d, auto v) HWY_ATTR
         {
             alignas(16) static constexpr uint8_t kSwapped[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
             return hn::TableLookupBytes(v, hn::LoadDup128(d, kSwapped));
         },
-        src, 2 * srcWidth, srcHeight, srcStride, dst, dstStride);
+        src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 // Squared distances of pairs of differences.

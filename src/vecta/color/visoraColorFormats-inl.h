@@ -20,16 +20,17 @@ namespace HWY_NAMESPACE
 
 // ---- Interleaved bytes, two, three and four ----
 
-/** Two vectors byte by byte, from Order::ForTwoWords. */
-template <class D, class V>
+/** Two vectors byte by byte, from Order::ForTwoWords; past the caches where kStreams, to aligned places. */
+template <bool kStreams = false, class D, class V>
 HWY_INLINE void storePairs(D d, V first, V second, uint8_t* dst)
 {
 #if HWY_ARCH_ARM
+    static_assert(!kStreams);
     vst2q_u8(dst, (uint8x16x2_t{{first.raw, second.raw}}));
     (void)d;
 #else
-    hn::StoreU(hn::InterleaveLower(d, first, second), d, dst);
-    hn::StoreU(hn::InterleaveUpper(d, first, second), d, dst + hn::Lanes(d));
+    storeOrStream<kStreams>(hn::InterleaveLower(d, first, second), d, dst);
+    storeOrStream<kStreams>(hn::InterleaveUpper(d, first, second), d, dst + hn::Lanes(d));
 #endif
 }
 
@@ -324,11 +325,11 @@ class RGB565
     /** Where in its row a vector of `count` pixels from x on goes. */
     static constexpr size_t place(size_t x, size_t /*count*/, size_t /*width*/) { return x; }
 
-    template <class D, class V>
+    template <bool kStreams = false, class D, class V>
     static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
     {
         const Bytes<V> bytes = pack(d, pixels);
-        storePairs(d, bytes.low, bytes.high, dst);
+        storePairs<kStreams>(d, bytes.low, bytes.high, dst);
     }
 
     template <class D>
@@ -391,9 +392,10 @@ class ReversedRGB565 : RGB565
 
     static constexpr size_t place(size_t x, size_t count, size_t width) { return width - x - count; }
 
-    template <class D, class V>
+    template <bool kStreams = false, class D, class V>
     static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
     {
+        static_assert(!kStreams);
         const Bytes<V> bytes = pack(d, pixels);
 #if HWY_ARCH_ARM
         alignas(16) static constexpr uint8_t kBackwards[16] = {15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
@@ -472,10 +474,10 @@ struct RGBA8888
 template <class Format>
 struct BlueFirst : Format
 {
-    template <class D, class V>
+    template <bool kStreams = false, class D, class V>
     static HWY_INLINE void store(D d, const Rgb<V>& pixels, uint8_t* dst)
     {
-        Format::store(d, Rgb<V>{pixels.b, pixels.g, pixels.r}, dst);
+        Format::template store<kStreams>(d, Rgb<V>{pixels.b, pixels.g, pixels.r}, dst);
     }
 
     template <class D>

@@ -2,6 +2,8 @@
 #include "vecta/visoraExport.h"
 #include "visora/variants/color.h"
 
+// AVX-512 permutes the bytes of pixels.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/color/visoraColorHsvV.cpp"
 #include "hwy/foreach_target.h"

@@ -396,6 +396,41 @@ HWY_INLINE bool convertRow(const ChromaSamples<const uint8_t>& top, const Chroma
     return convertPairs<along, false, kTwoRows>(pairs, units, dst.cb, dst.cr);
 }
 
+#if !HWY_ARCH_ARM
+/** Samples between planes and pairs, as they are, past the caches. @return false where vectors are never aligned in all
+ * destinations */
+HWY_INLINE bool streamSamples(const ChromaSamples<const uint8_t>& src, size_t units, const ChromaSamples<uint8_t>& dst)
+{
+    const hn::ScalableTag<uint8_t> d;
+    const size_t n = hn::Lanes(d);
+    uint8_t *const cb = dst.cb, *const cr = dst.cr;
+    const bool reaches = dst.step == 2 ? reachesAligned<2>(cb, 0, 1) : (cr - cb) % 64 == 0;
+    if (src.step == dst.step || !reaches)
+    {
+        return false;
+    }
+    if (dst.step == 2)
+    {
+        const auto join = [=](size_t x, auto isWhole) HWY_ATTR
+        {
+            storePairs<isWhole>(d, arrange<Order::ForTwoWords>(d, hn::LoadU(d, src.cb + x)),
+                                arrange<Order::ForTwoWords>(d, hn::LoadU(d, src.cr + x)), cb + 2 * x);
+        };
+        coverFrom<true>(columnsToAligned<2>(cb, n), units, n, join);
+        return true;
+    }
+    const auto split = [=](size_t x, auto isWhole) HWY_ATTR
+    {
+        hn::Vec<decltype(d)> b, r;
+        loadPairs(d, src.cb + 2 * x, b, r);
+        storeOrStream<isWhole>(rearrange<Order::ForTwoWords, Order::Natural>(d, b), d, cb + x);
+        storeOrStream<isWhole>(rearrange<Order::ForTwoWords, Order::Natural>(d, r), d, cr + x);
+    };
+    coverFrom<true>(columnsToAligned<1>(cb, n), units, n, split);
+    return true;
+}
+#endif
+
 /** As convertRow, past the caches where `streams` says so. */
 template <Along along, bool kTwoRows>
 HWY_INLINE bool makeRow(bool streams, const ChromaSamples<const uint8_t>& top,
@@ -405,6 +440,15 @@ HWY_INLINE bool makeRow(bool streams, const ChromaSamples<const uint8_t>& top,
     {
         return convertRow<along, kTwoRows>(top, bottom, units, dst);
     }
+#if !HWY_ARCH_ARM
+    if constexpr (along == Along::Same && !kTwoRows)
+    {
+        if (streamSamples(top, units, dst))
+        {
+            return true;
+        }
+    }
+#endif
     constexpr size_t kRead = along == Along::Mean ? 2 : 1;
     const size_t written = (along == Along::Repeat ? 4 : 2) * dst.step;
     const bool isPlanar = dst.step == 1;

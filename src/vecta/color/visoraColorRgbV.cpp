@@ -46,12 +46,13 @@ HWY_INLINE hn::Vec<D> withoutAlpha(D d, const uint8_t* pixels)
 
 #if HWY_TARGET <= HWY_AVX3
 /** Four vectors of pixels of four bytes to three of three. */
-template <bool kExchanges>
+template <bool kExchanges, bool kStreams>
 HWY_INLINE void dropAlphaOfFour(const uint8_t* src, uint8_t* dst)
 {
     const hn::FixedTag<uint8_t, 64> d;
     const auto take = [=](size_t i) HWY_ATTR { return withoutAlpha<kExchanges>(d, src + 64 * i).raw; };
-    const auto put = [=](size_t i, __m512i v) HWY_ATTR { hn::StoreU(hn::Vec<decltype(d)>{v}, d, dst + 64 * i); };
+    const auto put = [=](size_t i, __m512i v) HWY_ATTR
+    { storeOrStream<kStreams>(hn::Vec<decltype(d)>{v}, d, dst + 64 * i); };
     const __m512i v0 = take(0), v1 = take(1), v2 = take(2), v3 = take(3);
     // Fours of bytes from 16 on are the second vector's; the last of each four is of no pixel.
     put(0,
@@ -89,9 +90,10 @@ struct FieldPlaces
 };
 
 /** 64 pixels of RGB565 to three bytes each. */
-template <bool kExchanges>
+template <bool kExchanges, bool kStreams>
 HWY_INLINE void spreadFields(const uint8_t* src, uint8_t* dst)
 {
+    const hn::FixedTag<uint8_t, 64> d;
     static constexpr FieldPlaces kPlaces[] = {{kExchanges, 0}, {kExchanges, 1}, {kExchanges, 2}};
     for (size_t i = 0; i < 3; ++i)
     {
@@ -100,12 +102,13 @@ HWY_INLINE void spreadFields(const uint8_t* src, uint8_t* dst)
             _mm512_permutexvar_epi16(_mm512_load_si512(places.words), _mm512_loadu_si512(src + 2 * places.begin));
         const __m512i high = _mm512_multishift_epi64_epi8(_mm512_load_si512(places.high), pixels);
         const __m512i low = _mm512_multishift_epi64_epi8(_mm512_load_si512(places.low), pixels);
-        _mm512_storeu_si512(dst + 64 * i, _mm512_ternarylogic_epi64(_mm512_load_si512(places.mask), high, low, 0xCA));
+        const __m512i bytes = _mm512_ternarylogic_epi64(_mm512_load_si512(places.mask), high, low, 0xCA);
+        storeOrStream<kStreams>(hn::Vec<decltype(d)>{bytes}, d, dst + 64 * i);
     }
 }
 
 /** 64 pixels of three bytes to words of fields, the first byte or, exchanged, the last one at the lowest bits. */
-template <bool kExchanges>
+template <bool kExchanges, bool kStreams>
 HWY_INLINE void joinFields(const uint8_t* src, uint8_t* dst)
 {
     struct Places
@@ -122,6 +125,7 @@ HWY_INLINE void joinFields(const uint8_t* src, uint8_t* dst)
         alignas(64) uint8_t outer[64]{}, inner[64]{};
     };
     static constexpr Places kPlaces[] = {Places(0), Places(32)};
+    const hn::FixedTag<uint8_t, 64> d;
     for (size_t i = 0; i < 2; ++i)
     {
         const __m512i first = _mm512_loadu_si512(src + 64 * i);
@@ -130,13 +134,14 @@ HWY_INLINE void joinFields(const uint8_t* src, uint8_t* dst)
         const __m512i inner = _mm512_permutex2var_epi8(first, _mm512_load_si512(kPlaces[i].inner), second);
         const __m512i ends =
             _mm512_ternarylogic_epi64(_mm512_set1_epi16(0x001F), _mm512_srli_epi16(outer, 3), outer, 0xCA);
-        _mm512_storeu_si512(dst + 64 * i, _mm512_ternarylogic_epi64(_mm512_set1_epi16(0x07E0),
-                                                                    _mm512_slli_epi16(inner, 3), ends, 0xCA));
+        const __m512i words =
+            _mm512_ternarylogic_epi64(_mm512_set1_epi16(0x07E0), _mm512_slli_epi16(inner, 3), ends, 0xCA);
+        storeOrStream<kStreams>(hn::Vec<decltype(d)>{words}, d, dst + 64 * i);
     }
 }
 #elif HWY_TARGET <= HWY_AVX3
 /** 64 pixels of RGB565 to three bytes each. */
-template <bool kExchanges>
+template <bool kExchanges, bool kStreams>
 HWY_INLINE void spreadFields(const uint8_t* src, uint8_t* dst)
 {
     const hn::FixedTag<uint8_t, 64> d;
@@ -160,7 +165,8 @@ HWY_INLINE void spreadFields(const uint8_t* src, uint8_t* dst)
     __m512i even0, odd0, even1, odd1;
     spread(0, even0, odd0);
     spread(1, even1, odd1);
-    const auto put = [=](size_t i, __m512i v) HWY_ATTR { hn::StoreU(hn::Vec<decltype(d)>{v}, d, dst + 64 * i); };
+    const auto put = [=](size_t i, __m512i v) HWY_ATTR
+    { storeOrStream<kStreams>(hn::Vec<decltype(d)>{v}, d, dst + 64 * i); };
     // Fours of bytes from 16 on are those of odd blocks.
     put(0, _mm512_permutex2var_epi32(even0, _mm512_setr_epi32(0, 1, 2, 16, 17, 18, 4, 5, 6, 20, 21, 22, 8, 9, 10, 24),
                                      odd0));
@@ -177,7 +183,7 @@ HWY_INLINE void spreadFields(const uint8_t* src, uint8_t* dst)
 
 /** Four bytes a pixel to three. Every store but for its last quarter stays: the next one begins there. So the row's
  * last pixels are left. @return how many pixels are done */
-template <bool kExchanges>
+template <bool kExchanges, bool kStreams>
 HWY_INLINE size_t dropAlpha(const uint8_t* src, size_t width, uint8_t* dst)
 {
     const hn::CappedTag<uint8_t, 32> d;
@@ -186,7 +192,7 @@ HWY_INLINE size_t dropAlpha(const uint8_t* src, size_t width, uint8_t* dst)
 #if HWY_TARGET <= HWY_AVX3
     for (; x + 64 <= width; x += 64)
     {
-        dropAlphaOfFour<kExchanges>(src + 4 * x, dst + 3 * x);
+        dropAlphaOfFour<kExchanges, kStreams>(src + 4 * x, dst + 3 * x);
     }
 #endif
     for (; 3 * x + n <= 3 * width && x + n / 4 <= width; x += n / 4)
@@ -206,7 +212,7 @@ HWY_INLINE size_t dropAlpha(const uint8_t* src, size_t width, uint8_t* dst)
 
 /** Three bytes a pixel to four. Every load but for its last quarter counts, so the row's last pixels are left. @return
  * how many pixels are done */
-template <bool kExchanges>
+template <bool kExchanges, bool kStreams>
 HWY_INLINE size_t addAlpha(const uint8_t* src, size_t width, uint8_t* dst)
 {
     const hn::ScalableTag<uint8_t> d;
@@ -225,14 +231,15 @@ HWY_INLINE size_t addAlpha(const uint8_t* src, size_t width, uint8_t* dst)
         {
             pixels = hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(s32, pixels), hn::SetTableIndices(s32, kApart)));
         }
-        hn::StoreU(hn::Or(hn::TableLookupBytes(pixels, order), opaque), d, dst + 4 * x);
+        storeOrStream<kStreams>(hn::Or(hn::TableLookupBytes(pixels, order), opaque), d, dst + 4 * x);
     }
     return x;
 }
 
 #endif
 
-template <class Source, class Destination>
+/** A row; past the caches where kStreams, and `dst` is then aligned to a line. */
+template <class Source, class Destination, bool kStreams = false>
 HWY_INLINE bool repackRow(const uint8_t* src, size_t width, uint8_t* dst)
 {
     return withFittingVector<uint8_t, kRepackBytes<Source, Destination>>(
@@ -246,8 +253,8 @@ HWY_INLINE bool repackRow(const uint8_t* src, size_t width, uint8_t* dst)
             {
                 constexpr bool kExchanges =
                     std::is_same_v<Destination, BGR888> || std::is_same_v<Destination, BGRA8888>;
-                const size_t done = Source::kBytes == 4 ? dropAlpha<kExchanges>(src, width, dst)
-                                                        : addAlpha<kExchanges>(src, width, dst);
+                const size_t done = Source::kBytes == 4 ? dropAlpha<kExchanges, kStreams>(src, width, dst)
+                                                        : addAlpha<kExchanges, kStreams>(src, width, dst);
                 begin = HWY_MIN(done, width - n);
             }
 #if HWY_TARGET <= HWY_AVX3_DL
@@ -257,7 +264,7 @@ HWY_INLINE bool repackRow(const uint8_t* src, size_t width, uint8_t* dst)
                 size_t done = 0;
                 for (; done + 64 <= width; done += 64)
                 {
-                    joinFields<std::is_same_v<Destination, BGR565>>(src + 3 * done, dst + 2 * done);
+                    joinFields<std::is_same_v<Destination, BGR565>, kStreams>(src + 3 * done, dst + 2 * done);
                 }
                 begin = HWY_MIN(done, width - n);
             }
@@ -268,18 +275,25 @@ HWY_INLINE bool repackRow(const uint8_t* src, size_t width, uint8_t* dst)
                 size_t done = 0;
                 for (; done + 64 <= width; done += 64)
                 {
-                    spreadFields<std::is_same_v<Destination, BGR888>>(src + 2 * done, dst + 3 * done);
+                    spreadFields<std::is_same_v<Destination, BGR888>, kStreams>(src + 2 * done, dst + 3 * done);
                 }
                 begin = HWY_MIN(done, width - n);
             }
 #endif
 #endif
-            coverRange(begin, width, n,
-                       [=](size_t x) HWY_ATTR
-                       {
-                           Destination::store(d, loadFor<Source, Destination>(d, src + x * Source::kBytes),
-                                              dst + Destination::place(x, n, width) * Destination::kBytes);
-                       });
+            const auto repackAt = [=](size_t x, auto isWhole) HWY_ATTR
+            {
+                Destination::template store<isWhole>(d, loadFor<Source, Destination>(d, src + x * Source::kBytes),
+                                                     dst + Destination::place(x, n, width) * Destination::kBytes);
+            };
+            if constexpr (kStreams)
+            {
+                if (begin == 0)
+                {
+                    return coverFrom<true>(0, width, n, repackAt);
+                }
+            }
+            coverRange(begin, width, n, [=](size_t x) HWY_ATTR { repackAt(x, std::false_type()); });
         });
 }
 
@@ -291,20 +305,25 @@ HWY_INLINE vsrStatus repack(Source, Destination, Reference reference, const uint
     const bool areOne = srcStride == size_t{width} * Source::kBytes && dstStride == size_t{width} * Destination::kBytes;
     const size_t columns = areOne ? size_t{width} * height : width;
     const size_t rows = areOne ? 1 : height;
-    // Where less is written than read, that it is read first costs less than the way by pieces.
-    constexpr bool kMayStream = Destination::kBytes >= Source::kBytes;
-    const bool streams = kMayStream && streamsColumns(columns, columns * rows * (Source::kBytes + Destination::kBytes));
+    const bool streams = HWY_ARCH_X86 && reachesAligned<Destination::kBytes>(dst, dstStride, rows) &&
+                         streamsColumns(columns, columns * rows * (Source::kBytes + Destination::kBytes));
     for (size_t y = 0; y < rows; ++y)
     {
-        const uint8_t* const from = src + y * srcStride;
-        uint8_t* const to = dst + y * dstStride;
-        if (streams)
+        const uint8_t* from = src + y * srcStride;
+        uint8_t* to = dst + y * dstStride;
+        if constexpr (HWY_ARCH_X86)
         {
-            const auto convert = [=](size_t x, size_t some, uint8_t* piece) HWY_ATTR
-            { repackRow<Source, Destination>(from + x * Source::kBytes, some, piece); };
-            streamColumns(columns, convert, Columns{to, 2 * Destination::kBytes});
+            if (streams)
+            {
+                constexpr size_t kLine = 64;
+                const size_t begin = columnsToAligned<Destination::kBytes>(to, kLine);
+                repackRow<Source, Destination>(from, kLine, to);
+                repackRow<Source, Destination, true>(from + begin * Source::kBytes, columns - begin,
+                                                     to + begin * Destination::kBytes);
+                continue;
+            }
         }
-        else if (!repackRow<Source, Destination>(from, columns, to))
+        if (!repackRow<Source, Destination>(from, columns, to))
         {
             return reference(src, width, height, srcStride, dst, dstStride);
         }
@@ -321,7 +340,7 @@ HWY_INLINE vsrStatus repack(Source, Destination, Reference reference, const uint
 vsrStatus RGB565ToBGR565(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
                          uint32_t dstStride)
 {
-    return unary(
+    return mapPixels<2>(
         [](auto d, auto v) HWY_ATTR
         {
             const Unsigned16<decltype(d)> u16;
@@ -334,7 +353,7 @@ vsrStatus RGB565ToBGR565(const uint8_t* src, uint32_t width, uint32_t height, ui
             return hn::BitCast(d, hn::Or(outer, hn::And(words, hn::Set(u16, uint16_t{0x07E0}))));
 #endif
         },
-        src, 2 * width, height, srcStride, dst, dstStride);
+        src, width, height, srcStride, dst, dstStride);
 }
 
 bool RGB888ToBGR888(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
@@ -343,19 +362,19 @@ bool RGB888ToBGR888(const uint8_t* src, uint32_t width, uint32_t height, uint32_
     const auto exchange = [](auto /*d*/, const auto& pixels) HWY_ATTR {
         return std::remove_cvref_t<decltype(pixels)>{pixels.b, pixels.g, pixels.r};
     };
-    return convertTriples(exchange, src, width, height, srcStride, dst, dstStride);
+    return convertTriples<true>(exchange, src, width, height, srcStride, dst, dstStride);
 }
 
 vsrStatus RGBA8888ToBGRA8888(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
                              uint32_t dstStride)
 {
-    return unary(
+    return mapPixels<4>(
         [](auto d, auto v) HWY_ATTR
         {
             alignas(16) static constexpr uint8_t kOrder[16] = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
             return hn::TableLookupBytes(v, hn::LoadDup128(d, kOrder));
         },
-        src, 4 * width, height, srcStride, dst, dstStride);
+        src, width, height, srcStride, dst, dstStride);
 }
 
 #define REPACK(source, destination)                                                     \

@@ -6,6 +6,9 @@
 #define VISORA_VECTA_COLOR_STREAM_INL_H
 #endif
 
+#include <type_traits>
+
+#include "vecta/visoraDrivers-inl.h"
 #include "vecta/visoraStream-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -15,6 +18,54 @@ namespace HWY_NAMESPACE
 {
 
 constexpr size_t kPieceColumns = 1024;
+
+/** As coverRange from 0 on, body(x, whole). Where kStreams `whole` is true of the vectors from `begin` on, which is
+ * less than a vector, and what is left at both ends is covered by ones that overlap. */
+template <bool kStreams, class Body>
+HWY_INLINE void coverFrom(size_t begin, size_t end, size_t lanes, Body body)
+{
+    constexpr std::false_type kOrdinary;
+    if constexpr (kStreams)
+    {
+        if (begin != 0 || end == lanes)
+        {
+            body(0, kOrdinary);
+        }
+        size_t x = begin;
+        for (; x + lanes <= end; x += lanes)
+        {
+            body(x, std::true_type());
+        }
+        if (x != end)
+        {
+            body(end - lanes, kOrdinary);
+        }
+    }
+    else
+    {
+        coverRange(0, end, lanes, [&](size_t x) HWY_ATTR { body(x, kOrdinary); });
+    }
+}
+
+/** Whether columns of so many bytes come to lie where vectors are aligned, in every row. */
+template <size_t kBytes>
+HWY_INLINE bool reachesAligned(const uint8_t* to, size_t stride, size_t rows)
+{
+    constexpr bool kIsPower = (kBytes & (kBytes - 1)) == 0;
+    return !kIsPower || (reinterpret_cast<uintptr_t>(to) | (rows == 1 ? 0 : stride)) % kBytes == 0;
+}
+
+/** Columns of so many bytes before the first one where a vector of bytes is aligned. */
+template <size_t kBytes>
+HWY_INLINE size_t columnsToAligned(const uint8_t* to, size_t lanes)
+{
+    size_t columns = 0;
+    while (reinterpret_cast<uintptr_t>(to + columns * kBytes) % lanes != 0)
+    {
+        ++columns;
+    }
+    return columns;
+}
 
 /** Whether rows of this width, of images of so many bytes in all, source and destination, go by streamColumns. Behind
  * the last of them hwy::FlushStream() is due. */
@@ -43,14 +94,14 @@ struct Columns
  * Does a row by pieces, which their destinations get past the caches: convert(x, columns, pieces ...) makes `columns`
  * columns from column x on, an even one, of each destination. A column has 4 bytes in all destinations at most.
  */
-template <size_t kPiece = kPieceColumns, class Convert, class... Destinations>
+template <class Convert, class... Destinations>
 HWY_NOINLINE void streamColumns(size_t width, const Convert& convert, Destinations... to)
 {
     // The last piece is one that is longer.
-    alignas(64) uint8_t bytes[kPiece * 8];
+    alignas(64) uint8_t bytes[kPieceColumns * 8];
     for (size_t x = 0; x < width;)
     {
-        const size_t columns = width - x < 2 * kPiece ? width - x : kPiece;
+        const size_t columns = width - x < 2 * kPieceColumns ? width - x : kPieceColumns;
         uint8_t* next = bytes;
         const auto piece = [&](size_t bytesOfTwo) HWY_ATTR
         {
@@ -67,6 +118,36 @@ HWY_NOINLINE void streamColumns(size_t width, const Convert& convert, Destinatio
         (std::index_sequence_for<Destinations...>());
         x += columns;
     }
+}
+
+/** dst = formula(d, src), pixels of kBytes bytes to such pixels. */
+template <size_t kBytes, class Formula>
+HWY_INLINE vsrStatus mapPixels(Formula formula, const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                               uint8_t* dst, uint32_t dstStride)
+{
+    if constexpr (HWY_ARCH_X86)
+    {
+        const bool areOne = srcStride == kBytes * width && dstStride == srcStride;
+        const size_t columns = areOne ? size_t{width} * height : width;
+        const size_t rows = areOne ? 1 : height;
+        if (src != dst && reachesAligned<kBytes>(dst, dstStride, rows) &&
+            streamsColumns(columns, 2 * kBytes * columns * rows))
+        {
+            const hn::ScalableTag<uint8_t> d;
+            const size_t n = hn::Lanes(d);
+            for (size_t y = 0; y < rows; ++y)
+            {
+                const uint8_t* const from = src + y * srcStride;
+                uint8_t* const to = dst + y * dstStride;
+                const auto at = [=](size_t x, auto isWhole) HWY_ATTR
+                { storeOrStream<isWhole>(formula(d, hn::LoadU(d, from + kBytes * x)), d, to + kBytes * x); };
+                coverFrom<true>(columnsToAligned<kBytes>(to, n), columns, n / kBytes, at);
+            }
+            hwy::FlushStream();
+            return VISORA_SUCCESS;
+        }
+    }
+    return unary(formula, src, static_cast<uint32_t>(kBytes * width), height, srcStride, dst, dstStride);
 }
 
 }  // namespace HWY_NAMESPACE

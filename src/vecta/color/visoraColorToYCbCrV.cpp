@@ -34,10 +34,21 @@ HWY_INLINE vsrStatus grayImage(Format, Reference reference, const uint8_t* src, 
             const size_t n = hn::Lanes(d);
             const auto lumaAt = [=](const uint8_t* pixels) HWY_ATTR
             { return rearrange<Format::kOrder, Order::Natural>(d, lumaOf(d, Format::load(d, pixels))); };
+            [[maybe_unused]] const bool streams = streamsColumns(width, size_t{width} * height * (Format::kBytes + 1));
             for (size_t y = 0; y < height; ++y)
             {
                 const uint8_t* from = src + y * srcStride;
                 uint8_t* to = dst + y * dstStride;
+                if constexpr (HWY_ARCH_X86)
+                {
+                    if (streams)
+                    {
+                        const auto at = [=](size_t x, auto isWhole) HWY_ATTR
+                        { storeOrStream<isWhole>(lumaAt(from + x * Format::kBytes), d, to + x); };
+                        coverFrom<true>(columnsToAligned<1>(to, n), width, n, at);
+                        continue;
+                    }
+                }
                 size_t left = width;
                 if constexpr (HWY_ARCH_ARM)
                 {
@@ -62,6 +73,10 @@ HWY_INLINE vsrStatus grayImage(Format, Reference reference, const uint8_t* src, 
                 {
                     hn::StoreU(lumaAt(from - (n - left) * Format::kBytes), d, to - (n - left));
                 }
+            }
+            if (streams)
+            {
+                hwy::FlushStream();
             }
         });
     return fits ? vsrStatus{VISORA_SUCCESS} : reference(src, width, height, srcStride, dst, dstStride);

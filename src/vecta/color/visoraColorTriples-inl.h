@@ -7,6 +7,7 @@
 #endif
 
 #include "vecta/color/visoraColorFormats-inl.h"
+#include "vecta/color/visoraColorStream-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace visora
@@ -14,9 +15,10 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-/** An image by convert(d, channels). The last vector of a row overlaps the one before it; so that in place it gets
- * pixels that are not converted yet, it is loaded first. @return false when the image is too narrow */
-template <class Convert>
+/** An image by convert(d, channels), a quick one where kMayStream: memory alone takes its time. The last vector of a
+ * row overlaps the one before it; so that in place it gets pixels that are not converted yet, it is loaded first.
+ * @return false when the image is too narrow */
+template <bool kMayStream = false, class Convert>
 HWY_INLINE bool convertTriples(Convert convert, const uint8_t* src, size_t width, size_t height, size_t srcStride,
                                uint8_t* dst, size_t dstStride)
 {
@@ -27,6 +29,22 @@ HWY_INLINE bool convertTriples(Convert convert, const uint8_t* src, size_t width
         [=](auto d) HWY_ATTR
         {
             const size_t n = hn::Lanes(d);
+            if constexpr (HWY_ARCH_X86 && kMayStream)
+            {
+                if (src != dst && streamsColumns(width, 2 * RGB888::kBytes * width * height))
+                {
+                    for (size_t y = 0; y < height; ++y)
+                    {
+                        const uint8_t* from = src + y * srcStride;
+                        uint8_t* to = dst + y * dstStride;
+                        coverFrom<true>(
+                            columnsToAligned<3>(to, n), width, n,
+                            [=](size_t x, auto isWhole) HWY_ATTR
+                            { RGB888::store<isWhole>(d, convert(d, RGB888::load(d, from + x * 3)), to + x * 3); });
+                    }
+                    return hwy::FlushStream();
+                }
+            }
             for (size_t y = 0; y < height; ++y)
             {
                 const uint8_t* from = src + y * srcStride;
