@@ -45,8 +45,9 @@ HWY_INLINE void storeOrStream(hn::Vec<D> v, D d, hn::TFromD<D>* to)
     }
 }
 
-/** std::memcpy whose whole lines go past the caches. Behind all of them hwy::FlushStream() is due. */
-HWY_INLINE void streamBytes(uint8_t* to, const uint8_t* from, size_t bytes)
+/** std::memcpy whose whole lines go past the caches. As many bytes from `next` on, if not null, are fetched meanwhile.
+ * Behind all of them hwy::FlushStream() is due. */
+HWY_INLINE void streamBytes(uint8_t* to, const uint8_t* from, size_t bytes, const uint8_t* next = nullptr)
 {
     constexpr size_t kLine = 64;
     const hn::CappedTag<uint8_t, kLine> d;
@@ -55,6 +56,10 @@ HWY_INLINE void streamBytes(uint8_t* to, const uint8_t* from, size_t bytes)
     size_t done = head;
     for (; done + kLine <= bytes; done += kLine)
     {
+        if (next != nullptr)
+        {
+            hwy::Prefetch(next + done);
+        }
         for (size_t i = 0; i < kLine; i += hn::Lanes(d))
         {
             hn::Stream(hn::LoadU(d, from + done + i), d, to + done + i);

@@ -2,13 +2,16 @@
 #include <cstring>
 #include <utility>
 
+#include "cpu/visoraScratch.h"
 #include "visora/variants/warp.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/warp/visoraWarpFlipV.cpp"
+#include "hwy/cache_control.h"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraExport.h"
+#include "vecta/visoraStream-inl.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -183,6 +186,24 @@ HWY_INLINE void flipPixels(const uint8_t* src, size_t width, size_t height, size
     const auto to = [&](size_t y) { return reinterpret_cast<T*>(dst + y * dstStride); };
     if (direction == VISORA_FLIP_HORIZONTAL)
     {
+        // Both ends of rows are more places than the processor foresees: large images have their rows mirrored where
+        // they are near, and the next ones fetched meanwhile. Rows of opposite ends of the image are followed well.
+        constexpr size_t kLarge = size_t{6} << 20;
+        const size_t rowBytes = rowElements * sizeof(T);
+        if (src != dst && isStreamed(rowBytes * height, kLarge))
+        {
+            const Scratch mirrored(rowBytes);
+            if (mirrored.data() != nullptr)
+            {
+                for (size_t y = 0; y < height; ++y)
+                {
+                    mirrorRow<Pixels, T>(from(y), mirrored.as<T>(), width);
+                    streamBytes(dst + y * dstStride, mirrored.data(), rowBytes,
+                                src + HWY_MIN(y + 1, height - 1) * srcStride);
+                }
+                return hwy::FlushStream();
+            }
+        }
         for (size_t y = 0; y < height; ++y)
         {
             mirrorRow<Pixels, T>(from(y), to(y), width);

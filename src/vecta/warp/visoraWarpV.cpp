@@ -21,9 +21,8 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-// Vectors of 64 bytes turn square blocks, whose rows are loaded whole: the 128 bits of one column's rows, which other
-// blocks are put together from, lie in the same banks of the first cache and are loaded one at a time. Blocks of pairs
-// are faster from these all the same: a square of theirs has a few vectors more than there are registers.
+// Vectors of 64 bytes turn square blocks. Blocks of pairs are faster as narrow ones all the same: a square of theirs
+// has a few vectors more than there are registers.
 template <class D>
 constexpr bool kTurnsSquares = (HWY_TARGET <= HWY_AVX3) && hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 64 &&
                                sizeof(hn::TFromD<D>) != 2;
@@ -51,84 +50,100 @@ HWY_INLINE void turnParts(D d, hn::Vec<D>* rows)
     }
 }
 
-// Source row i becomes column i of the destination. A negative destination step walks the rows upward, a reversed
-// source order turns the other way round. The rows of the block that begins `ahead` bytes further on are fetched
-// meanwhile.
+// As turnedQuads of four rows. They are loaded by halves, which takes half as many shuffles.
 template <class D>
-HWY_INLINE void transposeSquare(D d, const uint8_t* src, ptrdiff_t srcStep, uint8_t* dst, ptrdiff_t dstStep,
-                                size_t ahead)
+HWY_INLINE Block<D> loadQuads(D d, const float* row0, const float* row1, const float* row2, const float* row3)
 {
-    using T = hn::TFromD<D>;
-    constexpr size_t kParts = hn::MaxLanes(D()) / 4;  // as many rows as 128 bits have elements
-    using Quads = hn::Repartition<float, D>;
-    const Quads quads;
-    hn::Vec<D> parts[4][kParts];
-    const auto loadRows = [&](size_t i) HWY_ATTR
-    {
-        const auto load = [&](size_t part) HWY_ATTR
-        {
-            const uint8_t* from = src + static_cast<ptrdiff_t>(i + part * kParts) * srcStep;
-            hwy::Prefetch(from + ahead);
-            return hn::BitCast(quads, hn::LoadU(d, reinterpret_cast<const T*>(from)));
-        };
-        const Block<Quads> columns = turnedQuads(quads, Block<Quads>{load(0), load(1), load(2), load(3)});
-        parts[0][i] = hn::BitCast(d, columns.v0);
-        parts[1][i] = hn::BitCast(d, columns.v1);
-        parts[2][i] = hn::BitCast(d, columns.v2);
-        parts[3][i] = hn::BitCast(d, columns.v3);
-    };
-    const auto storePart = [&](size_t part) HWY_ATTR
-    {
-        hn::Vec<D> rows[kParts];
-        VISORA_UNROLL for (size_t i = 0; i < kParts; ++i)
-        {
-            rows[i] = parts[part][i];
-        }
-        turnParts<kParts>(d, rows);
-        VISORA_UNROLL for (size_t i = 0; i < kParts; ++i)
-        {
-            hn::StoreU(rows[i], d, reinterpret_cast<T*>(dst + static_cast<ptrdiff_t>(part * kParts + i) * dstStep));
-        }
-    };
-    if constexpr (kParts < 16)
-    {
-        VISORA_UNROLL for (size_t i = 0; i < kParts; ++i)
-        {
-            loadRows(i);
-        }
-        VISORA_UNROLL for (size_t part = 0; part < 4; ++part)
-        {
-            storePart(part);
-        }
-    }
-    else
-    {
-        // More vectors than there are registers.
-#pragma GCC unroll 1
-        for (size_t i = 0; i < kParts; ++i)
-        {
-            loadRows(i);
-        }
-#pragma GCC unroll 1
-        for (size_t part = 0; part < 4; ++part)
-        {
-            storePart(part);
-        }
-    }
+    static_assert(hn::MaxLanes(D()) == 16);
+#if HWY_TARGET <= HWY_AVX3
+    const auto pair = [](const float* first, const float* second) HWY_ATTR
+    { return _mm512_insertf32x8(_mm512_castps256_ps512(_mm256_loadu_ps(first)), _mm256_loadu_ps(second), 1); };
+    const __m512 left01 = pair(row0, row1), left23 = pair(row2, row3);
+    const __m512 right01 = pair(row0 + 8, row1 + 8), right23 = pair(row2 + 8, row3 + 8);
+    using V = hn::Vec<D>;
+    static_cast<void>(d);
+    return {V{_mm512_shuffle_f32x4(left01, left23, _MM_SHUFFLE(2, 0, 2, 0))},
+            V{_mm512_shuffle_f32x4(left01, left23, _MM_SHUFFLE(3, 1, 3, 1))},
+            V{_mm512_shuffle_f32x4(right01, right23, _MM_SHUFFLE(2, 0, 2, 0))},
+            V{_mm512_shuffle_f32x4(right01, right23, _MM_SHUFFLE(3, 1, 3, 1))}};
+#else
+    return turnedQuads(d, Block<D>{hn::LoadU(d, row0), hn::LoadU(d, row1), hn::LoadU(d, row2), hn::LoadU(d, row3)});
+#endif
 }
 
-// As transposeSquare, of as many source columns as 128 bits have elements. Each 128 bits of the vectors are a square
-// block of their own, so that the rows that are written are as long as vectors.
+// The last `count` floats of a vector and the first ones of the next. For vectors of sixteen.
+template <class D>
+HWY_INLINE hn::Vec<D> joined(D d, hn::Vec<D> v, hn::Vec<D> next, size_t count)
+{
+    static_assert(hn::MaxLanes(D()) == 16);
+#if HWY_TARGET <= HWY_AVX3
+    alignas(64) static constexpr int32_t kPlaces[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15,
+                                                        16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
+    static_cast<void>(d);
+    return hn::Vec<D>{_mm512_permutex2var_ps(v.raw, _mm512_loadu_si512(kPlaces + 16 - count), next.raw)};
+#else
+    static_cast<void>(d), static_cast<void>(next), static_cast<void>(count);
+    return v;  // no other machine has such vectors
+#endif
+}
+
+// Else compilers keep the pointers of all rows between blocks, on the stack: loading them costs more than the rows.
+template <class... T>
+HWY_INLINE void reckonAnew([[maybe_unused]] T&... values)
+{
+#if HWY_ARCH_X86
+    (..., [](T& value) { asm volatile("" : "+r"(value)); }(values));
+#endif
+}
+
+// Sixteen rows of as many elements of 32 bits: source row i becomes lane i of the vectors that put(vector) takes,
+// column by column. A reversed source order turns the other way round. The rows of the block that begins `ahead` bytes
+// further on are fetched meanwhile.
+template <class D, class Put>
+HWY_INLINE void transposeSquare(D d, const uint8_t* src, ptrdiff_t srcStep, size_t ahead, Put put)
+{
+    using V = hn::Vec<D>;
+    ptrdiff_t four = 4 * srcStep;
+    ptrdiff_t twelve = 12 * srcStep;
+    const auto nextRows = [&]() HWY_ATTR
+    {
+        const uint8_t* fetched = src + ahead;
+        const auto rowAt = [&](ptrdiff_t offset) HWY_ATTR
+        {
+            hwy::Prefetch(fetched + offset);
+            return reinterpret_cast<const float*>(src + offset);
+        };
+        reckonAnew(src, fetched, four, twelve);
+        const Block<D> quads = loadQuads(d, rowAt(0), rowAt(four), rowAt(2 * four), rowAt(twelve));
+        src += srcStep;
+        return quads;
+    };
+    const Block<D> a = nextRows(), b = nextRows(), c = nextRows(), e = nextRows();
+    const auto putFour = [&](V v0, V v1, V v2, V v3) HWY_ATTR
+    {
+        V rows[4] = {v0, v1, v2, v3};
+        turnParts<4>(d, rows);
+        VISORA_UNROLL for (size_t i = 0; i < 4; ++i)
+        {
+            put(rows[i]);
+        }
+    };
+    putFour(a.v0, b.v0, c.v0, e.v0);
+    putFour(a.v1, b.v1, c.v1, e.v1);
+    putFour(a.v2, b.v2, c.v2, e.v2);
+    putFour(a.v3, b.v3, c.v3, e.v3);
+}
+
+// Blocks of as many source columns as 128 bits have elements, source row i being column i of the destination. A
+// negative destination step walks the rows upward. Each 128 bits of the vectors are a square block of their own, so
+// that the rows that are written are as long as vectors.
 template <class D>
 HWY_INLINE void transposeColumns(D d, const uint8_t* src, ptrdiff_t srcStep, uint8_t* dst, ptrdiff_t dstStep)
 {
     using T = hn::TFromD<D>;
     constexpr size_t kColumns = 16 / sizeof(T);
     const hn::FixedTag<T, kColumns> part;
-#if HWY_ARCH_X86
-    // Else compilers keep the pointers of all rows between blocks, on the stack: loading them costs more than the rows.
-    asm volatile("" : "+r"(src), "+r"(srcStep), "+r"(dst), "+r"(dstStep));
-#endif
+    reckonAnew(src, srcStep, dst, dstStep);
     const auto loadPart = [&](size_t row) HWY_ATTR
     { return hn::LoadU(part, reinterpret_cast<const T*>(src + static_cast<ptrdiff_t>(row) * srcStep)); };
     if constexpr (kColumns == 4)
@@ -151,6 +166,28 @@ HWY_INLINE void transposeColumns(D d, const uint8_t* src, ptrdiff_t srcStep, uin
     VISORA_UNROLL for (size_t i = 0; i < kColumns; ++i)
     {
         hn::StoreU(rows[i], d, reinterpret_cast<T*>(dst + static_cast<ptrdiff_t>(i) * dstStep));
+    }
+}
+
+// 64 rows of as many bytes, sixteen columns at a time. The rows that begin `ahead` bytes further on are fetched
+// meanwhile, and the destination's, those of the next square, `next` bytes further on: a row's line comes late
+// otherwise.
+template <class D>
+HWY_INLINE void transposeByteSquare(D d, const uint8_t* src, ptrdiff_t srcStep, size_t ahead, uint8_t* dst,
+                                    ptrdiff_t dstStep, ptrdiff_t next)
+{
+    constexpr size_t kColumns = 16;
+#pragma GCC unroll 1
+    for (size_t part = 0; part < 4; ++part)
+    {
+        const uint8_t* const rows = src + static_cast<ptrdiff_t>(part * kColumns) * srcStep;
+        uint8_t* const columns = dst + static_cast<ptrdiff_t>(part * kColumns) * dstStep;
+        VISORA_UNROLL for (ptrdiff_t i = 0; i < static_cast<ptrdiff_t>(kColumns); ++i)
+        {
+            hwy::Prefetch(rows + i * srcStep + ahead);
+            hwy::Prefetch(columns + i * dstStep + next);
+        }
+        transposeColumns(d, src + part * kColumns, srcStep, columns, dstStep);
     }
 }
 
@@ -181,6 +218,7 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     constexpr size_t kColumns = kBlockColumns<D>;
     const auto srcStep = static_cast<ptrdiff_t>(srcStride);
     const auto dstStep = static_cast<ptrdiff_t>(dstStride);
+    [[maybe_unused]] const bool isFar = sizeof(T) == 1 && width * height >= kStreamedTurned;
     // Inlined, all of it, so that what a band has in common stays in registers.
     const auto moveBlock = [=](size_t x, size_t y) HWY_ATTR __attribute__((always_inline))
     {
@@ -188,11 +226,22 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
         const auto transpose = [=](const uint8_t* first, ptrdiff_t step, uint8_t* to, ptrdiff_t toStep) HWY_ATTR
             __attribute__((always_inline))
         {
-            if constexpr (kTurnsSquares<D>)
+            const auto columnsTo = [=](size_t column) { return HWY_MIN(column, width - kColumns) - x; };
+            if constexpr (kTurnsSquares<D> && sizeof(T) == 1)
             {
-                constexpr size_t kColumnsAhead = 3 * kColumns;
-                transposeSquare(d, first, step, to, toStep,
-                                (HWY_MIN(x + kColumnsAhead, width - kColumns) - x) * sizeof(T));
+                const size_t ahead = columnsTo(x + (isFar ? 2 : 1) * kColumns);
+                const auto next = static_cast<ptrdiff_t>(columnsTo(x + kColumns)) * toStep;
+                transposeByteSquare(d, first, step, ahead, to, toStep, next + static_cast<ptrdiff_t>(kRows - 1));
+            }
+            else if constexpr (kTurnsSquares<D>)
+            {
+                transposeSquare(d, first, step, columnsTo(x + 3 * kColumns) * sizeof(T),
+                                [&](hn::Vec<D> v) HWY_ATTR
+                                {
+                                    hn::StoreU(v, d, reinterpret_cast<T*>(to));
+                                    to += toStep;
+                                    reckonAnew(to);
+                                });
             }
             else
             {
@@ -215,12 +264,19 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     };
     if constexpr (kTurnsSquares<D>)
     {
-        // Along the rows, which the processor follows: that is faster than bands are.
-        coverRange(
-            0, height, kRows, [=](size_t y) HWY_ATTR __attribute__((always_inline)) {
-                coverRange(
-                    0, width, kColumns, [=](size_t x) HWY_ATTR __attribute__((always_inline)) { moveBlock(x, y); });
-            });
+        // Along the rows, which the processor follows: that is faster than bands are. Two squares that meet in the
+        // lines of the destination follow one another, unless what is fetched for them is far.
+        const size_t rows = isFar ? kRows : 2 * kRows;
+        for (size_t begin = 0; begin < height; begin += rows)
+        {
+            const size_t first = HWY_MIN(begin, height - kRows);
+            const size_t end = HWY_MIN(begin + rows, height);
+            coverRange(
+                0, width, kColumns, [=](size_t x) HWY_ATTR __attribute__((always_inline)) {
+                    coverRange(
+                        first, end, kRows, [=](size_t y) HWY_ATTR __attribute__((always_inline)) { moveBlock(x, y); });
+                });
+        }
         return;
     }
     // As many rows as make a line of the destination's; short vectors take more steps for as much.
@@ -306,26 +362,92 @@ HWY_INLINE void exchangeAxesByTiles(D d, const uint8_t* src, size_t width, size_
     hwy::FlushStream();
 }
 
+// Whether lines of the destination's are made in registers. Bytes take longer to turn than lines to be written.
+constexpr size_t kStreamedLines = size_t{6} << 20;
+template <class D>
+constexpr bool kMakesLines = kTurnsSquares<D> && sizeof(hn::TFromD<D>) == 4;
+
+// Floats, which are only transposed: squares whose columns are put together with what the square before left of them,
+// so that whole lines go past the caches wherever the destination's rows begin. `kept` has a line for each source
+// column.
+template <class D>
+HWY_INLINE void transposeByLines(D d, const uint8_t* src, size_t width, size_t height, size_t srcStride, uint8_t* dst,
+                                 size_t dstStride, uint8_t* kept)
+{
+    using T = hn::TFromD<D>;
+    constexpr size_t kLanes = hn::MaxLanes(D());
+    constexpr size_t kColumnsAhead = 3 * kLanes;
+    const size_t columns = width / kLanes * kLanes;
+    const size_t lastRows = HWY_MIN(height, 2 * kLanes);
+    const struct
+    {
+        size_t x, y, width, height;
+    } edges[] = {{0, 0, width, kLanes}, {0, height - lastRows, width, lastRows}, {width - kLanes, 0, kLanes, height}};
+    // Where lines are not whole.
+    for (const auto& edge : edges)
+    {
+        exchangeAxes(d, src + edge.y * srcStride + edge.x * sizeof(T), edge.width, edge.height, edge.height, srcStride,
+                     dst + edge.x * dstStride + edge.y * sizeof(T), dstStride, Turn::None);
+    }
+    for (size_t x = 0; x < columns; ++x)
+    {
+        hn::Store(hn::LoadU(d, reinterpret_cast<const T*>(dst + x * dstStride)), d,
+                  reinterpret_cast<T*>(kept) + x * kLanes);
+    }
+    for (size_t y = kLanes; y + kLanes <= height; y += kLanes)
+    {
+        for (size_t x = 0; x < columns; x += kLanes)
+        {
+            uint8_t* to = dst + x * dstStride + y * sizeof(T);
+            T* before = reinterpret_cast<T*>(kept) + x * kLanes;
+            transposeSquare(d, src + y * srcStride + x * sizeof(T), static_cast<ptrdiff_t>(srcStride),
+                            (HWY_MIN(x + kColumnsAhead, width - kLanes) - x) * sizeof(T),
+                            [&](hn::Vec<D> v) HWY_ATTR
+                            {
+                                const size_t beyond = reinterpret_cast<uintptr_t>(to) / sizeof(T) % kLanes;
+                                hn::Stream(joined(d, hn::Load(d, before), v, beyond), d,
+                                           reinterpret_cast<T*>(to) - beyond);
+                                hn::Store(v, d, before);
+                                before += kLanes;
+                                to += dstStride;
+                                reckonAnew(to);
+                            });
+        }
+    }
+    hwy::FlushStream();
+}
+
 template <class T>
 HWY_INLINE bool turnImage(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
                           uint32_t dstStride, Turn turn)
 {
     return width >= 16 / sizeof(T) &&
-           withFittingVector<T>(HWY_TARGET <= HWY_AVX3 && sizeof(T) != 2 ? HWY_MIN(width, height) : height,
-                                [=](auto d) HWY_ATTR
-                                {
-                                    // Squares are fast enough to wait for the last cache, as long as that has all.
-                                    constexpr size_t kLeast =
-                                        kTurnsSquares<decltype(d)> ? kStreamedInOrder : kStreamedTurned;
-                                    const bool isLarge = isStreamed(size_t{width} * height * sizeof(T), kLeast);
-                                    std::optional<Scratch> tile;
-                                    if (isLarge)
-                                    {
-                                        tile.emplace(kBandBytes / sizeof(T) * kTileStride);
-                                    }
-                                    exchangeAxesByTiles(d, src, width, height, srcStride, dst, dstStride, turn,
-                                                        tile ? tile->data() : nullptr);
-                                });
+           withFittingVector<T>(
+               HWY_TARGET <= HWY_AVX3 && sizeof(T) != 2 ? HWY_MIN(width, height) : height,
+               [=](auto d) HWY_ATTR
+               {
+                   // Squares are fast enough to wait for the last cache, as long as that has all; lines that are made
+                   // whole are not kept waiting by memory either.
+                   constexpr bool kByLines = kMakesLines<decltype(d)>;
+                   constexpr size_t kLeast = kByLines                     ? kStreamedLines
+                                             : kTurnsSquares<decltype(d)> ? kStreamedInOrder
+                                                                          : kStreamedTurned;
+                   const bool isLarge = isStreamed(size_t{width} * height * sizeof(T), kLeast);
+                   std::optional<Scratch> scratch;
+                   if (isLarge)
+                   {
+                       scratch.emplace(kByLines ? width * kLineBytes : kBandBytes / sizeof(T) * kTileStride);
+                   }
+                   uint8_t* tile = scratch ? scratch->data() : nullptr;
+                   if constexpr (kByLines)
+                   {
+                       if (tile != nullptr)
+                       {
+                           return transposeByLines(d, src, width, height, srcStride, dst, dstStride, tile);
+                       }
+                   }
+                   exchangeAxesByTiles(d, src, width, height, srcStride, dst, dstStride, turn, tile);
+               });
 }
 
 constexpr Turn quarterTurn(uint32_t rotation)
