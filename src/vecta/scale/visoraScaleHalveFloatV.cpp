@@ -11,6 +11,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vecta/scale/visoraScaleHalveFloatV.cpp"
+#include "hwy/cache_control.h"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 #include "vecta/visoraVector-inl.h"
@@ -83,10 +84,11 @@ HWY_INLINE void sumColumns(D d, const WindowRows& window, size_t first, size_t p
                { storeColumns(d, sumAt(first + 2 * i), sumAt(first + 2 * i + hn::Lanes(d)), i, columns); });
 }
 
-// The same of two whole windows, one output row apart: they share three rows, and a product.
+// The same of two whole windows, one output row apart: they share three rows, and a product. What the next two windows
+// add to them, `ahead` elements behind the last four rows, is fetched meanwhile on processors that do not foresee it.
 template <class D>
 HWY_INLINE void sumColumnsTwice(D d, const WindowRows& upper, const WindowRows& lower, size_t first, size_t pairs,
-                                FloatColumns& upperColumns, FloatColumns& lowerColumns)
+                                [[maybe_unused]] size_t ahead, FloatColumns& upperColumns, FloatColumns& lowerColumns)
 {
     using V = hn::Vec<D>;
     const float* rows[7] = {upper.rows[0] + first, upper.rows[1] + first, upper.rows[2] + first, upper.rows[3] + first,
@@ -114,6 +116,16 @@ HWY_INLINE void sumColumnsTwice(D d, const WindowRows& upper, const WindowRows& 
     coverRange(0, pairs, hn::Lanes(d),
                [&](size_t i) HWY_ATTR
                {
+#if HWY_ARCH_X86
+                   constexpr size_t kLine = 64 / sizeof(float);
+                   for (size_t row = 3; row < 7; ++row)
+                   {
+                       for (size_t x = 0; x < 2 * hn::Lanes(d); x += kLine)
+                       {
+                           hwy::Prefetch(rows[row] + ahead + 2 * i + x);
+                       }
+                   }
+#endif
                    V up[2];
                    V low[2];
                    sumAt(2 * i, up[0], low[0]);
@@ -208,7 +220,8 @@ HWY_INLINE void halveFloatTile(D d, const GaussianImage<float>& image, uint32_t 
         const WindowRows next = windowRows(image, y + 1);
         if (window.whole() && next.whole() && y + 1 < dstHeight)
         {
-            sumColumnsTwice(d, window, next, first, count + 2, columns[0], columns[1]);
+            const size_t ahead = 2 * size_t{y} + 8 < image.height ? 4 * image.srcStep : 0;
+            sumColumnsTwice(d, window, next, first, count + 2, ahead, columns[0], columns[1]);
             finish(y, window.weight, columns[0]);
             finish(y + 1, window.weight, columns[1]);
             y += 2;
