@@ -9,6 +9,7 @@
 #define HWY_TARGET_INCLUDE "vecta/filter/visoraFilterGaussianV.cpp"
 #include <algorithm>
 #include <array>
+#include <type_traits>
 
 #include "cpu/filter/visoraFilterGaussian.h"
 #include "hwy/cache_control.h"
@@ -313,6 +314,18 @@ class EdgePixels
     int32_t weights_[radius + 8] = {};
 };
 
+// Few pixels are sooner done one by one.
+template <uint32_t radius>
+constexpr bool kEdgesInVectors = radius > 2;
+
+struct NoEdgePixels
+{
+    NoEdgePixels(const GaussianBorder& /*border*/, uint32_t /*first*/, uint32_t /*width*/) {}
+};
+
+template <uint32_t radius>
+using Edge = std::conditional_t<kEdgesInVectors<radius>, EdgePixels<radius>, NoEdgePixels>;
+
 // ---- Tiles ----
 
 template <uint32_t radius, class T, class Sum>
@@ -331,8 +344,6 @@ struct Tile
 {
     const GaussianImage<T>& image;
     const GaussianBorder& border;
-    const EdgePixels<radius>& leftEdge;
-    const EdgePixels<radius>& rightEdge;
     size_t firstRow;
     size_t rows;
     size_t firstColumn;  // of the sums; that of the pixels lies `radius` to the right of it
@@ -403,16 +414,13 @@ HWY_INLINE void sumColumns(D d, const Tile<radius, T, Sum>& tile)
 }
 
 template <uint32_t radius, class D, class T, class Sum>
-HWY_INLINE void combineColumns(D d, const Tile<radius, T, Sum>& tile)
+HWY_INLINE void combineColumns(D d, const Tile<radius, T, Sum>& tile, const Edge<radius>& leftEdge,
+                               const Edge<radius>& rightEdge)
 {
     const hn::Repartition<Sum, D> dSum;
     using V = hn::Vec<decltype(dSum)>;
     constexpr size_t kPlanes = TileSums<radius, T, Sum>::kPlanes;
     const GaussianImage<T>& image = tile.image;
-    const bool atLeftEdge = tile.border.written && tile.firstColumn == 0;
-    const bool atRightEdge = tile.border.written && tile.firstColumn + tile.columns + 2 * radius == image.width;
-    // Few pixels are sooner done one by one.
-    constexpr bool kEdgesInVectors = radius > 2;
     for (size_t i = 0; i < tile.rows; ++i)
     {
         prefetchBelow(tile, i);
@@ -484,31 +492,34 @@ HWY_INLINE void combineColumns(D d, const Tile<radius, T, Sum>& tile)
             const size_t c = column - tile.firstColumn;
             return static_cast<uint32_t>(planes[c % kPlanes][c / kPlanes]);
         };
-        if constexpr (kEdgesInVectors)
+        const bool atRightEdge = tile.firstColumn + tile.columns + 2 * radius == image.width;
+        if constexpr (kEdgesInVectors<radius>)
         {
-            if (atLeftEdge)
+            if (tile.border.written && tile.firstColumn == 0)
             {
-                tile.leftEdge.write(rowWeight, sumAt, out);
+                leftEdge.write(rowWeight, sumAt, out);
             }
-            if (atRightEdge)
+            if (tile.border.written && atRightEdge)
             {
-                tile.rightEdge.write(rowWeight, sumAt, out + image.width - radius);
+                rightEdge.write(rowWeight, sumAt, out + image.width - radius);
             }
-            continue;
         }
-        const auto edge = [&](uint32_t x)
+        else
         {
-            const WeightedSum total = binomialSum<radius>(
-                tile.border.outside, tile.border.constant * kBinomialTotal<radius>, x, image.width, sumAt);
-            out[x] = normalised<T>(total.sum, total.weight * rowWeight);
-        };
-        for (uint32_t x = 0; atLeftEdge && x < radius; ++x)
-        {
-            edge(x);
-        }
-        for (uint32_t x = image.width - radius; atRightEdge && x < image.width; ++x)
-        {
-            edge(x);
+            const auto edge = [&](uint32_t x)
+            {
+                const WeightedSum total = binomialSum<radius>(
+                    tile.border.outside, tile.border.constant * kBinomialTotal<radius>, x, image.width, sumAt);
+                out[x] = normalised<T>(total.sum, total.weight * rowWeight);
+            };
+            for (uint32_t x = 0; tile.border.written && tile.firstColumn == 0 && x < radius; ++x)
+            {
+                edge(x);
+            }
+            for (uint32_t x = image.width - radius; tile.border.written && atRightEdge && x < image.width; ++x)
+            {
+                edge(x);
+            }
         }
     }
 }
@@ -521,8 +532,8 @@ HWY_INLINE void filterTiles(D d, const GaussianImage<T>& image, const GaussianBo
     const size_t lanes = hn::Lanes(d);
     const size_t inner = image.width - size_t{2} * radius;
     const size_t frame = border.written ? 0 : radius;
-    const EdgePixels<radius> leftEdge(border, 0, image.width);
-    const EdgePixels<radius> rightEdge(border, image.width - radius, image.width);
+    const Edge<radius> leftEdge(border, 0, image.width);
+    const Edge<radius> rightEdge(border, image.width - radius, image.width);
     TileSums<radius, T, Sum> sums;
     for (size_t y = frame; y + frame < image.height; y += kTileRows)
     {
@@ -532,9 +543,9 @@ HWY_INLINE void filterTiles(D d, const GaussianImage<T>& image, const GaussianBo
             const size_t rest = (inner - done + lanes - 1) / lanes * lanes;
             const size_t columns = std::min({kTileColumns<Sum>, rest, inner / lanes * lanes});
             const size_t x = std::min(done, inner - columns);
-            const Tile<radius, T, Sum> tile = {image, border, leftEdge, rightEdge, y, rows, x, columns, sums};
+            const Tile<radius, T, Sum> tile = {image, border, y, rows, x, columns, sums};
             sumColumns<radius>(d, tile);
-            combineColumns<radius>(d, tile);
+            combineColumns<radius>(d, tile, leftEdge, rightEdge);
             done = x + columns;
         }
     }
