@@ -12,7 +12,7 @@ namespace visora::bench
 Arena arena(size_t readBytes, size_t writtenBytes)
 {
     // Of each part; pages that are never touched cost nothing.
-    constexpr size_t kBytes = size_t{1} << 30;
+    constexpr size_t kBytes = size_t{1} << 34;
     static uint8_t* const memory = []
     {
         void* mapped =
@@ -21,7 +21,7 @@ Arena arena(size_t readBytes, size_t writtenBytes)
     }();
     if (memory == nullptr || std::max(readBytes, writtenBytes) > kBytes)
     {
-        std::fprintf(stderr, "no memory for what is measured\n");
+        std::fprintf(stderr, "no memory for what is measured: %zu bytes\n", std::max(readBytes, writtenBytes));
         std::abort();
     }
     return {memory, memory + kBytes};
