@@ -19,9 +19,11 @@ namespace HWY_NAMESPACE
 {
 
 /** So many bytes are worth writing past the caches: a destination written in many rows at once, whose every line is
- * waited for; one written in order, a large share of the last cache; all that a call goes straight through, read and
- * written, when nothing of it stays in the caches (with less it is slower by up to two times). */
+ * waited for; one whose lines are made whole where they are near; one written in order, a large share of the last
+ * cache; all that a call goes straight through, read and written, when nothing of it stays in the caches (with less it
+ * is slower by up to two times). */
 constexpr size_t kStreamedTurned = size_t{4} << 20;
+constexpr size_t kStreamedWhole = size_t{6} << 20;
 constexpr size_t kStreamedInOrder = size_t{16} << 20;
 constexpr size_t kStreamedThrough = size_t{20} << 20;
 

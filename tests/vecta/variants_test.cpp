@@ -2,11 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <map>
+#include <numeric>
 #include <set>
+#include <vector>
 
 #include "support/instruction_sets.h"
 #include "support/operations.h"
+#include "visora/variants/warp.h"
 
 namespace visora::test
 {
@@ -128,6 +132,27 @@ TEST(LargeImages, GiveTheReferencesBytes)
     for (const auto& [name, any] : sizes)
     {
         EXPECT_EQ(std::size(kOffsets), calls[name]) << name;
+    }
+}
+
+// No pointer needs to be aligned, not even to its elements.
+TEST(LargeImages, OfFloatsBeginAnywhere)
+{
+    constexpr uint32_t kWidth = 1021, kHeight = 1637;
+    std::vector<float> src(size_t{kWidth} * kHeight), expected(src.size());
+    std::iota(src.begin(), src.end(), 1.0f);
+    vsrTransposef32C(src.data(), kWidth, kHeight, kWidth * 4, expected.data(), kHeight * 4);
+    for (const int64_t set : instructionSets())
+    {
+        const UseInstructionSet use(set);
+        for (size_t offset = 1; offset < sizeof(float); ++offset)
+        {
+            std::vector<uint8_t> bytes(expected.size() * sizeof(float) + sizeof(float));
+            vsrTransposef32V(src.data(), kWidth, kHeight, kWidth * 4, reinterpret_cast<float*>(bytes.data() + offset),
+                             kHeight * 4);
+            EXPECT_EQ(0, std::memcmp(expected.data(), bytes.data() + offset, expected.size() * sizeof(float)))
+                << hwy::TargetName(set) << " " << offset;
+        }
     }
 }
 

@@ -188,9 +188,8 @@ HWY_INLINE void flipPixels(const uint8_t* src, size_t width, size_t height, size
     {
         // Both ends of rows are more places than the processor foresees: large images have their rows mirrored where
         // they are near, and the next ones fetched meanwhile. Rows of opposite ends of the image are followed well.
-        constexpr size_t kLarge = size_t{6} << 20;
         const size_t rowBytes = rowElements * sizeof(T);
-        if (src != dst && isStreamed(rowBytes * height, kLarge))
+        if (src != dst && isStreamed(rowBytes * height, kStreamedWhole))
         {
             const Scratch mirrored(rowBytes);
             if (mirrored.data() != nullptr)

@@ -363,7 +363,6 @@ HWY_INLINE void exchangeAxesByTiles(D d, const uint8_t* src, size_t width, size_
 }
 
 // Whether lines of the destination's are made in registers. Bytes take longer to turn than lines to be written.
-constexpr size_t kStreamedLines = size_t{6} << 20;
 template <class D>
 constexpr bool kMakesLines = kTurnsSquares<D> && sizeof(hn::TFromD<D>) == 4;
 
@@ -429,10 +428,12 @@ HWY_INLINE bool turnImage(const uint8_t* src, uint32_t width, uint32_t height, u
                    // Squares are fast enough to wait for the last cache, as long as that has all; lines that are made
                    // whole are not kept waiting by memory either.
                    constexpr bool kByLines = kMakesLines<decltype(d)>;
-                   constexpr size_t kLeast = kByLines                     ? kStreamedLines
+                   constexpr size_t kLeast = kByLines                     ? kStreamedWhole
                                              : kTurnsSquares<decltype(d)> ? kStreamedInOrder
                                                                           : kStreamedTurned;
-                   const bool isLarge = isStreamed(size_t{width} * height * sizeof(T), kLeast);
+                   // Elements may begin anywhere; those that lie across the ends of lines are in no whole one.
+                   const bool fillsLines = !kByLines || reinterpret_cast<uintptr_t>(dst) % sizeof(T) == 0;
+                   const bool isLarge = fillsLines && isStreamed(size_t{width} * height * sizeof(T), kLeast);
                    std::optional<Scratch> scratch;
                    if (isLarge)
                    {
