@@ -66,7 +66,8 @@ Arguments::Arguments(Shape shape, uint64_t seed) : shape_(shape), random_(seed) 
 
 Arguments::Buffer Arguments::makeBuffer(size_t rowBytes, size_t rows, size_t stride, size_t elementBytes)
 {
-    const size_t start = shape_.flushWithEnd ? 0 : shape_.offset * elementBytes;
+    const size_t between = shape_.betweenElements && (elementBytes == 2 || elementBytes == 4) ? 1 : 0;
+    const size_t start = shape_.flushWithEnd ? 0 : shape_.offset * elementBytes + between;
     const size_t bytes = rows == 0 ? 0 : (rows - 1) * stride + rowBytes;
     bytesTouched_ += rowBytes * rows;
     const auto flush = shape_.typical        ? FencedMemory::Flush::Unfenced

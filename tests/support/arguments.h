@@ -58,6 +58,8 @@ struct Shape
     uint32_t dstPadding = 0;
     /** Elements that images begin behind the start of their memory, when that is flush with the start. */
     uint32_t offset = 0;
+    /** Elements of two and four bytes begin a byte further on: no pointer needs alignment. */
+    bool betweenElements = false;
     bool flushWithEnd = false;
     /** A shape of a benchmark: arguments are typical ones instead of random ones. */
     bool typical = false;
