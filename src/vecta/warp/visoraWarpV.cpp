@@ -21,22 +21,20 @@ namespace visora
 namespace HWY_NAMESPACE
 {
 
-// Vectors of 64 bytes turn square blocks. Blocks of pairs are faster as narrow ones all the same: a square of theirs
-// has a few vectors more than there are registers.
+// Vectors of 64 bytes turn square blocks.
 template <class D>
-constexpr bool kTurnsSquares = (HWY_TARGET <= HWY_AVX3) && hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 64 &&
-                               sizeof(hn::TFromD<D>) != 2;
+constexpr bool kTurnsSquares = (HWY_TARGET <= HWY_AVX3) && hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 64;
 
 template <class D>
 constexpr size_t kBlockColumns = kTurnsSquares<D> ? hn::MaxLanes(D()) : 16 / sizeof(hn::TFromD<D>);
 
 // Vectors of `count` rows to vectors of as many columns, each 128 bits of them by itself: rows of the upper half
-// interleaved with those of the lower one, log2(count) times.
-template <size_t count, class D>
+// interleaved with those of the lower one, log2(count) times. The steps below `first` are done already.
+template <size_t count, size_t first = 1, class D>
 HWY_INLINE void turnParts(D d, hn::Vec<D>* rows)
 {
     hn::Vec<D> mixed[count];
-    VISORA_UNROLL for (size_t step = 1; step < count; step *= 2)
+    VISORA_UNROLL for (size_t step = first; step < count; step *= 2)
     {
         VISORA_UNROLL for (size_t i = 0; i < count / 2; ++i)
         {
@@ -50,24 +48,31 @@ HWY_INLINE void turnParts(D d, hn::Vec<D>* rows)
     }
 }
 
-// As turnedQuads of four rows. They are loaded by halves, which takes half as many shuffles.
 template <class D>
-HWY_INLINE Block<D> loadQuads(D d, const float* row0, const float* row1, const float* row2, const float* row3)
+struct Quads
 {
-    static_assert(hn::MaxLanes(D()) == 16);
+    hn::Vec<D> first, second;
+};
+
+// The first 128 bits of four rows side by side, and the next ones. They are loaded by halves of vectors, which takes
+// half as many shuffles as whole ones do, and half as many loads as quarters.
+template <class D>
+HWY_INLINE Quads<D> loadQuads(D d, const uint8_t* row0, const uint8_t* row1, const uint8_t* row2, const uint8_t* row3)
+{
 #if HWY_TARGET <= HWY_AVX3
-    const auto pair = [](const float* first, const float* second) HWY_ATTR
-    { return _mm512_insertf32x8(_mm512_castps256_ps512(_mm256_loadu_ps(first)), _mm256_loadu_ps(second), 1); };
-    const __m512 left01 = pair(row0, row1), left23 = pair(row2, row3);
-    const __m512 right01 = pair(row0 + 8, row1 + 8), right23 = pair(row2 + 8, row3 + 8);
-    using V = hn::Vec<D>;
-    static_cast<void>(d);
-    return {V{_mm512_shuffle_f32x4(left01, left23, _MM_SHUFFLE(2, 0, 2, 0))},
-            V{_mm512_shuffle_f32x4(left01, left23, _MM_SHUFFLE(3, 1, 3, 1))},
-            V{_mm512_shuffle_f32x4(right01, right23, _MM_SHUFFLE(2, 0, 2, 0))},
-            V{_mm512_shuffle_f32x4(right01, right23, _MM_SHUFFLE(3, 1, 3, 1))}};
+    const auto pair = [](const uint8_t* first, const uint8_t* second) HWY_ATTR
+    {
+        return _mm512_inserti64x4(_mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(first))),
+                                  _mm256_loadu_si256(reinterpret_cast<const __m256i*>(second)), 1);
+    };
+    const hn::Repartition<int32_t, D> quads;
+    const __m512i rows01 = pair(row0, row1), rows23 = pair(row2, row3);
+    using V = hn::Vec<decltype(quads)>;
+    return {hn::BitCast(d, V{_mm512_shuffle_i32x4(rows01, rows23, _MM_SHUFFLE(2, 0, 2, 0))}),
+            hn::BitCast(d, V{_mm512_shuffle_i32x4(rows01, rows23, _MM_SHUFFLE(3, 1, 3, 1))})};
 #else
-    return turnedQuads(d, Block<D>{hn::LoadU(d, row0), hn::LoadU(d, row1), hn::LoadU(d, row2), hn::LoadU(d, row3)});
+    static_cast<void>(row0), static_cast<void>(row1), static_cast<void>(row2), static_cast<void>(row3);
+    return {hn::Zero(d), hn::Zero(d)};  // no other machine turns squares
 #endif
 }
 
@@ -96,42 +101,67 @@ HWY_INLINE void reckonAnew([[maybe_unused]] T&... values)
 #endif
 }
 
-// Sixteen rows of as many elements of 32 bits: source row i becomes lane i of the vectors that put(vector) takes,
-// column by column. A reversed source order turns the other way round. The rows of the block that begins `ahead` bytes
-// further on are fetched meanwhile.
+// A square of as many rows as vectors have elements, 32 bytes of columns at a time: source row i becomes lane i of the
+// vectors that put(vector) takes, column by column. A reversed source order turns the other way round. The rows of the
+// square that begins `ahead` bytes further on are fetched meanwhile.
 template <class D, class Put>
 HWY_INLINE void transposeSquare(D d, const uint8_t* src, ptrdiff_t srcStep, size_t ahead, Put put)
 {
     using V = hn::Vec<D>;
-    ptrdiff_t four = 4 * srcStep;
-    ptrdiff_t twelve = 12 * srcStep;
-    const auto nextRows = [&]() HWY_ATTR
+    constexpr size_t kColumns = 16 / sizeof(hn::TFromD<D>);
+    const uint8_t* fetched = src + ahead;
+    ptrdiff_t quarter = static_cast<ptrdiff_t>(kColumns) * srcStep;
+    ptrdiff_t threeQuarters = 3 * quarter;
+    const auto nextRows = [&](const uint8_t*& rows) HWY_ATTR
     {
-        const uint8_t* fetched = src + ahead;
-        const auto rowAt = [&](ptrdiff_t offset) HWY_ATTR
-        {
-            hwy::Prefetch(fetched + offset);
-            return reinterpret_cast<const float*>(src + offset);
-        };
-        reckonAnew(src, fetched, four, twelve);
-        const Block<D> quads = loadQuads(d, rowAt(0), rowAt(four), rowAt(2 * four), rowAt(twelve));
-        src += srcStep;
+        reckonAnew(rows, quarter, threeQuarters);
+        const Quads<D> quads = loadQuads(d, rows, rows + quarter, rows + 2 * quarter, rows + threeQuarters);
+        rows += srcStep;
         return quads;
     };
-    const Block<D> a = nextRows(), b = nextRows(), c = nextRows(), e = nextRows();
-    const auto putFour = [&](V v0, V v1, V v2, V v3) HWY_ATTR
+    const auto putColumns = [&](V(&columns)[kColumns]) HWY_ATTR __attribute__((always_inline))
     {
-        V rows[4] = {v0, v1, v2, v3};
-        turnParts<4>(d, rows);
-        VISORA_UNROLL for (size_t i = 0; i < 4; ++i)
+        turnParts<kColumns, 2>(d, columns);
+        VISORA_UNROLL for (const V& column : columns)
         {
-            put(rows[i]);
+            put(column);
         }
     };
-    putFour(a.v0, b.v0, c.v0, e.v0);
-    putFour(a.v1, b.v1, c.v1, e.v1);
-    putFour(a.v2, b.v2, c.v2, e.v2);
-    putFour(a.v3, b.v3, c.v3, e.v3);
+    const auto turnHalf = [&](size_t half) HWY_ATTR __attribute__((always_inline))
+    {
+        const uint8_t* upper = src + half * 32;
+        const uint8_t* lower = upper + static_cast<ptrdiff_t>(kColumns / 2) * srcStep;
+        V left[kColumns], right[kColumns];
+        // What is loaded is interleaved at once: all bytes are as many vectors as there are registers.
+        VISORA_UNROLL for (size_t i = 0; i < kColumns; i += 2)
+        {
+            const Quads<D> above = nextRows(upper), below = nextRows(lower);
+            left[i] = hn::InterleaveLower(d, above.first, below.first);
+            left[i + 1] = hn::InterleaveUpper(d, above.first, below.first);
+            right[i] = hn::InterleaveLower(d, above.second, below.second);
+            right[i + 1] = hn::InterleaveUpper(d, above.second, below.second);
+            VISORA_UNROLL for (size_t row = 0; row < 4; ++row)
+            {
+                hwy::Prefetch(fetched);
+                fetched += srcStep;
+                reckonAnew(fetched);
+            }
+        }
+        putColumns(left);
+        putColumns(right);
+    };
+    if constexpr (sizeof(hn::TFromD<D>) == 4)
+    {
+        turnHalf(0);
+        turnHalf(1);
+        return;
+    }
+    // Bytes are turned by much code, which is faster once than twice.
+#pragma GCC unroll 1
+    for (size_t half = 0; half < 2; ++half)
+    {
+        turnHalf(half);
+    }
 }
 
 // Blocks of as many source columns as 128 bits have elements, source row i being column i of the destination. A
@@ -169,28 +199,6 @@ HWY_INLINE void transposeColumns(D d, const uint8_t* src, ptrdiff_t srcStep, uin
     }
 }
 
-// 64 rows of as many bytes, sixteen columns at a time. The rows that begin `ahead` bytes further on are fetched
-// meanwhile, and the destination's, those of the next square, `next` bytes further on: a row's line comes late
-// otherwise.
-template <class D>
-HWY_INLINE void transposeByteSquare(D d, const uint8_t* src, ptrdiff_t srcStep, size_t ahead, uint8_t* dst,
-                                    ptrdiff_t dstStep, ptrdiff_t next)
-{
-    constexpr size_t kColumns = 16;
-#pragma GCC unroll 1
-    for (size_t part = 0; part < 4; ++part)
-    {
-        const uint8_t* const rows = src + static_cast<ptrdiff_t>(part * kColumns) * srcStep;
-        uint8_t* const columns = dst + static_cast<ptrdiff_t>(part * kColumns) * dstStep;
-        VISORA_UNROLL for (ptrdiff_t i = 0; i < static_cast<ptrdiff_t>(kColumns); ++i)
-        {
-            hwy::Prefetch(rows + i * srcStep + ahead);
-            hwy::Prefetch(columns + i * dstStep + next);
-        }
-        transposeColumns(d, src + part * kColumns, srcStep, columns, dstStep);
-    }
-}
-
 constexpr size_t kLineBytes = 64;
 constexpr size_t kBandBytes = (HWY_ARCH_X86 ? 4 : 1) * kLineBytes;
 // Rows of tiles, which lie a line further apart than they are long, so that they do not meet in the same few places of
@@ -219,6 +227,7 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
     const auto srcStep = static_cast<ptrdiff_t>(srcStride);
     const auto dstStep = static_cast<ptrdiff_t>(dstStride);
     [[maybe_unused]] const bool isFar = sizeof(T) == 1 && width * height >= kStreamedTurned;
+    [[maybe_unused]] const size_t squaresAhead = sizeof(T) != 1 ? 3 : isFar ? 2 : 1;
     // Inlined, all of it, so that what a band has in common stays in registers.
     const auto moveBlock = [=](size_t x, size_t y) HWY_ATTR __attribute__((always_inline))
     {
@@ -227,21 +236,23 @@ HWY_INLINE void exchangeAxes(D d, const uint8_t* src, size_t width, size_t heigh
             __attribute__((always_inline))
         {
             const auto columnsTo = [=](size_t column) { return HWY_MIN(column, width - kColumns) - x; };
-            if constexpr (kTurnsSquares<D> && sizeof(T) == 1)
+            if constexpr (kTurnsSquares<D>)
             {
-                const size_t ahead = columnsTo(x + (isFar ? 2 : 1) * kColumns);
-                const auto next = static_cast<ptrdiff_t>(columnsTo(x + kColumns)) * toStep;
-                transposeByteSquare(d, first, step, ahead, to, toStep, next + static_cast<ptrdiff_t>(kRows - 1));
-            }
-            else if constexpr (kTurnsSquares<D>)
-            {
-                transposeSquare(d, first, step, columnsTo(x + 3 * kColumns) * sizeof(T),
-                                [&](hn::Vec<D> v) HWY_ATTR
-                                {
-                                    hn::StoreU(v, d, reinterpret_cast<T*>(to));
-                                    to += toStep;
-                                    reckonAnew(to);
-                                });
+                // The destination's lines for the next square of bytes are fetched too, those that the squares before
+                // have not begun: they come late otherwise.
+                const auto next = static_cast<ptrdiff_t>(columnsTo(x + kColumns)) * toStep +
+                                  (turn == Turn::Clockwise ? 0 : static_cast<ptrdiff_t>(kRows - 1));
+                transposeSquare(
+                    d, first, step, columnsTo(x + squaresAhead * kColumns) * sizeof(T),
+                    [&](hn::Vec<D> v) HWY_ATTR __attribute__((always_inline)) {
+                        hn::StoreU(v, d, reinterpret_cast<T*>(to));
+                        if constexpr (sizeof(T) == 1)
+                        {
+                            hwy::Prefetch(to + next);
+                        }
+                        to += toStep;
+                        reckonAnew(to);
+                    });
             }
             else
             {
@@ -399,18 +410,17 @@ HWY_INLINE void transposeByLines(D d, const uint8_t* src, size_t width, size_t h
         {
             uint8_t* to = dst + x * dstStride + y * sizeof(T);
             T* before = reinterpret_cast<T*>(kept) + x * kLanes;
-            transposeSquare(d, src + y * srcStride + x * sizeof(T), static_cast<ptrdiff_t>(srcStride),
-                            (HWY_MIN(x + kColumnsAhead, width - kLanes) - x) * sizeof(T),
-                            [&](hn::Vec<D> v) HWY_ATTR
-                            {
-                                const size_t beyond = reinterpret_cast<uintptr_t>(to) / sizeof(T) % kLanes;
-                                hn::Stream(joined(d, hn::Load(d, before), v, beyond), d,
-                                           reinterpret_cast<T*>(to) - beyond);
-                                hn::Store(v, d, before);
-                                before += kLanes;
-                                to += dstStride;
-                                reckonAnew(to);
-                            });
+            transposeSquare(
+                d, src + y * srcStride + x * sizeof(T), static_cast<ptrdiff_t>(srcStride),
+                (HWY_MIN(x + kColumnsAhead, width - kLanes) - x) * sizeof(T),
+                [&](hn::Vec<D> v) HWY_ATTR __attribute__((always_inline)) {
+                    const size_t beyond = reinterpret_cast<uintptr_t>(to) / sizeof(T) % kLanes;
+                    hn::Stream(joined(d, hn::Load(d, before), v, beyond), d, reinterpret_cast<T*>(to) - beyond);
+                    hn::Store(v, d, before);
+                    before += kLanes;
+                    to += dstStride;
+                    reckonAnew(to);
+                });
         }
     }
     hwy::FlushStream();
@@ -422,15 +432,14 @@ HWY_INLINE bool turnImage(const uint8_t* src, uint32_t width, uint32_t height, u
 {
     return width >= 16 / sizeof(T) &&
            withFittingVector<T>(
-               HWY_TARGET <= HWY_AVX3 && sizeof(T) != 2 ? HWY_MIN(width, height) : height,
+               HWY_TARGET <= HWY_AVX3 ? HWY_MIN(width, height) : height,
                [=](auto d) HWY_ATTR
                {
-                   // Squares are fast enough to wait for the last cache, as long as that has all; lines that are made
-                   // whole are not kept waiting by memory either.
+                   // Squares of bytes are fast enough to wait for the last cache, as long as that has all; lines
+                   // that are made whole are not kept waiting by memory either.
                    constexpr bool kByLines = kMakesLines<decltype(d)>;
-                   constexpr size_t kLeast = kByLines                     ? kStreamedWhole
-                                             : kTurnsSquares<decltype(d)> ? kStreamedInOrder
-                                                                          : kStreamedTurned;
+                   constexpr bool kWaits = kTurnsSquares<decltype(d)> && sizeof(T) == 1;
+                   constexpr size_t kLeast = kByLines ? kStreamedWhole : kWaits ? kStreamedInOrder : kStreamedTurned;
                    // Elements may begin anywhere; those that lie across the ends of lines are in no whole one.
                    const bool fillsLines = !kByLines || reinterpret_cast<uintptr_t>(dst) % sizeof(T) == 0;
                    const bool isLarge = fillsLines && isStreamed(size_t{width} * height * sizeof(T), kLeast);
