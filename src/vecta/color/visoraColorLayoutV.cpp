@@ -461,7 +461,7 @@ HWY_INLINE bool makeRow(bool streams, const ChromaSamples<const uint8_t>& top,
             const size_t bytes = kRead * columns * top.step;
             for (const uint8_t* plane : {first.cb, second.cb, first.cr, second.cr})
             {
-                fetch(plane, bytes);
+                fetchLines(plane, bytes);
             }
         }
         convertRow<along, kTwoRows>(first, second, columns, {cb, cr, dst.step, 0, 0});

@@ -74,14 +74,18 @@ HWY_INLINE bool streamsColumns(size_t width, size_t bytes)
     return width >= kPieceColumns && isStreamed(bytes, kStreamedThrough);
 }
 
-/** Asks for what is read soon: by one row at a time memory is faster than by several in turn. */
-HWY_INLINE void fetch(const uint8_t* from, size_t bytes)
+/** Asks for what is read soon. */
+HWY_INLINE void fetchLines(const uint8_t* from, size_t bytes)
 {
     for (size_t i = 0; i < bytes; i += 64)
     {
         hwy::Prefetch(from + i);
     }
 }
+
+/** So far ahead a stream of reads is fetched that a smaller one of writes past the caches goes with: the processor by
+ * itself does not look beyond a page. */
+constexpr size_t kBytesAhead = size_t{16} << 10;
 
 /** Where the columns of a row go: so many bytes of every two. */
 struct Columns

@@ -44,7 +44,11 @@ HWY_INLINE vsrStatus grayImage(Format, Reference reference, const uint8_t* src, 
                     if (streams)
                     {
                         const auto at = [=](size_t x, auto isWhole) HWY_ATTR
-                        { storeOrStream<isWhole>(lumaAt(from + x * Format::kBytes), d, to + x); };
+                        {
+                            const uint8_t* const pixels = from + x * Format::kBytes;
+                            fetchLines(pixels + kBytesAhead, n * Format::kBytes);
+                            storeOrStream<isWhole>(lumaAt(pixels), d, to + x);
+                        };
                         coverFrom<true>(columnsToAligned<1>(to, n), width, n, at);
                         continue;
                     }
@@ -84,10 +88,11 @@ HWY_INLINE vsrStatus grayImage(Format, Reference reference, const uint8_t* src, 
 
 // ---- YCbCr ----
 
-/** One chroma row and the kRows image rows that share it, for whole chroma samples. */
-template <class Format, bool kHalved, size_t kRows, bool kPlanar, class D>
+/** One chroma row and the kRows image rows that share it, for whole chroma samples. ahead(x) is called before the
+ * vector at column x. */
+template <class Format, bool kHalved, size_t kRows, bool kPlanar, class D, class Ahead>
 HWY_INLINE void convertRows(D d, const uint8_t* const (&src)[kRows], size_t width, uint8_t* const (&luma)[kRows],
-                            uint8_t* cb, uint8_t* cr)
+                            uint8_t* cb, uint8_t* cr, [[maybe_unused]] Ahead ahead)
 {
     constexpr Order kOrder = Format::kOrder;
     const uint8_t* const src0 = src[0];
@@ -143,6 +148,7 @@ HWY_INLINE void convertRows(D d, const uint8_t* const (&src)[kRows], size_t widt
     coverRange(0, width, n,
                [=](size_t x) HWY_ATTR
                {
+                   ahead(x);
                    const auto pixels = lumaAt(x);
                    if constexpr (!kHalved)
                    {
@@ -183,23 +189,37 @@ HWY_INLINE void streamRows(D d, const uint8_t* const (&src)[kRows], size_t width
 {
     const uint8_t* const src0 = src[0];
     const uint8_t* const src1 = src[kRows - 1];
+    const auto stride = static_cast<size_t>(src1 - src0);
     // A single row has its luma as the second one, too.
     const auto convert = [=](size_t x, size_t columns, uint8_t* luma0, uint8_t* luma1, uint8_t* b, uint8_t* r) HWY_ATTR
     {
+        const auto ahead = [=](size_t at) HWY_ATTR
+        {
+            const size_t bytes = hn::Lanes(d) * Format::kBytes;
+            if constexpr (kRows == 1)
+            {
+                fetchLines(src0 + (x + at) * Format::kBytes + kBytesAhead, bytes);
+            }
+            else
+            {
+                // Of the next piece one row after the other: that way memory is faster than by both in turn.
+                const size_t next = x + columns == width ? 2 * stride : (x + columns) * Format::kBytes;
+                const size_t place = 2 * at;
+                fetchLines(src0 + next +
+                               (place < columns ? place * Format::kBytes : stride + (place - columns) * Format::kBytes),
+                           2 * bytes);
+            }
+        };
+        const uint8_t* from[kRows];
+        uint8_t* to[kRows];
+        from[0] = src0 + x * Format::kBytes;
+        to[0] = luma0;
         if constexpr (kRows == 2)
         {
-            fetch(src0 + x * Format::kBytes, columns * Format::kBytes);
-            fetch(src1 + x * Format::kBytes, columns * Format::kBytes);
-            const uint8_t* const from[] = {src0 + x * Format::kBytes, src1 + x * Format::kBytes};
-            uint8_t* const to[] = {luma0, luma1};
-            convertRows<Format, kHalved, 2, kPlanar>(d, from, columns, to, b, r);
+            from[1] = src1 + x * Format::kBytes;
+            to[1] = luma1;
         }
-        else
-        {
-            const uint8_t* const from[] = {src0 + x * Format::kBytes};
-            uint8_t* const to[] = {luma0};
-            convertRows<Format, kHalved, 1, kPlanar>(d, from, columns, to, b, r);
-        }
+        convertRows<Format, kHalved, kRows, kPlanar>(d, from, columns, to, b, r, ahead);
     };
     constexpr size_t kChroma = (kHalved ? 1 : 2) * (kPlanar ? 1 : 2);
     streamColumns(width, convert, Columns{luma[0], 2}, Columns{luma[kRows - 1], kRows == 2 ? 2 : 0},
@@ -227,8 +247,9 @@ HWY_INLINE bool convertImage(const uint8_t* src, size_t width, size_t height, si
                                                    const ChromaSamples<uint8_t>& to) HWY_ATTR
                 __attribute__((always_inline))
             {
+                const auto nothing = [](size_t) HWY_ATTR {};
                 streams ? streamRows<Format, kHalved, kRows, kPlanar>(d, rows, width, luma, to.cb, to.cr)
-                        : convertRows<Format, kHalved, kRows, kPlanar>(d, rows, width, luma, to.cb, to.cr);
+                        : convertRows<Format, kHalved, kRows, kPlanar>(d, rows, width, luma, to.cb, to.cr, nothing);
             };
             size_t y = 0;
             if constexpr (kTwoRows)
