@@ -12,6 +12,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "vecta/visoraUnroll.h"
 #include "vecta/visoraVector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
