@@ -73,8 +73,10 @@ std::function<void(Arguments&)> joint(uint32_t largest, uint32_t typical)
     {
         const Guided i(a);
         const auto [space, range] = sigmas(a, 3, 30);
+        // The reference looks at all of a window for each pixel.
+        const uint32_t reach = i.width * i.height > 4096 ? 6 : largest / 2;
         a.call(vsrBilateralFilterJointu8C, i.src, i.width, i.height, i.stride, i.guide, i.stride,
-               a.choose(0, largest / 2, typical / 2) * 2 + 1, space, range, i.dst, i.dstStride);
+               a.choose(0, reach, typical / 2) * 2 + 1, space, range, i.dst, i.dstStride);
     };
 }
 

@@ -203,7 +203,8 @@ struct Views
 void prepareBlockMatch(Arguments& a)
 {
     const Views views(a);
-    const uint32_t block = 2 * a.choose(0, 7, 4) + 1;
+    // The reference looks at all of a block for each pixel.
+    const uint32_t block = 2 * a.choose(0, views.width * views.height > 4096 ? 2 : 7, 4) + 1;
     const uint32_t texture = a.shape().typical || a.random().oneIn(2) ? 0 : a.random().between(0, 64 * block * block);
     a.call(vsrDisparityBlockMatchu8s16C, views.src1, views.width, views.height, views.stride1, views.src2,
            views.stride2, views.least, views.count, block, texture, a.choose(0, 1, 1) * a.choose(0, 99, 10),
