@@ -26,8 +26,8 @@ function(visora_lint checks)
             set(targets --extra-arg=-UHWY_DISABLED_TARGETS "--extra-arg=-DHWY_DISABLED_TARGETS=(${skipped})")
         endif()
         # clang-tidy tells which headers it read by the name of the object file. Standard error holds counts only. The
-        # analyzer stops at a small part of the states that it would look at in a function, or lint takes many times as
-        # long: entry points are much of the same, and take half of it as it is.
+        # analyzer stops at a small part of the states that it would look at in a function: entry points, which are much
+        # alike, would take many times as long.
         add_custom_command(OUTPUT ${clean}
             COMMAND sh -c "$0 \"$@\" 2>/dev/null" ${CLANG_TIDY} -p ${PROJECT_BINARY_DIR} --quiet --checks=${left_out}
                     --extra-arg=-Wp,-MD,${clean}.d --extra-arg=-Xclang --extra-arg=-analyzer-config

@@ -152,11 +152,11 @@ TEST(Color, LargeImagesAreTheirRows)
         {
             Image whole(size_t{stride} * kHeight + offset, 7), rows(whole);
             uint8_t* const dst = whole.data() + offset;
-            ASSERT_EQ(0u, vsrColorYCbCr420PseudoPlanarToRGBA8888u8(luma.data(), chroma.data(), width, kHeight, width,
-                                                                   width + 1, dst, stride));
+            ASSERT_EQ(0u, vsrColorYCbCr420PseudoPlanarToRGBA8888u8V(luma.data(), chroma.data(), width, kHeight, width,
+                                                                    width + 1, dst, stride));
             for (uint32_t y = 0; y < kHeight; y += 2)
             {
-                ASSERT_EQ(0u, vsrColorYCbCr420PseudoPlanarToRGBA8888u8(
+                ASSERT_EQ(0u, vsrColorYCbCr420PseudoPlanarToRGBA8888u8V(
                                   &luma[size_t{y} * width], &chroma[size_t{y / 2} * (width + 1)], width, 2, width,
                                   width + 1, rows.data() + offset + size_t{y} * stride, stride));
             }

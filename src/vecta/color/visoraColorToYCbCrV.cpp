@@ -89,7 +89,7 @@ HWY_INLINE vsrStatus grayImage(Format, Reference reference, const uint8_t* src, 
 // ---- YCbCr ----
 
 /** One chroma row and the kRows image rows that share it, for whole chroma samples. ahead(x) is called before the
- * vector at column x. */
+ * vector at column x, where rows are streamed. */
 template <class Format, bool kHalved, size_t kRows, bool kPlanar, class D, class Ahead>
 HWY_INLINE void convertRows(D d, const uint8_t* const (&src)[kRows], size_t width, uint8_t* const (&luma)[kRows],
                             uint8_t* cb, uint8_t* cr, [[maybe_unused]] Ahead ahead)
